@@ -1,0 +1,115 @@
+/* Routes that the host adds while the server runs. */
+/**
+ * @file
+ * @brief Registration of custom routes and the records their functions get.
+ *
+ * Registration works from any thread while the server runs and is lost at stop. A pattern that ends in "$"
+ * matches that URI only; without it every URI that begins so. Registering a pattern again replaces its
+ * function, and waits until no request is running in it: **never register a route from a function that serves
+ * this same route**, nor from a WebSocket event 0 or 2; the call would wait for itself. A custom pattern can hide a
+ * built-in route (for instance "/api/v1"). All custom routes ask for a token when authentication is on.
+ */
+#ifndef SDKAPI_CUSTOM_H
+#define SDKAPI_CUSTOM_H
+
+#include <stdint.h>
+
+#include "sdkapi/export.h"
+
+SDKAPI_BEGIN
+
+/** What a get/post function is told about its request. */
+typedef struct CustomReqInfo {
+  char* body;         /**< body bytes, not NUL-terminated; NULL without a body. Owned by the library. */
+  int64_t bodyLength; /**< bytes of body that were read; 0 without a body, -1 when reading failed. */
+  int32_t method;     /**< 0 GET, 1 POST, 2 any other. */
+  int32_t reserved;   /**< 0. */
+} CustomReqInfo;
+
+/**
+ * Serves one request of a get/post route, reply included (see @ref SendReponseInfo).
+ *
+ * Runs on a worker thread, for several requests at once; it may block.
+ *
+ * @param conn the connection to answer on, valid during the call.
+ * @param req  the request, valid during the call.
+ * @return -2 when the caller is not authorised: the library sends nothing and ends the connection;
+ *         any other value: the request is done.
+ */
+typedef int (*CustomGetPostFunction)(struct mg_connection* conn, CustomReqInfo* req);
+
+struct UploadCustomCtx;
+
+/**
+ * Takes one step of a custom upload; called as @ref SdkAPISerHandle::UploadImageFileCb is.
+ *
+ * Runs on a worker thread, for several uploads at once; it may block.
+ *
+ * @param conn the connection, for reading headers and parameters; do not write to it.
+ * @param ctx  the upload's state, the same object in every call of one upload.
+ * @return 0 to accept; -2 not authorised (401); any other value is an error (500).
+ */
+typedef int (*CustomUploadFunction)(struct mg_connection* conn, struct UploadCustomCtx* ctx);
+
+/** The state of one custom upload; its first eight fields are those of UploadFileCtx. */
+typedef struct UploadCustomCtx {
+  char data[32768];                  /**< the current piece of the current field, not terminated. */
+  char name[128];                    /**< name of the current form field. */
+  char fileName[128];                /**< its file name; a field without one keeps the previous name. */
+  int64_t length;                    /**< valid bytes in data; 0 in the found call and the final call. */
+  int32_t noFileName;                /**< 1 when the field has no file name, else 0. */
+  int32_t pieceState;                /**< 0 found; 1 last piece (see UploadFileCtx); 2 more follow. */
+  int32_t endFlag;                   /**< 1 in the final call, else 0. */
+  int32_t reserved;                  /**< 0. */
+  char* extra;                       /**< always NULL. */
+  CustomUploadFunction hostFunction; /**< the function bound to the route. */
+  struct mg_connection* conn;        /**< the request's connection. */
+  int32_t error;                     /**< 0, or the last non-zero result of the function. */
+  int32_t reserved2;                 /**< 0. */
+} UploadCustomCtx;
+
+/** The file that a custom download function offers. */
+typedef struct CustomDownloadInfo {
+  char downloadName[256]; /**< file name shown to the client; goes into a header as it stands. */
+  char filePath[256];     /**< path of the file to send. */
+} CustomDownloadInfo;
+
+/**
+ * Names the file of a custom download. Runs on a worker thread; it may block.
+ *
+ * @param conn the connection, for reading headers and parameters; do not write to it.
+ * @param info zeroed; filled by the function.
+ * @return 0 when info is filled and the file is to be sent; -2 not authorised (401); else 500.
+ */
+typedef int (*CustomDownloadFunction)(struct mg_connection* conn, CustomDownloadInfo* info);
+
+/**
+ * Binds a URI pattern to a get/post function.
+ *
+ * @param uri      pattern; copied by the web server. NULL is refused.
+ * @param function the host's function; NULL is accepted and answered 500 per request.
+ * @return 0, or -1 when no server runs or uri is NULL.
+ */
+SDKAPI_EXPORT int SdkAPISer_Custom_Get_Post_Api_Add(const char* uri, CustomGetPostFunction function);
+
+/**
+ * Binds a URI pattern to an upload function.
+ *
+ * @param uri      pattern; copied by the web server. NULL is refused.
+ * @param function the host's function; NULL is accepted and answered 500 per request.
+ * @return 0, or -1 when no server runs or uri is NULL.
+ */
+SDKAPI_EXPORT int SdkAPISer_Custom_Upload_Api_Add(const char* uri, CustomUploadFunction function);
+
+/**
+ * Binds a URI pattern to a download function.
+ *
+ * @param uri      pattern; copied by the web server. NULL is refused.
+ * @param function the host's function; NULL is accepted: the web server then answers 404 itself.
+ * @return 0, or -1 when no server runs or uri is NULL.
+ */
+SDKAPI_EXPORT int SdkAPISer_Custom_Download_Api_Add(const char* uri, CustomDownloadFunction function);
+
+SDKAPI_END
+
+#endif

@@ -1,0 +1,213 @@
+/* The host's table of functions and every record that the library exchanges with it. */
+/**
+ * @file
+ * @brief What the host implements: one function per device operation, gathered in @ref SdkAPISerHandle.
+ *
+ * Every slot may be NULL: requests that need it are then left to the web server (404, or 405 for a method
+ * that files do not take). Slots run on worker threads, several at once, and may block; while one blocks, one of the
+ * server's 50 workers is held. Unless a slot's text says otherwise: result 0 gives 200, -2 gives 401,
+ * any other value gives 500, all with an empty body; `token` is the text of the request's "Authorization"
+ * header behind its first 7 characters, empty when there is none (possible with authentication off only).
+ * From a slot the host may call every function of http.h, values.h and websocket.h and the custom-route registrations
+ * (see custom.h for the one exception); it may not call @ref SdkAPISer_Start or @ref SdkAPISer_Stop.
+ */
+#ifndef SDKAPI_HOST_H
+#define SDKAPI_HOST_H
+
+#include <stdint.h>
+
+#include "sdkapi/export.h"
+
+SDKAPI_BEGIN
+
+struct SdkAPISerHandle;
+
+/** One login attempt: the first two fields are the client's, the others are the host's answer. */
+typedef struct LoginInfo {
+  char username[32];  /**< in: user name, cut to 31 characters. */
+  char password[256]; /**< in: password, cut to 255 characters. */
+  char token[1024];   /**< out: session token for the client; empty = none, nothing is registered. */
+  uint64_t lockTime;  /**< out: remaining lock time, reported when code is 2. */
+  char wizard[32];    /**< out: optional text, reported when not empty. */
+  int32_t firstlogin; /**< out: reported as "firstlogin". */
+  uint32_t code;      /**< out: 0 success, 1 refused, 2 locked; any other value: no reply. */
+} LoginInfo;
+
+/** A change of the caller's own name or password. */
+typedef struct ChangeUserRequest {
+  char username[32];     /**< in: current user name. */
+  char newusername[32];  /**< in: new user name. */
+  char newpassword[256]; /**< in: new password. */
+  char oldpassword[256]; /**< in: current password. */
+  int32_t changeType;    /**< in: 0 user name, 1 password, 2 both. */
+  int32_t code;          /**< out: reported as "code". */
+} ChangeUserRequest;
+
+/** Creation or deletion of a user. */
+typedef struct ManageUserRequest {
+  int32_t role;      /**< in: role number (create only). */
+  char username[32]; /**< in: user name. */
+  char password[256];    /**< in: password (create only). */
+  int32_t action;    /**< in: 0 create, 1 delete. */
+  uint32_t code;     /**< out: reported as "code". */
+  char reserved[32]; /**< zero. */
+} ManageUserRequest;
+
+/** Device information; each field is reported only when the host set it. */
+typedef struct DeviceInfo {
+  char reserved[512];   /**< zero; neither filled nor read by the library. */
+  char model[32];       /**< out: model text. */
+  char security[32];    /**< out: security mode text. */
+  int32_t timeout;      /**< out: session time-out; preset to -1 = not reported. */
+  char devicetime[324]; /**< out: device date and time text. */
+} DeviceInfo;
+
+/** Size in bytes of the buffer of @ref SdkAPISerHandle::DeviceStatusCb. */
+enum { kDeviceUptimeSize = 32 };
+
+/** Size in bytes of the buffer of @ref SdkAPISerHandle::GetTxRxListCb. */
+enum { kTxRxListSize = 20480 };
+
+/** One privilege picture and the hosts it is bound to. */
+typedef struct PrivEntry {
+  int32_t serialnum;       /**< serial number. */
+  int32_t hostcount;       /**< used rows of hostname; more than 99 are reported as an empty list. */
+  char hostname[100][128]; /**< names of the hosts. */
+  char picname[128];       /**< picture file name. */
+} PrivEntry;
+
+/** The list of privilege pictures. */
+typedef struct PrivList {
+  int32_t count;      /**< number of entries. */
+  PrivEntry* entries; /**< array allocated by the host with `malloc`, released by the library. */
+} PrivList;
+
+/** Argument of a custom restore. */
+typedef struct CustomRestoreArg {
+  int32_t code;     /**< always 16. */
+  int32_t reserved; /**< 0. */
+} CustomRestoreArg;
+
+/** The file that a download slot offers. */
+typedef struct DownloadFileInfo {
+  char name[256]; /**< out: file name shown to the client; goes into a header as it stands. */
+  char path[256]; /**< out: path of the file to send. */
+} DownloadFileInfo;
+
+/** The file that a settings export offers. */
+typedef struct DownloadSettingInfo {
+  char method[32]; /**< in: query parameter "method", cut to 31 characters; empty without one. */
+  char name[256];  /**< out: file name shown to the client; goes into a header as it stands. */
+  char path[256];  /**< out: path of the file to send. */
+} DownloadSettingInfo;
+
+/** One preview stream, the same object in all calls of the stream. */
+typedef struct PreviewFrame {
+  char hostname[32];           /**< source unit named by the URL; empty for the device's own source. */
+  int32_t state;               /**< 0 open, 1 next picture, 2 close. */
+  unsigned char frame[655360]; /**< out: the picture, a complete JPEG. */
+  int64_t length;              /**< out: bytes of frame; 0 or more than 655360 ends the stream. */
+} PreviewFrame;
+
+/**
+ * The state of one upload, the same object in every call of one upload.
+ *
+ * Calls per form field: one "found" call (pieceState 0, length 0), then one call per piece received. After the whole
+ * form: one final call (endFlag 1, length 0; the other fields keep what the last field left). An empty
+ * file has a found call only. pieceState 1 is set when the bytes behind a piece are CR LF; a file that holds CR LF can
+ * therefore show 1 before its end: take the next found call or the final call as the end of a field.
+ * When the form turns out malformed or the client goes away there is no final call: throw away what was stored when the
+ * next upload of the kind begins, or keep it under a temporary name until the final call.
+ */
+typedef struct UploadFileCtx {
+  char data[32768];    /**< the current piece of the current field, not terminated. */
+  char name[128];      /**< name of the current form field, cut to 127 characters. */
+  char fileName[128];  /**< its file name, cut to 127 characters; kept from before without one. */
+  int64_t length;      /**< valid bytes in data; 0 in the found call and the final call. */
+  int32_t noFileName;  /**< 1 when the field has no file name (a plain value), else 0. */
+  int32_t pieceState;  /**< 0 found; 1 last piece of the field; 2 more pieces follow. */
+  int32_t endFlag;     /**< 1 in the final call, else 0. */
+  int32_t reserved;    /**< 0. */
+  char* extra;         /**< 802.1X certificate: the "Port" header, at most 127 characters; else NULL. */
+  struct SdkAPISerHandle* loginHandle; /**< the table that this upload calls. */
+  int32_t error;       /**< 0, or the last non-zero result of a slot in this upload. */
+  int32_t funcId;      /**< number of the file's kind within its family, -1 when it has none. */
+} UploadFileCtx;
+
+/** An upload slot: see @ref UploadFileCtx for the sequence of calls. */
+typedef int (*UploadSlot)(const char* token, int funcId, UploadFileCtx* ctx);
+
+/** A download slot: fills info and returns 0 to have the file sent. */
+typedef int (*DownloadSlot)(const char* token, DownloadFileInfo* info);
+
+/** A slot that the library never calls; its place keeps the later slots where they are. */
+typedef void (*ReservedSlot)(void);
+
+/**
+ * The host's functions. 1296 bytes: 34 slots and 1024 bytes of data.
+ *
+ * The library copies the table at @ref SdkAPISer_Start, and once more for every login.
+ */
+typedef struct SdkAPISerHandle {
+  /** 0: is a login required? Write 1 to *flag for "no" (authentication off); the result is ignored. */
+  int (*AuthQueryCb)(int* flag);
+  /** 1: decide a login; a result below 0 leaves the request to the web server, else info->code decides. */
+  int (*LoginCb)(LoginInfo* info);
+  /** 2: a login ended (log-out, or its WebSocket closed); the result is ignored. */
+  int (*LogOutCb)(void);
+  /** 3: change a user's name or password; 0 reports request->code, failure sends no reply at all. */
+  int (*ChangeUserInfoCb)(const char* token, ChangeUserRequest* request);
+  /** 4: create or delete a user; 0 reports request->code. */
+  int (*ManageUserCb)(const char* token, ManageUserRequest* request);
+  /** 5: fill the device information. */
+  int (*DeviceInfoCb)(const char* token, DeviceInfo* info);
+  ReservedSlot reserved6; /**< 6: never called. */
+  /** 7: restore the device's custom settings. */
+  int (*CustomRestoreCb)(const char* token, CustomRestoreArg* arg);
+  ReservedSlot reserved8;  /**< 8: never called. */
+  ReservedSlot reserved9;  /**< 9: never called. */
+  ReservedSlot reserved10; /**< 10: never called. */
+  /** 11: write the up-time text, at most 31 characters and a NUL, to the 32-byte buffer. */
+  int (*DeviceStatusCb)(char* uptime);
+  ReservedSlot reserved12;           /**< 12: never called. */
+  ReservedSlot reserved13;           /**< 13: never called. */
+  ReservedSlot reserved14;           /**< 14: never called. */
+  ReservedSlot reserved15;           /**< 15: never called. */
+  ReservedSlot reserved16;           /**< 16: never called. */
+  DownloadSlot DownloadLogFileCb;    /**< 17: log file. */
+  DownloadSlot DownloadCustomCb;     /**< 18: custom file. */
+  DownloadSlot DownloadSceneFileCb;  /**< 19: scene file. */
+  /** 20: one step of a preview stream; non-zero refuses (state 0) or ends (state 1) it. */
+  int (*PreviewCb)(PreviewFrame* frame);
+  /** 21: write the unit list as one text, at most 20479 characters and a NUL, to the 20480-byte buffer. */
+  int (*GetTxRxListCb)(const char* token, char* list);
+  /** 22: fill the privilege list. */
+  int (*GetPrivJsonCb)(const char* token, PrivList* list);
+  /** 23: bind a picture to a host (127 and 255 characters at most); failure gives 503. */
+  int (*SpecifyPrivCb)(const char* token, const char* hostname, const char* file);
+  /** 24: delete a privilege picture (255 characters at most); failure gives 503. */
+  int (*DeletePrivCb)(const char* token, const char* file);
+  DownloadSlot DownloadEdidFileCb; /**< 25: EDID file. */
+  /** 26: settings export; failure leaves the request to the web server. */
+  int (*DownloadSettingFileCb)(const char* token, DownloadSettingInfo* info);
+  /** 27: logo; asks for no token (always empty); failure leaves the request to the web server. */
+  DownloadSlot DownloadImageFileCb;
+  UploadSlot UploadImageFileCb; /**< 28: images. funcId 1 to 8 by URL. */
+  UploadSlot UploadTxtFileCb;   /**< 29: text files. funcId 1 to 3 by URL. */
+  UploadSlot UploadCertFileCb;  /**< 30: certificates. funcId 0 to 3; a negative error gives 406 for 0 and 1. */
+  UploadSlot UploadZipFileCb;   /**< 31: archives. funcId 1, 2 or -1 by URL. */
+  /** 32: firmware, called as an upload slot; an error other than -1 and -2 while parsing gives 406. */
+  int (*UpgradeCb)(const char* token, UploadFileCtx* ctx);
+  /**
+   * 33: WebSocket event 0 connected, 1 text received, 2 closed. A non-zero result of event 1 closes the
+   * connection. Events 0 and 2 run under the server's context lock: keep them short, take no lock in them that
+   * another thread holds while it registers a route or stops the server.
+   */
+  int (*WebSocketCb)(int event, const char* token, const char* data, int length);
+  /** A login's copy holds its token here; the host's own copy is not read. */
+  char data[1024];
+} SdkAPISerHandle;
+
+SDKAPI_END
+
+#endif
