@@ -1,0 +1,40 @@
+// The media half of the device: the slots that move files and pictures, and their life cycle.
+#pragma once
+
+#include "sdkapi/sdkapi.h"
+
+namespace sim {
+
+// Slots of the host table; their results follow sdkapi/host.h.
+int UploadImage(const char* token, int funcId, UploadFileCtx* ctx);
+int UploadText(const char* token, int funcId, UploadFileCtx* ctx);
+int UploadCertificate(const char* token, int funcId, UploadFileCtx* ctx);
+int UploadArchive(const char* token, int funcId, UploadFileCtx* ctx);
+int UploadFirmware(const char* token, UploadFileCtx* ctx);
+
+int DownloadLog(const char* token, DownloadFileInfo* info);
+int DownloadCustomFile(const char* token, DownloadFileInfo* info);
+int DownloadScene(const char* token, DownloadFileInfo* info);
+int DownloadEdid(const char* token, DownloadFileInfo* info);
+int DownloadLogo(const char* token, DownloadFileInfo* info);
+int DownloadSettings(const char* token, DownloadSettingInfo* info);
+
+int Preview(PreviewFrame* frame);
+
+int PrivilegeList(const char* token, PrivList* list);
+int BindPrivilege(const char* token, const char* hostname, const char* file);
+int DeletePrivilege(const char* token, const char* file);
+
+// Registers the file routes below /sim; call it after each start of the server.
+void RegisterFileRoutes();
+
+// Deletes every uploaded file and every privilege binding; certificates stay.
+void ResetFiles();
+
+// Call StartMedia before the server starts, with the working directory set to the data folder and the database open.
+void StartMedia();
+
+// Call StopMedia before the server stops: waiting preview calls return at once, running uploads are refused.
+void StopMedia();
+
+}  // namespace sim
