@@ -1,0 +1,137 @@
+/* Small helpers that make elements, dialogs and notices. */
+
+/** Makes an element: h('div.card', {id: 'x', onclick: f}, 'text', child). */
+export function h(spec, props, ...children) {
+  const [tag, ...classes] = spec.split('.');
+  const element = document.createElement(tag || 'div');
+  if (classes.length) element.className = classes.join(' ');
+  if (props === null || props === undefined || props instanceof Node || typeof props !== 'object' || Array.isArray(props)) {
+    children.unshift(props);
+    props = {};
+  }
+  for (const [name, value] of Object.entries(props)) setProp(element, name, value);
+  append(element, children);
+  return element;
+}
+
+function setProp(element, name, value) {
+  if (name.startsWith('on')) element.addEventListener(name.slice(2), value);
+  else if (name in element && typeof value !== 'string') element[name] = value;
+  else if (value !== null && value !== undefined && value !== false) element.setAttribute(name, value);
+}
+
+function append(element, children) {
+  for (const child of children.flat(Infinity)) {
+    if (child !== null && child !== undefined && child !== false) element.append(child);
+  }
+}
+
+/** Replaces what an element holds. */
+export function fill(element, ...children) {
+  element.replaceChildren();
+  append(element, children);
+  return element;
+}
+
+let idNumber = 0;
+export const newId = () => `c${++idNumber}`;
+
+/** A labelled control: field('Name', h('input'), 'a hint'). */
+export function field(label, control, hint) {
+  control.id ||= newId();
+  const hintId = hint && newId();
+  if (hint) control.setAttribute('aria-describedby', hintId);
+  return h('div.field', h('label', { for: control.id }, label), control, hint && h('small', { id: hintId }, hint));
+}
+
+export const button = (text, onclick, kind = '') =>
+  h(`button${kind && `.${kind}`}`, { type: 'button', onclick }, text);
+
+export const card = (title, ...children) => h('section.card', title && h('h2', title), ...children);
+
+export const badge = (text, tone = '') => h(`span.badge${tone && `.${tone}`}`, text);
+
+/** A line that screen readers announce: line.say('text', 'bad'). */
+export function statusLine() {
+  const line = h('p.status', { role: 'status' });
+  line.say = (text, tone = '') => {
+    line.className = `status ${tone}`;
+    line.textContent = text;
+  };
+  return line;
+}
+
+/** A form that runs `action` once at a time and shows its outcome in words. */
+export function form(fields, submitText, action, kind = 'primary') {
+  const line = statusLine();
+  const submit = h(`button.${kind}`, { type: 'submit' }, submitText);
+  const element = h('form', { novalidate: true }, ...fields, h('div.row', submit), line);
+  element.addEventListener('submit', async (event) => {
+    event.preventDefault();
+    submit.disabled = true;
+    line.say('');
+    try {
+      line.say((await action(element)) ?? '', 'good');
+    } catch (error) {
+      line.say(error.message, 'bad');
+    } finally {
+      submit.disabled = false;
+    }
+  });
+  return element;
+}
+
+/** A notice at the corner of the page that goes away by itself. */
+export function notice(text, tone = '') {
+  const place = document.getElementById('notices');
+  const box = h(`div.notice${tone && `.${tone}`}`, text);
+  place.append(box);
+  setTimeout(() => box.remove(), 6000);
+}
+
+/** Asks before something that cannot be undone; with `word` that word has to be typed. */
+export function confirmDialog({ title, text, action, word }) {
+  return new Promise((resolve) => {
+    const input = word && h('input', { autocomplete: 'off', spellcheck: 'false' });
+    const yes = h('button.danger', { type: 'submit', disabled: Boolean(word) }, action);
+    input?.addEventListener('input', () => (yes.disabled = input.value !== word));
+    const id = newId();
+    const dialog = h('dialog', { 'aria-labelledby': id, onclose: () => (dialog.remove(), resolve(dialog.returnValue === 'yes')) },
+      h('form', { onsubmit: (event) => (event.preventDefault(), dialog.close('yes')) },
+        h('h2', { id }, title), h('p', text), input && field(`Type ${word} to confirm`, input),
+        h('div.row', button('Keep as it is', () => dialog.close('')), yes)));
+    document.body.append(dialog);
+    dialog.showModal();
+  });
+}
+
+export const formatTime = (value) =>
+  typeof value === 'number' ? new Date(value * 1000).toISOString().replace('T', ' ').slice(0, 19) : String(value ?? '');
+
+export function formatDuration(seconds) {
+  const s = Math.max(0, Math.floor(Number(seconds) || 0));
+  const days = Math.floor(s / 86400);
+  const clock = [s / 3600 % 24, s / 60 % 60, s % 60].map((part) => String(Math.floor(part)).padStart(2, '0')).join(':');
+  return days ? `${days} d ${clock}` : clock;
+}
+
+const WEAK = 'Use at least one lower-case letter, one capital, one digit and one special character.';
+export const passwordHint = WEAK;
+export function requireStrong(password, repeated) {
+  const strong = [/[a-z]/, /[A-Z]/, /[0-9]/, /[!@#$%^&*()\-_=+[\]{}\\|;:'",.<>/?]/].every((part) => part.test(password));
+  if (!strong) throw new Error(WEAK);
+  if (password !== repeated) throw new Error('The two new passwords differ.');
+}
+
+/** Words for the result codes of user administration. */
+export function userCodeWords(code) {
+  return [null, 'The current password is wrong.', WEAK, 'There is a user with this name already.',
+    'There is no such user.', 'The last administrator has to stay.',
+    'A user name has 1 to 31 letters, digits, dots, dashes or underscores.', 'There is no such role.'][code] ??
+    (code ? `The device refused this (code ${code}).` : null);
+}
+
+export function requireDone({ code }) {
+  const words = userCodeWords(code);
+  if (words) throw new Error(words);
+}

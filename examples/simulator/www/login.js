@@ -1,0 +1,79 @@
+/* The pages before the console: log-in with lock-out, and the change of the first password. */
+import { field, form, h, passwordHint, requireDone, requireStrong } from './dom.js';
+
+const REASONS = {
+  ended: 'Your session has ended. Please log in again.',
+  logout: 'You have logged out.',
+  restored: 'The device is back in its factory state. Log in with its first user, admin, password admin.',
+};
+
+const page = (title, ...children) => h('main.gate', h('div.card', h('img', { src: '/download/logo', alt: '' }), h('h1', title), ...children));
+
+export function loginPage(ctx) {
+  const { reason, lastUser } = ctx.store.session;
+  const user = h('input', { name: 'username', autocomplete: 'username', autocapitalize: 'none', spellcheck: 'false', maxlength: '31', value: lastUser ?? '' });
+  const password = h('input', { type: 'password', name: 'password', autocomplete: 'current-password' });
+  (lastUser ? password : user).setAttribute('autofocus', '');
+  const element = form([field('User name', user), field('Password', password)], 'Log in', async () => {
+    if (!user.value) throw new Error('Please enter a user name.');
+    const answer = await ctx.api.login(user.value, password.value).catch((error) => {
+      throw new Error(error.status === 500 ? 'Too many users are logged in. Try again later.' : error.message);
+    });
+    if (answer.code === 2) return lockOut(element, Number(answer.lockTime), ctx.signal);
+    password.value = '';
+    password.focus();
+    if (answer.code) throw new Error('The user name or the password is wrong.');
+    ctx.logIn({ token: answer.token, user: user.value, firstlogin: answer.firstlogin });
+  });
+  const why = h('p.status.warn', { role: 'status' }, REASONS[reason]);
+  return page('Log in', reason && why, element);
+}
+
+/** Counts the seconds down; nobody can try before they are over. */
+function lockOut(element, seconds, signal) {
+  const submit = element.querySelector('[type=submit]');
+  const line = element.querySelector('.status');
+  const end = Date.now() + seconds * 1000;
+  const tick = () => {
+    const left = Math.ceil((end - Date.now()) / 1000);
+    submit.disabled = left > 0;
+    line.say(left > 0 ? `Too many wrong passwords. Try again in ${left} s.` : 'You can try again now.', left > 0 ? 'bad' : '');
+    if (left <= 0) clearInterval(timer);
+  };
+  const timer = setInterval(tick, 500);
+  signal.addEventListener('abort', () => clearInterval(timer));
+  setTimeout(tick);
+}
+
+export function newPasswordPage(ctx) {
+  const { user } = ctx.store.session;
+  const inputs = passwordInputs();
+  const element = form(inputs.fields, 'Change password', async () => {
+    await changePassword(ctx, user, inputs);
+    ctx.amend({ firstlogin: 0 });
+  });
+  return page('Choose a new password', h('p', `This is the first login of ${user}. The device wants a password of your own before anything else.`), element);
+}
+
+export function passwordInputs() {
+  const input = (autocomplete) => h('input', { type: 'password', autocomplete });
+  const old = input('current-password');
+  const fresh = input('new-password');
+  const again = input('new-password');
+  const fields = [field('Current password', old), field('New password', fresh, passwordHint), field('Repeat the new password', again)];
+  return { old, fresh, again, fields };
+}
+
+/** Changes the password, and the name too when one is given. */
+export async function changePassword(ctx, username, { old, fresh, again }, newusername) {
+  requireStrong(fresh.value, again.value);
+  const change = { username, oldpassword: old.value, newpassword: fresh.value };
+  const path = newusername ? '/change/usrorpasswd' : '/change/password';
+  try {
+    requireDone(await ctx.api.postJson(path, newusername ? { ...change, newusername } : change));
+  } catch (error) {
+    ctx.check(error);
+    throw error;
+  }
+  for (const input of [old, fresh, again]) input.value = '';
+}

@@ -1,0 +1,95 @@
+/* Controls that move files: a drop zone with progress, rate and cancel, and a download button. */
+import { button, h, newId, notice, statusLine } from './dom.js';
+import { formatBytes } from './state.js';
+
+const RATE_WINDOW_MS = 2000;
+
+/** Bytes per second over the last two seconds. */
+function rateMeter() {
+  const points = [];
+  return (bytes) => {
+    const now = performance.now();
+    points.push([now, bytes]);
+    while (points.length > 2 && now - points[0][0] > RATE_WINDOW_MS) points.shift();
+    const [then, sent] = points[0];
+    return now > then ? ((bytes - sent) * 1000) / (now - then) : 0;
+  };
+}
+
+/**
+ * A drop zone for one file.
+ * Options: label, hint, route, accept, headers() (more request headers), explain(error), done().
+ */
+export function uploader(ctx, { label, hint, route, accept, headers, explain, done }) {
+  const id = newId();
+  const line = statusLine();
+  const bar = h('progress', { max: '100', value: '0', 'aria-label': `${label}: progress` });
+  const figures = h('span.figures');
+  let cancel = null;
+  const running = h('div.running', { hidden: true }, bar, h('div.row.between', figures, button('Cancel', () => cancel?.abort())));
+  const input = h('input', { type: 'file', id, accept, onchange: () => (send(input.files[0]), (input.value = '')) });
+  const zone = h('div.drop', input, h('label', { for: id }, h('strong', label), h('span', 'Drop a file here or choose one')),
+    hint && h('small', hint), running, line);
+
+  async function send(file) {
+    if (!file || cancel) return;
+    cancel = new AbortController();
+    const rate = rateMeter();
+    running.hidden = false;
+    line.say('');
+    try {
+      await ctx.api.upload(route, file, { headers: headers?.() ?? {}, signal: cancel.signal, onProgress: show(rate) });
+      line.say(`${file.name}: done, ${formatBytes(file.size)}.`, 'good');
+      done?.(file);
+    } catch (error) {
+      ctx.check(error);
+      line.say(words(error, explain), error.kind === 'cancelled' ? 'warn' : 'bad');
+    } finally {
+      cancel = null;
+      running.hidden = true;
+    }
+  }
+
+  const show = (rate) => (sent, total) => {
+    bar.value = (sent / total) * 100;
+    const whole = `${formatBytes(sent)} of ${formatBytes(total)}, ${Math.floor((sent / total) * 100)} %`;
+    figures.textContent = sent < total ? `${whole}, ${formatBytes(Math.round(rate(sent)))}/s` : `${whole}, the device checks it …`;
+  };
+
+  for (const type of ['dragenter', 'dragover']) {
+    zone.addEventListener(type, (event) => (event.preventDefault(), zone.classList.add('over')));
+  }
+  for (const type of ['dragleave', 'drop']) zone.addEventListener(type, () => zone.classList.remove('over'));
+  zone.addEventListener('drop', (event) => {
+    event.preventDefault();
+    send(event.dataTransfer.files[0]);
+  });
+  return zone;
+}
+
+function words(error, explain) {
+  if (error.kind === 'cancelled') return 'Cancelled. The device keeps what it had.';
+  return explain?.(error) ?? error.message;
+}
+
+/** A button that fetches a file with the token and hands it to the browser. */
+export function downloadButton(ctx, label, path, kind) {
+  const element = button(label, async () => {
+    element.disabled = true;
+    try {
+      const file = await ctx.api.download(typeof path === 'function' ? path() : path);
+      saveBlob(file.blob, file.name);
+    } catch (error) {
+      if (!ctx.check(error)) notice(`${label}: ${error.message}`, 'bad');
+    } finally {
+      element.disabled = false;
+    }
+  }, kind);
+  return element;
+}
+
+export function saveBlob(blob, name) {
+  const url = URL.createObjectURL(blob);
+  h('a', { href: url, download: name }).click();
+  setTimeout(() => URL.revokeObjectURL(url), 10000);
+}

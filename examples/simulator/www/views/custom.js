@@ -1,0 +1,48 @@
+/* The routes that the device's own program added: a small test bench for them. */
+import { card, field, form, h } from '../dom.js';
+import { downloadButton, uploader } from '../transfer.js';
+
+export const title = 'Custom routes';
+export const intro = 'Routes that the device program registers at run time, next to the built-in ones.';
+
+const SAMPLES = [
+  ['GET', '/sim/status'], ['GET', '/sim/units'], ['GET', '/sim/units/TX01'],
+  ['POST', '/sim/units/TX01', '{"online": true}'], ['POST', '/sim/units/RX01', '{"input": "TX02"}'],
+  ['GET', '/sim/files'], ['GET', '/sim/users'], ['GET', '/sim/units/NOBODY'],
+];
+
+export function render(ctx) {
+  const sample = h('select', SAMPLES.map(([method, path], index) => h('option', { value: String(index) }, `${method} ${path}`)));
+  const method = h('select', ['GET', 'POST'].map((name) => h('option', { value: name }, name)));
+  const path = h('input', { spellcheck: 'false', autocomplete: 'off' });
+  const body = h('textarea', { rows: '3', spellcheck: 'false' });
+  const answer = h('pre', { tabindex: '0', 'aria-label': 'Answer' }, 'No request sent yet.');
+  const choose = () => {
+    const [verb, route, text = ''] = SAMPLES[sample.value];
+    [method.value, path.value, body.value] = [verb, route, text];
+  };
+  sample.addEventListener('change', choose);
+  choose();
+
+  async function send() {
+    const start = performance.now();
+    const init = method.value === 'POST' ? { method: 'POST', body: body.value } : {};
+    const response = await ctx.api.send(path.value, init);
+    const text = await response.text();
+    if (response.status === 401) ctx.check(await ctx.api.refusal(401));
+    answer.textContent = `${response.status} ${response.statusText}   ${Math.round(performance.now() - start)} ms\n\n${pretty(text)}`;
+  }
+
+  return h('div.columns',
+    card('Request', form([field('Example', sample), h('div.row.ends', field('Method', method), field('Path', path)), field('Body', body)], 'Send', send)),
+    h('div.stack', card('Answer', answer),
+      card('Upload and download', uploader(ctx, { label: 'Upload note', route: '/sim/upload', hint: 'Any file, at most 32 MiB.' }), h('div.row', downloadButton(ctx, 'Download note', '/sim/download')))));
+}
+
+function pretty(text) {
+  try {
+    return JSON.stringify(JSON.parse(text), null, 2);
+  } catch {
+    return text || '(empty body)';
+  }
+}

@@ -1,0 +1,45 @@
+/* The device's log with a filter, and its download. */
+import { button, card, field, fill, h } from '../dom.js';
+import { downloadButton } from '../transfer.js';
+
+export const title = 'Log';
+const MOST_LINES = 500;
+const RELOAD_MS = 800;
+
+export function render(ctx) {
+  const level = h('select', { onchange: () => show() }, h('option', { value: '' }, 'All lines'), h('option', { value: 'error' }, 'Errors only'));
+  const search = h('input', { type: 'search', oninput: () => show() });
+  const list = h('ol.log', { tabindex: '0', 'aria-label': 'Log lines' });
+  const count = h('p.dim', { role: 'status' });
+  let lines = [];
+  let timer = 0;
+
+  async function load() {
+    try {
+      const { blob } = await ctx.api.download('/api/v1/log');
+      lines = (await blob.text()).split('\n').filter(Boolean).map((text) => ({ text, error: isError(text) }));
+      if (!ctx.signal.aborted) show();
+    } catch (error) {
+      if (!ctx.check(error)) count.textContent = error.message;
+    }
+  }
+
+  function show() {
+    const word = search.value.toLowerCase();
+    const found = lines.filter((line) => (!level.value || line.error) && line.text.toLowerCase().includes(word));
+    const last = found.slice(-MOST_LINES).reverse();
+    count.textContent = `${found.length} of ${lines.length} lines${found.length > last.length ? `, the last ${last.length} are shown` : ''}, newest first`;
+    fill(list, last.map((line) => h('li', { class: line.error ? 'bad' : '' }, line.text)));
+  }
+
+  ctx.on('event', ({ type }) => {
+    if (type !== 'log') return;
+    clearTimeout(timer);
+    timer = setTimeout(load, RELOAD_MS);
+  });
+  ctx.signal.addEventListener('abort', () => clearTimeout(timer));
+  load();
+  return card('', h('div.row.ends', field('Level', level), field('Search', search), button('Refresh', load), downloadButton(ctx, 'Download log', '/api/v1/log')), count, list);
+}
+
+const isError = (text) => /^\S+ \S+ (4|E|error)\b/i.test(text);

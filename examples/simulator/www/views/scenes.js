@@ -1,0 +1,56 @@
+/* Text files of the device: scenes, EDID and the cloud description. */
+import { card, formatTime, h } from '../dom.js';
+import { edidWords, hexLines } from '../edid.js';
+import { watchFiles } from '../files.js';
+import { formatBytes } from '../state.js';
+import { downloadButton, uploader } from '../transfer.js';
+
+export const title = 'Scenes and EDID';
+const SHOWN = 4000;
+
+const FILES = [
+  { kind: 'scene', label: 'Scenes', route: '/upload/scene', path: '/download/scene', accept: '.json,application/json',
+    hint: 'JSON in UTF-8, at most 1 MiB.', show: (bytes) => new TextDecoder().decode(bytes) },
+  { kind: 'edid', label: 'EDID', route: '/upload/edid', path: '/download/edid', accept: '.bin,.edid',
+    hint: '128 or 256 bytes with correct checksums.', show: (bytes) => `${edidWords(bytes)}\n\n${hexLines(bytes)}` },
+  { kind: 'xyte', label: 'Cloud description', route: '/upload/xyte', path: '/sim/picture/xyte', accept: '.json,application/json',
+    hint: 'JSON in UTF-8, at most 1 MiB.', show: (bytes) => new TextDecoder().decode(bytes) },
+];
+
+export function render(ctx) {
+  const cards = FILES.map((file) => fileCard(ctx, file, () => load()));
+  const load = watchFiles(ctx, (files) => cards.forEach((one) => one.show(files)));
+  return h('div.grid', cards.map((one) => one.element));
+}
+
+function fileCard(ctx, { kind, label, route, path, accept, hint, show }, changed) {
+  const facts = h('p.dim');
+  const text = h('pre', { tabindex: '0', 'aria-label': `${label}: content`, hidden: true });
+  const download = downloadButton(ctx, 'Download', path);
+  download.setAttribute('aria-label', `Download ${label}`);
+  const drop = uploader(ctx, { label: `Upload ${label}`, route, accept, hint, done: changed,
+    explain: ({ status }) => status === 500 && `The device does not accept this file. It takes: ${hint}` });
+  let shown = null;
+
+  async function update(files) {
+    const file = files[kind];
+    facts.textContent = file ? `${formatBytes(file.size)}, ${formatTime(file.mtime)}` : 'Nothing stored yet';
+    download.disabled = !file;
+    const version = JSON.stringify(file);
+    if (version === shown) return;
+    shown = version;
+    text.hidden = !file;
+    if (file) await showContent();
+  }
+
+  async function showContent() {
+    try {
+      const { blob } = await ctx.api.download(path);
+      text.textContent = show(new Uint8Array(await blob.arrayBuffer())).slice(0, SHOWN);
+    } catch (error) {
+      ctx.check(error);
+      text.hidden = true;
+    }
+  }
+  return { element: card(label, h('div.row.between', facts, download), text, drop), show: update };
+}
