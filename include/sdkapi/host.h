@@ -4,12 +4,13 @@
  * @brief What the host implements: one function per device operation, gathered in @ref SdkAPISerHandle.
  *
  * Every slot may be NULL: requests that need it are then left to the web server (404, or 405 for a method
- * that files do not take). Slots run on worker threads, several at once, and may block; while one blocks, one of the
- * server's 50 workers is held. Unless a slot's text says otherwise: result 0 gives 200, -2 gives 401,
+ * that files do not take). Slots run on worker threads, several at once, and may block; while one blocks, one
+ * of the server's 50 workers is held. Unless a slot's text says otherwise: result 0 gives 200, -2 gives 401,
  * any other value gives 500, all with an empty body; `token` is the text of the request's "Authorization"
  * header behind its first 7 characters, empty when there is none (possible with authentication off only).
- * From a slot the host may call every function of http.h, values.h and websocket.h and the custom-route registrations
- * (see custom.h for the one exception); it may not call @ref SdkAPISer_Start or @ref SdkAPISer_Stop.
+ * From a slot the host may call every function of http.h, values.h and websocket.h and the custom-route
+ * registrations (see custom.h for the one exception); it may not call @ref SdkAPISer_Start or @ref
+ * SdkAPISer_Stop.
  */
 #ifndef SDKAPI_HOST_H
 #define SDKAPI_HOST_H
@@ -45,12 +46,12 @@ typedef struct ChangeUserRequest {
 
 /** Creation or deletion of a user. */
 typedef struct ManageUserRequest {
-  int32_t role;      /**< in: role number (create only). */
-  char username[32]; /**< in: user name. */
-  char password[256];    /**< in: password (create only). */
-  int32_t action;    /**< in: 0 create, 1 delete. */
-  uint32_t code;     /**< out: reported as "code". */
-  char reserved[32]; /**< zero. */
+  int32_t role;       /**< in: role number (create only). */
+  char username[32];  /**< in: user name. */
+  char password[256]; /**< in: password (create only). */
+  int32_t action;     /**< in: 0 create, 1 delete. */
+  uint32_t code;      /**< out: reported as "code". */
+  char reserved[32];  /**< zero. */
 } ManageUserRequest;
 
 /** Device information; each field is reported only when the host set it. */
@@ -112,26 +113,26 @@ typedef struct PreviewFrame {
 /**
  * The state of one upload, the same object in every call of one upload.
  *
- * Calls per form field: one "found" call (pieceState 0, length 0), then one call per piece received. After the whole
- * form: one final call (endFlag 1, length 0; the other fields keep what the last field left). An empty
- * file has a found call only. pieceState 1 is set when the bytes behind a piece are CR LF; a file that holds CR LF can
- * therefore show 1 before its end: take the next found call or the final call as the end of a field.
- * When the form turns out malformed or the client goes away there is no final call: throw away what was stored when the
- * next upload of the kind begins, or keep it under a temporary name until the final call.
+ * Calls per form field: one "found" call (pieceState 0, length 0), then one call per piece received. After
+ * the whole form: one final call (endFlag 1, length 0; the other fields keep what the last field left). An
+ * empty file has a found call only. pieceState 1 is set when the bytes behind a piece are CR LF; a file that
+ * holds CR LF can therefore show 1 before its end: take the next found call or the final call as the end of a
+ * field. When the form turns out malformed or the client goes away there is no final call: throw away what
+ * was stored when the next upload of the kind begins, or keep it under a temporary name until the final call.
  */
 typedef struct UploadFileCtx {
-  char data[32768];    /**< the current piece of the current field, not terminated. */
-  char name[128];      /**< name of the current form field, cut to 127 characters. */
-  char fileName[128];  /**< its file name, cut to 127 characters; kept from before without one. */
-  int64_t length;      /**< valid bytes in data; 0 in the found call and the final call. */
-  int32_t noFileName;  /**< 1 when the field has no file name (a plain value), else 0. */
-  int32_t pieceState;  /**< 0 found; 1 last piece of the field; 2 more pieces follow. */
-  int32_t endFlag;     /**< 1 in the final call, else 0. */
-  int32_t reserved;    /**< 0. */
-  char* extra;         /**< 802.1X certificate: the "Port" header, at most 127 characters; else NULL. */
+  char data[32768];   /**< the current piece of the current field, not terminated. */
+  char name[128];     /**< name of the current form field, cut to 127 characters. */
+  char fileName[128]; /**< its file name, cut to 127 characters; kept from before without one. */
+  int64_t length;     /**< valid bytes in data; 0 in the found call and the final call. */
+  int32_t noFileName; /**< 1 when the field has no file name (a plain value), else 0. */
+  int32_t pieceState; /**< 0 found; 1 last piece of the field; 2 more pieces follow. */
+  int32_t endFlag;    /**< 1 in the final call, else 0. */
+  int32_t reserved;   /**< 0. */
+  char* extra;        /**< 802.1X certificate: the "Port" header, at most 127 characters; else NULL. */
   struct SdkAPISerHandle* loginHandle; /**< the table that this upload calls. */
-  int32_t error;       /**< 0, or the last non-zero result of a slot in this upload. */
-  int32_t funcId;      /**< number of the file's kind within its family, -1 when it has none. */
+  int32_t error;                       /**< 0, or the last non-zero result of a slot in this upload. */
+  int32_t funcId; /**< number of the file's kind within its family, -1 when it has none. */
 } UploadFileCtx;
 
 /** An upload slot: see @ref UploadFileCtx for the sequence of calls. */
@@ -169,14 +170,14 @@ typedef struct SdkAPISerHandle {
   ReservedSlot reserved10; /**< 10: never called. */
   /** 11: write the up-time text, at most 31 characters and a NUL, to the 32-byte buffer. */
   int (*DeviceStatusCb)(char* uptime);
-  ReservedSlot reserved12;           /**< 12: never called. */
-  ReservedSlot reserved13;           /**< 13: never called. */
-  ReservedSlot reserved14;           /**< 14: never called. */
-  ReservedSlot reserved15;           /**< 15: never called. */
-  ReservedSlot reserved16;           /**< 16: never called. */
-  DownloadSlot DownloadLogFileCb;    /**< 17: log file. */
-  DownloadSlot DownloadCustomCb;     /**< 18: custom file. */
-  DownloadSlot DownloadSceneFileCb;  /**< 19: scene file. */
+  ReservedSlot reserved12;          /**< 12: never called. */
+  ReservedSlot reserved13;          /**< 13: never called. */
+  ReservedSlot reserved14;          /**< 14: never called. */
+  ReservedSlot reserved15;          /**< 15: never called. */
+  ReservedSlot reserved16;          /**< 16: never called. */
+  DownloadSlot DownloadLogFileCb;   /**< 17: log file. */
+  DownloadSlot DownloadCustomCb;    /**< 18: custom file. */
+  DownloadSlot DownloadSceneFileCb; /**< 19: scene file. */
   /** 20: one step of a preview stream; non-zero refuses (state 0) or ends (state 1) it. */
   int (*PreviewCb)(PreviewFrame* frame);
   /** 21: write the unit list as one text, at most 20479 characters and a NUL, to the 20480-byte buffer. */
@@ -194,14 +195,15 @@ typedef struct SdkAPISerHandle {
   DownloadSlot DownloadImageFileCb;
   UploadSlot UploadImageFileCb; /**< 28: images. funcId 1 to 8 by URL. */
   UploadSlot UploadTxtFileCb;   /**< 29: text files. funcId 1 to 3 by URL. */
-  UploadSlot UploadCertFileCb;  /**< 30: certificates. funcId 0 to 3; a negative error gives 406 for 0 and 1. */
-  UploadSlot UploadZipFileCb;   /**< 31: archives. funcId 1, 2 or -1 by URL. */
+  UploadSlot
+      UploadCertFileCb;       /**< 30: certificates. funcId 0 to 3; a negative error gives 406 for 0 and 1. */
+  UploadSlot UploadZipFileCb; /**< 31: archives. funcId 1, 2 or -1 by URL. */
   /** 32: firmware, called as an upload slot; an error other than -1 and -2 while parsing gives 406. */
   int (*UpgradeCb)(const char* token, UploadFileCtx* ctx);
   /**
    * 33: WebSocket event 0 connected, 1 text received, 2 closed. A non-zero result of event 1 closes the
-   * connection. Events 0 and 2 run under the server's context lock: keep them short, take no lock in them that
-   * another thread holds while it registers a route or stops the server.
+   * connection. Events 0 and 2 run under the server's context lock: keep them short, take no lock in them
+   * that another thread holds while it registers a route or stops the server.
    */
   int (*WebSocketCb)(int event, const char* token, const char* data, int length);
   /** A login's copy holds its token here; the host's own copy is not read. */

@@ -22,6 +22,7 @@
 #define SDKAPI_SDKAPI_H
 
 #include "sdkapi/custom.h"
+#include "sdkapi/device.h"
 #include "sdkapi/export.h"
 #include "sdkapi/host.h"
 #include "sdkapi/http.h"

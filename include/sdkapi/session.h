@@ -187,9 +187,8 @@ SDKAPI_EXPORT int UnInitUsrIdStack(void);
  *
  * @param token NUL-terminated token, compared byte for byte; may be NULL.
  * @return with authentication off the server's table, whatever the token;
- *         with authentication on the login's own copy: valid inside a host function that serves a request with
- *         this token, elsewhere only until the login ends;
- *         NULL when there is none.
+ *         with authentication on the login's own copy: valid inside a host function that serves a request
+ * with this token, elsewhere only until the login ends; NULL when there is none.
  */
 SDKAPI_EXPORT SdkAPISerHandle* GetLoginHandle(const char* token);
 

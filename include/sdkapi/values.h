@@ -46,8 +46,8 @@ SDKAPI_EXPORT double cJSON_GetObjectItemValueDouble(const struct cJSON* object, 
 
 /**
  * Tests the strength of a password: a lower-case letter, an upper-case letter, a digit and one of
- * <tt>!@#$%^&amp;*()-_=+[]{}\\|;:'",.&lt;&gt;/?</tt> must all occur. Other characters are skipped; there is no
- * minimum length.
+ * <tt>!@#$%^&amp;*()-_=+[]{}\\|;:'",.&lt;&gt;/?</tt> must all occur. Other characters are skipped; there is
+ * no minimum length.
  *
  * @param text NUL-terminated, must not be NULL.
  * @return 0 when the text passes, -1 otherwise.

@@ -68,8 +68,8 @@ SDKAPI_EXPORT void WebSocketReadyHandler(struct mg_connection* conn, void* cbdat
  * @param data   payload, not NUL-terminated, valid during the call.
  * @param dataLen payload length in bytes.
  * @param cbdata not used.
- * @return 0 to close the connection (the host asked for it); 1 to keep it; -1 when the connection's token no longer
- *         resolves (the frame is dropped, the connection stays).
+ * @return 0 to close the connection (the host asked for it); 1 to keep it; -1 when the connection's token no
+ * longer resolves (the frame is dropped, the connection stays).
  */
 SDKAPI_EXPORT int WebsocketDataHandler(struct mg_connection* conn, int flags, char* data, size_t dataLen,
                                        void* cbdata);

@@ -1,0 +1,32 @@
+// Readers of JSON members with a fixed answer for a missing one.
+#include <cjson/cJSON.h>
+
+#include <cstdio>
+
+#include "sdkapi/values.h"
+
+namespace {
+
+const cJSON* Member(const cJSON* object, const char* name) {
+  return object != nullptr && name != nullptr ? cJSON_GetObjectItem(object, name) : nullptr;
+}
+
+}  // namespace
+
+int cJSON_GetObjectItemValueString(const cJSON* object, const char* name, char* dst, int size) {
+  const cJSON* const member = Member(object, name);
+  if (member == nullptr || member->valuestring == nullptr || dst == nullptr || size < 1) return -1;
+  std::snprintf(dst, static_cast<std::size_t>(size), "%s", member->valuestring);
+  return 0;
+}
+
+// No type test, unlike strings: a missing member and 0 look the same on purpose.
+int cJSON_GetObjectItemValueInt(const cJSON* object, const char* name) {
+  const cJSON* const member = Member(object, name);
+  return member != nullptr ? member->valueint : 0;
+}
+
+double cJSON_GetObjectItemValueDouble(const cJSON* object, const char* name) {
+  const cJSON* const member = Member(object, name);
+  return member != nullptr ? member->valuedouble : 0.0;
+}

@@ -1,0 +1,34 @@
+// The list of transmitter and receiver units.
+#include "base/owned.h"
+#include "http/handlers.h"
+#include "http/request.h"
+
+namespace {
+
+using namespace sdkapi;
+
+constexpr LogSource kLog{"sdkapi"};
+
+JsonText ListBody(const char* list) {
+  JsonObject body;
+  body.Add("list", list);
+  return body.Print();
+}
+
+}  // namespace
+
+extern "C" int FuncGetTxRxList(mg_connection* conn, void* /*cbdata*/) {
+  const Request<1024> request(conn);
+  if (request.host() == nullptr) {
+    kLog.error()("token err!!!!");
+    return request.Answer(401);
+  }
+  const auto getList = request.host()->GetTxRxListCb;
+  if (getList == nullptr) return NotRegistered(kLog.error(), __func__);
+
+  char list[kTxRxListSize] = {};
+  const int result = getList(request.token(), list);
+  if (result != 0) return request.Answer(StatusFor(result));
+  list[kTxRxListSize - 1] = '\0';
+  return ReplyJson(conn, 200, ListBody(list));
+}

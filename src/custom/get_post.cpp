@@ -1,0 +1,57 @@
+// Requests of the host's own get/post routes.
+#include <strings.h>
+
+#include <cstdlib>
+
+#include "base/owned.h"
+#include "custom/host_function.h"
+#include "http/handlers.h"
+#include "http/request.h"
+#include "sdkapi/custom.h"
+
+namespace {
+
+using namespace sdkapi;
+
+constexpr LogSource kLog{"sdkapicustom"};
+
+enum Method : int { kGet = 0, kPost = 1, kOther = 2 };
+
+int MethodOf(const mg_connection* conn) {
+  const char* const method = GetHttpRepMethod(conn);
+  if (method == nullptr) return kOther;
+  if (strcasecmp(method, "GET") == 0) return kGet;
+  return strcasecmp(method, "POST") == 0 ? kPost : kOther;
+}
+
+// Bodies of unknown length are not read. The length is cut to 32 bits on purpose: nothing larger is taken.
+int BodyLength(const mg_connection* conn) { return static_cast<int>(GetHttpLen(conn)); }
+
+}  // namespace
+
+extern "C" int FuncCustomGetPost(mg_connection* conn, void* cbdata) {
+  const Request<1024> request(conn);
+  if (request.host() == nullptr) {
+    kLog.error()("token err!!!!");
+    return request.Answer(401);
+  }
+  const auto serve = HostFunctionOf<CustomGetPostFunction>(cbdata);
+  if (serve == nullptr) {
+    kLog.error()("no server func");
+    return request.Answer(500);
+  }
+  CustomReqInfo info{};
+  info.method = MethodOf(conn);
+  const int length = BodyLength(conn);
+  const MallocPtr<char> body(length > 0 ? static_cast<char*>(std::malloc(static_cast<std::size_t>(length)))
+                                        : nullptr);
+  if (length > 0 && body == nullptr) return request.Answer(500);
+  info.body = body.get();
+  if (length > 0) info.bodyLength = GetHttpBody(conn, info.body, length);
+
+  const int result = serve(conn, &info);
+  DrainBody(conn);
+  // After -2 nothing is sent, deliberately; the worker is let go instead of waiting for the client.
+  if (result == kNotAuthorised) mg_disable_connection_keep_alive(conn);
+  return 1;
+}

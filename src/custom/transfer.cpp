@@ -1,0 +1,82 @@
+// Uploads and downloads of the host's own routes.
+#include "sdkapi/transfer.h"
+
+#include "base/text.h"
+#include "custom/host_function.h"
+#include "custom/upload_callbacks.h"
+#include "http/handlers.h"
+#include "http/request.h"
+#include "sdkapi/custom.h"
+#include "transfer/upload_pipeline.h"
+
+namespace {
+
+using namespace sdkapi;
+
+constexpr LogSource kLog{"sdkapicustom"};
+
+// The host's function comes from the route, not from the login's table.
+struct CustomFamily {
+  using Context = UploadCustomCtx;
+  static constexpr LogSource kLog{"sdkapicustom"};
+
+  static bool Bound(const Context& ctx) { return ctx.hostFunction != nullptr; }
+  static int Call(Context& ctx, const char* /*token*/) { return ctx.hostFunction(ctx.conn, &ctx); }
+  static void OnUnbound(Context& ctx) { ctx.error = -1; }
+  static bool Accepts(int error) { return error == 0; }
+  static UploadAnswer Refusal(const Context& /*ctx*/) { return {500, ""}; }
+};
+
+}  // namespace
+
+extern "C" int FuncUploadCustomHandle(mg_connection* conn, void* cbdata) {
+  const Request<256> request(conn);
+  if (request.host() == nullptr) {
+    kLog.error()("GetLoginHandle err %s!!!!", request.token());
+    return request.Answer(401);
+  }
+  Upload<CustomFamily> upload{};
+  upload.ctx.conn = conn;
+  upload.ctx.hostFunction = HostFunctionOf<CustomUploadFunction>(cbdata);
+  const bool parsed =
+      ParseForm(conn, upload, FuncUploadCustomFoundCb, FuncUploadCustomGetCb, FuncUploadCustomStoreCb);
+  const UploadAnswer answer = Conclude(upload, parsed);
+  return request.Answer(answer.status, answer.json);
+}
+
+extern "C" int FuncDownloadCustomHandle(mg_connection* conn, void* cbdata) {
+  const Request<256> request(conn);
+  if (request.host() == nullptr) {
+    kLog.error()("GetLoginHandle err!!!!");
+    return request.Answer(401);
+  }
+  const auto findFile = HostFunctionOf<CustomDownloadFunction>(cbdata);
+  if (findFile == nullptr) return NotRegistered(kLog.error(), __func__);
+
+  CustomDownloadInfo info{};
+  const int result = findFile(conn, &info);
+  if (result != 0) return request.Answer(StatusFor(result));
+  Terminate(info.downloadName);
+  Terminate(info.filePath);
+  SendHttpDownLoadFile(conn, info.filePath, info.downloadName);
+  return 1;
+}
+
+extern "C" {
+
+int FuncUploadCustomFoundCb(const char* key, const char* filename, char* /*path*/, std::size_t /*pathlen*/,
+                            void* user_data) {
+  return OnFieldFound<CustomFamily>(key, filename, user_data, __func__);
+}
+
+int FuncUploadCustomGetCb(const char* /*key*/, const char* value, std::size_t valuelen, void* user_data) {
+  return OnFieldGet<CustomFamily>(value, valuelen, user_data, __func__);
+}
+
+// Not reached: no field is ever stored by the web server. It completes the parser's record.
+int FuncUploadCustomStoreCb(const char* /*path*/, long long file_size, void* /*user_data*/) {
+  kLog.info()("file_size = %lld.", file_size);
+  return 0;
+}
+
+}  // extern "C"

@@ -1,0 +1,146 @@
+// Replies with the fixed headers, and the bounded drain that lets a refused client read its answer.
+#include "http/response.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <cstring>
+#include <ctime>
+
+#include "http/http_date.h"
+#include "sdkapi/http.h"
+#include "server/log.h"
+
+namespace sdkapi {
+namespace {
+
+constexpr LogSource kLog{"sdkapi"};
+
+constexpr std::size_t kHeadSize = 512;       // the longest head has 380 characters
+constexpr std::size_t kOnePieceSize = 4096;  // heads with bodies up to this size leave in one write
+constexpr int64_t kDrainBytes = 64 * 1024 * 1024;
+constexpr std::time_t kDrainSeconds = 10;
+
+enum ContentType : int { kHtml = 0, kJson = 1, kXml = 2 };
+
+struct Reason {
+  const char* text;
+  int code;
+};
+
+// The only statuses that can be composed; the end row stops the search.
+constexpr Reason name[] = {
+    {"OK", 200},
+    {"Bad Request", 400},
+    {"Unauthorized", 401},
+    {"Forbidden", 403},
+    {"Not Found", 404},
+    {"Method Not Allowed", 405},
+    {"Not Acceptable", 406},
+    {"Internal Server Error", 500},
+    {"Service Unavailable", 503},
+    {nullptr, -1},
+};
+
+const char* ReasonFor(int code) {
+  const Reason* row = name;
+  while (row->text != nullptr && row->code != code) ++row;
+  return row->text;
+}
+
+const char* MediaType(int type) {
+  if (type == kJson) return "application/json";
+  return type == kXml ? "application/xml" : "text/html";
+}
+
+// Returns the head's length, or -1 for a status that cannot be composed. The missing blank behind
+// "X-Content-Type-Options:" and the semicolon behind "utf-8" are deliberate: clients compare these bytes.
+int ComposeHead(char (&head)[kHeadSize], int code, int type, int bodyLen) {
+  const char* const reason = ReasonFor(code);
+  if (reason == nullptr) return -1;
+  return std::snprintf(head, sizeof head,
+                       "HTTP/1.1 %d %s\r\n"
+                       "Date: %s\r\n"
+                       "Cache-Control: no-cache,no-store,must-revalidate,max-age=0\r\n"
+                       "Content-Security-Policy: frame-ancestors *;\r\n"
+                       "X-Content-Type-Options:nosniff\r\n"
+                       "Strict-Transport-Security: max-age=63072000; includeSubdomains; preload\r\n"
+                       "Content-Type: %s; charset=utf-8;\r\n"
+                       "Content-Length: %d\r\n"
+                       "Connection: close\r\n"
+                       "\r\n",
+                       code, reason, CurrentHttpDate().text, MediaType(type), bodyLen);
+}
+
+// Unlike the clock of the Date header, this one never jumps.
+std::time_t MonotonicSeconds() {
+  timespec now{};
+  clock_gettime(CLOCK_MONOTONIC, &now);
+  return now.tv_sec;
+}
+
+}  // namespace
+
+void DrainBody(mg_connection* conn) {
+  char discarded[8192];
+  const std::time_t deadline = MonotonicSeconds() + kDrainSeconds;
+  int64_t drained = 0;
+  int got = 0;
+  do {
+    got = mg_read(conn, discarded, sizeof discarded);
+    drained += std::max(got, 0);
+  } while (got > 0 && drained < kDrainBytes && MonotonicSeconds() < deadline);
+}
+
+void EndConnection(mg_connection* conn) {
+  DrainBody(conn);
+  mg_disable_connection_keep_alive(conn);
+}
+
+void SendPieces(mg_connection* conn, const char* head, std::size_t headLength, const char* body,
+                std::size_t bodyLength) {
+  char whole[kOnePieceSize];
+  if (headLength + bodyLength <= sizeof whole) {
+    std::memcpy(whole, head, headLength);
+    std::memcpy(whole + headLength, body, bodyLength);
+    mg_write(conn, whole, headLength + bodyLength);
+    return;
+  }
+  mg_write(conn, head, headLength);
+  mg_write(conn, body, bodyLength);
+}
+
+int Reply(mg_connection* conn, int status, const char* json) {
+  const std::size_t bodyLength = std::strlen(json);
+  char head[kHeadSize];
+  const int headLength = ComposeHead(head, status, kJson, static_cast<int>(bodyLength));
+  kLog.info()("send =>%s%s", head, json);
+  SendPieces(conn, head, static_cast<std::size_t>(headLength), json, bodyLength);
+  EndConnection(conn);
+  return 1;
+}
+
+int ReplyJson(mg_connection* conn, int status, const JsonText& json) {
+  return json != nullptr ? Reply(conn, status, json.get()) : Reply(conn, 500, "");
+}
+
+}  // namespace sdkapi
+
+int GroupRespHttpMsg(int code, const char* body, int bodyLen, char* out, int type) {
+  using namespace sdkapi;
+  if (body == nullptr || bodyLen < 0 || out == nullptr) return -1;
+  char head[kHeadSize];
+  const int headLength = ComposeHead(head, code, type, bodyLen);
+  if (headLength < 0) return -1;
+  std::memcpy(out, head, static_cast<std::size_t>(headLength));
+  std::memcpy(out + headLength, body, std::strlen(body) + 1);
+  return 0;
+}
+
+int SendHttpBuff(mg_connection* conn, const char* text, int /*len*/) {
+  if (conn == nullptr || text == nullptr) return -1;
+  sdkapi::kLog.info()("send =>%s", text);
+  // Not drained here: a host function may still be reading the body.
+  mg_disable_connection_keep_alive(conn);
+  if (text[0] != '\0') mg_write(conn, text, std::strlen(text));
+  return 0;
+}

@@ -1,0 +1,32 @@
+// The authentication switch.
+#include "server/authentication.h"
+
+#include <pthread.h>
+
+#include <atomic>
+
+#include "base/scoped_lock.h"
+#include "sdkapi/server.h"
+
+namespace sdkapi {
+namespace {
+
+std::atomic<int> g_NoLogin{1};
+pthread_mutex_t g_SecurMutex = PTHREAD_MUTEX_INITIALIZER;
+
+}  // namespace
+
+bool AuthenticationIsOff() { return g_NoLogin.load() != 0; }
+
+void SetAuthenticationOff(bool off) { g_NoLogin.store(off ? 1 : 0); }
+
+}  // namespace sdkapi
+
+int SdkAPISer_AuthenticationSwitch_Set(int on) {
+  const sdkapi::ScopedLock lock(sdkapi::g_SecurMutex);
+  if (on == 0 || on == 1) sdkapi::SetAuthenticationOff(on == 0);
+  return 0;
+}
+
+// Deliberately the opposite of the value given to the setter: hosts read it as "authentication is off".
+int SdkAPISer_AuthenticationSwitch_Get(void) { return sdkapi::g_NoLogin.load(); }

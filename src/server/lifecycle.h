@@ -1,0 +1,29 @@
+// The running server: its context, its running flag, and registration of routes while it runs.
+#pragma once
+
+#include <civetweb.h>
+
+namespace sdkapi {
+
+// False once the server is being stopped; streams end when they see it.
+bool ServerIsRunning();
+
+// The context of the last successful start; keeps its value after a stop.
+mg_context* GetMgContext();
+
+// Registers a route unless the server is not running (never started, or stopped). Safe against a stop at
+// the same moment. Returns whether the route was handed to the web server.
+bool RegisterRoute(const char* uri, mg_request_handler handler, void* cbdata);
+
+// Starts the web server with its routes and its WebSocket endpoint. Returns 0 or -1.
+int CivetWebServerTask(const char** options, char* certPassword, const char* websocketUrl);
+
+// The two callbacks that the web server gets.
+int log_message(const mg_connection* conn, const char* message);
+int init_ssl(void* sslContext, void* userData);
+
+// Called at start, defined with what they start.
+int UsrManageTask();
+int WebSocketInit();
+
+}  // namespace sdkapi

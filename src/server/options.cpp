@@ -1,0 +1,67 @@
+// Builds the web server's option vector from the configuration.
+#include "server/options.h"
+
+#include <array>
+#include <cstddef>
+
+#include "base/text.h"
+#include "sdkapi/server.h"
+#include "server/config.h"
+
+namespace sdkapi {
+namespace {
+
+constexpr std::size_t kOptionEntries = 126;
+
+std::array<const char*, kOptionEntries> s_Options{};
+
+// Copies, so that a setter called after Init takes effect at the next Init only. The ports are not copied.
+char documentRoot[kConfigTextSize];
+char certificatePath[kConfigTextSize];
+
+constexpr const char* kAdditionalHeaders =
+    "Content-Security-Policy: frame-ancestors *;\r\n"
+    "X-Content-Type-Options: nosniff\r\n"
+    "Strict-Transport-Security: max-age=63072000; includeSubdomains; preload";
+
+class OptionWriter {
+ public:
+  OptionWriter() { s_Options.fill(nullptr); }
+
+  void Add(const char* key, const char* value) {
+    s_Options[next_++] = key;
+    s_Options[next_++] = value;
+  }
+
+ private:
+  std::size_t next_ = 0;
+};
+
+}  // namespace
+
+const char** GetOptionsParam() { return s_Options.data(); }
+
+}  // namespace sdkapi
+
+int SdkAPISer_Init(void) {
+  using namespace sdkapi;
+  CopyText(documentRoot, DocumentRootPath());
+  CopyText(certificatePath, CertificatePath());
+
+  OptionWriter options;
+  options.Add("document_root", documentRoot[0] != '\0' ? documentRoot : ".");
+  options.Add("listening_ports", ListeningPorts());
+  options.Add("request_timeout_ms", "10000");
+  options.Add("error_log_file", "error.log");
+  options.Add("enable_websocket_ping_pong", "yes");
+  options.Add("websocket_timeout_ms", "60000");
+  options.Add("enable_keep_alive", "yes");
+  options.Add("keep_alive_timeout_ms", "60000");
+  if (certificatePath[0] != '\0') options.Add("ssl_certificate", certificatePath);
+  options.Add("ssl_protocol_version", "4");  // TLS 1.2 is the oldest accepted version
+  options.Add("ssl_cipher_list", "DES-CBC3-SHA:AES128-GCM-SHA256");
+  options.Add("enable_auth_domain_check", "no");
+  options.Add("additional_header", kAdditionalHeaders);
+  options.Add("access_control_allow_origin", "");
+  return 0;
+}

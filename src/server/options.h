@@ -1,0 +1,9 @@
+// The web server's option vector.
+#pragma once
+
+namespace sdkapi {
+
+// Key, value, key, value, ..., NULL; its first entry is NULL until SdkAPISer_Init ran.
+const char** GetOptionsParam();
+
+}  // namespace sdkapi

@@ -1,0 +1,101 @@
+// The locked list of opaque pointers.
+#include "base/owned.h"
+#include "base/scoped_lock.h"
+#include "sdkapi/session.h"
+
+namespace {
+
+using sdkapi::ScopedLock;
+
+// Nodes carry an unused mutex: head and node are one record type in the interface.
+HandleManage* NewNode(void* value) {
+  auto* const node = static_cast<HandleManage*>(std::calloc(1, sizeof(HandleManage)));
+  if (node != nullptr) node->value = value;
+  return node;
+}
+
+void LinkBehind(HandleManage* place, HandleManage* node) {
+  node->prev = place;
+  node->next = place->next;
+  if (node->next != nullptr) node->next->prev = node;
+  place->next = node;
+}
+
+void Unlink(HandleManage* node) {
+  node->prev->next = node->next;
+  if (node->next != nullptr) node->next->prev = node->prev;
+}
+
+HandleManage* Tail(HandleManage* head) {
+  while (head->next != nullptr) head = head->next;
+  return head;
+}
+
+HandleManage* Find(HandleManage* head, const void* value) {
+  HandleManage* node = head->next;
+  while (node != nullptr && node->value != value) node = node->next;
+  return node;
+}
+
+}  // namespace
+
+int HandleManageInitHead(HandleManage* head) {
+  if (head == nullptr) return -1;
+  pthread_mutex_init(&head->mutex, nullptr);
+  const ScopedLock lock(head->mutex);
+  head->value = nullptr;
+  head->next = nullptr;
+  head->prev = nullptr;
+  return 0;
+}
+
+int HandleManageAddHandle(HandleManage* head, void* value) {
+  if (head == nullptr || value == nullptr) return -1;
+  HandleManage* const node = NewNode(value);
+  if (node == nullptr) return -1;
+  const ScopedLock lock(head->mutex);
+  LinkBehind(Tail(head), node);
+  return 0;
+}
+
+int HandleManageAddHandle1(HandleManage* head, void* value) {
+  if (head == nullptr || value == nullptr) return -1;
+  HandleManage* const node = NewNode(value);
+  if (node == nullptr) return -1;
+  const ScopedLock lock(head->mutex);
+  LinkBehind(head, node);
+  return 0;
+}
+
+int HandleManageDelHandle(HandleManage* head, void* value) {
+  if (head == nullptr || value == nullptr) return -1;
+  const ScopedLock lock(head->mutex);
+  HandleManage* const node = Find(head, value);
+  if (node == nullptr) return -1;
+  Unlink(node);
+  std::free(node);
+  return 0;
+}
+
+void* HandleManageGetNextHandle(HandleManage* head) {
+  if (head == nullptr) return nullptr;
+  const ScopedLock lock(head->mutex);
+  return head->next != nullptr ? head->next->value : nullptr;
+}
+
+int HandleManageGetUsrCount(HandleManage* head) {
+  if (head == nullptr) return -1;
+  const ScopedLock lock(head->mutex);
+  int count = 0;
+  for (const HandleManage* node = head->next; node != nullptr; node = node->next) ++count;
+  return count;
+}
+
+int HandleManagePostLoop(HandleManage* head, HandleManageCallback callback, uint32_t arg, void* context) {
+  if (head == nullptr || callback == nullptr) return -1;
+  const ScopedLock lock(head->mutex);
+  for (const HandleManage* node = head->next; node != nullptr; node = node->next) {
+    callback(node->value, arg, context);
+  }
+  return 0;
+}

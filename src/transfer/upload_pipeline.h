@@ -1,0 +1,154 @@
+// The one upload: form fields streamed piece by piece into a host function, for every family of uploads.
+//
+// A family says what differs:
+//   Context              the record that the host sees
+//   kLog                 the source name of its log lines
+//   Bound(ctx)           whether there is a host function to call
+//   Call(ctx, token)     the call
+//   OnUnbound(ctx)       what a form callback notes when there is none
+//   Accepts(error)       whether the final call is made although the host returned this error before
+//   Refusal(ctx)         the answer when it is not
+#pragma once
+
+#include <civetweb.h>
+
+#include <algorithm>
+#include <climits>
+#include <cstddef>
+#include <cstring>
+#include <type_traits>
+
+#include "base/text.h"
+#include "http/request.h"
+#include "server/log.h"
+#include "transfer/form.h"
+
+namespace sdkapi {
+
+// An upload's answer: a status and a JSON text.
+struct UploadAnswer {
+  int status;
+  const char* json;
+};
+
+constexpr const char* kInvalidFile = R"({"result":"Invalid File"})";
+
+// One request's upload. The record comes first: the connection's user data points at both.
+template <class Family>
+struct Upload {
+  typename Family::Context ctx;
+  const char* token;       // the request's
+  const char* parseToken;  // the one that calls during the parse pass
+  std::size_t staleBytes;  // bytes of ctx.data that an earlier piece has filled
+  int fieldsFound;
+  bool parseFailed;
+};
+
+template <class Family>
+Upload<Family>* UploadOf(void* userData) {
+  static_assert(std::is_standard_layout_v<Upload<Family>>, "the host's record is the upload's first member");
+  return static_cast<Upload<Family>*>(
+      mg_get_user_connection_data(static_cast<const mg_connection*>(userData)));
+}
+
+// Writes one piece; zeroes what the piece before left behind it.
+template <class Family>
+void LoadPiece(Upload<Family>& upload, const char* bytes, std::size_t length) {
+  char(&data)[sizeof upload.ctx.data] = upload.ctx.data;
+  std::memcpy(data, bytes, length);
+  if (upload.staleBytes > length) std::memset(data + length, 0, upload.staleBytes - length);
+  upload.staleBytes = length;
+  upload.ctx.length = static_cast<int64_t>(length);
+}
+
+template <class Context>
+void NameField(Context& ctx, const char* key, const char* fileName) {
+  CopyText(ctx.name, key != nullptr ? key : "");
+  ctx.noFileName = fileName == nullptr || fileName[0] == '\0' ? 1 : 0;
+  // A field without a file name deliberately keeps the name of the file before it.
+  if (ctx.noFileName == 0) CopyText(ctx.fileName, fileName);
+}
+
+template <class Family>
+bool IsUnbound(Upload<Family>* upload, const LogLine& log, const char* callback) {
+  if (upload == nullptr) return true;
+  if (Family::Bound(upload->ctx)) return false;
+  Family::OnUnbound(upload->ctx);
+  upload->parseFailed = true;
+  NotRegistered(log, callback);
+  return true;
+}
+
+template <class Family>
+int OnFieldFound(const char* key, const char* fileName, void* conn, const char* callback) {
+  Family::kLog.info()("KEY = %s start.", key);
+  auto* const upload = UploadOf<Family>(conn);
+  if (IsUnbound<Family>(upload, Family::kLog.error(), callback)) return MG_FORM_FIELD_STORAGE_ABORT;
+
+  ++upload->fieldsFound;
+  LoadPiece(*upload, "", 0);
+  NameField(upload->ctx, key, fileName);
+  upload->ctx.pieceState = 0;
+  const int result = Family::Call(upload->ctx, upload->parseToken);
+  if (result == 0) return MG_FORM_FIELD_STORAGE_GET;
+  upload->ctx.error = result;
+  return MG_FORM_FIELD_STORAGE_SKIP;
+}
+
+// CR LF behind a piece marks the end of its field; inside a file it may appear earlier. The second byte is
+// looked at only behind a CR: the buffer may end with the first.
+inline int PieceState(const char* behind) { return behind[0] == '\r' && behind[1] == '\n' ? 1 : 2; }
+
+template <class Family>
+int OnFieldGet(const char* value, std::size_t length, void* conn, const char* callback) {
+  auto* const upload = UploadOf<Family>(conn);
+  if (IsUnbound<Family>(upload, Family::kLog.error(), callback)) return MG_FORM_FIELD_HANDLE_ABORT;
+  // The parser reports an impossible length for a part without a body.
+  if (length > INT_MAX) {
+    upload->parseFailed = true;
+    return MG_FORM_FIELD_HANDLE_ABORT;
+  }
+  for (std::size_t done = 0; done != length;) {
+    const std::size_t piece = std::min(length - done, sizeof upload->ctx.data);
+    LoadPiece(*upload, value + done, piece);
+    done += piece;
+    upload->ctx.pieceState = PieceState(value + done);
+    const int result = Family::Call(upload->ctx, upload->parseToken);
+    if (result != 0) {
+      upload->ctx.error = result;
+      return MG_FORM_FIELD_HANDLE_NEXT;
+    }
+  }
+  return MG_FORM_FIELD_HANDLE_GET;
+}
+
+// The three callbacks that a family registers with the parser.
+using FieldFound = int (*)(const char*, const char*, char*, std::size_t, void*);
+using FieldGet = int (*)(const char*, const char*, std::size_t, void*);
+using FieldStore = int (*)(const char*, long long, void*);
+
+// Runs the form through the callbacks. False for everything that is not a whole, well-formed form of which
+// every field was offered to the host: a name that cannot be decoded is counted but never offered.
+template <class Family>
+bool ParseForm(mg_connection* conn, Upload<Family>& upload, FieldFound found, FieldGet get,
+               FieldStore store) {
+  if (!HasMultipartBody(conn)) return false;
+  mg_form_data_handler handler{found, get, store, conn};
+  mg_set_user_connection_data(conn, &upload);
+  const int fields = mg_handle_form_request(conn, &handler);
+  mg_set_user_connection_data(conn, nullptr);
+  return fields == upload.fieldsFound && !upload.parseFailed;
+}
+
+// The final call where the upload went well, and the answer. The final call passes the request's token.
+template <class Family>
+UploadAnswer Conclude(Upload<Family>& upload, bool parsed) {
+  auto& ctx = upload.ctx;
+  if (ctx.error == kNotAuthorised) return {401, ""};
+  if (!parsed || !Family::Bound(ctx) || !Family::Accepts(ctx.error)) return Family::Refusal(ctx);
+  ctx.endFlag = 1;
+  ctx.length = 0;
+  return {Family::Call(ctx, upload.token) == 0 ? 200 : 500, ""};
+}
+
+}  // namespace sdkapi

@@ -1,0 +1,103 @@
+// Received frames to the host, the host's texts to its clients.
+#include <civetweb.h>
+
+#include <cstdlib>
+#include <cstring>
+
+#include "base/owned.h"
+#include "base/scoped_lock.h"
+#include "http/accessors.h"
+#include "http/login_ptr.h"
+#include "sdkapi/websocket.h"
+#include "server/log.h"
+#include "websocket/connections.h"
+
+namespace {
+
+using namespace sdkapi;
+
+constexpr LogSource kLog{"sdkapi"};
+
+constexpr int kKeep = 1;
+constexpr int kCloseConnection = 0;
+constexpr int kTextReceived = 1;
+constexpr int kOpcodeMask = 15;
+
+int DeliverText(const SdkAPISerHandle& login, const char* token, const char* data, std::size_t length) {
+  if (login.WebSocketCb == nullptr) return kKeep;
+  const MallocPtr<char> text(static_cast<char*>(std::malloc(length + 1)));
+  if (text == nullptr) return kCloseConnection;
+  if (length > 0) std::memcpy(text.get(), data, length);
+  text.get()[length] = '\0';
+  const int result = login.WebSocketCb(kTextReceived, token, text.get(), static_cast<int>(length));
+  return result == 0 ? kKeep : kCloseConnection;
+}
+
+// Frames that are not text are noted and go no further.
+void LogOther(int opcode, const mg_connection* conn) {
+  switch (opcode) {
+    case MG_WEBSOCKET_OPCODE_CONTINUATION:
+      break;
+    case MG_WEBSOCKET_OPCODE_BINARY:
+      kLog.info()("binary");
+      break;
+    case MG_WEBSOCKET_OPCODE_CONNECTION_CLOSE:
+      kLog.info()("close");
+      break;
+    case MG_WEBSOCKET_OPCODE_PING:
+      kLog.info()("ping");
+      break;
+    case MG_WEBSOCKET_OPCODE_PONG:
+      kLog.info()("websocket recv pong from [%p]", static_cast<const void*>(conn));
+      break;
+    default:
+      kLog.info()("unknown(%1xh)", static_cast<unsigned int>(opcode));
+  }
+}
+
+// The loop's callback: one frame of length bytes to one connection.
+int WsSendDataFunc(void* entry, uint32_t length, void* dataReference) {
+  SendText(static_cast<WebSocketLinkEntry*>(entry), *static_cast<const char**>(dataReference), length);
+  return 0;
+}
+
+// The oldest connection of a token, pinned; null when there is none.
+WebSocketLinkEntry* PinByToken(const char* token) {
+  HandleManage* const list = WebSocketLink();
+  const ScopedLock lock(list->mutex);
+  for (const HandleManage* node = list->next; node != nullptr; node = node->next) {
+    auto* const entry = static_cast<WebSocketLinkEntry*>(node->value);
+    if (std::strcmp(entry->token, token) != 0) continue;
+    PinEntry(entry);
+    return entry;
+  }
+  return nullptr;
+}
+
+}  // namespace
+
+int WebsocketDataHandler(mg_connection* conn, int flags, char* data, size_t dataLen, void* /*cbdata*/) {
+  const char* const token = GetHttpHeadValue(conn, "Sec-WebSocket-Protocol");
+  const LoginPtr login = FindLogin(token);
+  if (login == nullptr) return -1;
+  const int opcode = flags & kOpcodeMask;
+  if (opcode == MG_WEBSOCKET_OPCODE_TEXT) return DeliverText(*login, token, data, dataLen);
+  LogOther(opcode, conn);
+  return kKeep;
+}
+
+int WebSocketSendData(const char* token, const char* data, int len) {
+  if (token == nullptr || data == nullptr || len < 0) return 0;
+  WebSocketLinkEntry* const entry = PinByToken(token);
+  if (entry == nullptr) return 0;
+  SendText(entry, data, static_cast<std::size_t>(len));
+  UnpinEntry(entry);
+  return 0;
+}
+
+int WebSocketSendDataALL(const char* data, int len) {
+  if (data == nullptr || len < 1) return 0;
+  kLog.info()("data = %s dataLen = %d", data, len);
+  HandleManagePostLoop(WebSocketLink(), WsSendDataFunc, static_cast<uint32_t>(len), &data);
+  return 0;
+}
