@@ -1,0 +1,49 @@
+// A fixture that puts the library into its first state: the steps.
+#include "library_fixture.h"
+
+#include <cstdio>
+
+#include "http/handlers.h"
+#include "server/host_table.h"
+#include "server/lifecycle.h"
+
+namespace sdktest {
+
+LibraryTest::LibraryTest() {
+  LogCapture::Install();
+  SdkAPISer_Stop(nullptr);
+  ResetServer();
+  TestHost::Reset();
+  System() = SystemCalls{};
+  SdkAPISer_AuthenticationSwitch_Set(0);
+  sdkapi::UsrManageTask();
+  sdkapi::WebSocketInit();
+  Install(TestHost::Table());
+  LogCapture::Clear();
+}
+
+LibraryTest::~LibraryTest() {
+  SdkAPISer_Stop(nullptr);
+  sdkapi::UsrManageTask();
+}
+
+void LibraryTest::Install(const SdkAPISerHandle& table) { sdkapi::SdkAPISerHandleInit(&table); }
+
+void LibraryTest::RequireLogin() { SdkAPISer_AuthenticationSwitch_Set(1); }
+
+void LibraryTest::LogIn(const std::string& token) {
+  const auto script = TestHost::Script().login;
+  TestHost::Script().login = [&token](LoginInfo& info) {
+    std::snprintf(info.token, sizeof info.token, "%s", token.c_str());
+    return 0;
+  };
+  mg_connection conn("POST", "/api/v1/auth/login");
+  FuncLogin(&conn, nullptr);
+  const HostScript kept = TestHost::Script();
+  TestHost::Reset();
+  TestHost::Script() = kept;
+  TestHost::Script().login = script;
+  LogCapture::Clear();
+}
+
+}  // namespace sdktest

@@ -1,0 +1,21 @@
+// The clock, the up-time and the pause that the library sees in unit tests.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+
+namespace sdktest {
+
+// "Sun, 06 Nov 1994 08:49:37 GMT"
+constexpr int64_t kFixedTime = 784111777;
+
+struct SystemCalls {
+  int64_t time = kFixedTime;
+  int64_t upTime = 1000;
+  bool failSysinfo = false;
+  std::function<void(unsigned microseconds)> onSleep{};
+};
+
+SystemCalls& System();
+
+}  // namespace sdktest

@@ -1,0 +1,218 @@
+// Start and stop against the in-memory web server, and the two callbacks that it gets.
+#include "server/lifecycle.h"
+
+#include <openssl/ssl.h>
+
+#include <cstdio>
+#include <memory>
+
+#include "library_fixture.h"
+#include "server/config.h"
+#include "server/host_table.h"
+
+namespace {
+
+using sdktest::Server;
+using sdktest::Strings;
+using sdktest::TestHost;
+
+class LifecycleTest : public sdktest::LibraryTest {
+ protected:
+  LifecycleTest() {
+    SdkAPISer_Port_Set(8080, 0);
+    SdkAPISer_WebsocketUrl_Set("");
+    SdkAPiSer_CertPassword_Set("");
+    SdkAPISer_Init();
+  }
+  ~LifecycleTest() override {
+    SdkAPISer_Stop(nullptr);
+    SdkAPISer_WebsocketUrl_Set("");
+    SdkAPiSer_CertPassword_Set("");
+  }
+
+  SdkAPISerHandle table_ = TestHost::Table();
+};
+
+TEST_F(LifecycleTest, StartHandsOptionsAndCallbacksToTheWebServer) {
+  SdkAPiSer_CertPassword_Set("secret");
+  EXPECT_EQ(SdkAPISer_Start(&table_), 0);
+  EXPECT_EQ(Server().starts, 1);
+  ASSERT_EQ(Server().options.size(), 26U);
+  EXPECT_EQ(Server().options[2], "listening_ports");
+  EXPECT_EQ(Server().options[3], "8080");
+  EXPECT_EQ(Server().callbacks.log_message, &sdkapi::log_message);
+  EXPECT_EQ(Server().callbacks.init_ssl, &sdkapi::init_ssl);
+  EXPECT_TRUE(Server().otherCallbacksAreNull);
+  EXPECT_STREQ(static_cast<const char*>(Server().userData), "secret");
+  EXPECT_EQ(sdkapi::GetMgContext(), &Server().context);
+  EXPECT_TRUE(sdkapi::ServerIsRunning());
+}
+
+TEST_F(LifecycleTest, StartCopiesTheTable) {
+  TestHost::Script().deviceInfo = [](DeviceInfo&) { return 0; };
+  EXPECT_EQ(SdkAPISer_Start(&table_), 0);
+  EXPECT_EQ(sdkapi::GetSerHandle()->DeviceInfoCb, table_.DeviceInfoCb);
+  const auto deviceInfo = table_.DeviceInfoCb;
+  table_.DeviceInfoCb = nullptr;
+  EXPECT_EQ(sdkapi::GetSerHandle()->DeviceInfoCb, deviceInfo);
+}
+
+TEST_F(LifecycleTest, RoutesComeBeforeTheWebSocketEndpoint) {
+  EXPECT_EQ(SdkAPISer_Start(&table_), 0);
+  ASSERT_EQ(Server().journal.size(), 45U);
+  EXPECT_EQ(Server().journal.front(), "start");
+  EXPECT_EQ(Server().journal[1], "route /iplogin$");
+  EXPECT_EQ(Server().journal[43], "route /stream");
+  EXPECT_EQ(Server().journal.back(), "websocket /websocket");
+}
+
+struct UrlCase {
+  const char* name;
+  std::string url;
+  std::string pattern;
+};
+class WebSocketUrlTest : public LifecycleTest, public testing::WithParamInterface<UrlCase> {};
+
+TEST_P(WebSocketUrlTest, GivesThePattern) {
+  SdkAPISer_WebsocketUrl_Set(GetParam().url.c_str());
+  EXPECT_EQ(SdkAPISer_Start(&table_), 0);
+  ASSERT_EQ(Server().endpoints.size(), 1U);
+  const sdktest::WebSocketEndpoint& endpoint = Server().endpoints[0];
+  EXPECT_EQ(endpoint.uri, GetParam().pattern);
+  EXPECT_EQ(endpoint.connect, &WebSocketConnectHandler);
+  EXPECT_EQ(endpoint.ready, &WebSocketReadyHandler);
+  EXPECT_EQ(endpoint.data, &WebsocketDataHandler);
+  EXPECT_EQ(endpoint.close, &WebSocketCloseHandler);
+  EXPECT_EQ(endpoint.cbdata, nullptr);
+}
+
+INSTANTIATE_TEST_SUITE_P(Urls, WebSocketUrlTest,
+                         testing::Values(UrlCase{"None", "", "/websocket"}, UrlCase{"Short", "/ws", "/ws$"},
+                                         UrlCase{"Longest", "/" + std::string(126, 'w'),
+                                                 "/" + std::string(126, 'w') + "$"}),
+                         sdktest::ByName{});
+
+TEST_F(LifecycleTest, AFailedStartGivesMinusOneAndLeavesTheRunningFlagSet) {
+  Server().failStart = true;
+  EXPECT_EQ(SdkAPISer_Start(&table_), -1);
+  EXPECT_EQ(Server().journal, Strings{"start"});
+  EXPECT_TRUE(sdkapi::ServerIsRunning());
+  EXPECT_EQ(sdkapi::GetMgContext(), nullptr);
+  Server().failStart = false;
+  EXPECT_EQ(SdkAPISer_Start(&table_), 0);
+}
+
+TEST_F(LifecycleTest, StopAfterAFailedStartStopsNothing) {
+  Server().failStart = true;
+  SdkAPISer_Start(&table_);
+  EXPECT_EQ(SdkAPISer_Stop(nullptr), 0);
+  EXPECT_EQ(Server().stops, 0);
+  EXPECT_FALSE(sdkapi::ServerIsRunning());
+}
+
+TEST_F(LifecycleTest, ANullTableIsRefused) {
+  EXPECT_EQ(SdkAPISer_Start(nullptr), -1);
+  EXPECT_EQ(Server().starts, 0);
+  EXPECT_EQ(Log(), Strings{});
+}
+
+TEST_F(LifecycleTest, StartWhileRunningIsRefused) {
+  EXPECT_EQ(SdkAPISer_Start(&table_), 0);
+  EXPECT_EQ(SdkAPISer_Start(&table_), -1);
+  EXPECT_EQ(Server().starts, 1);
+}
+
+TEST_F(LifecycleTest, StopLogsClearsTheFlagAndStopsTheWebServer) {
+  SdkAPISer_Start(&table_);
+  int anything = 0;
+  EXPECT_EQ(SdkAPISer_Stop(&anything), 0);
+  EXPECT_EQ(Log(), Strings{"1 sdkapi SdkAPISer_Stop .."});
+  EXPECT_FALSE(sdkapi::ServerIsRunning());
+  EXPECT_EQ(Server().journal.back(), "stop");
+  EXPECT_EQ(Server().stops, 1);
+  EXPECT_EQ(sdkapi::GetMgContext(), &Server().context) << "the context keeps its value";
+}
+
+TEST_F(LifecycleTest, StopTwiceStopsTheWebServerOnce) {
+  SdkAPISer_Start(&table_);
+  SdkAPISer_Stop(nullptr);
+  EXPECT_EQ(SdkAPISer_Stop(nullptr), 0);
+  EXPECT_EQ(Server().stops, 1);
+  EXPECT_EQ(Server().stopsOfDeadContext, 0);
+  EXPECT_EQ(Log(), (Strings{"1 sdkapi SdkAPISer_Stop ..", "1 sdkapi SdkAPISer_Stop .."}));
+}
+
+TEST_F(LifecycleTest, StopWithoutStartIsHarmless) {
+  EXPECT_EQ(SdkAPISer_Stop(nullptr), 0);
+  EXPECT_EQ(Server().stops, 0);
+}
+
+TEST_F(LifecycleTest, StartsAgainAfterAStop) {
+  for (int round = 1; round <= 3; ++round) {
+    EXPECT_EQ(SdkAPISer_Start(&table_), 0);
+    EXPECT_EQ(Server().starts, round);
+    EXPECT_EQ(Server().endpoints.size(), static_cast<std::size_t>(round));
+    SdkAPISer_Stop(nullptr);
+    EXPECT_EQ(Server().stops, round);
+  }
+}
+
+TEST_F(LifecycleTest, StartForgetsEarlierLoginsAndSessions) {
+  SdkAPISer_Start(&table_);
+  RequireLogin();
+  LogIn("one");
+  EXPECT_NE(GetLoginHandle("one"), nullptr);
+  SdkAPISer_Stop(nullptr);
+  SdkAPISer_Start(&table_);
+  EXPECT_EQ(GetLoginHandle("one"), nullptr);
+}
+
+TEST_F(LifecycleTest, LogMessageLeavesCivetWebsOwnLoggingInForce) {
+  const mg_connection conn;
+  EXPECT_EQ(sdkapi::log_message(&conn, "anything"), 0);
+  EXPECT_EQ(sdkapi::log_message(nullptr, nullptr), 0);
+  EXPECT_EQ(Log(), Strings{});
+}
+
+class InitSslTest : public LifecycleTest {
+ protected:
+  std::string ContextLine() const {
+    char text[64];
+    std::snprintf(text, sizeof text, "1 sdkapi ssl_ctx_st = [%p]", static_cast<void*>(ssl_.get()));
+    return text;
+  }
+
+  std::unique_ptr<SSL_CTX, decltype(&SSL_CTX_free)> ssl_{SSL_CTX_new(TLS_server_method()), SSL_CTX_free};
+};
+
+TEST_F(InitSslTest, InstallsThePassPhrase) {
+  char passPhrase[] = "secret";
+  EXPECT_EQ(sdkapi::init_ssl(ssl_.get(), passPhrase), 0);
+  EXPECT_EQ(SSL_CTX_get_default_passwd_cb_userdata(ssl_.get()), passPhrase);
+  EXPECT_EQ(Log(), (Strings{"1 sdkapi https cert passwd is [secret]", ContextLine()}));
+}
+
+TEST_F(InitSslTest, AnEmptyPassPhraseInstallsNoUserData) {
+  char passPhrase[] = "";
+  EXPECT_EQ(sdkapi::init_ssl(ssl_.get(), passPhrase), 0);
+  EXPECT_EQ(SSL_CTX_get_default_passwd_cb_userdata(ssl_.get()), nullptr);
+  EXPECT_EQ(Log(), Strings{ContextLine()});
+}
+
+TEST_F(InitSslTest, NoPassPhraseInstallsNoUserData) {
+  EXPECT_EQ(sdkapi::init_ssl(ssl_.get(), nullptr), 0);
+  EXPECT_EQ(SSL_CTX_get_default_passwd_cb_userdata(ssl_.get()), nullptr);
+  EXPECT_EQ(Log(), Strings{ContextLine()});
+}
+
+// OpenSSL would otherwise ask on the terminal and block the start.
+TEST_F(InitSslTest, WithoutAPassPhraseAnEncryptedKeyIsRefusedWithoutAQuestion) {
+  char passPhrase[] = "";
+  sdkapi::init_ssl(ssl_.get(), passPhrase);
+  pem_password_cb* const ask = SSL_CTX_get_default_passwd_cb(ssl_.get());
+  ASSERT_NE(ask, nullptr);
+  char room[8];
+  EXPECT_LE(ask(room, sizeof room, 0, nullptr), 0);
+}
+
+}  // namespace
