@@ -15,6 +15,7 @@
 #include "http/request.h"
 #include "sdkapi/websocket.h"
 #include "server/authentication.h"
+#include "server/lifecycle.h"
 #include "server/log.h"
 #include "session/login_registry.h"
 
