@@ -17,7 +17,7 @@ constexpr LogSource kLog{"sdkapi"};
 
 constexpr std::size_t kHeadSize = 512;       // the longest head has 380 characters
 constexpr std::size_t kOnePieceSize = 4096;  // heads with bodies up to this size leave in one write
-constexpr int64_t kDrainBytes = 64 * 1024 * 1024;
+constexpr int64_t kDrainBytes = int64_t{64} * 1024 * 1024;
 constexpr std::time_t kDrainSeconds = 10;
 
 enum ContentType : int { kHtml = 0, kJson = 1, kXml = 2 };
