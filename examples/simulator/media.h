@@ -31,7 +31,8 @@ void RegisterFileRoutes();
 // Deletes every uploaded file and every privilege binding; certificates stay.
 void ResetFiles();
 
-// Call StartMedia before the server starts, with the working directory set to the data folder and the database open.
+// Call StartMedia before the server starts, with the working directory set to the data folder and the
+// database open.
 void StartMedia();
 
 // Call StopMedia before the server stops: waiting preview calls return at once, running uploads are refused.

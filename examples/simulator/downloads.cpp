@@ -1,0 +1,92 @@
+// The download slots: which file each route offers, and the files that are made for the purpose.
+#include "downloads.h"
+
+#include <cstdio>
+#include <sstream>
+#include <string>
+
+#include "device.h"
+#include "files.h"
+#include "jpeg_encoder.h"
+#include "media.h"
+#include "settings_archive.h"
+#include "slot_guard.h"
+#include "units.h"
+#include "upload_checks.h"
+#include "users.h"
+
+namespace sim {
+namespace {
+
+constexpr const char* kLogoPath = "files/logo";
+constexpr const char* kBuiltInLogo = "export/logo.jpg";
+constexpr const char* kReportPath = "export/custom.txt";
+
+template <typename Info>
+int Offer(Info* info, const std::string& name, const std::string& path) {
+  if (!StatusOf(path)) return kRefused;
+  std::snprintf(info->name, sizeof(info->name), "%s", name.c_str());
+  std::snprintf(info->path, sizeof(info->path), "%s", path.c_str());
+  return 0;
+}
+
+// A report for the service desk.
+std::string DeviceReport() {
+  std::ostringstream report;
+  report << "model " << kDeviceModel << "\nversion " << SoftwareVersion() << "\n\nunits\n";
+  for (const Unit& unit : ListUnits()) {
+    report << "  " << unit.name << ' ' << (unit.online ? "online" : "offline") << ' ' << unit.ip << ' '
+           << unit.mac;
+    if (!unit.input.empty()) report << " input " << unit.input;
+    report << '\n';
+  }
+  report << "\nfiles\n";
+  for (const FileKind& kind : FileKinds()) {
+    const auto status = StatusOf(kind.path);
+    if (status) report << "  " << kind.kind << ' ' << status->size << " bytes\n";
+  }
+  return report.str();
+}
+
+}  // namespace
+
+void PrepareBuiltInLogo() {
+  const auto picture = JpegEncoder().Encode(TestPattern(kDeviceModel), kPictureLimit);
+  if (picture) ReplaceFile(kBuiltInLogo, {reinterpret_cast<const char*>(picture->data()), picture->size()});
+}
+
+int DownloadLog(const char*, DownloadFileInfo* info) {
+  return Guarded([&] { return Offer(info, "device.log", "log/device.log"); });
+}
+
+int DownloadCustomFile(const char*, DownloadFileInfo* info) {
+  return Guarded([&] {
+    if (!ReplaceFile(kReportPath, DeviceReport())) return kRefused;
+    return Offer(info, "custom.txt", kReportPath);
+  });
+}
+
+int DownloadScene(const char*, DownloadFileInfo* info) {
+  return Guarded([&] { return Offer(info, "scene.json", "files/scene.json"); });
+}
+
+int DownloadEdid(const char*, DownloadFileInfo* info) {
+  return Guarded([&] { return Offer(info, "edid.bin", "files/edid.bin"); });
+}
+
+int DownloadLogo(const char*, DownloadFileInfo* info) {
+  return Guarded([&] {
+    const std::string path = StatusOf(kLogoPath) ? kLogoPath : kBuiltInLogo;
+    return Offer(info, std::string("logo") + PictureSuffix(path), path);
+  });
+}
+
+int DownloadSettings(const char* token, DownloadSettingInfo* info) {
+  return Guarded([&] {
+    if (HoldsUsers(info->method) && !IsAdministrator(token)) return kNotAuthorised;
+    const auto path = ExportSettings(info->method);
+    return path ? Offer(info, "settings.zip", *path) : kRefused;
+  });
+}
+
+}  // namespace sim

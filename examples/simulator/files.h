@@ -1,0 +1,83 @@
+// The device's stored files: their kinds, where they live, and temporary files that replace them in one step.
+#pragma once
+
+#include <cstdint>
+#include <ctime>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace sim {
+
+// Paths are relative: the process works in the data folder, and the records of the library hold 255
+// characters only.
+inline constexpr const char* kTempDir = "tmp";
+inline constexpr const char* kFileDir = "files";
+inline constexpr const char* kPrivDir = "files/priv";
+inline constexpr const char* kExportDir = "export";
+inline constexpr const char* kTlsDir = "tls";
+inline constexpr const char* kNotePath = "files/note";
+
+// One kind of file that the device keeps and lists.
+struct FileKind {
+  const char* kind;
+  const char* path;
+  size_t limit;                                   // bytes
+  bool (*isAcceptable)(const std::string& path);  // looks at the content
+};
+
+std::span<const FileKind> FileKinds();
+
+// nullptr for a word that names none.
+const FileKind* FindFileKind(std::string_view kind);
+
+struct FileStatus {
+  int64_t size;
+  time_t modified;
+};
+
+std::optional<FileStatus> StatusOf(const std::string& path);
+
+// The names in a folder, sorted; empty when there is no such folder.
+std::vector<std::string> NamesIn(const char* folder);
+
+// A whole file's content; empty optional when it cannot be read or holds more than limit bytes.
+std::optional<std::string> ReadFile(const std::string& path, size_t limit);
+
+// A client's file name as the device stores it: letters, digits, "._-" and blanks stay, others become "_".
+std::string SafeFileName(std::string_view name);
+
+// A file in the temporary folder that either replaces another file whole or disappears.
+class TempFile {
+ public:
+  // Empty optional when the disk refuses it.
+  static std::optional<TempFile> Create();
+
+  TempFile(TempFile&& other) noexcept;
+  TempFile& operator=(TempFile&&) = delete;
+  ~TempFile();
+
+  bool Write(std::string_view bytes);
+  // Brings the bytes to the disk and renames the file over target; on failure target stays as it was.
+  bool CommitTo(const std::string& target);
+
+  const std::string& path() const { return path_; }
+
+ private:
+  TempFile(int descriptor, std::string path) : descriptor_(descriptor), path_(std::move(path)) {}
+
+  int descriptor_;
+  std::string path_;
+};
+
+// Replaces target with text in one step.
+bool ReplaceFile(const std::string& target, std::string_view text);
+
+// Makes the folders and empties the temporary one.
+void PrepareFolders();
+
+void EmptyFolder(const char* folder);
+
+}  // namespace sim

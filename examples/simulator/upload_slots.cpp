@@ -1,0 +1,157 @@
+// The upload slots: which routes take which files, and what becomes of them.
+#include <algorithm>
+#include <filesystem>
+#include <memory>
+#include <span>
+#include <string>
+
+#include "certificates.h"
+#include "device.h"
+#include "firmware.h"
+#include "media.h"
+#include "privileges.h"
+#include "settings_archive.h"
+#include "slot_guard.h"
+#include "units.h"
+#include "upload_checks.h"
+#include "upload_registry.h"
+#include "users.h"
+
+namespace sim {
+namespace {
+
+constexpr int kUnnamed = -1;
+
+PieceCheck CheckPem() {
+  return [reader = std::make_shared<PemReader>()](std::string_view piece) {
+    return reader->Feed(piece) ? 0 : kRefused;
+  };
+}
+
+PieceCheck CheckFirmware() {
+  return
+      [reader = std::make_shared<FirmwareReader>()](std::string_view piece) { return reader->Feed(piece); };
+}
+
+bool StorePrivilegePicture(Upload& upload, const UploadKind&) {
+  return !upload.fileName().empty() && upload.file().CommitTo(PrivilegePath(upload.fileName()));
+}
+
+bool StorePortCertificate(Upload& upload, const UploadKind& kind) {
+  if (upload.extra().empty()) std::filesystem::remove(kPortNumberFile);
+  if (!upload.extra().empty() && !ReplaceFile(kPortNumberFile, upload.extra())) return false;
+  return ReplaceTarget(upload, kind);
+}
+
+bool StoreSettings(Upload& upload, const UploadKind&) { return ImportSettings(upload.file().path()); }
+
+bool StoreFirmware(Upload& upload, const UploadKind&) { return InstallFirmware(upload.file().path()); }
+
+constexpr UploadKind Picture(int funcId, const char* route, const char* target) {
+  return {funcId, route, Access::kWrite, kPictureLimit, nullptr, IsPicture, ReplaceTarget, target, nullptr};
+}
+
+constexpr UploadKind Text(int funcId, const char* route, const char* target) {
+  return {funcId, route, Access::kWrite, kTextLimit, nullptr, IsJsonText, ReplaceTarget, target, nullptr};
+}
+
+constexpr UploadKind Settings(int funcId, const char* route) {
+  return {funcId,  route,  Access::kAdministrator, kSettingsLimit, nullptr, IsAnything, StoreSettings,
+          nullptr, nullptr};
+}
+
+constexpr UploadKind Certificate(int funcId, const char* route) {
+  return {funcId,         route,
+          Access::kWrite, kCertificateLimit,
+          CheckPem,       IsCertificateWithKey,
+          ReplaceTarget,  kServerCertificate,
+          nullptr};
+}
+
+constexpr UploadKind kPictures[] = {
+    Picture(1, "/upload/logo", "files/logo"),
+    Picture(2, "/upload/bg", "files/bg"),
+    Picture(3, "/upload/sub/bg", "files/bg"),
+    Picture(4, "/upload/sub/logo", "files/logo"),
+    Picture(5, "/upload/sub/png", "files/png"),
+    Picture(6, "/upload/sub/setbgimage", "files/setbgimage"),
+    Picture(7, "/upload/sub/setbaseimage", "files/setbaseimage"),
+    {8, "/upload/priv", Access::kWrite, kPictureLimit, nullptr, IsPicture, StorePrivilegePicture, nullptr,
+     nullptr},
+};
+
+constexpr UploadKind kTexts[] = {
+    Text(1, "/upload/xyte", "files/xyte.json"),
+    Text(2, "/upload/scene", "files/scene.json"),
+    {3, "/upload/edid", Access::kWrite, kEdidLimit, nullptr, IsEdid, ReplaceTarget, "files/edid.bin",
+     nullptr},
+};
+
+constexpr UploadKind kCertificates[] = {
+    Certificate(0, "/api/v1/security/https_setting"),
+    {1, "/api/v1/security/ieee802_1x_setting", Access::kWrite, kCertificateLimit, CheckPem,
+     IsCertificateWithKey, StorePortCertificate, kPortCertificate, nullptr},
+    Certificate(2, "/upload/security"),
+    Certificate(3, "/upload/sub/security"),
+};
+
+constexpr UploadKind kArchives[] = {
+    Settings(kUnnamed, "/upload/setting"),
+    Settings(1, "/upload/sub/upgrade"),
+    Settings(2, "/api/v1/settings/import"),
+};
+
+constexpr UploadKind kFirmware = {kUnnamed,
+                                  "/api/v1/fw_upload",
+                                  Access::kAdministrator,
+                                  kFirmwareLimit,
+                                  CheckFirmware,
+                                  IsWholeFirmware,
+                                  StoreFirmware,
+                                  nullptr,
+                                  ReportFirmwareFailure};
+
+bool MayUpload(const UploadKind& kind, const char* token) {
+  return kind.access == Access::kAdministrator ? IsAdministrator(token) : MayWrite(token);
+}
+
+int RunStep(const UploadKind& kind, const char* token, UploadFileCtx* ctx) {
+  const UploadStep step = StepOf(*ctx);
+  if (step.isFound && !step.isFinal && !MayUpload(kind, token)) return kNotAuthorised;
+  return RunUploadStep(kind, step);
+}
+
+int RunFamily(std::span<const UploadKind> kinds, const char* token, int funcId, UploadFileCtx* ctx) {
+  const auto kind = std::ranges::find(kinds, funcId, &UploadKind::funcId);
+  // Some patterns of the routes take longer URIs, too: those name no file of ours.
+  if (kind == kinds.end()) return kRefused;
+  return RunStep(*kind, token, ctx);
+}
+
+}  // namespace
+
+int UploadImage(const char* token, int funcId, UploadFileCtx* ctx) {
+  return Guarded([&] { return RunFamily(kPictures, token, funcId, ctx); });
+}
+
+int UploadText(const char* token, int funcId, UploadFileCtx* ctx) {
+  return Guarded([&] { return RunFamily(kTexts, token, funcId, ctx); });
+}
+
+int UploadCertificate(const char* token, int funcId, UploadFileCtx* ctx) {
+  return Guarded([&] {
+    // Said now, the client gets 406; after the form it would be 500.
+    if (ctx->extra != nullptr && !IsPortNumber(ctx->extra)) return kRefused;
+    return RunFamily(kCertificates, token, funcId, ctx);
+  });
+}
+
+int UploadArchive(const char* token, int funcId, UploadFileCtx* ctx) {
+  return Guarded([&] { return RunFamily(kArchives, token, funcId, ctx); });
+}
+
+int UploadFirmware(const char* token, UploadFileCtx* ctx) {
+  return Guarded([&] { return RunStep(kFirmware, token, ctx); });
+}
+
+}  // namespace sim
