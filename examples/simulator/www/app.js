@@ -116,7 +116,7 @@ function showPage(name, page) {
   shown = name;
   document.title = 'Log in';
   fill(root, page(makeContext()));
-  root.querySelector('input[autofocus], input')?.focus();
+  (root.querySelector('[data-first]') ?? root.querySelector('input')).focus();
 }
 
 function showShell() {

@@ -15,9 +15,10 @@ export function h(spec, props, ...children) {
 }
 
 function setProp(element, name, value) {
+  if (value === undefined || value === null || value === false) return;
   if (name.startsWith('on')) element.addEventListener(name.slice(2), value);
   else if (name in element && typeof value !== 'string') element[name] = value;
-  else if (value !== null && value !== undefined && value !== false) element.setAttribute(name, value);
+  else element.setAttribute(name, value);
 }
 
 function append(element, children) {

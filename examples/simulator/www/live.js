@@ -1,4 +1,4 @@
-/* Live pictures: a few real streams at a time, stills for all the others. */
+/* Live pictures: a few real streams at a time, stills for all the others. (/preview is a route, so no file is called so.) */
 import { badge, button, h } from './dom.js';
 
 // Browsers open six connections to one host. Three streams and one still leave room for everything else.

@@ -13,7 +13,7 @@ export function loginPage(ctx) {
   const { reason, lastUser } = ctx.store.session;
   const user = h('input', { name: 'username', autocomplete: 'username', autocapitalize: 'none', spellcheck: 'false', maxlength: '31', value: lastUser ?? '' });
   const password = h('input', { type: 'password', name: 'password', autocomplete: 'current-password' });
-  (lastUser ? password : user).setAttribute('autofocus', '');
+  (lastUser ? password : user).dataset.first = '';
   const element = form([field('User name', user), field('Password', password)], 'Log in', async () => {
     if (!user.value) throw new Error('Please enter a user name.');
     const answer = await ctx.api.login(user.value, password.value).catch((error) => {

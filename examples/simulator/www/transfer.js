@@ -69,7 +69,7 @@ export function uploader(ctx, { label, hint, route, accept, headers, explain, do
 
 function words(error, explain) {
   if (error.kind === 'cancelled') return 'Cancelled. The device keeps what it had.';
-  return explain?.(error) ?? error.message;
+  return explain?.(error) || error.message;
 }
 
 /** A button that fetches a file with the token and hands it to the browser. */

@@ -1,6 +1,6 @@
 /* What the device is, how it is, and what happens on it. */
 import { badge, card, fill, formatDuration, h } from '../dom.js';
-import { previewWall } from '../preview.js';
+import { previewWall } from '../live.js';
 
 export const title = 'Overview';
 const CLOCK_MS = 30000;

@@ -1,7 +1,7 @@
 /* All transmitters and receivers with their pictures, names, inputs and states. */
 import { badge, field, fill, form, h, notice } from '../dom.js';
 import { edidWords } from '../edid.js';
-import { previewWall } from '../preview.js';
+import { previewWall } from '../live.js';
 
 export const title = 'Units';
 export const intro = 'Three pictures at a time are live; the others are stills that renew themselves.';

@@ -1,0 +1,541 @@
+/* The console end to end in a real browser, over HTTP and over HTTPS. */
+import assert from 'node:assert/strict';
+import { readFile, readdir, stat } from 'node:fs/promises';
+import { join } from 'node:path';
+import { after, before, describe, test } from 'node:test';
+import { launch, newPerson, openTab, pictureBytes, shot, until } from './support/browser.mjs';
+import { asFile, asPath, certificate, edid, firmware, png } from './support/files.mjs';
+import { Simulator } from './support/simulator.mjs';
+import { slowWay } from './support/slow_way.mjs';
+
+const PASSWORD = 'Secret-2026x';
+const MIB = 1024 * 1024;
+let browser;
+
+before(async () => (browser = await launch()));
+after(async () => browser?.close());
+
+const heading = (page, name) => page.getByRole('heading', { level: 1, name });
+const card = (page, title) => page.locator('.card', { has: page.getByRole('heading', { name: title, exact: true }) });
+
+async function fillLogin(page, user, password) {
+  await page.getByLabel('User name').fill(user);
+  await page.getByLabel('Password').fill(password);
+  await page.getByRole('button', { name: 'Log in' }).click();
+}
+
+async function logIn(person, { path = '/', user = 'admin', password = PASSWORD } = {}) {
+  const page = await openTab(person, path);
+  await fillLogin(page, user, password);
+  await page.getByRole('button', { name: 'Log out' }).waitFor();
+  await page.getByText('Connected', { exact: true }).waitFor();
+  return page;
+}
+
+async function goTo(page, name) {
+  await page.getByRole('link', { name, exact: true }).click();
+  await heading(page, name).waitFor();
+}
+
+const drop = (page, label) => page.locator('.drop', { hasText: label });
+const choose = (page, label, file) => drop(page, label).locator('input[type=file]').setInputFiles(asPath(file));
+
+async function upload(page, label, file) {
+  await choose(page, label, file);
+  await drop(page, label).getByText(`${file.name}: done`).waitFor();
+}
+
+async function save(page, act) {
+  const [download] = await Promise.all([page.waitForEvent('download'), act()]);
+  return { name: download.suggestedFilename(), bytes: await readFile(await download.path()) };
+}
+
+function tokenStatus({ device, token }) {
+  return browser.newContext({ ignoreHTTPSErrors: true }).then(async (context) => {
+    const answer = await context.request.get(`${device.url}/dev_info`, { headers: { Authorization: `Bearer ${token}` } });
+    await context.close();
+    return answer.status();
+  });
+}
+
+/** Runs a test with a browser profile of its own and insists on a clean console afterwards. */
+function flow(name, device, allowed, action) {
+  test(name, { timeout: 90000 }, async () => {
+    const person = await newPerson(browser, device());
+    person.allowed.push(...allowed);
+    try {
+      await action(person);
+      assert.deepEqual(person.problems, []);
+    } catch (error) {
+      const page = person.context.pages().at(-1);
+      if (page) await shot(page, `failed-${device().url.split(':')[0]}-${name.replace(/\W+/g, '-')}`).catch(() => {});
+      throw error;
+    } finally {
+      await person.context.close();
+    }
+  });
+}
+
+// The browser itself reports every refused request on the console; these say which ones a flow provokes.
+const refusedWith = (status) => new RegExp(`Failed to load resource.*status of ${status}`);
+const CONNECTION_LOST = /ERR_CONNECTION_(REFUSED|RESET)|ERR_EMPTY_RESPONSE|ERR_INCOMPLETE_CHUNKED_ENCODING|ERR_SOCKET_NOT_CONNECTED/;
+
+for (const scheme of ['http', 'https']) {
+  describe(`the console over ${scheme}`, () => {
+    let device;
+    const picture = async (page, name) => scheme === 'http' && shot(page, name);
+    const flowHere = (name, allowed, action) => flow(name, () => device, allowed, action);
+
+    before(async () => (device = await Simulator.start(scheme)));
+    after(async () => assert.equal(await device?.remove(), 0, 'the simulator ends cleanly'));
+
+    flowHere('the first login forces a password of one’s own', [], async (person) => {
+      const page = await openTab(person);
+      await picture(page, 'login');
+      await fillLogin(page, 'admin', 'wrong');
+      await page.getByText('The user name or the password is wrong.').waitFor();
+      await fillLogin(page, 'admin', 'admin');
+      await heading(page, 'Choose a new password').waitFor();
+      const change = async (first, second, words) => {
+        await page.getByLabel('Current password').fill('admin');
+        await page.getByLabel('New password', { exact: true }).fill(first);
+        await page.getByLabel('Repeat the new password').fill(second);
+        await page.getByRole('button', { name: 'Change password' }).click();
+        await (words ? page.getByRole('status').getByText(words) : heading(page, 'Overview')).waitFor();
+      };
+      await change('weak', 'weak', 'at least one lower-case letter');
+      await change(PASSWORD, `${PASSWORD}y`, 'The two new passwords differ.');
+      await change(PASSWORD, PASSWORD);
+      await page.getByRole('button', { name: 'Log out' }).click();
+      await page.getByText('You have logged out.').waitFor();
+      await fillLogin(page, 'admin', PASSWORD);
+      await heading(page, 'Overview').waitFor();
+    });
+
+    flowHere('the overview shows the device and its events as they happen', [], async (person) => {
+      const page = await logIn(person);
+      await card(page, 'Device').getByText('SIM-8X8').waitFor();
+      const uptime = () => card(page, 'Device').locator('dt', { hasText: 'Up-time' }).locator('+ dd').textContent();
+      const first = await until('an up-time', async () => /:/.test(await uptime()) && uptime());
+      await until('the up-time moves', async () => (await uptime()) !== first);
+      await card(page, 'Device').getByText(/\d{4}-\d\d-\d\d \d\d:\d\d:\d\d/).waitFor();
+      const answer = await person.context.request.post('/sim/units/RX04', { headers: { Authorization: `Bearer ${person.token}` }, data: { online: false } });
+      assert.equal(answer.status(), 200);
+      await page.getByLabel('Live events').getByText('RX04 went offline').waitFor();
+      await card(page, 'Units').getByRole('link', { name: 'RX04 offline' }).waitFor();
+      await person.context.request.post('/sim/units/RX04', { headers: { Authorization: `Bearer ${person.token}` }, data: { online: true } });
+      await page.getByLabel('Live events').getByText('RX04 went online').waitFor();
+      await page.locator('.preview[data-state=live] img').waitFor();
+      await picture(page, 'overview');
+    });
+
+    flowHere('previews run while they are seen and stop when the view is left', [], async (person) => {
+      const page = await logIn(person, { path: '/#/log' });
+      const bytes = await pictureBytes(page);
+      const comesIn = async () => {
+        const before = bytes();
+        await new Promise((resolve) => setTimeout(resolve, 400));
+        return bytes() > before;
+      };
+      await goTo(page, 'Units');
+      const live = page.locator('.preview[data-state=live]');
+      await until('three live previews', async () => (await live.count()) === 3);
+      await until('every picture is there', () => live.locator('img').evaluateAll((images) => images.length === 3 && images.every((image) => image.naturalWidth === 1280)));
+      const before = await live.first().screenshot();
+      await until('the picture moves', async () => !before.equals(await live.first().screenshot()));
+      await until('stills of the others', () => page.locator('.preview[data-state=still] img').first().evaluate((image) => image.naturalWidth === 1280));
+      await picture(page, 'units');
+      await page.getByRole('button', { name: 'Pause: TX01' }).click();
+      await page.getByRole('button', { name: 'Live: TX01' }).waitFor();
+      await until('the next unit takes the place', async () => (await live.count()) === 3);
+      await until('pictures come in', comesIn);
+      await goTo(page, 'Log');
+      await until('no picture comes in any more', async () => !(await comesIn()));
+    });
+
+    flowHere('units are renamed, switched and routed', [], async (person) => {
+      const page = await logIn(person, { path: '/#/units' });
+      const tile = (name) => page.locator('.unit', { has: page.getByRole('heading', { name, exact: true }) });
+      await tile('TX03').getByText('Details').click();
+      await tile('TX03').getByLabel('Name').fill('bad name!');
+      await tile('TX03').getByRole('button', { name: 'Rename' }).click();
+      await until('a reason', async () => (await tile('TX03').locator('.status').textContent()) !== '');
+      await tile('TX03').getByLabel('Name').fill('Stage.Left');
+      await tile('TX03').getByRole('button', { name: 'Rename' }).click();
+      await tile('Stage.Left').waitFor();
+      await page.getByLabel('Input of RX02').selectOption('Stage.Left');
+      await page.getByLabel('RX03 online').uncheck();
+      await tile('RX03').getByText('No picture').waitFor();
+      await page.getByRole('button', { name: 'Receivers' }).click();
+      await tile('Stage.Left').waitFor({ state: 'hidden' });
+      await goTo(page, 'Overview');
+      await page.getByLabel('Live events').getByText('TX03 is now called Stage.Left').waitFor();
+      await page.getByLabel('Live events').getByText('RX02 now shows Stage.Left').waitFor();
+      await goTo(page, 'Units');
+      await page.getByLabel('RX03 online').check();
+      await tile('RX03').getByText('No picture').waitFor({ state: 'hidden' });
+    });
+
+    flowHere('pictures are uploaded, shown and downloaded', [refusedWith(500)], async (person) => {
+      const page = await logIn(person, { path: '/#/pictures' });
+      const logo = png('brand mark.png', [15, 118, 110], [90, 220, 200]);
+      const shape = (title) => card(page, title).locator('img.thumb').evaluate((image) => !image.hidden && `${image.naturalWidth}x${image.naturalHeight}`);
+      await upload(page, 'Upload logo', logo);
+      await until('the logo as thumbnail', async () => (await shape('Logo')) === '320x180');
+      const stored = await save(page, () => page.getByRole('button', { name: 'Download Logo' }).click());
+      assert.ok(stored.bytes.equals(logo.buffer), 'the downloaded logo is the uploaded one');
+
+      const background = png('night.png', [20, 24, 60], [200, 90, 120], 640, 360);
+      await drop(page, 'Upload background').evaluate((zone, bytes) => {
+        const data = new DataTransfer();
+        data.items.add(new File([new Uint8Array(bytes)], 'night.png', { type: 'image/png' }));
+        zone.dispatchEvent(new DragEvent('dragover', { dataTransfer: data, bubbles: true, cancelable: true }));
+        zone.dispatchEvent(new DragEvent('drop', { dataTransfer: data, bubbles: true, cancelable: true }));
+      }, [...background.buffer]);
+      await until('the background as thumbnail', async () => (await shape('Background')) === '640x360');
+      await upload(page, 'Upload wallpaper', png('wall.png', [230, 200, 120], [120, 60, 30]));
+      await until('the wallpaper as thumbnail', async () => (await shape('Wallpaper')) === '320x180');
+
+      await choose(page, 'Upload overlay', asFile('not-a-picture.png', 'plain text'));
+      await drop(page, 'Upload overlay').getByText('The device does not accept this file. It takes PNG, JPEG or BMP up to 8 MiB.').waitFor();
+      await card(page, 'Overlay').getByText('Nothing uploaded yet').waitFor();
+      await picture(page, 'pictures');
+    });
+
+    flowHere('scenes and EDID are uploaded, shown and downloaded', [refusedWith(500)], async (person) => {
+      const page = await logIn(person, { path: '/#/scenes' });
+      const scene = asFile('evening.json', JSON.stringify({ scene: 'Evening', routes: { RX01: 'TX02' } }));
+      await upload(page, 'Upload Scenes', scene);
+      await page.getByLabel('Scenes: content').getByText('Evening').waitFor();
+      assert.ok((await save(page, () => page.getByRole('button', { name: 'Download Scenes' }).click())).bytes.equals(scene.buffer));
+      const monitor = edid('wall.bin', 'Lobby wall');
+      await upload(page, 'Upload EDID', monitor);
+      await page.getByLabel('EDID: content').getByText('Lobby wall').waitFor();
+      assert.ok((await save(page, () => page.getByRole('button', { name: 'Download EDID' }).click())).bytes.equals(monitor.buffer));
+      const broken = asFile('broken.bin', Buffer.from(monitor.buffer).fill(1, 20, 21));
+      await choose(page, 'Upload EDID', broken);
+      await drop(page, 'Upload EDID').getByText('128 or 256 bytes with correct checksums').last().waitFor();
+      await drop(page, 'Upload EDID').getByText('The device does not accept this file.').waitFor();
+      await upload(page, 'Upload Cloud description', asFile('cloud.json', '{"cloud": true}'));
+      await picture(page, 'scenes');
+    });
+
+    flowHere('a large upload shows its progress, and a cancelled one leaves the old file', [], async (person) => {
+      const way = await slowWay(device, 8 * MIB);
+      person.device = way;
+      const page = await logIn(person, { path: `${way.url}/#/custom` });
+      const old = asFile('old-note.bin', Buffer.alloc(20 * MIB, 'old '));
+      const zone = drop(page, 'Upload note');
+      const seen = new Set();
+      await choose(page, 'Upload note', old);
+      await until('the upload is done', async () => {
+        const value = await zone.locator('progress').evaluate((bar) => (bar.offsetParent ? bar.value : 0));
+        if (value > 0 && value < 100) seen.add(value);
+        return (await zone.locator('.status').textContent()).includes('old-note.bin: done');
+      }, 40000);
+      assert.ok(seen.size >= 3, `the progress moved through ${[...seen]}`);
+
+      await choose(page, 'Upload note', asFile('new-note.bin', Buffer.alloc(20 * MIB, 'new ')));
+      const half = () => zone.locator('progress').evaluate((bar) => bar.value >= 40);
+      await until('half of it is sent', half);
+      assert.match(await zone.locator('.figures').textContent(), /MB of 20\.0 MB, \d+ %, .*\/s/);
+      await zone.getByRole('button', { name: 'Cancel' }).click();
+      await zone.getByText('Cancelled. The device keeps what it had.').waitFor();
+      const kept = await save(page, () => page.getByRole('button', { name: 'Download note' }).click());
+      assert.ok(kept.bytes.equals(old.buffer), 'the device still has the old file');
+      await way.close();
+    });
+
+    flowHere('custom routes answer', [refusedWith(404)], async (person) => {
+      const page = await logIn(person, { path: '/#/custom' });
+      const answer = page.getByLabel('Answer');
+      const ask = async (sample, words) => {
+        await page.getByLabel('Example').selectOption({ label: sample });
+        await page.getByRole('button', { name: 'Send' }).click();
+        await answer.getByText(words).waitFor();
+      };
+      await ask('GET /sim/status', /200 OK[^]*"model": "SIM-8X8"/);
+      await ask('POST /sim/units/TX01', /200 OK[^]*"online": true/);
+      await ask('GET /sim/units/NOBODY', /404[^]*no such unit/);
+      await ask('GET /sim/users', /"name": "admin"/);
+      await picture(page, 'custom');
+    });
+
+    flowHere('settings are exported and imported', [refusedWith(500)], async (person) => {
+      const page = await logIn(person, { path: '/#/settings' });
+      await page.getByLabel('Content').selectOption('Units only');
+      const file = await save(page, () => page.getByRole('button', { name: 'Export settings' }).click());
+      assert.equal(file.name, 'settings.zip');
+      assert.equal(file.bytes.subarray(0, 2).toString(), 'PK');
+      await upload(page, 'Import settings', asFile(file.name, file.bytes, 'application/zip'));
+      await choose(page, 'Import settings', asFile('settings.zip', 'no archive', 'application/zip'));
+      await drop(page, 'Import settings').getByText('This is not a settings file of this device.').waitFor();
+      const report = await save(page, () => page.getByRole('button', { name: 'Download report' }).click());
+      assert.equal(report.name, 'custom.txt');
+      await picture(page, 'settings');
+    });
+
+    flowHere('certificates are taken or refused in words', [refusedWith(406)], async (person) => {
+      const page = await logIn(person, { path: '/#/certificates' });
+      const pem = certificate('device.pem');
+      await upload(page, 'Upload HTTPS certificate', pem);
+      await choose(page, 'Upload HTTPS certificate', asFile('empty.pem', 'nothing'));
+      await drop(page, 'Upload HTTPS certificate').getByText('The device does not accept this file').waitFor();
+      await page.getByLabel('Port', { exact: true }).fill('3');
+      await upload(page, 'Upload 802.1X certificate', pem);
+      await page.getByLabel('Port', { exact: true }).fill('70000');
+      await choose(page, 'Upload 802.1X certificate', pem);
+      await drop(page, 'Upload 802.1X certificate').getByText('a port from 1 to 65535').waitFor();
+      await picture(page, 'certificates');
+    });
+
+    flowHere('privilege pictures are bound and deleted', [refusedWith(503)], async (person) => {
+      const page = await logIn(person, { path: '/#/privileges' });
+      const row = page.getByRole('row', { name: 'guest.png' });
+      await upload(page, 'Upload privilege picture', png('guest.png', [40, 40, 90], [120, 180, 250]));
+      await row.waitFor();
+      await page.getByLabel('Picture', { exact: true }).selectOption('guest.png');
+      await page.getByLabel('Unit').selectOption('RX01');
+      await page.getByRole('button', { name: 'Bind' }).click();
+      await row.getByText('RX01').waitFor();
+      await picture(page, 'privileges');
+      const headers = { Authorization: `Bearer ${person.token}` };
+      assert.equal((await person.context.request.get('/delete_priv?file=guest.png', { headers })).status(), 200);
+      await page.getByRole('button', { name: 'Bind' }).click();
+      await page.getByText('The device cannot do this right now.').waitFor();
+      await upload(page, 'Upload privilege picture', png('guest.png', [40, 40, 90], [120, 180, 250]));
+      await row.getByText('no unit').waitFor();
+      await row.getByRole('button', { name: 'Delete' }).click();
+      await page.getByRole('dialog').getByRole('button', { name: 'Delete' }).click();
+      await row.waitFor({ state: 'detached' });
+    });
+
+    flowHere('users are made, limited by their role, and deleted', [refusedWith(401), CONNECTION_LOST], async (person) => {
+      const page = await logIn(person, { path: '/#/users' });
+      const create = async (name, password, role) => {
+        const box = card(page, 'New user');
+        await box.getByLabel('User name').fill(name);
+        await box.getByLabel('Password').fill(password);
+        await box.getByLabel('Role').selectOption(role);
+        await box.getByRole('button', { name: 'Create user' }).click();
+      };
+      await create('guest', 'weak', 'Viewer');
+      await card(page, 'New user').getByRole('status').getByText('at least one lower-case letter').waitFor();
+      await create('guest', 'Guest-1pw', 'Viewer');
+      await page.getByRole('row', { name: /guest Viewer/ }).waitFor();
+      await create('guest', 'Guest-1pw', 'Viewer');
+      await page.getByText('There is a user with this name already.').waitFor();
+      await create('locked', 'Locked-1pw', 'Operator');
+      await page.getByRole('row', { name: /locked Operator/ }).waitFor();
+      await picture(page, 'users');
+
+      const guest = await newPerson(browser, device);
+      guest.allowed.push(refusedWith(401), CONNECTION_LOST);
+      const guestPage = await openTab(guest, '/#/pictures');
+      await fillLogin(guestPage, 'guest', 'Guest-1pw');
+      await guestPage.getByLabel('Current password').fill('Guest-1pw');
+      await guestPage.getByLabel('New password', { exact: true }).fill('Guest-2pw');
+      await guestPage.getByLabel('Repeat the new password').fill('Guest-2pw');
+      await guestPage.getByRole('button', { name: 'Change password' }).click();
+      await heading(guestPage, 'Pictures').waitFor();
+      await choose(guestPage, 'Upload logo', png('mine.png', [0, 0, 0], [9, 9, 9]));
+      await drop(guestPage, 'Upload logo').getByText('Your user is not allowed to do this.').waitFor();
+      assert.deepEqual(guest.problems, []);
+      await guest.context.close();
+
+      await page.getByRole('row', { name: /guest/ }).getByRole('button', { name: 'Delete' }).click();
+      await page.getByRole('dialog').getByRole('button', { name: 'Delete' }).click();
+      await page.getByRole('row', { name: /guest/ }).waitFor({ state: 'detached' });
+      await page.getByRole('row', { name: /admin/ }).getByRole('button', { name: 'Delete' }).click();
+      await page.getByRole('dialog').getByRole('button', { name: 'Delete' }).click();
+      await page.getByText('The last administrator has to stay.').waitFor();
+    });
+
+    flowHere('five wrong passwords lock the name and count down', [], async (person) => {
+      const page = await openTab(person);
+      for (let tries = 0; tries < 5; ++tries) {
+        await fillLogin(page, 'locked', `wrong ${tries}`);
+        await until('an answer', async () => /wrong\.|Too many/.test(await page.locator('form .status').textContent()));
+      }
+      if (await page.getByRole('button', { name: 'Log in' }).isEnabled()) await fillLogin(page, 'locked', 'Locked-1pw');
+      const words = page.getByText(/Too many wrong passwords\. Try again in \d+ s\./);
+      await words.waitFor();
+      const first = await words.textContent();
+      await until('the seconds go down', async () => (await words.textContent()) !== first);
+      assert.ok(await page.getByRole('button', { name: 'Log in' }).isDisabled());
+    });
+
+    flowHere('the log is shown, filtered and downloaded', [refusedWith(500)], async (person) => {
+      const page = await logIn(person, { path: '/#/scenes' });
+      await choose(page, 'Upload Scenes', asFile('broken.json', '{"scene": '));
+      await drop(page, 'Upload Scenes').getByText('The device does not accept this file.').waitFor();
+      await goTo(page, 'Log');
+      const lines = page.getByLabel('Log lines').locator('li');
+      await until('lines', async () => (await lines.count()) > 0);
+      await picture(page, 'log');
+      const all = await lines.count();
+      await page.getByLabel('Level').selectOption('Errors only');
+      await until('the errors', async () => (await lines.count()) > 0 && (await lines.count()) < all);
+      assert.ok(await lines.evaluateAll((items) => items.every((item) => item.classList.contains('bad'))));
+      await page.getByLabel('Search').fill('no line holds this text');
+      await until('no line', async () => (await lines.count()) === 0);
+      const file = await save(page, () => page.getByRole('button', { name: 'Download log' }).click());
+      assert.equal(file.name, 'device.log');
+      assert.ok(file.bytes.length > 0);
+    });
+
+    flowHere('a firmware upgrade runs through and a wrong file is refused', [refusedWith(406), refusedWith(500)], async (person) => {
+      const page = await logIn(person, { path: '/#/firmware' });
+      await page.getByText('The device runs version').waitFor();
+      await choose(page, 'Upload firmware', asFile('holiday.jpg', 'not a firmware'));
+      await page.getByText('This is not a valid firmware file. The device keeps the version it has.').waitFor();
+      await choose(page, 'Upload firmware', firmware('1.1.0', 8 * MIB));
+      await page.getByRole('dialog', { name: 'The device restarts' }).waitFor();
+      await picture(page, 'restart');
+      await page.getByRole('dialog').waitFor({ state: 'detached' });
+      await card(page, 'Installed version').getByText('1.1.0').waitFor();
+      await page.getByText('The device is back, version 1.1.0').waitFor();
+      await page.getByText('Connected', { exact: true }).waitFor();
+      await picture(page, 'firmware');
+      await page.reload();
+      await fillLogin(page, 'admin', PASSWORD);
+      await card(page, 'Installed version').getByText('1.1.0').waitFor();
+    });
+
+    flowHere('two tabs share one login, and the last one that closes ends it', [refusedWith(401)], async (person) => {
+      const first = await logIn(person);
+      const second = await openTab(person, '/#/units');
+      await heading(second, 'Units').waitFor();
+      await second.getByText('Connected', { exact: true }).waitFor();
+      const { token } = person;
+      await first.close();
+      assert.equal(await tokenStatus(person), 200);
+      await goTo(second, 'Users');
+      await second.getByRole('row', { name: /admin/ }).waitFor();
+      assert.equal(person.token, token);
+      await second.close();
+      await until('the login has ended', async () => (await tokenStatus(person)) === 401);
+    });
+
+    flowHere('logging out in one tab logs out the other', [], async (person) => {
+      const first = await logIn(person);
+      const second = await openTab(person, '/#/units');
+      await heading(second, 'Units').waitFor();
+      await first.getByRole('button', { name: 'Log out' }).click();
+      await second.getByText('You have logged out.').waitFor();
+      await heading(first, 'Log in').waitFor();
+    });
+
+    flowHere('a login that ended elsewhere leads back to the login page', [refusedWith(401)], async (person) => {
+      const page = await logIn(person, { path: '/#/users' });
+      await page.getByRole('row', { name: /admin/ }).waitFor();
+      const headers = { Authorization: `Bearer ${person.token}` };
+      assert.equal((await person.context.request.get('/logout', { headers })).status(), 200);
+      await goTo(page, 'Log').catch(() => {});
+      await page.getByText('Your session has ended. Please log in again.').waitFor();
+      await page.getByLabel('Password').fill(PASSWORD);
+      await page.keyboard.press('Enter');
+      await heading(page, 'Log').waitFor();
+    });
+
+    flowHere('a restart of the device is bridged and leads back to the same view', [refusedWith(401), CONNECTION_LOST], async (person) => {
+      const page = await logIn(person, { path: '/#/privileges' });
+      assert.equal(await device.halt(), 0);
+      await page.getByText('The device cannot be reached. The console tries again by itself.').waitFor();
+      await page.getByText('Connection lost', { exact: true }).waitFor();
+      await device.launch();
+      await page.getByText('Your session has ended. Please log in again.').waitFor();
+      await page.getByLabel('Password').fill(PASSWORD);
+      await page.keyboard.press('Enter');
+      await heading(page, 'Privileges').waitFor();
+      await page.getByText('Connected', { exact: true }).waitFor();
+    });
+
+    flowHere('the console works with the keyboard alone', [], async (person) => {
+      const page = await openTab(person);
+      await page.getByLabel('User name').waitFor();
+      await page.keyboard.type('admin');
+      await page.keyboard.press('Tab');
+      await page.keyboard.type(PASSWORD);
+      await page.keyboard.press('Enter');
+      await heading(page, 'Overview').waitFor();
+      const focused = () => page.evaluate(() => document.activeElement.textContent.trim() || document.activeElement.getAttribute('aria-label'));
+      const walkTo = async (key, name) => {
+        for (let steps = 0; steps < 40 && (await focused()) !== name; ++steps) await page.keyboard.press(key);
+        assert.equal(await focused(), name);
+      };
+      await walkTo('Shift+Tab', 'Skip to content');
+      await walkTo('Tab', 'Certificates');
+      await page.keyboard.press('Enter');
+      await heading(page, 'Certificates').waitFor();
+      const nameless = await page.evaluate(() => [...document.querySelectorAll('input, select, textarea')]
+        .filter((control) => !control.labels.length && !control.getAttribute('aria-label')).length);
+      assert.equal(nameless, 0);
+    });
+
+    flowHere('a restore asks first and ends in the factory state', [refusedWith(401)], async (person) => {
+      const page = await logIn(person, { path: '/#/settings' });
+      const dialog = page.getByRole('dialog');
+      await page.getByRole('button', { name: 'Restore factory state' }).click();
+      await page.keyboard.press('Escape');
+      await dialog.waitFor({ state: 'detached' });
+      await page.getByRole('button', { name: 'Restore factory state' }).click();
+      const yes = dialog.getByRole('button', { name: 'Restore', exact: true });
+      assert.ok(await yes.isDisabled());
+      await dialog.getByLabel('Type RESTORE to confirm').fill('RESTORE');
+      await yes.click();
+      await page.getByText(/back in its factory state/).first().waitFor();
+      await heading(page, 'Log in').waitFor();
+      await fillLogin(page, 'admin', 'admin');
+      await heading(page, 'Choose a new password').waitFor();
+    });
+  });
+}
+
+describe('the console without a login', () => {
+  let device;
+  before(async () => (device = await Simulator.start('http', '--no-auth')));
+  after(async () => assert.equal(await device?.remove(), 0));
+
+  flow('a lost connection comes back by itself', () => device, [CONNECTION_LOST], async (person) => {
+    const page = await openTab(person, '/#/units');
+    await heading(page, 'Units').waitFor();
+    await page.getByText('Connected', { exact: true }).waitFor();
+    assert.equal(await page.getByRole('button', { name: 'Log out' }).count(), 0);
+    await device.halt();
+    await page.getByText('Connection lost', { exact: true }).waitFor();
+    await device.launch();
+    await page.getByText('Connected', { exact: true }).waitFor();
+    await until('previews again', () => page.locator('.preview[data-state=live] img').first().evaluate((image) => image.naturalWidth === 1280));
+    await page.getByLabel('RX01 online').uncheck();
+    await page.locator('.unit', { hasText: 'RX01' }).getByText('offline', { exact: true }).waitFor();
+  });
+
+  for (const [name, options] of [['phone', { viewport: { width: 390, height: 844 } }], ['dark', { colorScheme: 'dark' }]]) {
+    test(`every view fits: ${name}`, { timeout: 60000 }, async () => {
+      const person = await newPerson(browser, device, options);
+      const page = await openTab(person);
+      await page.getByText('Connected', { exact: true }).waitFor({ state: 'attached' });
+      const names = await page.getByRole('navigation', { includeHidden: true }).getByRole('link', { includeHidden: true }).allTextContents();
+      assert.equal(names.length, 11);
+      for (const view of names) {
+        if (name === 'phone') await page.getByRole('button', { name: 'Menu' }).click();
+        await goTo(page, view);
+        const overflow = await page.evaluate(() => document.documentElement.scrollWidth - document.documentElement.clientWidth);
+        assert.equal(overflow, 0, `${view} is wider than the page`);
+        if (view === 'Units') await until('a picture', () => page.locator('.preview[data-state=live] img').first().evaluate((image) => image.naturalWidth > 0));
+        if (['Units', 'Overview'].includes(view)) await shot(page, `${view.toLowerCase()}-${name}`);
+      }
+      assert.deepEqual(person.problems, []);
+      await person.context.close();
+    });
+  }
+});
+
+test('the whole console is smaller than 100 KB', async () => {
+  const folder = process.env.SDKAPI_WWW ?? new URL('../../examples/simulator/www', import.meta.url).pathname;
+  const entries = await readdir(folder, { recursive: true, withFileTypes: true });
+  const sizes = await Promise.all(entries.filter((entry) => entry.isFile()).map(async (entry) => (await stat(join(entry.path, entry.name))).size));
+  const total = sizes.reduce((sum, size) => sum + size, 0);
+  assert.ok(total < 100000, `${total} bytes`);
+});

@@ -1,0 +1,48 @@
+/* Runs the browser tests: finds Chromium, installs the locked packages beside the results, starts node's test runner. */
+import { spawnSync } from 'node:child_process';
+import { accessSync, constants, copyFileSync, existsSync, mkdirSync } from 'node:fs';
+import { delimiter, dirname, join } from 'node:path';
+import { fileURLToPath } from 'node:url';
+
+const SKIPPED = 77;
+const here = dirname(fileURLToPath(import.meta.url));
+const output = process.env.SDKAPI_BROWSER_OUTPUT ?? join(here, 'output');
+
+function findProgram(names) {
+  const places = names.flatMap((name) => process.env.PATH.split(delimiter).map((folder) => join(folder, name)));
+  return places.find((place) => {
+    try {
+      accessSync(place, constants.X_OK);
+      return true;
+    } catch {
+      return false;
+    }
+  });
+}
+
+function install() {
+  mkdirSync(output, { recursive: true });
+  for (const name of ['package.json', 'package-lock.json', '.npmrc']) copyFileSync(join(here, name), join(output, name));
+  if (existsSync(join(output, 'node_modules', 'playwright-core'))) return 0;
+  return spawnSync('npm', ['ci', '--ignore-scripts', '--no-progress'], { cwd: output, stdio: 'inherit' }).status ?? 1;
+}
+
+const chromium = process.env.SDKAPI_CHROMIUM ?? findProgram(['chromium', 'chromium-browser', 'google-chrome']);
+if (!chromium) {
+  console.log('SKIPPED: Chromium is not installed (apt-get install chromium).');
+  process.exit(SKIPPED);
+}
+if (!process.env.SDKAPI_SIMULATOR) {
+  console.error('SDKAPI_SIMULATOR must name the sdkapi-simulator program.');
+  process.exit(2);
+}
+if (install() !== 0) {
+  console.error('npm ci failed: the browser driver of package-lock.json could not be installed.');
+  process.exit(1);
+}
+const tests = process.argv.slice(2);
+const run = spawnSync(process.execPath, ['--test', '--test-reporter=spec', '--test-concurrency=1', ...tests.filter((one) => one.startsWith('--')), join(here, 'console.test.mjs')], {
+  stdio: 'inherit',
+  env: { ...process.env, SDKAPI_CHROMIUM: chromium, SDKAPI_BROWSER_OUTPUT: output },
+});
+process.exit(run.status ?? 1);
