@@ -41,7 +41,7 @@ if (install() !== 0) {
   process.exit(1);
 }
 const tests = process.argv.slice(2);
-const run = spawnSync(process.execPath, ['--test', '--test-reporter=spec', '--test-concurrency=1', ...tests.filter((one) => one.startsWith('--')), join(here, 'console.test.mjs')], {
+const run = spawnSync(process.execPath, ['--test', '--test-reporter=spec', ...tests.filter((one) => one.startsWith('--')), join(here, 'console.test.mjs')], {
   stdio: 'inherit',
   env: { ...process.env, SDKAPI_CHROMIUM: chromium, SDKAPI_BROWSER_OUTPUT: output },
 });

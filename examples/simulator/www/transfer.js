@@ -35,6 +35,8 @@ export function uploader(ctx, { label, hint, route, accept, headers, explain, do
     if (!file || cancel) return;
     cancel = new AbortController();
     const rate = rateMeter();
+    bar.value = 0;
+    figures.textContent = '';
     running.hidden = false;
     line.say('');
     try {

@@ -4,7 +4,7 @@ import { createHash, randomBytes } from 'node:crypto';
 import { mkdtempSync, readFileSync, rmSync, writeFileSync } from 'node:fs';
 import { tmpdir } from 'node:os';
 import { join } from 'node:path';
-import { crc32, deflateSync } from 'node:zlib';
+import { deflateSync } from 'node:zlib';
 
 export const asFile = (name, buffer, mimeType = 'application/octet-stream') => ({ name, mimeType, buffer: Buffer.from(buffer) });
 
@@ -21,6 +21,15 @@ export function asPath(file) {
   const path = join(folder, file.name);
   writeFileSync(path, file.buffer);
   return path;
+}
+
+function crc32(data) {
+  let crc = -1;
+  for (const byte of data) {
+    crc ^= byte;
+    for (let bit = 0; bit < 8; ++bit) crc = (crc >>> 1) ^ (crc & 1 ? 0xedb88320 : 0);
+  }
+  return ~crc >>> 0;
 }
 
 function chunk(type, data) {
