@@ -185,7 +185,8 @@ bool IsManifest(const Content& content) {
 
 std::optional<Content> TakeApart(const std::string& path) {
   const Reader reader(archive_read_new());
-  archive_read_support_format_zip(reader.get());
+  // Only with the directory at the archive's end: an archive that was cut off must not pass.
+  archive_read_support_format_zip_seekable(reader.get());
   if (archive_read_open_filename(reader.get(), path.c_str(), kBlock) != ARCHIVE_OK) return std::nullopt;
   Content content;
   archive_entry* entry = nullptr;

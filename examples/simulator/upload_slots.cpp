@@ -151,7 +151,7 @@ int UploadArchive(const char* token, int funcId, UploadFileCtx* ctx) {
 }
 
 int UploadFirmware(const char* token, UploadFileCtx* ctx) {
-  return Guarded([&] { return RunStep(kFirmware, token, ctx); });
+  return Guarded([&] { return Rebooting() ? kRefused : RunStep(kFirmware, token, ctx); });
 }
 
 }  // namespace sim
