@@ -1,0 +1,61 @@
+// Commands that clients send over the WebSocket.
+#include "commands.h"
+
+#include <functional>
+#include <map>
+#include <nlohmann/json.hpp>
+
+#include "device.h"
+#include "events.h"
+#include "units.h"
+#include "users.h"
+
+namespace sim {
+namespace {
+
+using nlohmann::json;
+
+// Returns an empty text, or why the command failed.
+using Command = std::string (*)(const json& message);
+
+std::string Change(const json& message, const char* member) {
+  if (!message.value("unit", json()).is_string() || !message.contains(member)) return "members are missing";
+  const auto change = ToUnitChange({{member, message[member]}});
+  return change ? ChangeUnit(message["unit"], *change) : "bad value";
+}
+
+std::string Reboot(const json& /*message*/) {
+  BeginRebootSimulation(SoftwareVersion());
+  return "";
+}
+
+const std::map<std::string, Command, std::less<>> kCommands = {
+    {"set-unit-name", [](const json& message) { return Change(message, "name"); }},
+    {"set-unit-online", [](const json& message) { return Change(message, "online"); }},
+    {"set-unit-input", [](const json& message) { return Change(message, "input"); }},
+    {"reboot", Reboot},
+};
+
+std::string Run(const std::string& token, const std::string& type, const json& message) {
+  const auto command = kCommands.find(type);
+  if (command == kCommands.end()) return "unknown command";
+  return MayWrite(token) ? command->second(message) : "not authorised";
+}
+
+json Answer(const std::string& token, const json& message) {
+  const bool understood = message.is_object() && message.value("type", json()).is_string();
+  const json id = understood ? message.value("id", json()) : json();
+  if (!understood) return {{"type", "error"}, {"id", id}, {"text", "not a command"}};
+  if (message["type"] == "ping") return {{"type", "pong"}, {"id", id}};
+  const std::string reason = Run(token, message["type"], message);
+  if (reason.empty()) return {{"type", "ok"}, {"id", id}};
+  return {{"type", "error"}, {"id", id}, {"text", reason}};
+}
+
+}  // namespace
+
+void CarryOut(const std::string& token, const std::string& text) {
+  SendTo(token, Answer(token, json::parse(text, nullptr, false)));
+}
+
+}  // namespace sim

@@ -1,0 +1,78 @@
+// The device's database: opening, schema, statements.
+#include "database.h"
+
+#include <stdexcept>
+
+namespace sim {
+namespace {
+
+constexpr const char* kSchema[] = {
+    "PRAGMA journal_mode=WAL",
+    "PRAGMA synchronous=FULL",
+    "CREATE TABLE IF NOT EXISTS users (name TEXT PRIMARY KEY, hash TEXT NOT NULL, role INTEGER NOT NULL, "
+    "firstlogin INTEGER NOT NULL)",
+    "CREATE TABLE IF NOT EXISTS units (id INTEGER PRIMARY KEY, name TEXT UNIQUE NOT NULL, type TEXT NOT "
+    "NULL, "
+    "online INTEGER NOT NULL, ip TEXT NOT NULL, mac TEXT NOT NULL, edid TEXT NOT NULL, input TEXT NOT NULL)",
+    "CREATE TABLE IF NOT EXISTS privileges (picture TEXT NOT NULL, unit TEXT NOT NULL, UNIQUE (picture, "
+    "unit))",
+};
+
+std::unique_ptr<Database> database;
+
+struct Finalize {
+  void operator()(sqlite3_stmt* statement) const { sqlite3_finalize(statement); }
+};
+using Statement = std::unique_ptr<sqlite3_stmt, Finalize>;
+
+[[noreturn]] void Fail(sqlite3* connection) { throw std::runtime_error(sqlite3_errmsg(connection)); }
+
+Statement Prepare(sqlite3* connection, const std::string& sql, const std::vector<std::string>& values) {
+  sqlite3_stmt* raw = nullptr;
+  if (sqlite3_prepare_v2(connection, sql.c_str(), -1, &raw, nullptr) != SQLITE_OK) Fail(connection);
+  Statement statement(raw);
+  int position = 0;
+  for (const std::string& value : values) {
+    const int result = sqlite3_bind_text64(raw, ++position, value.data(), value.size(), nullptr, SQLITE_UTF8);
+    if (result != SQLITE_OK) Fail(connection);
+  }
+  return statement;
+}
+
+Database::Row ReadRow(sqlite3_stmt* statement) {
+  Database::Row row;
+  for (int column = 0; column < sqlite3_column_count(statement); ++column) {
+    const void* const text = sqlite3_column_text(statement, column);
+    row.emplace_back(text != nullptr ? static_cast<const char*>(text) : "");
+  }
+  return row;
+}
+
+}  // namespace
+
+Database::Database(const std::string& path) {
+  sqlite3* raw = nullptr;
+  const int result = sqlite3_open(path.c_str(), &raw);
+  connection_.reset(raw);
+  if (result != SQLITE_OK) throw std::runtime_error("cannot open " + path);
+  sqlite3_busy_timeout(raw, 5000);
+  for (const char* const statement : kSchema) Execute(statement);
+}
+
+void Database::Execute(const std::string& sql, const std::vector<std::string>& values) { Query(sql, values); }
+
+std::vector<Database::Row> Database::Query(const std::string& sql, const std::vector<std::string>& values) {
+  const std::lock_guard lock(mutex_);
+  const Statement statement = Prepare(connection_.get(), sql, values);
+  std::vector<Row> rows;
+  int result = SQLITE_OK;
+  while ((result = sqlite3_step(statement.get())) == SQLITE_ROW) rows.push_back(ReadRow(statement.get()));
+  if (result != SQLITE_DONE) Fail(connection_.get());
+  return rows;
+}
+
+void OpenDatabase(const std::string& path) { database = std::make_unique<Database>(path); }
+
+Database& TheDatabase() { return *database; }
+
+}  // namespace sim

@@ -1,0 +1,37 @@
+// The device's database: a small owner of SQLite with its schema.
+#pragma once
+
+#include <sqlite3.h>
+
+#include <memory>
+#include <mutex>
+#include <string>
+#include <vector>
+
+namespace sim {
+
+// Callable from any thread; statements are serialised. Failures throw std::runtime_error.
+class Database {
+ public:
+  using Row = std::vector<std::string>;
+
+  explicit Database(const std::string& path);
+
+  // Runs one statement with its values bound as text.
+  void Execute(const std::string& sql, const std::vector<std::string>& values = {});
+  std::vector<Row> Query(const std::string& sql, const std::vector<std::string>& values = {});
+
+ private:
+  struct Close {
+    void operator()(sqlite3* connection) const { sqlite3_close(connection); }
+  };
+
+  std::mutex mutex_;
+  std::unique_ptr<sqlite3, Close> connection_;
+};
+
+// Opens the database file and makes missing tables; once, before anything uses TheDatabase.
+void OpenDatabase(const std::string& path);
+Database& TheDatabase();
+
+}  // namespace sim

@@ -1,0 +1,42 @@
+// The table that the device hands to the library: which function serves which slot.
+#include "host_table.h"
+
+#include "device.h"
+#include "events.h"
+#include "media.h"
+#include "units.h"
+#include "users.h"
+
+namespace sim {
+
+SdkAPISerHandle HostTable() {
+  SdkAPISerHandle table{};
+  table.AuthQueryCb = AnswerAuthQuery;
+  table.LoginCb = Login;
+  table.LogOutCb = LogOut;
+  table.ChangeUserInfoCb = ChangeUser;
+  table.ManageUserCb = ManageUser;
+  table.DeviceInfoCb = FillDeviceInfo;
+  table.CustomRestoreCb = RestoreFactoryState;
+  table.DeviceStatusCb = WriteUptime;
+  table.DownloadLogFileCb = DownloadLog;
+  table.DownloadCustomCb = DownloadCustomFile;
+  table.DownloadSceneFileCb = DownloadScene;
+  table.PreviewCb = Preview;
+  table.GetTxRxListCb = WriteUnitList;
+  table.GetPrivJsonCb = PrivilegeList;
+  table.SpecifyPrivCb = BindPrivilege;
+  table.DeletePrivCb = DeletePrivilege;
+  table.DownloadEdidFileCb = DownloadEdid;
+  table.DownloadSettingFileCb = DownloadSettings;
+  table.DownloadImageFileCb = DownloadLogo;
+  table.UploadImageFileCb = UploadImage;
+  table.UploadTxtFileCb = UploadText;
+  table.UploadCertFileCb = UploadCertificate;
+  table.UploadZipFileCb = UploadArchive;
+  table.UpgradeCb = UploadFirmware;
+  table.WebSocketCb = OnWebSocket;
+  return table;
+}
+
+}  // namespace sim

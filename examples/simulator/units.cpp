@@ -1,0 +1,211 @@
+// The transmitter and receiver units that the device manages.
+#include "units.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+#include <mutex>
+
+#include "database.h"
+#include "events.h"
+#include "names.h"
+#include "sdkapi/sdkapi.h"
+#include "slot_guard.h"
+#include "users.h"
+
+namespace sim {
+namespace {
+
+using nlohmann::json;
+
+constexpr int kUnitsPerType = 4;
+constexpr const char* kColumns = "SELECT name, type, online, ip, mac, edid, input FROM units";
+constexpr std::size_t kEdidSize = 128;
+
+std::mutex changeMutex;  // rules are checked before a change is written
+
+// A 1920x1080 display of this device's own make, with the unit's number as its serial number.
+std::string FactoryEdid(int number) {
+  std::array<unsigned char, kEdidSize> edid = {0x00, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0x00, 0x4D, 0x2D};
+  edid[10] = 1;
+  edid[12] = static_cast<unsigned char>(number);
+  edid[17] = 34;
+  edid[18] = 1;
+  edid[19] = 3;
+  constexpr std::array<unsigned char, 18> kFullHd = {0x02, 0x3A, 0x80, 0x18, 0x71, 0x38, 0x2D, 0x40, 0x58,
+                                                     0x2C, 0x45, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x1E};
+  std::copy(kFullHd.begin(), kFullHd.end(), edid.begin() + 54);
+  unsigned int sum = 0;
+  for (const unsigned char byte : edid) sum += byte;
+  edid.back() = static_cast<unsigned char>(0U - sum);
+
+  std::string text;
+  for (const unsigned char byte : edid) {
+    std::array<char, 3> digits{};
+    std::snprintf(digits.data(), digits.size(), "%02x", byte);
+    text += digits.data();
+  }
+  return text;
+}
+
+Unit FactoryUnit(const std::string& type, int number) {
+  const bool receiver = type == "rx";
+  const int host = number + (receiver ? 100 : 10);
+  std::array<char, 18> mac{};
+  std::snprintf(mac.data(), mac.size(), "02:00:00:00:00:%02x", static_cast<unsigned int>(host) & 0xFFU);
+  std::string name = receiver ? "RX0" : "TX0";
+  std::string input = receiver ? "TX0" + std::to_string(number) : "";
+  name += std::to_string(number);
+  return {name, type, true, "192.0.2." + std::to_string(host), mac.data(), FactoryEdid(host), input};
+}
+
+void Insert(const Unit& unit) {
+  TheDatabase().Execute(
+      "INSERT INTO units (name, type, online, ip, mac, edid, input) VALUES (?, ?, ?, ?, ?, ?, ?)",
+      {unit.name, unit.type, unit.online ? "1" : "0", unit.ip, unit.mac, unit.edid, unit.input});
+}
+
+Unit ToUnit(const Database::Row& row) {
+  return {row[0], row[1], row[2] == "1", row[3], row[4], row[5], row[6]};
+}
+
+std::string CheckInput(const Unit& unit, const std::string& input) {
+  if (input.empty()) return "";
+  if (unit.type != "rx") return "only receivers have an input";
+  const auto source = FindUnit(input);
+  return source && source->type == "tx" ? "" : "no such transmitter";
+}
+
+std::string Check(const Unit& unit, const UnitChange& change) {
+  if (change.name && !IsName(*change.name)) return "bad name";
+  if (change.name && *change.name != unit.name && FindUnit(*change.name)) return "name is taken";
+  return change.input ? CheckInput(unit, *change.input) : "";
+}
+
+// Receivers and privilege pictures follow a unit's new name.
+void Rename(const std::string& from, const std::string& to) {
+  TheDatabase().Execute("UPDATE units SET name = ? WHERE name = ?", {to, from});
+  TheDatabase().Execute("UPDATE units SET input = ? WHERE input = ?", {to, from});
+  TheDatabase().Execute("UPDATE OR IGNORE privileges SET unit = ? WHERE unit = ?", {to, from});
+}
+
+void Write(const Unit& unit, const UnitChange& change) {
+  if (change.online) {
+    TheDatabase().Execute("UPDATE units SET online = ? WHERE name = ?",
+                          {*change.online ? "1" : "0", unit.name});
+  }
+  if (change.input)
+    TheDatabase().Execute("UPDATE units SET input = ? WHERE name = ?", {*change.input, unit.name});
+  if (change.name && *change.name != unit.name) Rename(unit.name, *change.name);
+}
+
+void PublishUnit(const Unit& unit, const std::string& was) {
+  json event = {{"type", "unit"}, {"unit", ToJson(unit)}};
+  if (was != unit.name) event["was"] = was;
+  Publish(event);
+}
+
+bool IsText(const json& unit, const char* member) { return unit.value(member, json()).is_string(); }
+
+bool IsStoredUnit(const json& unit) {
+  return unit.is_object() && IsText(unit, "name") && IsText(unit, "type") && IsText(unit, "ip") &&
+         IsText(unit, "mac") && IsText(unit, "edid") && IsText(unit, "input") &&
+         unit.value("online", json()).is_boolean() && IsName(unit["name"].get<std::string>()) &&
+         (unit["type"] == "tx" || unit["type"] == "rx");
+}
+
+Unit FromJson(const json& unit) {
+  return {unit["name"], unit["type"], unit["online"], unit["ip"], unit["mac"], unit["edid"], unit["input"]};
+}
+
+}  // namespace
+
+json ToJson(const Unit& unit) {
+  return {{"name", unit.name}, {"type", unit.type}, {"online", unit.online}, {"ip", unit.ip},
+          {"mac", unit.mac},   {"edid", unit.edid}, {"input", unit.input}};
+}
+
+void StartUnits() {
+  if (ListUnits().empty()) ResetUnits();
+}
+
+void ResetUnits() {
+  const std::lock_guard lock(changeMutex);
+  TheDatabase().Execute("DELETE FROM units");
+  for (const char* const type : {"tx", "rx"}) {
+    for (int number = 1; number <= kUnitsPerType; ++number) Insert(FactoryUnit(type, number));
+  }
+}
+
+std::vector<Unit> ListUnits() {
+  std::vector<Unit> units;
+  for (const auto& row : TheDatabase().Query(std::string(kColumns) + " ORDER BY id"))
+    units.push_back(ToUnit(row));
+  return units;
+}
+
+std::optional<Unit> FindUnit(const std::string& name) {
+  const auto rows = TheDatabase().Query(std::string(kColumns) + " WHERE name = ?", {name});
+  if (rows.empty()) return std::nullopt;
+  return ToUnit(rows[0]);
+}
+
+int CountOnlineUnits() {
+  return std::stoi(TheDatabase().Query("SELECT COUNT(*) FROM units WHERE online = 1")[0][0]);
+}
+
+std::optional<UnitChange> ToUnitChange(const json& body) {
+  if (!body.is_object()) return std::nullopt;
+  UnitChange change;
+  for (const auto& [member, value] : body.items()) {
+    if (member == "name" && value.is_string()) {
+      change.name = value;
+    } else if (member == "online" && value.is_boolean()) {
+      change.online = value;
+    } else if (member == "input" && value.is_string()) {
+      change.input = value;
+    } else {
+      return std::nullopt;
+    }
+  }
+  const bool empty = !change.name && !change.online && !change.input;
+  return empty ? std::nullopt : std::optional(change);
+}
+
+std::string ChangeUnit(const std::string& name, const UnitChange& change) {
+  const std::lock_guard lock(changeMutex);
+  const auto unit = FindUnit(name);
+  if (!unit) return "no such unit";
+  if (const std::string reason = Check(*unit, change); !reason.empty()) return reason;
+  Write(*unit, change);
+  if (const auto changed = FindUnit(change.name.value_or(name))) PublishUnit(*changed, name);
+  return "";
+}
+
+json ExportUnits() {
+  json units = json::array();
+  for (const Unit& unit : ListUnits()) units.push_back(ToJson(unit));
+  return units;
+}
+
+bool ImportUnits(const json& units) {
+  if (!units.is_array() || units.empty() || !std::all_of(units.begin(), units.end(), IsStoredUnit))
+    return false;
+  const std::lock_guard lock(changeMutex);
+  TheDatabase().Execute("DELETE FROM units");
+  for (const json& unit : units) Insert(FromJson(unit));
+  for (const Unit& unit : ListUnits()) PublishUnit(unit, unit.name);
+  return true;
+}
+
+int WriteUnitList(const char* token, char* list) {
+  return Guarded([&] {
+    if (!UserForToken(token)) return kNotAuthorised;
+    const std::string text = ExportUnits().dump();
+    if (text.size() >= kTxRxListSize) return kRefused;
+    std::snprintf(list, kTxRxListSize, "%s", text.c_str());
+    return 0;
+  });
+}
+
+}  // namespace sim

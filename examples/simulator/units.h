@@ -1,0 +1,50 @@
+// The transmitter and receiver units that the device manages.
+#pragma once
+
+#include <nlohmann/json.hpp>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace sim {
+
+struct Unit {
+  std::string name;
+  std::string type;  // "tx" or "rx"
+  bool online;
+  std::string ip;
+  std::string mac;
+  std::string edid;   // 256 hexadecimal characters
+  std::string input;  // receiver: the transmitter that it shows, or empty
+};
+
+nlohmann::json ToJson(const Unit& unit);
+
+// Makes the factory units on an empty database.
+void StartUnits();
+void ResetUnits();
+
+std::vector<Unit> ListUnits();
+std::optional<Unit> FindUnit(const std::string& name);
+int CountOnlineUnits();
+
+// The changes of a unit that a client may ask for; absent members stay.
+struct UnitChange {
+  std::optional<std::string> name;
+  std::optional<bool> online;
+  std::optional<std::string> input;
+};
+
+// Reads a change from a JSON object; nothing when a member has the wrong type or there is none.
+std::optional<UnitChange> ToUnitChange(const nlohmann::json& body);
+
+// Changes a unit and publishes it. Returns an empty text, or why not.
+std::string ChangeUnit(const std::string& name, const UnitChange& change);
+
+nlohmann::json ExportUnits();
+bool ImportUnits(const nlohmann::json& units);
+
+// Slot of the host table: the units as one JSON text.
+int WriteUnitList(const char* token, char* list);
+
+}  // namespace sim

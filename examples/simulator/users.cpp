@@ -1,0 +1,339 @@
+// The device's users: passwords, roles, lock-out, and the tokens of their logins.
+#include "users.h"
+
+#include <sodium.h>
+
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <chrono>
+#include <cstdio>
+#include <deque>
+#include <map>
+#include <mutex>
+#include <stdexcept>
+
+#include "database.h"
+#include "names.h"
+#include "slot_guard.h"
+
+namespace sim {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+using nlohmann::json;
+
+constexpr int kMostFailures = 5;
+constexpr auto kLockTime = std::chrono::seconds(60);
+constexpr auto kLoginGrace =
+    std::chrono::seconds(5);  // the library registers a login after this program's answer
+constexpr std::size_t kMostTokens = 256;
+constexpr std::size_t kMostLockNames = 1000;
+
+// What the code of a user change means.
+enum UserCode : int {
+  kDone = 0,
+  kWrongPassword = 1,
+  kWeakPassword = 2,
+  kUserExists = 3,
+  kNoSuchUser = 4,
+  kLastAdministrator = 5,
+  kBadName = 6,
+  kBadRole = 7
+};
+
+struct Attempts {
+  int failures = 0;
+  Clock::time_point lockedUntil;
+};
+
+struct TokenEntry {
+  std::string token;
+  std::string user;
+  Clock::time_point made;
+};
+
+std::mutex mutex;  // guards the two below; the database has a lock of its own
+std::map<std::string, Attempts, std::less<>> attempts;
+std::deque<TokenEntry> tokens;
+std::mutex changeMutex;  // one change of the user table at a time: rules are checked before it is written
+std::atomic<bool> authentication{true};
+
+std::string Hash(const std::string& password) {
+  std::array<char, crypto_pwhash_STRBYTES> hash{};
+  constexpr std::size_t kMemory = 8 * 1024 * 1024;
+  if (crypto_pwhash_str(hash.data(), password.c_str(), password.size(), 2, kMemory) != 0) {
+    throw std::runtime_error("no memory to hash a password");
+  }
+  return hash.data();
+}
+
+std::optional<std::string> HashOf(const std::string& name) {
+  const auto rows = TheDatabase().Query("SELECT hash FROM users WHERE name = ?", {name});
+  if (rows.empty()) return std::nullopt;
+  return rows[0][0];
+}
+
+// Unknown names cost as much time as known ones.
+bool PasswordMatches(const std::string& name, const std::string& password) {
+  static const std::string kNobody = Hash("nobody");
+  const auto hash = HashOf(name);
+  const std::string& compared = hash ? *hash : kNobody;
+  return crypto_pwhash_str_verify(compared.c_str(), password.c_str(), password.size()) == 0 && hash;
+}
+
+User ToUser(const Database::Row& row) { return {row[0], std::stoi(row[1]), std::stoi(row[2])}; }
+
+std::optional<User> FindUser(const std::string& name) {
+  const auto rows = TheDatabase().Query("SELECT name, role, firstlogin FROM users WHERE name = ?", {name});
+  if (rows.empty()) return std::nullopt;
+  return ToUser(rows[0]);
+}
+
+void AddUser(const std::string& name, const std::string& hash, int role, int firstLogin) {
+  TheDatabase().Execute("INSERT INTO users (name, hash, role, firstlogin) VALUES (?, ?, ?, ?)",
+                        {name, hash, std::to_string(role), std::to_string(firstLogin)});
+}
+
+std::string NewToken() {
+  std::array<unsigned char, 32> bytes{};
+  randombytes_buf(bytes.data(), bytes.size());
+  std::array<char, sodium_base64_ENCODED_LEN(32, sodium_base64_VARIANT_URLSAFE_NO_PADDING)> text{};
+  sodium_bin2base64(text.data(), text.size(), bytes.data(), bytes.size(),
+                    sodium_base64_VARIANT_URLSAFE_NO_PADDING);
+  return text.data();
+}
+
+int64_t LockedSeconds(const std::string& name) {
+  const std::lock_guard lock(mutex);
+  const auto found = attempts.find(name);
+  if (found == attempts.end()) return 0;
+  const auto left = found->second.lockedUntil - Clock::now();
+  return std::max<int64_t>(0, std::chrono::ceil<std::chrono::seconds>(left).count());
+}
+
+void NoteFailure(const std::string& name) {
+  const std::lock_guard lock(mutex);
+  if (attempts.size() > kMostLockNames) attempts.clear();
+  Attempts& entry = attempts[name];
+  if (++entry.failures < kMostFailures) return;
+  entry = {0, Clock::now() + kLockTime};
+}
+
+std::string RememberToken(const std::string& name) {
+  const std::lock_guard lock(mutex);
+  attempts.erase(name);
+  if (tokens.size() >= kMostTokens) tokens.pop_front();
+  tokens.push_back({NewToken(), name, Clock::now()});
+  return tokens.back().token;
+}
+
+void RenameTokens(const std::string& from, const std::string& to) {
+  const std::lock_guard lock(mutex);
+  for (TokenEntry& entry : tokens) {
+    if (entry.user == from) entry.user = to;
+  }
+}
+
+void EndTokensOf(const std::string& name) {
+  const std::lock_guard lock(mutex);
+  std::erase_if(tokens, [&](const TokenEntry& entry) { return entry.user == name; });
+}
+
+bool IsLastAdministrator(const std::string& name) {
+  const auto others = TheDatabase().Query("SELECT COUNT(*) FROM users WHERE role = 1 AND name <> ?", {name});
+  return others[0][0] == "0";
+}
+
+bool IsStrong(const char* password) { return DataFormatverification(password) == 0; }
+
+UserCode CreateUser(const ManageUserRequest& request) {
+  if (!IsName(request.username)) return kBadName;
+  if (FindUser(request.username)) return kUserExists;
+  if (!IsStrong(request.password)) return kWeakPassword;
+  if (request.role < kAdministrator || request.role > kViewer) return kBadRole;
+  AddUser(request.username, Hash(request.password), request.role, 1);
+  return kDone;
+}
+
+UserCode DeleteUser(const std::string& name) {
+  const auto user = FindUser(name);
+  if (!user) return kNoSuchUser;
+  if (user->role == kAdministrator && IsLastAdministrator(name)) return kLastAdministrator;
+  TheDatabase().Execute("DELETE FROM users WHERE name = ?", {name});
+  EndTokensOf(name);
+  return kDone;
+}
+
+UserCode ChangePassword(const std::string& name, const char* password) {
+  if (!IsStrong(password)) return kWeakPassword;
+  TheDatabase().Execute("UPDATE users SET hash = ?, firstlogin = 0 WHERE name = ?", {Hash(password), name});
+  return kDone;
+}
+
+UserCode ChangeName(const std::string& name, const std::string& newName) {
+  if (!IsName(newName)) return kBadName;
+  if (newName == name) return kDone;
+  if (FindUser(newName)) return kUserExists;
+  TheDatabase().Execute("UPDATE users SET name = ? WHERE name = ?", {newName, name});
+  RenameTokens(name, newName);
+  return kDone;
+}
+
+// changeType: 0 user name, 1 password, 2 both.
+UserCode Change(const std::string& name, const ChangeUserRequest& request) {
+  const bool changesName = request.changeType != 1 && request.newusername[0] != '\0';
+  const bool changesPassword = request.changeType != 0;
+  if (!FindUser(name)) return kNoSuchUser;
+  if (!PasswordMatches(name, request.oldpassword)) return kWrongPassword;
+  if (changesPassword && !IsStrong(request.newpassword)) return kWeakPassword;
+  if (changesName) {
+    const UserCode renamed = ChangeName(name, request.newusername);
+    if (renamed != kDone) return renamed;
+  }
+  return changesPassword ? ChangePassword(changesName ? request.newusername : name, request.newpassword)
+                         : kDone;
+}
+
+bool IsStoredUser(const json& user) {
+  return user.is_object() && user.value("name", json()).is_string() &&
+         user.value("hash", json()).is_string() && user.value("role", json()).is_number_integer() &&
+         IsName(user["name"].get<std::string>()) && user["role"] >= kAdministrator && user["role"] <= kViewer;
+}
+
+// Whom a change is about: the named user, who must be the caller unless an administrator asks.
+std::string Subject(const User& caller, const ChangeUserRequest& request) {
+  return request.username[0] != '\0' ? request.username : caller.name;
+}
+
+}  // namespace
+
+void StartUsers(bool authenticate) {
+  if (sodium_init() < 0) throw std::runtime_error("libsodium cannot start");
+  authentication = authenticate;
+  if (ListUsers().empty()) AddUser("admin", Hash("admin"), kAdministrator, 1);
+}
+
+void ResetUsers() {
+  const std::lock_guard change(changeMutex);
+  TheDatabase().Execute("DELETE FROM users");
+  AddUser("admin", Hash("admin"), kAdministrator, 1);
+  const std::lock_guard lock(mutex);
+  tokens.clear();
+  attempts.clear();
+}
+
+std::vector<User> ListUsers() {
+  std::vector<User> users;
+  for (const auto& row : TheDatabase().Query("SELECT name, role, firstlogin FROM users ORDER BY name")) {
+    users.push_back(ToUser(row));
+  }
+  return users;
+}
+
+std::optional<User> UserForToken(std::string_view token) {
+  // The library's own switch counts, too: a client may have changed it.
+  if (!authentication || SdkAPISer_AuthenticationSwitch_Get() == 1) return User{"admin", kAdministrator, 0};
+  std::string name;
+  {
+    const std::lock_guard lock(mutex);
+    const auto found = std::find_if(tokens.begin(), tokens.end(),
+                                    [&](const TokenEntry& entry) { return entry.token == token; });
+    if (found == tokens.end()) return std::nullopt;
+    name = found->user;
+  }
+  return FindUser(name);
+}
+
+bool MayWrite(std::string_view token) {
+  const auto user = UserForToken(token);
+  return user && user->role <= kOperator;
+}
+
+bool IsAdministrator(std::string_view token) {
+  const auto user = UserForToken(token);
+  return user && user->role == kAdministrator;
+}
+
+void ForgetEndedLogins() {
+  const std::lock_guard lock(mutex);
+  const auto oldest = Clock::now() - kLoginGrace;
+  std::erase_if(tokens, [&](const TokenEntry& entry) {
+    return entry.made < oldest && GetLoginHandle(entry.token.c_str()) == nullptr;
+  });
+}
+
+json ExportUsers() {
+  json users = json::array();
+  for (const auto& row :
+       TheDatabase().Query("SELECT name, hash, role, firstlogin FROM users ORDER BY name")) {
+    users.push_back(
+        {{"name", row[0]}, {"hash", row[1]}, {"role", std::stoi(row[2])}, {"firstlogin", std::stoi(row[3])}});
+  }
+  return users;
+}
+
+bool ImportUsers(const json& users) {
+  const auto isAdministrator = [](const json& user) { return user["role"] == kAdministrator; };
+  if (!users.is_array() || !std::all_of(users.begin(), users.end(), IsStoredUser)) return false;
+  if (!std::any_of(users.begin(), users.end(), isAdministrator)) return false;
+  const std::lock_guard change(changeMutex);
+  TheDatabase().Execute("DELETE FROM users");
+  for (const json& user : users) {
+    AddUser(user["name"], user["hash"], user["role"], user.value("firstlogin", 0));
+  }
+  return true;
+}
+
+// A login is required unless the device was started without.
+int AnswerAuthQuery(int* flag) {
+  *flag = authentication ? 0 : 1;
+  return 0;
+}
+
+int Login(LoginInfo* info) {
+  return Guarded([&] {
+    const std::string name = info->username;
+    if (const int64_t locked = LockedSeconds(name); locked > 0) {
+      info->code = 2;
+      info->lockTime = static_cast<uint64_t>(locked);
+      return 0;
+    }
+    if (!PasswordMatches(name, info->password)) {
+      NoteFailure(name);
+      info->code = 1;
+      return 0;
+    }
+    std::snprintf(info->token, sizeof info->token, "%s", RememberToken(name).c_str());
+    info->firstlogin = FindUser(name).value_or(User{}).firstLogin;
+    info->code = 0;
+    return 0;
+  });
+}
+
+// The slot does not say whose login ended; the tick forgets the token.
+int LogOut() { return 0; }
+
+int ChangeUser(const char* token, ChangeUserRequest* request) {
+  return Guarded([&] {
+    const auto caller = UserForToken(token);
+    if (!caller) return kNotAuthorised;
+    const std::string subject = Subject(*caller, *request);
+    if (subject != caller->name && caller->role != kAdministrator) return kNotAuthorised;
+    const std::lock_guard change(changeMutex);
+    request->code = Change(subject, *request);
+    return 0;
+  });
+}
+
+int ManageUser(const char* token, ManageUserRequest* request) {
+  return Guarded([&] {
+    if (!IsAdministrator(token)) return kNotAuthorised;
+    const std::lock_guard change(changeMutex);
+    request->code =
+        static_cast<uint32_t>(request->action == 0 ? CreateUser(*request) : DeleteUser(request->username));
+    return 0;
+  });
+}
+
+}  // namespace sim
