@@ -1,0 +1,148 @@
+// Requests of the host's own get/post routes.
+#include "http/handlers.h"
+#include "library_fixture.h"
+
+namespace {
+
+using sdktest::JsonReply;
+using sdktest::Strings;
+using sdktest::TestHost;
+
+void* const kHost = reinterpret_cast<void*>(TestHost::CustomGetPost);
+
+class CustomGetPostTest : public sdktest::LibraryTest {};
+
+TEST_F(CustomGetPostTest, ABodyReachesTheHost) {
+  TestHost::Script().customGetPost = [](mg_connection* conn, CustomReqInfo& request) {
+    EXPECT_EQ(std::string(request.body, static_cast<std::size_t>(request.bodyLength)),
+              std::string("a\0b\r\n", 5));
+    EXPECT_EQ(request.reserved, 0);
+    return SendReponseInfo(conn, 200, 7, "mine", 4);
+  };
+  mg_connection conn("POST", "/own");
+  conn.Body(std::string("a\0b\r\n", 5));
+  EXPECT_EQ(FuncCustomGetPost(&conn, kHost), 1);
+  EXPECT_EQ(TestHost::Calls(), Strings{"CustomGetPost(body, 5, 1)"});
+  EXPECT_EQ(conn.output,
+            "HTTP/1.1 200 OK\r\nDate: Sun, 06 Nov 1994 08:49:37 GMT\r\nContent-Length: 4\r\nConnection: "
+            "close\r\n\r\nmine");
+}
+
+struct MethodCase {
+  const char* text;
+  int method;
+};
+class MethodTest : public CustomGetPostTest, public testing::WithParamInterface<MethodCase> {};
+
+TEST_P(MethodTest, IsReadWithoutRegardToCase) {
+  mg_connection conn(GetParam().text, "/own");
+  EXPECT_EQ(FuncCustomGetPost(&conn, kHost), 1);
+  EXPECT_EQ(TestHost::Calls(), Strings{"CustomGetPost(NULL, 0, " + std::to_string(GetParam().method) + ")"});
+}
+
+INSTANTIATE_TEST_SUITE_P(Methods, MethodTest,
+                         testing::Values(MethodCase{"GET", 0}, MethodCase{"get", 0}, MethodCase{"POST", 1},
+                                         MethodCase{"post", 1}, MethodCase{"PUT", 2}, MethodCase{"DELETE", 2},
+                                         MethodCase{"GETX", 2}, MethodCase{"", 2}));
+
+struct LengthCase {
+  const char* name;
+  long long length;
+};
+class NoBodyTest : public CustomGetPostTest, public testing::WithParamInterface<LengthCase> {};
+
+TEST_P(NoBodyTest, CallsTheHostWithoutABody) {
+  mg_connection conn("POST", "/own");
+  conn.Body("unread");
+  conn.contentLength = GetParam().length;
+  EXPECT_EQ(FuncCustomGetPost(&conn, kHost), 1);
+  EXPECT_EQ(TestHost::Calls(), Strings{"CustomGetPost(NULL, 0, 1)"});
+}
+
+INSTANTIATE_TEST_SUITE_P(Lengths, NoBodyTest,
+                         testing::Values(LengthCase{"Unknown", -1}, LengthCase{"Zero", 0},
+                                         LengthCase{"NegativeAs32Bits", 0x80000000LL},
+                                         LengthCase{"ZeroAs32Bits", 0x100000000LL}),
+                         sdktest::ByName{});
+
+TEST_F(CustomGetPostTest, AShortBodyReportsWhatWasRead) {
+  mg_connection conn("POST", "/own");
+  conn.Body("abc");
+  conn.contentLength = 100;
+  EXPECT_EQ(FuncCustomGetPost(&conn, kHost), 1);
+  EXPECT_EQ(TestHost::Calls(), Strings{"CustomGetPost(body, 3, 1)"});
+}
+
+TEST_F(CustomGetPostTest, AFailedReadIsReported) {
+  mg_connection conn("POST", "/own");
+  conn.Body("abc");
+  conn.failReadFrom = 1;
+  EXPECT_EQ(FuncCustomGetPost(&conn, kHost), 1);
+  EXPECT_EQ(TestHost::Calls(), Strings{"CustomGetPost(body, -1, 1)"});
+}
+
+TEST_F(CustomGetPostTest, ALargeBodyArrivesWhole) {
+  const std::string body(1000000, 'b');
+  TestHost::Script().customGetPost = [&body](mg_connection*, CustomReqInfo& request) {
+    EXPECT_TRUE(std::string(request.body, static_cast<std::size_t>(request.bodyLength)) == body);
+    return 0;
+  };
+  mg_connection conn("POST", "/own");
+  conn.Body(body);
+  EXPECT_EQ(FuncCustomGetPost(&conn, kHost), 1);
+  EXPECT_EQ(TestHost::Calls(), Strings{"CustomGetPost(body, 1000000, 1)"});
+}
+
+TEST_F(CustomGetPostTest, AnUnknownTokenIsNotAuthorised) {
+  RequireLogin();
+  mg_connection conn("GET", "/own");
+  conn.Token("nobody");
+  EXPECT_EQ(FuncCustomGetPost(&conn, kHost), 1);
+  EXPECT_EQ(conn.output, JsonReply(401));
+  EXPECT_EQ(Log(), (Strings{"1 sdkapi req http token nobody", "4 sdkapicustom token err!!!!",
+                            "1 sdkapi send =>" + JsonReply(401)}));
+  EXPECT_EQ(TestHost::Calls(), Strings{});
+}
+
+TEST_F(CustomGetPostTest, AnyLoginReachesTheHost) {
+  RequireLogin();
+  LogIn("tok");
+  mg_connection conn("GET", "/own");
+  conn.Token("tok");
+  EXPECT_EQ(FuncCustomGetPost(&conn, kHost), 1);
+  EXPECT_EQ(TestHost::Calls(), Strings{"CustomGetPost(NULL, 0, 0)"});
+}
+
+TEST_F(CustomGetPostTest, WithoutAHostFunctionItIsAServerError) {
+  mg_connection conn("GET", "/own");
+  EXPECT_EQ(FuncCustomGetPost(&conn, nullptr), 1);
+  EXPECT_EQ(conn.output, JsonReply(500));
+  EXPECT_EQ(Log(), (Strings{"4 sdkapicustom no server func", "1 sdkapi send =>" + JsonReply(500)}));
+}
+
+TEST_F(CustomGetPostTest, WithoutAHostFunctionTheTokenIsCheckedFirst) {
+  RequireLogin();
+  mg_connection conn("GET", "/own");
+  EXPECT_EQ(FuncCustomGetPost(&conn, nullptr), 1);
+  EXPECT_EQ(conn.output, JsonReply(401));
+}
+
+TEST_F(CustomGetPostTest, TheHostsRefusalSendsNothingAndEndsTheConnection) {
+  TestHost::Script().customGetPost = [](mg_connection*, CustomReqInfo&) { return -2; };
+  mg_connection conn("GET", "/own");
+  EXPECT_EQ(FuncCustomGetPost(&conn, kHost), 1);
+  EXPECT_EQ(conn.output, "");
+  EXPECT_EQ(Log(), Strings{});
+  EXPECT_FALSE(conn.keepAlive);
+}
+
+TEST_F(CustomGetPostTest, AnyOtherResultLeavesTheReplyToTheHost) {
+  for (const int result : {0, -1, 1, 500}) {
+    TestHost::Script().customGetPost = [result](mg_connection*, CustomReqInfo&) { return result; };
+    mg_connection conn("GET", "/own");
+    EXPECT_EQ(FuncCustomGetPost(&conn, kHost), 1);
+    EXPECT_EQ(conn.output, "") << result;
+  }
+}
+
+}  // namespace
