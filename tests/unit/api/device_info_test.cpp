@@ -38,30 +38,30 @@ INSTANTIATE_TEST_SUITE_P(
     testing::Values(
         InfoCase{"Nothing", [](DeviceInfo&) {}, "{}"},
         InfoCase{"All",
-                 [](DeviceInfo& info) {
-                   sdkapi::CopyText(info.model, "M1");
-                   sdkapi::CopyText(info.security, "high");
-                   info.timeout = 300;
-                   sdkapi::CopyText(info.devicetime, "2024-01-02 03:04:05");
+                 [](DeviceInfo& record) {
+                   sdkapi::CopyText(record.model, "M1");
+                   sdkapi::CopyText(record.security, "high");
+                   record.timeout = 300;
+                   sdkapi::CopyText(record.devicetime, "2024-01-02 03:04:05");
                  },
                  R"({"model":"M1","security":"high","timeout":"300","devicetime":"2024-01-02 03:04:05"})"},
-        InfoCase{"TimeoutOnly", [](DeviceInfo& info) { info.timeout = 300; }, R"({"timeout":"300"})"},
-        InfoCase{"TimeoutZero", [](DeviceInfo& info) { info.timeout = 0; }, R"({"timeout":"0"})"},
-        InfoCase{"TimeoutNegative", [](DeviceInfo& info) { info.timeout = -2147483647 - 1; },
+        InfoCase{"TimeoutOnly", [](DeviceInfo& record) { record.timeout = 300; }, R"({"timeout":"300"})"},
+        InfoCase{"TimeoutZero", [](DeviceInfo& record) { record.timeout = 0; }, R"({"timeout":"0"})"},
+        InfoCase{"TimeoutNegative", [](DeviceInfo& record) { record.timeout = -2147483647 - 1; },
                  R"({"timeout":"-2147483648"})"},
-        InfoCase{"ModelOnly", [](DeviceInfo& info) { sdkapi::CopyText(info.model, "M\"1\""); },
+        InfoCase{"ModelOnly", [](DeviceInfo& record) { sdkapi::CopyText(record.model, "M\"1\""); },
                  R"({"model":"M\"1\""})"},
-        InfoCase{"SecurityOnly", [](DeviceInfo& info) { sdkapi::CopyText(info.security, "s"); },
+        InfoCase{"SecurityOnly", [](DeviceInfo& record) { sdkapi::CopyText(record.security, "s"); },
                  R"({"security":"s"})"},
-        InfoCase{"TimeOnly", [](DeviceInfo& info) { sdkapi::CopyText(info.devicetime, "t"); },
+        InfoCase{"TimeOnly", [](DeviceInfo& record) { sdkapi::CopyText(record.devicetime, "t"); },
                  R"({"devicetime":"t"})"},
         InfoCase{"ReservedIsNotRead",
-                 [](DeviceInfo& info) { std::memset(info.reserved, 'r', sizeof info.reserved); }, "{}"},
+                 [](DeviceInfo& record) { std::memset(record.reserved, 'r', sizeof record.reserved); }, "{}"},
         InfoCase{"ForgottenTerminators",
-                 [](DeviceInfo& info) {
-                   std::memset(info.model, 'm', sizeof info.model);
-                   std::memset(info.security, 's', sizeof info.security);
-                   std::memset(info.devicetime, 't', sizeof info.devicetime);
+                 [](DeviceInfo& record) {
+                   std::memset(record.model, 'm', sizeof record.model);
+                   std::memset(record.security, 's', sizeof record.security);
+                   std::memset(record.devicetime, 't', sizeof record.devicetime);
                  },
                  R"({"model":")" + std::string(31, 'm') + R"(","security":")" + std::string(31, 's') +
                      R"(","devicetime":")" + std::string(323, 't') + "\"}"}),
