@@ -91,6 +91,7 @@ for (const scheme of ['http', 'https']) {
 
     flowHere('the first login forces a password of one’s own', [], async (person) => {
       const page = await openTab(person);
+      await until('the login page with its logo', () => page.locator('.gate img').evaluate((image) => image.naturalWidth > 0));
       await picture(page, 'login');
       await fillLogin(page, 'admin', 'wrong');
       await page.getByText('The user name or the password is wrong.').waitFor();
@@ -143,7 +144,8 @@ for (const scheme of ['http', 'https']) {
       await until('every picture is there', () => live.locator('img').evaluateAll((images) => images.length === 3 && images.every((image) => image.naturalWidth === 1280)));
       const before = await live.first().screenshot();
       await until('the picture moves', async () => !before.equals(await live.first().screenshot()));
-      await until('stills of the others', () => page.locator('.preview[data-state=still] img').first().evaluate((image) => image.naturalWidth === 1280));
+      const seen = () => page.locator('.preview[data-state=still] img').evaluateAll((images) => images.every((image) => image.naturalWidth === 1280));
+      await until('a still of every unit that can be seen', seen);
       await picture(page, 'units');
       await page.getByRole('button', { name: 'Pause: TX01' }).click();
       await page.getByRole('button', { name: 'Live: TX01' }).waitFor();

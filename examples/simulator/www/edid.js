@@ -12,8 +12,8 @@ export function edidWords(edid) {
   return [letters, product, text].filter(Boolean).join(' ');
 }
 
-/** Sixteen bytes a line, in hexadecimal. */
+/** Eight bytes a line, in hexadecimal. */
 export function hexLines(bytes) {
-  const line = (_, row) => [...bytes.slice(row * 16, row * 16 + 16)].map((byte) => byte.toString(16).padStart(2, '0')).join(' ');
-  return Array.from({ length: Math.ceil(bytes.length / 16) }, line).join('\n');
+  const line = (_, row) => [...bytes.slice(row * 8, row * 8 + 8)].map((byte) => byte.toString(16).padStart(2, '0')).join(' ');
+  return Array.from({ length: Math.ceil(bytes.length / 8) }, line).join('\n');
 }

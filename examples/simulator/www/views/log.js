@@ -42,4 +42,4 @@ export function render(ctx) {
   return card('', h('div.row.ends', field('Level', level), field('Search', search), button('Refresh', load), downloadButton(ctx, 'Download log', '/api/v1/log')), count, list);
 }
 
-const isError = (text) => /^\S+ \S+ (4|E|error)\b/i.test(text);
+const isError = (text) => /^\S+ \S+ [EC] /.test(text);

@@ -51,6 +51,7 @@ function unitTile(ctx, wall, first) {
   const newName = h('input', { maxlength: '31', spellcheck: 'false', autocomplete: 'off' });
   const rename = form([field('Name', newName)], 'Rename', () => ctx.command({ type: 'set-unit-name', unit: unit.name, name: newName.value }).then(() => 'Renamed.'), 'small');
   const facts = h('dl.facts');
+  const address = h('p.dim');
 
   function update(next, names) {
     const text = JSON.stringify([next, names]);
@@ -63,6 +64,7 @@ function unitTile(ctx, wall, first) {
     state.className = `badge ${unit.online ? 'good' : 'dim'}`;
     online.checked = unit.online;
     online.setAttribute('aria-label', `${unit.name} online`);
+    address.textContent = unit.ip;
     if (input) fillInput(input, unit, sources);
     if (document.activeElement !== newName) newName.value = unit.name;
     fill(facts, [['IP', unit.ip], ['MAC', unit.mac], ['EDID', edidWords(unit.edid)]].map(([term, value]) => h('div', h('dt', term), h('dd', value || '–'))));
@@ -71,7 +73,7 @@ function unitTile(ctx, wall, first) {
 
   const element = h('article.card.unit', picture.element,
     h('div.row.between', name, badge(unit.type === 'tx' ? 'transmitter' : 'receiver'), state),
-    h('div.row.between', input ? field('Input', input) : h('span'), h('label.switch', online, 'Online')),
+    h('div.row.between', input ? field('Input', input) : address, h('label.switch', online, 'Online')),
     h('details', h('summary', 'Details'), facts, rename));
   return { element, update };
 }
