@@ -9,7 +9,9 @@
 
 namespace sdktest {
 
-LibraryTest::LibraryTest() {
+LibraryTest::LibraryTest() { StartAfresh(); }
+
+void LibraryTest::StartAfresh() {
   LogCapture::Install();
   SdkAPISer_Stop(nullptr);
   ResetServer();

@@ -30,6 +30,9 @@ class LibraryTest : public testing::Test {
   LibraryTest();
   ~LibraryTest() override;
 
+  // Puts everything into its first state; the constructor does it, too.
+  static void StartAfresh();
+
   // Replaces the library's copy of the host's table.
   static void Install(const SdkAPISerHandle& table);
 

@@ -1,0 +1,190 @@
+// Every allocation fails in turn: the specified answer or a clean refusal, and nothing is left behind.
+#include <cstring>
+#include <memory>
+
+#include "failing_allocator.h"
+#include "http/handlers.h"
+#include "scenarios.h"
+#include "server/lifecycle.h"
+
+namespace {
+
+using sdktest::Failing;
+using sdktest::FailingAllocator;
+using sdktest::JsonReply;
+using sdktest::Scenario;
+using sdktest::ScenarioTest;
+using sdktest::Strings;
+using sdktest::TestHost;
+
+constexpr int kFarTooMany = 1000;
+
+struct Outcome {
+  int result = 0;
+  std::string output;
+  bool failed = false;
+  std::size_t leaked = 0;
+  Strings log;
+};
+
+class AllocationTest : public ScenarioTest, public testing::WithParamInterface<Scenario> {
+ protected:
+  static Outcome RunWith(const Scenario& scenario, int failAt, Failing failing) {
+    mg_connection conn;
+    StartScenario(scenario, conn);
+    FailingAllocator allocator(failAt, failing);
+    Outcome outcome;
+    outcome.result = scenario.run(conn);
+    allocator.Relent();
+    outcome.failed = allocator.hasFailed();
+    outcome.output = conn.output;
+    outcome.log = Log();
+    EndScenario();
+    outcome.leaked = allocator.stillAllocated();
+    return outcome;
+  }
+
+  static bool IsDownloadHead(const std::string& output) {
+    return output ==
+           "HTTP/1.1 200 OK\r\nContent-Disposition: attachment;filename=\"f.bin\"\r\n"
+           "Content-Type: application/octet-stream\r\nTransfer-Encoding: chunked\r\n\r\n";
+  }
+
+  // Result and reply belong together; half a reply is none.
+  static void ExpectClean(const Outcome& outcome, const Outcome& whole) {
+    EXPECT_EQ(outcome.leaked, 0U);
+    if (outcome.output.empty() && !whole.output.empty()) {
+      EXPECT_EQ(outcome.result, 0);
+      return;
+    }
+    const bool isRefusal = outcome.output == JsonReply(500) || outcome.output == JsonReply(401);
+    EXPECT_TRUE(outcome.output == whole.output || isRefusal || IsDownloadHead(outcome.output))
+        << outcome.output;
+  }
+};
+
+TEST_P(AllocationTest, FailsInTurn) {
+  const Outcome whole = RunWith(GetParam(), 0, Failing::kOnce);
+  EXPECT_EQ(whole.leaked, 0U);
+  for (const Failing failing : {Failing::kOnce, Failing::kFromThenOn}) {
+    int failAt = 1;
+    for (; failAt < kFarTooMany; ++failAt) {
+      SCOPED_TRACE(failAt);
+      const Outcome outcome = RunWith(GetParam(), failAt, failing);
+      ExpectClean(outcome, whole);
+      if (!outcome.failed) {
+        EXPECT_EQ(outcome.output, whole.output);
+        break;
+      }
+    }
+    EXPECT_LT(failAt, kFarTooMany);
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(Handlers, AllocationTest, testing::ValuesIn(sdktest::Scenarios()),
+                         sdktest::ByName{});
+
+const Scenario& Named(const char* name) {
+  for (const Scenario& scenario : sdktest::Scenarios()) {
+    if (std::strcmp(scenario.name, name) == 0) return scenario;
+  }
+  return sdktest::Scenarios().front();
+}
+
+class NamedAllocationTest : public AllocationTest {};
+
+TEST_F(NamedAllocationTest, ALoginWithoutMemoryForItsTableIsAServerError) {
+  const Outcome outcome = RunWith(Named("Login"), 1, Failing::kFromThenOn);
+  EXPECT_EQ(outcome.result, 1);
+  EXPECT_EQ(outcome.output, JsonReply(500));
+}
+
+TEST_F(NamedAllocationTest, ALoginThatCannotBeListedGivesNoReply) {
+  bool seen = false;
+  for (int failAt = 1; failAt < kFarTooMany; ++failAt) {
+    const Outcome outcome = RunWith(Named("Login"), failAt, Failing::kOnce);
+    if (!outcome.failed) break;
+    if (outcome.result != 0) continue;
+    seen = true;
+    EXPECT_EQ(outcome.output, "");
+    EXPECT_EQ(outcome.log.back(), "4 sdkapi json api FunLogin add handle fail");
+  }
+  EXPECT_TRUE(seen);
+}
+
+TEST_F(NamedAllocationTest, APreviewWithoutMemoryIsNotAuthorised) {
+  const Outcome outcome = RunWith(Named("Preview"), 1, Failing::kOnce);
+  EXPECT_EQ(outcome.result, 1);
+  EXPECT_EQ(outcome.output, JsonReply(401));
+  EXPECT_EQ(outcome.log, (Strings{"4 sdkapi GetLoginHandle err!!!!", "1 sdkapi send =>" + JsonReply(401)}));
+}
+
+TEST_F(NamedAllocationTest, ACustomRequestWithoutMemoryForItsBodyIsAServerErrorAndNotServed) {
+  const Outcome outcome = RunWith(Named("CustomGetPost"), 1, Failing::kOnce);
+  EXPECT_EQ(outcome.output, JsonReply(500));
+  EXPECT_EQ(TestHost::Calls(), Strings{});
+}
+
+TEST_F(NamedAllocationTest, ADownloadThatCannotBeOpenedLeavesTheHeadAlone) {
+  const Outcome outcome = RunWith(Named("DownloadLog"), 1, Failing::kOnce);
+  EXPECT_TRUE(IsDownloadHead(outcome.output));
+  EXPECT_EQ(outcome.log.back(), "4 sdkapidownload open file error");
+}
+
+// A certificate must not be taken over for the wrong port.
+TEST_F(NamedAllocationTest, ACertificateWithoutMemoryForItsPortIsAServerErrorAndTheHostIsNotCalled) {
+  const Outcome outcome = RunWith(Named("UploadCertificate"), 1, Failing::kOnce);
+  ASSERT_TRUE(outcome.failed);
+  EXPECT_EQ(outcome.output, JsonReply(500));
+  EXPECT_EQ(TestHost::Uploads().size(), 0U);
+}
+
+TEST_F(NamedAllocationTest, AWebSocketWithoutMemoryForItsEntryIsRefused) {
+  for (const int failAt : {1, 2}) {
+    mg_connection conn;
+    StartScenario(Named("WebSocket"), conn);
+    {
+      FailingAllocator allocator(failAt, Failing::kOnce);
+      EXPECT_EQ(WebSocketConnectHandler(&conn, nullptr), 1);
+      EXPECT_EQ(allocator.stillAllocated(), 0U);
+    }
+    EXPECT_EQ(TestHost::Calls(), Strings{}) << "no event for a refused connection";
+    EndScenario();
+  }
+}
+
+TEST_F(NamedAllocationTest, AListIsUnchangedWhenANodeCannotBeMade) {
+  HandleManage head{};
+  HandleManageInitHead(&head);
+  int value = 0;
+  {
+    FailingAllocator allocator(1, Failing::kFromThenOn);
+    EXPECT_EQ(HandleManageAddHandle(&head, &value), -1);
+    EXPECT_EQ(HandleManageAddHandle1(&head, &value), -1);
+  }
+  EXPECT_EQ(HandleManageGetUsrCount(&head), 0);
+  EXPECT_EQ(pthread_mutex_trylock(&head.mutex), 0);
+  pthread_mutex_unlock(&head.mutex);
+}
+
+TEST_F(NamedAllocationTest, TheVersionStaysWithoutMemory) {
+  const std::string before = SdkAPiSer_Version_Get();
+  for (int failAt = 1; failAt < 10; ++failAt) {
+    FailingAllocator allocator(failAt, Failing::kFromThenOn);
+    EXPECT_EQ(SdkAPiSer_Version_Get(), before);
+    EXPECT_EQ(allocator.stillAllocated(), 0U);
+  }
+}
+
+TEST_F(NamedAllocationTest, StartAndStopLeakNothing) {
+  FailingAllocator allocator(0, Failing::kOnce);
+  const SdkAPISerHandle table = TestHost::Table();
+  SdkAPISer_Init();
+  for (int round = 0; round < 3; ++round) {
+    EXPECT_EQ(SdkAPISer_Start(&table), 0);
+    SdkAPISer_Stop(nullptr);
+  }
+  EXPECT_EQ(allocator.stillAllocated(), 0U);
+}
+
+}  // namespace
