@@ -419,6 +419,18 @@ for (const scheme of ['http', 'https']) {
       await until('the login has ended', async () => (await tokenStatus(person)) === 401);
     });
 
+    flowHere('a browser without shared workers has a login for each tab', [], async (person) => {
+      await person.context.addInitScript(() => delete globalThis.SharedWorker);
+      const page = await logIn(person);
+      const { token } = person;
+      await card(page, 'Device').getByText('SIM-8X8').waitFor();
+      const second = await logIn(person, { path: '/#/log' });
+      assert.notEqual(person.token, token);
+      await second.close();
+      await goTo(page, 'Users');
+      await page.getByRole('row', { name: /admin/ }).waitFor();
+    });
+
     flowHere('logging out in one tab logs out the other', [], async (person) => {
       const first = await logIn(person);
       const second = await openTab(person, '/#/units');

@@ -5,8 +5,9 @@ import { join } from 'node:path';
 
 const output = process.env.SDKAPI_BROWSER_OUTPUT;
 const { chromium } = createRequire(join(output, 'package.json'))('playwright-core');
-const ARGS = ['--headless', '--no-sandbox', '--disable-gpu', '--disable-quic', '--no-first-run', '--disable-background-networking',
-  '--disable-component-update', '--disable-sync'];
+// The certificate flag stands for a person who has accepted the device's own certificate, for shared workers too.
+const ARGS = ['--ignore-certificate-errors', '--headless', '--no-sandbox', '--disable-gpu', '--disable-quic', '--no-first-run', 
+  '--disable-background-networking', '--disable-component-update', '--disable-sync'];
 const SHOTS = process.env.SDKAPI_UPDATE_SCREENSHOTS === '1'
   ? new URL('../../../docs/images/', import.meta.url).pathname : join(output, 'screenshots');
 
