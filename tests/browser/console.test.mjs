@@ -3,7 +3,7 @@ import assert from 'node:assert/strict';
 import { readFile, readdir, stat } from 'node:fs/promises';
 import { join } from 'node:path';
 import { after, before, describe, test } from 'node:test';
-import { launch, newPerson, openTab, pictureBytes, shot, until } from './support/browser.mjs';
+import { launch, newPerson, openTab, pictureBytes, shot, shotOfFailure, until } from './support/browser.mjs';
 import { asFile, asPath, certificate, edid, firmware, png } from './support/files.mjs';
 import { Simulator } from './support/simulator.mjs';
 import { slowWay } from './support/slow_way.mjs';
@@ -68,7 +68,7 @@ function flow(name, device, allowed, action) {
       assert.deepEqual(person.problems, []);
     } catch (error) {
       const page = person.context.pages().at(-1);
-      if (page) await shot(page, `failed-${device().url.split(':')[0]}-${name.replace(/\W+/g, '-')}`).catch(() => {});
+      if (page) await shotOfFailure(page, `${device().url.split(':')[0]} ${name}`).catch(() => {});
       throw error;
     } finally {
       await person.context.close();
@@ -372,7 +372,7 @@ for (const scheme of ['http', 'https']) {
       await choose(page, 'Upload Scenes', asFile('broken.json', '{"scene": '));
       await drop(page, 'Upload Scenes').getByText('The device does not accept this file.').waitFor();
       await goTo(page, 'Log');
-      const lines = page.getByLabel('Log lines').locator('li');
+      const lines = page.getByLabel('Log entries').locator('li');
       await until('lines', async () => (await lines.count()) > 0);
       await picture(page, 'log');
       const all = await lines.count();
@@ -387,10 +387,17 @@ for (const scheme of ['http', 'https']) {
     });
 
     flowHere('a firmware upgrade runs through and a wrong file is refused', [refusedWith(406), refusedWith(500)], async (person) => {
-      const page = await logIn(person, { path: '/#/firmware' });
+      const way = await slowWay(device, 8 * MIB);
+      person.device = way;
+      const page = await logIn(person, { path: `${way.url}/#/firmware` });
       await page.getByText('The device runs version').waitFor();
       await choose(page, 'Upload firmware', asFile('holiday.jpg', 'not a firmware'));
       await page.getByText('This is not a valid firmware file. The device keeps the version it has.').waitFor();
+      await page.evaluate(() => {
+        globalThis.steps = [];
+        const steps = document.querySelector('.steps');
+        new MutationObserver(() => globalThis.steps.push(steps.querySelector('.now')?.textContent)).observe(steps, { childList: true });
+      });
       await choose(page, 'Upload firmware', firmware('1.1.0', 8 * MIB));
       await page.getByRole('dialog', { name: 'The device restarts' }).waitFor();
       await picture(page, 'restart');
@@ -398,10 +405,13 @@ for (const scheme of ['http', 'https']) {
       await card(page, 'Installed version').getByText('1.1.0').waitFor();
       await page.getByText('The device is back, version 1.1.0').waitFor();
       await page.getByText('Connected', { exact: true }).waitFor();
+      const steps = await page.evaluate(() => globalThis.steps);
+      for (const step of [/^Receiving [1-9]\d? %$/, /^Verifying$/, /^Restarting$/]) assert.ok(steps.some((text) => step.test(text)), `${step} in ${steps}`);
       await picture(page, 'firmware');
       await page.reload();
       await fillLogin(page, 'admin', PASSWORD);
       await card(page, 'Installed version').getByText('1.1.0').waitFor();
+      await way.close();
     });
 
     flowHere('two tabs share one login, and the last one that closes ends it', [refusedWith(401)], async (person) => {
@@ -537,7 +547,8 @@ describe('the console without a login', () => {
         await goTo(page, view);
         const overflow = await page.evaluate(() => document.documentElement.scrollWidth - document.documentElement.clientWidth);
         assert.equal(overflow, 0, `${view} is wider than the page`);
-        if (view === 'Units') await until('a picture', () => page.locator('.preview[data-state=live] img').first().evaluate((image) => image.naturalWidth > 0));
+        const arePainted = (images) => images.every((image) => image.naturalWidth === 1280);
+        await until('all pictures', () => page.locator('.preview:not([data-state=off]) img').evaluateAll(arePainted));
         if (['Units', 'Overview'].includes(view)) await shot(page, `${view.toLowerCase()}-${name}`);
       }
       assert.deepEqual(person.problems, []);

@@ -62,6 +62,8 @@ export async function shot(page, name) {
   await page.screenshot({ path: join(SHOTS, `${name}.png`) });
 }
 
+export const shotOfFailure = (page, name) => page.screenshot({ path: join(output, 'failures', `${name.replace(/\W+/g, '-')}.png`) });
+
 /** Waits until probe() gives a true value; fails with `what` when it never does. */
 export async function until(what, probe, milliseconds = 15000) {
   const end = Date.now() + milliseconds;
