@@ -198,10 +198,10 @@ for (const scheme of ['http', 'https']) {
       await upload(page, 'Upload wallpaper', png('wall.png', [230, 200, 120], [120, 60, 30]));
       await until('the wallpaper as thumbnail', async () => (await shape('Wallpaper')) === '320x180');
 
+      await picture(page, 'pictures');
       await choose(page, 'Upload overlay', asFile('not-a-picture.png', 'plain text'));
       await drop(page, 'Upload overlay').getByText('The device does not accept this file. It takes PNG, JPEG or BMP up to 8 MiB.').waitFor();
       await card(page, 'Overlay').getByText('Nothing uploaded yet').waitFor();
-      await picture(page, 'pictures');
     });
 
     flowHere('scenes and EDID are uploaded, shown and downloaded', [refusedWith(500)], async (person) => {
@@ -214,12 +214,13 @@ for (const scheme of ['http', 'https']) {
       await upload(page, 'Upload EDID', monitor);
       await page.getByLabel('EDID: content').getByText('Lobby wall').waitFor();
       assert.ok((await save(page, () => page.getByRole('button', { name: 'Download EDID' }).click())).bytes.equals(monitor.buffer));
+      await upload(page, 'Upload Cloud description', asFile('cloud.json', '{"cloud": true}'));
+      await page.getByLabel('Cloud description: content').waitFor();
+      await picture(page, 'scenes');
       const broken = asFile('broken.bin', Buffer.from(monitor.buffer).fill(1, 20, 21));
       await choose(page, 'Upload EDID', broken);
       await drop(page, 'Upload EDID').getByText('128 or 256 bytes with correct checksums').last().waitFor();
       await drop(page, 'Upload EDID').getByText('The device does not accept this file.').waitFor();
-      await upload(page, 'Upload Cloud description', asFile('cloud.json', '{"cloud": true}'));
-      await picture(page, 'scenes');
     });
 
     flowHere('a large upload shows its progress, and a cancelled one leaves the old file', [], async (person) => {
@@ -270,25 +271,25 @@ for (const scheme of ['http', 'https']) {
       assert.equal(file.name, 'settings.zip');
       assert.equal(file.bytes.subarray(0, 2).toString(), 'PK');
       await upload(page, 'Import settings', asFile(file.name, file.bytes, 'application/zip'));
+      await picture(page, 'settings');
       await choose(page, 'Import settings', asFile('settings.zip', 'no archive', 'application/zip'));
       await drop(page, 'Import settings').getByText('This is not a settings file of this device.').waitFor();
       const report = await save(page, () => page.getByRole('button', { name: 'Download report' }).click());
       assert.equal(report.name, 'custom.txt');
-      await picture(page, 'settings');
     });
 
     flowHere('certificates are taken or refused in words', [refusedWith(406)], async (person) => {
       const page = await logIn(person, { path: '/#/certificates' });
       const pem = certificate('device.pem');
       await upload(page, 'Upload HTTPS certificate', pem);
-      await choose(page, 'Upload HTTPS certificate', asFile('empty.pem', 'nothing'));
-      await drop(page, 'Upload HTTPS certificate').getByText('The device does not accept this file').waitFor();
       await page.getByLabel('Port', { exact: true }).fill('3');
       await upload(page, 'Upload 802.1X certificate', pem);
+      await picture(page, 'certificates');
       await page.getByLabel('Port', { exact: true }).fill('70000');
       await choose(page, 'Upload 802.1X certificate', pem);
       await drop(page, 'Upload 802.1X certificate').getByText('a port from 1 to 65535').waitFor();
-      await picture(page, 'certificates');
+      await choose(page, 'Upload HTTPS certificate', asFile('empty.pem', 'nothing'));
+      await drop(page, 'Upload HTTPS certificate').getByText('The device does not accept this file').waitFor();
     });
 
     flowHere('privilege pictures are bound and deleted', [refusedWith(503)], async (person) => {
