@@ -290,6 +290,23 @@ TEST_F(WebSocketTest, AHostMaySendInTheCloseEvent) {
   EXPECT_EQ(conn_.Frames(), (Frames{{1, "bye"}}));
 }
 
+TEST_F(WebSocketTest, ASendThatHoldsTheEntryAcrossTheCloseWritesNothing) {
+  for (const bool handshakeIsComplete : {true, false}) {
+    mg_connection conn("GET", "/websocket");
+    EXPECT_EQ(Connect(conn, "tok"), 0);
+    if (handshakeIsComplete) WebSocketReadyHandler(&conn, nullptr);
+    auto* const entry =
+        static_cast<sdkapi::WebSocketLinkEntry*>(HandleManageGetNextHandle(sdkapi::WebSocketLink()));
+    ASSERT_NE(entry, nullptr);
+    sdkapi::PinEntry(entry);
+    Close(conn);
+    sdkapi::SendText(entry, "late", 4);
+    EXPECT_EQ(conn.Frames(), Frames{});
+    EXPECT_EQ(conn.frameCalls, 0);
+    sdkapi::UnpinEntry(entry);
+  }
+}
+
 TEST_F(WebSocketTest, NoFrameIsWrittenAfterTheCloseHandlerHasReturned) {
   std::atomic<bool> stop{false};
   const auto send = [&stop] {
