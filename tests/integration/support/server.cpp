@@ -1,0 +1,112 @@
+// The library's server in this process, on free ports, with HTTP and HTTPS at once.
+#include "server.h"
+
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <filesystem>
+#include <stdexcept>
+#include <thread>
+
+#include "certificate.h"
+#include "connection.h"
+#include "host.h"
+#include "log_lines.h"
+#include "workspace.h"
+
+namespace integration {
+namespace {
+
+int EntriesOf(const char* folder) {
+  int count = 0;
+  for ([[maybe_unused]] const auto& entry : std::filesystem::directory_iterator(folder)) ++count;
+  return count;
+}
+
+// The server's accept loop notices a stop when a connection arrives, else after up to 2 s.
+void StopQuickly(int port) {
+  std::atomic<bool> stopped{false};
+  std::thread waker([&] {
+    while (!stopped.load()) {
+      const Connection knock(port, false);
+      std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    }
+  });
+  SdkAPISer_Stop(nullptr);
+  stopped.store(true);
+  waker.join();
+}
+
+}  // namespace
+
+int FreePort() {
+  const int fd = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+  sockaddr_in address{};
+  address.sin_family = AF_INET;
+  address.sin_addr.s_addr = htonl(INADDR_ANY);
+  socklen_t length = sizeof address;
+  const bool bound = bind(fd, reinterpret_cast<sockaddr*>(&address), length) == 0 &&
+                     getsockname(fd, reinterpret_cast<sockaddr*>(&address), &length) == 0;
+  close(fd);
+  if (!bound) throw std::runtime_error("no free port");
+  return ntohs(address.sin_port);
+}
+
+int OpenFiles() { return EntriesOf("/proc/self/fd"); }
+
+int Threads() { return EntriesOf("/proc/self/task"); }
+
+Server& Server::Get() {
+  static Server server;
+  return server;
+}
+
+const std::string& Server::CertificateFile() {
+  static const std::string path = [] {
+    const Certificate made = MakeCertificate(PassPhrase());
+    return Workspace::Get().WriteFile("server.pem", made.certificate + made.key);
+  }();
+  return path;
+}
+
+const std::string& Server::DocumentRoot() {
+  static const std::string path = [] {
+    Workspace::Get().WriteFile("www/index.html", "front page");
+    return Workspace::Get().Path("www");
+  }();
+  return path;
+}
+
+bool Server::StartOnce(const ServerSetup& setup) {
+  httpPort_ = FreePort();
+  httpsPort_ = FreePort();
+  SdkAPISer_Port_Set(httpPort_, httpsPort_);
+  SdkAPiSer_Cert_Set(CertificateFile().c_str());
+  SdkAPiSer_CertPassword_Set(PassPhrase());
+  SdkAPiSer_DocumentRoot_Set(DocumentRoot().c_str());
+  SdkAPISer_WebsocketUrl_Set(setup.webSocketUrl.c_str());
+  SdkAPISer_Init();
+  const SdkAPISerHandle table = setup.emptyTable ? SdkAPISerHandle{} : Host::Table();
+  return SdkAPISer_Start(&table) == 0;
+}
+
+void Server::Ensure(const ServerSetup& setup) {
+  if (running_ && setup == setup_) return;
+  Stop();
+  LogLines::Install();
+  // Somebody else may take a port between finding it and listening on it.
+  for (int attempt = 0; attempt < 10 && !running_; ++attempt) running_ = StartOnce(setup);
+  if (!running_) throw std::runtime_error("the server does not start");
+  setup_ = setup;
+}
+
+void Server::Stop() {
+  if (!running_) return;
+  StopQuickly(httpPort_);
+  running_ = false;
+}
+
+}  // namespace integration

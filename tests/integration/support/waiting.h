@@ -1,0 +1,38 @@
+// Waiting for something to happen, with a deadline that is generous where instrumentation slows things down.
+#pragma once
+
+#include <chrono>
+#include <thread>
+
+namespace integration {
+
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+constexpr bool kInstrumented = true;
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
+constexpr bool kInstrumented = true;
+#else
+constexpr bool kInstrumented = false;
+#endif
+#else
+constexpr bool kInstrumented = false;
+#endif
+
+using Clock = std::chrono::steady_clock;
+
+// Shorter than the 60 s for which the web server keeps an idle connection: a reply that is complete only when the
+// connection ends cannot be seen within it unless the server really closed.
+constexpr std::chrono::seconds kPatience{kInstrumented ? 45 : 25};
+
+// Polls until the condition holds; false when the deadline passed first.
+template <class Condition>
+bool Eventually(Condition condition, std::chrono::milliseconds limit = kPatience) {
+  const auto deadline = Clock::now() + limit;
+  while (!condition()) {
+    if (Clock::now() > deadline) return false;
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  }
+  return true;
+}
+
+}  // namespace integration
