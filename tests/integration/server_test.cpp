@@ -18,7 +18,7 @@ namespace {
 // How often the restart test restarts; the soak run sets it higher.
 int Cycles() {
   const char* const text = std::getenv("SDKAPI_TEST_CYCLES");
-  return text != nullptr ? std::atoi(text) : 10;
+  return text != nullptr ? std::atoi(text) : 6;
 }
 
 long ResidentKilobytes() {
