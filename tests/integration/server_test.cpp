@@ -64,7 +64,8 @@ TEST_F(StartTest, IsRefusedBeforeInit) {
       {
         LogLines::Install();
         const SdkAPISerHandle table = Host::Table();
-        const bool refused = SdkAPISer_Start(&table) == -1 && LogLines::Count(4, "http no init..", "sdkapi") == 1;
+        const bool refused =
+            SdkAPISer_Start(&table) == -1 && LogLines::Count(4, "http no init..", "sdkapi") == 1;
         Workspace::Get().Remove();
         std::_Exit(refused ? 0 : 1);
       },
@@ -218,11 +219,16 @@ TEST_F(StartTest, ServesPlainHttpOnlyWhenNoTlsPortIsSet) {
 // Every kind of connection is open while the server stops: idle, in a stream, in an upload, with a WebSocket.
 struct ConnectedClients {
   explicit ConnectedClients(int port)
-      : idle(port, false), stream(port, false), upload(port, false), webSocket(port, false), halfHead(port, false) {
+      : idle(port, false),
+        stream(port, false),
+        upload(port, false),
+        webSocket(port, false),
+        halfHead(port, false) {
     stream.Send("GET /stream HTTP/1.1\r\nHost: a\r\n\r\n");
     upload.Send(
         "POST /upload/logo HTTP/1.1\r\nHost: a\r\nContent-Type: multipart/form-data; boundary=XYZW\r\n"
-        "Content-Length: 100000\r\n\r\n--XYZW\r\nContent-Disposition: form-data; name=\"f\"; filename=\"f\"\r\n\r\n" +
+        "Content-Length: 100000\r\n\r\n--XYZW\r\nContent-Disposition: form-data; name=\"f\"; "
+        "filename=\"f\"\r\n\r\n" +
         std::string(9000, 'x'));
     webSocket.Send(
         "GET /websocket HTTP/1.1\r\nHost: a\r\nUpgrade: websocket\r\nConnection: Upgrade\r\n"

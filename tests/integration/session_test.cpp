@@ -1,6 +1,6 @@
 // Logins, log-outs, tokens, the authentication switch and device information over real sockets.
-#include <cstring>
 #include <atomic>
+#include <cstring>
 #include <memory>
 
 #include "server_test_base.h"
@@ -47,7 +47,8 @@ TEST_P(SessionTest, LoginAnswersByTheHostsCode) {
       {"locked", 0, 2, "", 0, "", 37, R"({"code":2,"lockTime":37})"},
       {"locked for long", 0, 2, "", 0, "", 4294967296, R"({"code":2,"lockTime":4294967296})"},
       {"no token", 0, 0, "", 1, "", 0, R"({"token":"","firstlogin":1,"code":0})"},
-      {"no token, wizard", 0, 0, "", -3, "step 2", 0, R"({"token":"","firstlogin":-3,"code":0,"wizard":"step 2"})"},
+      {"no token, wizard", 0, 0, "", -3, "step 2", 0,
+       R"({"token":"","firstlogin":-3,"code":0,"wizard":"step 2"})"},
       {"result positive", 7, 1, "", 0, "", 0, R"({"code":1})"},
       {"code unknown", 0, 3, "t", 0, "", 0, nullptr},
       {"code far away", 0, 4294967295, "t", 0, "", 0, nullptr},
@@ -132,7 +133,8 @@ TEST_P(SessionTest, LoginReadsItsBodyWithinBounds) {
   const Row rows[] = {
       {"plain", sized(plain), annsOwn},
       {"names in other case", sized(R"({"USERNAME":"ann","PassWord":"pw"})"), annsOwn},
-      {"other order and members", sized(R"({"x":[1,{}],"password":"pw","y":null,"username":"ann"})"), annsOwn},
+      {"other order and members", sized(R"({"x":[1,{}],"password":"pw","y":null,"username":"ann"})"),
+       annsOwn},
       {"0 bytes", sized(""), none},
       {"511 bytes", sized(PaddedLogin(511)), annsOwn},
       {"512 bytes: cut, so no JSON any more", sized(PaddedLogin(512)), none},
@@ -146,8 +148,9 @@ TEST_P(SessionTest, LoginReadsItsBodyWithinBounds) {
       {"not an object", sized(R"(["username","ann"])"), none},
       {"members of other types", sized(R"({"username":5,"password":null})"), none},
       {"only a name", sized(R"({"username":"ann"})"), {"ann", ""}},
-      {"long texts", sized(R"({"username":")" + std::string(40, 'u') + R"(","password":")" + std::string(300, 'p') +
-                            R"("})"),
+      {"long texts",
+       sized(R"({"username":")" + std::string(40, 'u') + R"(","password":")" + std::string(300, 'p') +
+             R"("})"),
        {std::string(31, 'u'), std::string(255, 'p')}},
       {"NUL in the body", sized(std::string("{\"username\":\"ann\"\0,\"password\":\"pw\"}", 36)), none},
   };
@@ -176,9 +179,9 @@ TEST_P(SessionTest, AuthQuerySwitchesTheTokenCheck) {
     const char* body;
     int switchAfter;
   };
-  for (const Row& row : {Row{1, R"({"result":"off"})", 1}, Row{0, R"({"result":"on"})", 0},
-                         Row{1, R"({"result":"off"})", 1}, Row{-1, R"({"result":"on"})", 0},
-                         Row{2, R"({"result":"on"})", 0}}) {
+  for (const Row& row :
+       {Row{1, R"({"result":"off"})", 1}, Row{0, R"({"result":"on"})", 0}, Row{1, R"({"result":"off"})", 1},
+        Row{-1, R"({"result":"on"})", 0}, Row{2, R"({"result":"on"})", 0}}) {
     SCOPED_TRACE(row.written);
     host().authQuery = [row](int* flag) {
       *flag = row.written;
@@ -246,14 +249,16 @@ TEST_P(SessionTest, DeviceInformationSurvivesAHostThatForgetsTheNul) {
     std::memset(info->devicetime, 'd', sizeof info->devicetime);
     return 0;
   };
-  ExpectReply(Get("/dev_info"), 200,
-              R"({"model":")" + std::string(31, 'm') + R"(","devicetime":")" + std::string(323, 'd') + R"("})");
+  ExpectReply(
+      Get("/dev_info"), 200,
+      R"({"model":")" + std::string(31, 'm') + R"(","devicetime":")" + std::string(323, 'd') + R"("})");
 }
 
 TEST_P(SessionTest, DeviceStatusThroughARouteOfTheHost) {
-  ASSERT_EQ(SdkAPISer_Custom_Get_Post_Api_Add(
-                "/status$", [](mg_connection* conn, CustomReqInfo*) { return FunDeviceStatus(conn, nullptr); }),
-            0);
+  ASSERT_EQ(
+      SdkAPISer_Custom_Get_Post_Api_Add(
+          "/status$", [](mg_connection* conn, CustomReqInfo*) { return FunDeviceStatus(conn, nullptr); }),
+      0);
   host().deviceStatus = [](char* uptime) {
     std::strcpy(uptime, "5 days");
     return 0;
@@ -273,10 +278,14 @@ struct TokenRow {
 };
 
 TEST_P(SessionTest, TheTokenIsTheHeaderBehindSevenCharacters) {
-  const TokenRow rows[] = {{"Authorization: Bearer abc", "abc"}, {"Authorization: Token abc", "bc"},
-                           {"Authorization: Basic", ""},         {"authorization: Bearer", ""},
-                           {"AUTHORIZATION: 1234567", ""},       {"Authorization: 12345678", "8"},
-                           {"Authorization:", ""},               {"X-Other: Bearer abc", ""}};
+  const TokenRow rows[] = {{"Authorization: Bearer abc", "abc"},
+                           {"Authorization: Token abc", "bc"},
+                           {"Authorization: Basic", ""},
+                           {"authorization: Bearer", ""},
+                           {"AUTHORIZATION: 1234567", ""},
+                           {"Authorization: 12345678", "8"},
+                           {"Authorization:", ""},
+                           {"X-Other: Bearer abc", ""}};
   for (const TokenRow& row : rows) {
     SCOPED_TRACE(row.header);
     LogLines::Clear();
@@ -389,8 +398,8 @@ TEST_P(AuthenticatedTest, TwoLoginsWithOneTokenEndOneByOne) {
 }
 
 TEST_P(AuthenticatedTest, TokensAreComparedWholeAndWithCase) {
-  for (const std::string& wrong : {token() + "x", token().substr(1), std::string("TOKEN-OF-THE-TEST"), " " + token(),
-                                   token().substr(0, token().size() - 1), std::string()}) {
+  for (const std::string& wrong : {token() + "x", token().substr(1), std::string("TOKEN-OF-THE-TEST"),
+                                   " " + token(), token().substr(0, token().size() - 1), std::string()}) {
     SCOPED_TRACE(wrong);
     ExpectReply(DeviceInfoAs(wrong), 401);
   }
@@ -417,8 +426,8 @@ TEST_P(AuthenticatedTest, LogOutDuringARequestLeavesThatRequestItsTable) {
   ExpectReply(DeviceInfoAs("busy"), 401);
 }
 
-// The whole body of a refused request is taken from the client, so that the answer arrives and the stream ends
-// cleanly instead of with a reset.
+// The whole body of a refused request is taken from the client, so that the answer arrives and the stream
+// ends cleanly instead of with a reset.
 TEST_P(AuthenticatedTest, ARefusedRequestIsReadToItsEnd) {
   for (const char* const target : {"/dev_info", "/upload/logo", "/createuser", "/log", "/api/v1/fw_upload"}) {
     SCOPED_TRACE(target);

@@ -57,8 +57,8 @@ Certificate MakeCertificate(const std::string& passPhrase) {
   X509_gmtime_adj(X509_getm_notAfter(certificate.get()), 24L * 3600);
   X509_set_pubkey(certificate.get(), key.get());
   X509_NAME* const subject = X509_get_subject_name(certificate.get());
-  X509_NAME_add_entry_by_txt(subject, "CN", MBSTRING_ASC, reinterpret_cast<const unsigned char*>("device under test"),
-                             -1, -1, 0);
+  X509_NAME_add_entry_by_txt(subject, "CN", MBSTRING_ASC,
+                             reinterpret_cast<const unsigned char*>("device under test"), -1, -1, 0);
   X509_set_issuer_name(certificate.get(), subject);
   AddExtension(certificate.get(), NID_basic_constraints, "critical,CA:TRUE");
   AddExtension(certificate.get(), NID_subject_alt_name, "IP:127.0.0.1");

@@ -11,6 +11,8 @@ std::string NameOf(const Mode& mode) {
   return std::string(mode.https ? "Https" : "Http") + (mode.auth ? "AuthOn" : "AuthOff");
 }
 
+void PrintTo(const Mode& mode, std::ostream* out) { *out << NameOf(mode); }
+
 std::string HttpRequest::Bytes() const {
   std::string bytes = method + " " + target + " HTTP/1.1\r\nHost: 127.0.0.1\r\n";
   for (const std::string& header : headers) bytes += header + "\r\n";
@@ -24,7 +26,8 @@ Response Exchange(const Mode& mode, const std::string& bytes) {
   // The server may answer and close before it has all: then there is a response, but not all was sent.
   connection.Send(bytes);
   const std::string raw = connection.ReadToEnd();
-  EXPECT_NE(connection.end(), Connection::End::kTimeout) << "the server kept the connection; received: " << raw;
+  EXPECT_NE(connection.end(), Connection::End::kTimeout)
+      << "the server kept the connection; received: " << raw;
   return ParseResponse(raw);
 }
 

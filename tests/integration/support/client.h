@@ -1,6 +1,7 @@
 // Requests of ordinary clients: composed or literal bytes in, the whole response out.
 #pragma once
 
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -15,8 +16,10 @@ struct Mode {
 };
 
 std::string NameOf(const Mode& mode);
+void PrintTo(const Mode& mode, std::ostream* out);
 
-// A request that is sent as its fields stand; Content-Length is added when there is a body or the method is POST.
+// A request that is sent as its fields stand; Content-Length is added when there is a body or the method is
+// POST.
 struct HttpRequest {
   std::string method = "GET";
   std::string target;
@@ -26,8 +29,8 @@ struct HttpRequest {
   std::string Bytes() const;
 };
 
-// Sends the bytes on a connection of its own and reads until the server closes. A test failure is reported when it
-// does not close in time.
+// Sends the bytes on a connection of its own and reads until the server closes. A test failure is reported
+// when it does not close in time.
 Response Exchange(const Mode& mode, const std::string& bytes);
 
 // One multipart part.

@@ -153,6 +153,11 @@ bool Connection::StaysOpen(std::chrono::milliseconds time) {
   return open;
 }
 
+void Connection::FinishSending() {
+  if (ssl_ != nullptr) SSL_shutdown(ssl_);
+  shutdown(fd_, SHUT_WR);
+}
+
 void Connection::Close() {
   if (ssl_ != nullptr) SSL_free(ssl_);
   ssl_ = nullptr;

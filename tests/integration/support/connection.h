@@ -34,11 +34,11 @@ class Connection {
   // True when nothing arrives and the connection stays open for the given time.
   bool StaysOpen(std::chrono::milliseconds time);
 
+  // Ends our side; the server can still answer.
+  void FinishSending();
   void Close();
   // Closes so that the peer sees a reset.
   void Abort();
-  // Makes the receive window small, for a reader that is slow on purpose. Before connecting only.
-  int fd() const { return fd_; }
 
  private:
   bool WaitFor(short events, Clock::time_point deadline);

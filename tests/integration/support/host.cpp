@@ -26,15 +26,17 @@ int LogOut() {
 }
 
 int ChangeUserInfo(const char* token, ChangeUserRequest* r) {
-  Host::Get().Record({"ChangeUserInfoCb",
-                      Text(token),
-                      {r->username, r->newusername, r->newpassword, r->oldpassword, std::to_string(r->changeType)}});
+  Host::Get().Record(
+      {"ChangeUserInfoCb",
+       Text(token),
+       {r->username, r->newusername, r->newpassword, r->oldpassword, std::to_string(r->changeType)}});
   return Host::Get().changeUser(r);
 }
 
 int ManageUser(const char* token, ManageUserRequest* r) {
-  Host::Get().Record(
-      {"ManageUserCb", Text(token), {r->username, r->password, std::to_string(r->role), std::to_string(r->action)}});
+  Host::Get().Record({"ManageUserCb",
+                      Text(token),
+                      {r->username, r->password, std::to_string(r->role), std::to_string(r->action)}});
   return Host::Get().manageUser(r);
 }
 
@@ -49,7 +51,8 @@ int DeviceStatus(char* uptime) {
 }
 
 int CustomRestore(const char* token, CustomRestoreArg* arg) {
-  Host::Get().Record({"CustomRestoreCb", Text(token), {std::to_string(arg->code), std::to_string(arg->reserved)}});
+  Host::Get().Record(
+      {"CustomRestoreCb", Text(token), {std::to_string(arg->code), std::to_string(arg->reserved)}});
   return Host::Get().customRestore();
 }
 
@@ -95,12 +98,14 @@ int DeletePriv(const char* token, const char* file) {
 }
 
 // One line per step: the state of the record as the host sees it, without the data.
-int Upload(const char* slot, const char* token, int funcId, UploadFileCtx* c) {
+template <class Context>
+int Upload(const char* slot, const char* token, int funcId, const Context* c) {
   Host::Get().Record({slot,
                       Text(token),
                       {std::to_string(funcId), std::to_string(c->pieceState), std::to_string(c->length),
                        std::to_string(c->endFlag), c->name, c->fileName, std::to_string(c->noFileName)}});
-  return Host::Get().upload(slot, token, funcId, c);
+  return Host::Get().upload({slot, c, c->data, c->length, c->name, c->fileName, c->noFileName, c->pieceState,
+                             c->endFlag, c->extra});
 }
 
 int UploadImage(const char* t, int id, UploadFileCtx* c) { return Upload("UploadImageFileCb", t, id, c); }
@@ -110,7 +115,8 @@ int UploadZip(const char* t, int id, UploadFileCtx* c) { return Upload("UploadZi
 int Upgrade(const char* t, UploadFileCtx* c) { return Upload("UpgradeCb", t, c->funcId, c); }
 
 int WebSocketEvent(int event, const char* token, const char* data, int length) {
-  Host::Get().Record({"WebSocketCb", Text(token), {std::to_string(event), Text(data), std::to_string(length)}});
+  Host::Get().Record(
+      {"WebSocketCb", Text(token), {std::to_string(event), Text(data), std::to_string(length)}});
   return Host::Get().webSocket(event, token, data, length);
 }
 
@@ -171,6 +177,11 @@ SdkAPISerHandle Host::Table() {
   table.UpgradeCb = Upgrade;
   table.WebSocketCb = WebSocketEvent;
   return table;
+}
+
+int Host::CustomUpload(mg_connection* conn, UploadCustomCtx* ctx) {
+  const bool consistent = ctx->conn == conn && ctx->hostFunction == CustomUpload && ctx->extra == nullptr;
+  return Upload("CustomUpload", "", consistent ? -1 : -100, ctx);
 }
 
 void Host::Record(Call call) {

@@ -20,6 +20,20 @@ struct Call {
   bool operator==(const Call&) const = default;
 };
 
+// One step of an upload, from whichever record the host was given.
+struct UploadStep {
+  const char* slot;
+  const void* upload;  // the same in all steps of one upload
+  const char* data;
+  int64_t length;
+  const char* name;
+  const char* fileName;
+  int noFileName;
+  int pieceState;
+  int endFlag;
+  const char* extra;
+};
+
 template <class Signature>
 class Hook;
 
@@ -60,6 +74,9 @@ class Host {
   // Every slot the library may call is filled.
   static SdkAPISerHandle Table();
 
+  // The host function of custom uploads; its calls are recorded as "CustomUpload".
+  static int CustomUpload(mg_connection* conn, UploadCustomCtx* ctx);
+
   void Record(Call call);
   std::vector<Call> Calls() const;
   std::vector<Call> Calls(const std::string& slot) const;
@@ -81,8 +98,7 @@ class Host {
   Hook<int(PrivList*)> privList;
   Hook<int()> specifyPriv;
   Hook<int()> deletePriv;
-  // The slot's name, the token, the function identifier (the record's one for firmware) and the record.
-  Hook<int(const char*, const char*, int, UploadFileCtx*)> upload;
+  Hook<int(const UploadStep&)> upload;
   Hook<int(int, const char*, const char*, int)> webSocket;
 
  private:

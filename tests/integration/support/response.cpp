@@ -9,9 +9,7 @@
 
 namespace integration {
 
-int Response::status() const {
-  return head.starts_with("HTTP/1.1 ") ? std::atoi(head.c_str() + 9) : 0;
-}
+int Response::status() const { return head.starts_with("HTTP/1.1 ") ? std::atoi(head.c_str() + 9) : 0; }
 
 std::string Response::Header(const std::string& name) const {
   std::size_t line = head.find("\r\n");
@@ -20,7 +18,8 @@ std::string Response::Header(const std::string& name) const {
     line = head.find("\r\n", start);
     const std::size_t colon = head.find(':', start);
     if (colon == std::string::npos || colon > line) continue;
-    if (colon - start != name.size() || strncasecmp(head.c_str() + start, name.c_str(), name.size()) != 0) continue;
+    if (colon - start != name.size() || strncasecmp(head.c_str() + start, name.c_str(), name.size()) != 0)
+      continue;
     const std::size_t value = head.find_first_not_of(' ', colon + 1);
     return head.substr(value, line - value);
   }
@@ -41,7 +40,8 @@ ChunkedBody ParseChunks(const std::string& body) {
     char* end = nullptr;
     const std::size_t size = std::strtoul(body.c_str() + at, &end, 16);
     const bool numbered = lineEnd != std::string::npos && end == body.c_str() + lineEnd && lineEnd > at;
-    if (!numbered || lineEnd + 2 + size + 2 > body.size() || body.compare(lineEnd + 2 + size, 2, "\r\n") != 0) {
+    if (!numbered || lineEnd + 2 + size + 2 > body.size() ||
+        body.compare(lineEnd + 2 + size, 2, "\r\n") != 0) {
       chunks.wellFormed = false;
       return chunks;
     }
@@ -92,7 +92,8 @@ std::string DownloadHead(const std::string& name) {
 }
 
 std::string StreamHead() {
-  return "HTTP/1.1 200 OK\r\nCache-Control: no-cache\r\nPragma: no-cache\r\nExpires: Thu, 01 Dec 1994 16:00:00 "
+  return "HTTP/1.1 200 OK\r\nCache-Control: no-cache\r\nPragma: no-cache\r\nExpires: Thu, 01 Dec 1994 "
+         "16:00:00 "
          "GMT\r\nConnection: close\r\nContent-Type: multipart/x-mixed-replace; boundary=--w00t\r\n\r\n";
 }
 

@@ -11,7 +11,8 @@ Response LogInWith(const Mode& mode, const std::string& token) {
     std::strncpy(info->token, token.c_str(), sizeof info->token - 1);
     return 0;
   };
-  return Exchange(mode, HttpRequest{"POST", "/api/v1/auth/login", {}, R"({"username":"u","password":"p"})"}.Bytes());
+  return Exchange(
+      mode, HttpRequest{"POST", "/api/v1/auth/login", {}, R"({"username":"u","password":"p"})"}.Bytes());
 }
 
 }  // namespace
@@ -40,7 +41,8 @@ void ServerTest::TearDown() {
 
 bool ServerTest::LogIn(const std::string& token) {
   const Response response = LogInWith(mode_, token);
-  EXPECT_EQ(WithoutDate(response.raw), JsonReply(200, R"({"token":")" + token + R"(","firstlogin":0,"code":0})"));
+  EXPECT_EQ(WithoutDate(response.raw),
+            JsonReply(200, R"({"token":")" + token + R"(","firstlogin":0,"code":0})"));
   return response.status() == 200;
 }
 

@@ -20,8 +20,8 @@ constexpr bool kInstrumented = false;
 
 using Clock = std::chrono::steady_clock;
 
-// Shorter than the 60 s for which the web server keeps an idle connection: a reply that is complete only when the
-// connection ends cannot be seen within it unless the server really closed.
+// Shorter than the 60 s for which the web server keeps an idle connection: a reply that is complete only when
+// the connection ends cannot be seen within it unless the server really closed.
 constexpr std::chrono::seconds kPatience{kInstrumented ? 45 : 25};
 
 // Polls until the condition holds; false when the deadline passed first.

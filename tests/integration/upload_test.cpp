@@ -1,0 +1,423 @@
+// Uploads through every route: what reaches the host, and how what cannot be accepted is refused.
+#include <algorithm>
+#include <atomic>
+#include <cstring>
+#include <memory>
+#include <thread>
+
+#include "server_test_base.h"
+#include "upload_routes.h"
+
+namespace integration {
+namespace {
+
+constexpr char kInvalidFile[] = R"({"result":"Invalid File"})";
+constexpr char kBoundaryType[] = "Content-Type: multipart/form-data; boundary=BOUNDARYxyz";
+
+// Forms that fail although no function of the host refused anything.
+int StatusOfFailedParse(Refusal refusal) {
+  return refusal == Refusal::kFirmware || refusal == Refusal::kInvalidFileCertificate ? 406 : 500;
+}
+
+class UploadTest : public ModeTest {
+ protected:
+  void SetUp() override {
+    ModeTest::SetUp();
+    ASSERT_EQ(SdkAPISer_Custom_Upload_Api_Add("/custom/upload$", Host::CustomUpload), 0);
+    host().upload = [this](const UploadStep& step) { return receiver_.Take(step); };
+  }
+
+  void ExpectRefused(const Response& response, const UploadRoute& route) {
+    const int status = StatusOfFailedParse(route.refusal);
+    ExpectReply(response, status, status == 406 ? kInvalidFile : "");
+  }
+
+  // The call that a route's slot sees; custom functions get no token.
+  Call Step(const UploadRoute& route, const std::vector<std::string>& args) const {
+    std::vector<std::string> all{route.funcId};
+    all.insert(all.end(), args.begin(), args.end());
+    return {route.slot, route.refusal == Refusal::kCustom ? "" : token(), all};
+  }
+
+  int FinalCalls(const UploadRoute& route) {
+    int count = 0;
+    for (const Call& call : host().Calls(route.slot)) count += call.args[3] == "1" ? 1 : 0;
+    return count;
+  }
+
+  void StartAfresh() {
+    receiver_.Clear();
+    host().Reset();
+    host().upload = [this](const UploadStep& step) { return receiver_.Take(step); };
+  }
+
+  Receiver receiver_;
+};
+
+INSTANTIATE_TEST_SUITE_P(Modes, UploadTest, AllModes(), ModeName);
+
+TEST_P(UploadTest, EachRouteShowsItsHostTheSameSteps) {
+  const std::string body = MultipartBody({{"file", "content", "a.bin"}, {"note", "text", ""}});
+  for (const UploadRoute& route : UploadRoutes()) {
+    SCOPED_TRACE(route.target);
+    StartAfresh();
+    ExpectReply(Send(UploadRequest(route.target, body)), 200);
+    EXPECT_EQ(host().Calls(), (std::vector<Call>{
+                                  Step(route, {"0", "0", "0", "file", "a.bin", "0"}),
+                                  Step(route, {"1", "7", "0", "file", "a.bin", "0"}),
+                                  Step(route, {"0", "0", "0", "note", "a.bin", "1"}),
+                                  Step(route, {"1", "4", "0", "note", "a.bin", "1"}),
+                                  Step(route, {"1", "0", "1", "note", "a.bin", "1"}),
+                              }));
+  }
+}
+
+TEST_P(UploadTest, PrefixRoutesServeLongerUrisWithoutAnIdentifier) {
+  for (const char* const target : {"/upload/sub/bgx", "/upload/sub/logo/", "/upload/scene/1", "/upload/sub/upgrade2"}) {
+    SCOPED_TRACE(target);
+    StartAfresh();
+    ExpectReply(Send(UploadRequest(target, MultipartBody({{"f", "x", "f"}}))), 200);
+    ASSERT_FALSE(host().Calls().empty());
+    EXPECT_EQ(host().Calls().back().args[0], "-1");
+  }
+}
+
+TEST_P(UploadTest, FilesOfAllSizesArriveByteForByte) {
+  for (const UploadRoute& route : UploadRoutes()) {
+    for (const std::size_t size : {0U, 1U, 8191U, 32768U, 100000U}) {
+      SCOPED_TRACE(std::string(route.target) + " " + std::to_string(size));
+      receiver_.Clear();
+      const std::string content = SampleBytes(size);
+      ExpectReply(Send(UploadRequest(route.target, MultipartBody({{"file", content, "f.bin"}, {"n", "v", ""}}))), 200);
+      const auto finished = receiver_.Finished();
+      ASSERT_EQ(finished.size(), 1U);
+      ASSERT_EQ(finished[0].fields.size(), 2U);
+      const ReceivedField& file = finished[0].fields[0];
+      EXPECT_TRUE(file.data == content);
+      EXPECT_EQ(finished[0].fields[1].data, "v");
+      EXPECT_EQ(file.states.empty() ? 0 : file.states.back(), size == 0 ? 0 : 1);
+    }
+  }
+}
+
+TEST_P(UploadTest, PiecesBeforeTheLastSayThatMoreFollows) {
+  ExpectReply(Send(UploadRequest("/upload/logo", MultipartBody({{"f", std::string(60000, 'a'), "f"}}))), 200);
+  ASSERT_EQ(receiver_.Finished().size(), 1U);
+  std::vector<int> states = receiver_.Finished()[0].fields[0].states;
+  ASSERT_GT(states.size(), 2U);
+  EXPECT_EQ(states.back(), 1);
+  states.pop_back();
+  EXPECT_EQ(std::count(states.begin(), states.end(), 2), static_cast<long>(states.size()));
+}
+
+class LargeUploadTest : public UploadTest {};
+INSTANTIATE_TEST_SUITE_P(Schemes, LargeUploadTest, BothSchemes(), ModeName);
+
+TEST_P(LargeUploadTest, FiftyMillionBytesArriveByteForByte) {
+  const std::string content = SampleBytes(50000000);
+  for (const char* const target : {"/upload/logo", "/api/v1/fw_upload", "/custom/upload"}) {
+    SCOPED_TRACE(target);
+    receiver_.Clear();
+    ExpectReply(Send(UploadRequest(target, MultipartBody({{"file", content, "f.bin"}}))), 200);
+    const auto finished = receiver_.Finished();
+    ASSERT_EQ(finished.size(), 1U);
+    ASSERT_EQ(finished[0].fields.size(), 1U);
+    EXPECT_TRUE(finished[0].fields[0].data == content);
+  }
+}
+
+TEST_P(UploadTest, NamesArriveDecodedAndCut) {
+  struct Row {
+    std::string sent;
+    std::string received;
+  };
+  const Row rows[] = {
+      {"plain.png", "plain.png"},
+      {"my holiday file.png", "my holiday file.png"},
+      {"\xd0\xbf\xd0\xbb\xd1\x91\xd0\xbd\xd0\xba\xd0\xb0.png", "\xd0\xbf\xd0\xbb\xd1\x91\xd0\xbd\xd0\xba\xd0\xb0.png"},
+      {"%22quoted%22 'single'.png", "\"quoted\" 'single'.png"},
+      {"semi;colon=equals.png", "semi;colon=equals.png"},
+      {"100%25.png", "100%.png"},
+      {"no%zzescape.png", "no%zzescape.png"},
+      {std::string(127, 'n'), std::string(127, 'n')},
+      {std::string(128, 'n'), std::string(127, 'n')},
+      {std::string(1000, 'n'), std::string(127, 'n')},
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.sent);
+    receiver_.Clear();
+    ExpectReply(Send(UploadRequest("/upload/logo", MultipartBody({{row.sent, "x", "f"}, {"f", "x", row.sent}}))), 200);
+    ASSERT_EQ(receiver_.Finished().size(), 1U);
+    const std::vector<ReceivedField> fields = receiver_.Finished()[0].fields;
+    ASSERT_EQ(fields.size(), 2U);
+    EXPECT_EQ(fields[0].name, row.received);
+    EXPECT_EQ(fields[1].fileName, row.received);
+  }
+}
+
+TEST_P(UploadTest, AFieldWithoutAFileNameKeepsTheOneBefore) {
+  const std::string body = MultipartBody({{"a", "1", ""}, {"b", "2", "first.png"}, {"c", "3", ""}, {"d", "4", "next"}});
+  ExpectReply(Send(UploadRequest("/upload/bg", body)), 200);
+  std::vector<std::vector<std::string>> found;
+  for (const Call& call : host().Calls()) {
+    if (call.args[1] == "0") found.push_back({call.args[4], call.args[5], call.args[6]});
+  }
+  EXPECT_EQ(found, (std::vector<std::vector<std::string>>{
+                       {"a", "", "1"}, {"b", "first.png", "0"}, {"c", "first.png", "1"}, {"d", "next", "0"}}));
+}
+
+TEST_P(UploadTest, AFormWithoutFieldsGetsTheFinalCallOnly) {
+  for (const UploadRoute& route : UploadRoutes()) {
+    SCOPED_TRACE(route.target);
+    StartAfresh();
+    ExpectReply(Send(UploadRequest(route.target, "--BOUNDARYxyz--\r\n")), 200);
+    EXPECT_EQ(host().Calls(), std::vector<Call>{Step(route, {"0", "0", "1", "", "", "0"})});
+  }
+}
+
+TEST_P(UploadTest, AThousandFieldsAreAllOffered) {
+  std::vector<Part> parts;
+  for (int i = 0; i < 1000; ++i) parts.push_back({"field" + std::to_string(i), std::to_string(i), ""});
+  ExpectReply(Send(UploadRequest("/upload/scene", MultipartBody(parts))), 200);
+  ASSERT_EQ(receiver_.Finished().size(), 1U);
+  const std::vector<ReceivedField> fields = receiver_.Finished()[0].fields;
+  ASSERT_EQ(fields.size(), 1000U);
+  for (std::size_t i = 0; i < fields.size(); ++i) {
+    EXPECT_EQ(fields[i].name, parts[i].name);
+    EXPECT_EQ(fields[i].data, parts[i].content);
+  }
+}
+
+TEST_P(UploadTest, AChunkedFormIsRead) {
+  const std::string content = SampleBytes(70000);
+  const std::string body = MultipartBody({{"f", content, "f"}});
+  std::string framed;
+  for (std::size_t at = 0; at < body.size(); at += 5000) {
+    const std::string part = body.substr(at, 5000);
+    char size[16];
+    std::snprintf(size, sizeof size, "%zx\r\n", part.size());
+    framed += size + part + "\r\n";
+  }
+  ExpectReply(Send("POST /upload/logo HTTP/1.1\r\nHost: a\r\n" + Authorization() + "\r\n" + kBoundaryType +
+                   "\r\nTransfer-Encoding: chunked\r\n\r\n" + framed + "0\r\n\r\n"),
+              200);
+  ASSERT_EQ(receiver_.Finished().size(), 1U);
+  EXPECT_TRUE(receiver_.Finished()[0].fields[0].data == content);
+}
+
+enum class At { kFound, kGet, kFinal };
+
+struct Outcome {
+  int status;
+  bool finalCall;
+};
+
+// What the interface promises for a host's result at a step.
+Outcome ExpectedOutcome(Refusal refusal, At at, int result) {
+  if (at == At::kFinal) return {500, true};
+  if (result == -2) return {401, false};
+  switch (refusal) {
+    case Refusal::kInvalidFileCertificate:
+      return result > 0 ? Outcome{200, true} : Outcome{406, false};
+    case Refusal::kCertificate:
+      return result > 0 ? Outcome{200, true} : Outcome{500, false};
+    case Refusal::kFirmware:
+      return result == -1 ? Outcome{500, false} : Outcome{406, false};
+    default:
+      return {500, false};
+  }
+}
+
+TEST_P(UploadTest, HostErrorsAreAnsweredAsTheirFamilySays) {
+  const std::string body = MultipartBody({{"bad", std::string(20000, 'b'), "b"}, {"good", "g", "g"}});
+  for (const UploadRoute& route : UploadRoutes()) {
+    for (const At at : {At::kFound, At::kGet, At::kFinal}) {
+      for (const int result : {-2, -1, 5}) {
+        SCOPED_TRACE(std::string(route.target) + " step " + std::to_string(static_cast<int>(at)) + " result " +
+                     std::to_string(result));
+        StartAfresh();
+        host().upload = [&](const UploadStep& step) {
+          if (step.endFlag == 1) return at == At::kFinal ? result : 0;
+          const At now = step.pieceState == 0 ? At::kFound : At::kGet;
+          return now == at && std::strcmp(step.name, "bad") == 0 ? result : 0;
+        };
+        const Outcome expected = ExpectedOutcome(route.refusal, at, result);
+        ExpectReply(Send(UploadRequest(route.target, body)), expected.status,
+                    expected.status == 406 ? kInvalidFile : "");
+        EXPECT_EQ(FinalCalls(route), expected.finalCall ? 1 : 0);
+        int bad = 0;
+        int good = 0;
+        for (const Call& call : host().Calls()) (call.args[4] == "bad" ? bad : good) += call.args[3] == "0" ? 1 : 0;
+        EXPECT_EQ(good, 2) << "the field behind the refused one is still offered";
+        EXPECT_EQ(bad, at == At::kFound ? 1 : at == At::kGet ? 2 : 4) << "its rest is skipped";
+      }
+    }
+  }
+}
+
+TEST_P(UploadTest, TheLastErrorDecides) {
+  struct Row {
+    int first;
+    int second;
+    int status;  // of a firmware upload
+  };
+  for (const Row& row : {Row{-1, 5, 406}, Row{5, -1, 500}, Row{5, -2, 401}, Row{-2, 0, 401}, Row{-1, 0, 500}}) {
+    SCOPED_TRACE(std::to_string(row.first) + " then " + std::to_string(row.second));
+    host().upload = [&](const UploadStep& step) { return std::strcmp(step.name, "1") == 0 ? row.first : row.second; };
+    ExpectReply(Send(UploadRequest("/api/v1/fw_upload", MultipartBody({{"1", "x", "f"}, {"2", "y", "g"}}))), row.status,
+                row.status == 406 ? kInvalidFile : "");
+  }
+}
+
+struct BadForm {
+  const char* what;
+  const char* contentType;  // whole header line
+  std::string body;
+};
+
+// Every form here fails as a whole: it is answered as a form that cannot be parsed, and never concluded.
+const std::vector<BadForm>& BadForms() {
+  const std::string start = "--BOUNDARYxyz\r\n";
+  const std::string field = start + "Content-Disposition: form-data; name=\"x\"\r\n\r\n";
+  const std::string whole = MultipartBody({{"f", "content", "f.bin"}});
+  static const std::vector<BadForm> forms{
+      {"three bytes, no type", "X-None: 1", "a=%"},
+      {"three bytes, urlencoded", "Content-Type: application/x-www-form-urlencoded", "a=%"},
+      {"broken escape", "Content-Type: application/x-www-form-urlencoded", "note=abc%4"},
+      {"good urlencoded", "Content-Type: application/x-www-form-urlencoded", "a=b"},
+      {"NUL, urlencoded", "Content-Type: application/x-www-form-urlencoded", std::string("a=b\0c&d=e", 9)},
+      {"JSON", "Content-Type: application/json", "{}"},
+      {"multipart without a boundary", "Content-Type: multipart/form-data", whole},
+      {"multipart with an empty boundary", "Content-Type: multipart/form-data; boundary=", whole},
+      {"another parameter instead", "Content-Type: multipart/form-data; charset=utf-8", whole},
+      {"another parameter first", "Content-Type: multipart/form-data; charset=utf-8; boundary=BOUNDARYxyz", whole},
+      {"other multipart", "Content-Type: multipart/mixed; boundary=BOUNDARYxyz", whole},
+      {"other boundary", "Content-Type: multipart/form-data; boundary=OTHERxyz", whole},
+      {"no body", kBoundaryType, ""},
+      {"no form in the body", kBoundaryType, "just text"},
+      {"part without a body", kBoundaryType, field + "--BOUNDARYxyz--"},
+      {"part without a body, line end behind", kBoundaryType, field + "--BOUNDARYxyz--\r\n"},
+      {"good part, then one without a body", kBoundaryType,
+       start + "Content-Disposition: form-data; name=\"g\"\r\n\r\ngood\r\n" + field + "--BOUNDARYxyz--"},
+      {"part without a disposition", kBoundaryType, start + "Content-Type: text/plain\r\n\r\nx\r\n--BOUNDARYxyz--\r\n"},
+      {"part without a name", kBoundaryType,
+       start + "Content-Disposition: form-data; filename=\"a\"\r\n\r\nx\r\n--BOUNDARYxyz--\r\n"},
+      {"cut inside the data", kBoundaryType, whole.substr(0, whole.size() - 22)},
+      {"cut inside the part head", kBoundaryType, whole.substr(0, 40)},
+      {"cut before the closing dashes", kBoundaryType, whole.substr(0, whole.size() - 4)},
+      {"field name too long", kBoundaryType, MultipartBody({{std::string(1100, 'n'), "x", "f"}})},
+      {"file name too long", kBoundaryType, MultipartBody({{"f", "x", std::string(1100, 'n')}})},
+  };
+  return forms;
+}
+
+TEST_P(UploadTest, MalformedFormsFailAsAWholeOnEveryRoute) {
+  for (const UploadRoute& route : UploadRoutes()) {
+    for (const BadForm& form : BadForms()) {
+      SCOPED_TRACE(std::string(route.target) + ": " + form.what);
+      StartAfresh();
+      ExpectRefused(Send(HttpRequest{"POST", route.target, {form.contentType}, form.body}), route);
+      EXPECT_EQ(FinalCalls(route), 0);
+    }
+  }
+}
+
+TEST_P(UploadTest, OtherMethodsAndQueriesAreNoForms) {
+  for (const UploadRoute& route : UploadRoutes()) {
+    SCOPED_TRACE(route.target);
+    ExpectRefused(Get(std::string(route.target) + "?a=1"), route);
+    ExpectRefused(Get(route.target), route);
+  }
+  EXPECT_TRUE(host().Calls().empty());
+}
+
+TEST_P(UploadTest, AnUnknownTokenIsRefusedBeforeTheHostIsAsked) {
+  if (!mode().auth) return;
+  for (const UploadRoute& route : UploadRoutes()) {
+    SCOPED_TRACE(route.target);
+    LogLines::Clear();
+    HttpRequest request = UploadRequest(route.target, MultipartBody({{"f", "x", "f"}}));
+    request.headers.push_back("Authorization: Bearer stranger");
+    ExpectReply(SendBare(request), 401);
+    EXPECT_EQ(LogLines::Count(4, "GetLoginHandle err stranger!!!!",
+                              route.refusal == Refusal::kCustom ? "sdkapicustom" : "sdkapiupload"),
+              1);
+  }
+  EXPECT_TRUE(host().Calls().empty());
+}
+
+TEST_P(UploadTest, ThePortHeaderReachesThe8021xCertificateOnly) {
+  for (const UploadRoute& route : UploadRoutes()) {
+    for (const std::string& port : {std::string("LAN 2"), std::string(300, 'p'), std::string()}) {
+      SCOPED_TRACE(std::string(route.target) + " " + port);
+      std::vector<std::string> seen;
+      host().upload = [&](const UploadStep& step) {
+        seen.emplace_back(step.extra != nullptr ? step.extra : "<null>");
+        return 0;
+      };
+      HttpRequest request = UploadRequest(route.target, MultipartBody({{"f", "x", "f"}}));
+      if (!port.empty()) request.headers.push_back("Port: " + port);
+      ExpectReply(Send(request), 200);
+      const bool reads = std::strcmp(route.target, "/api/v1/security/ieee802_1x_setting") == 0 && !port.empty();
+      EXPECT_EQ(seen, std::vector<std::string>(3, reads ? port.substr(0, 127) : "<null>"));
+    }
+  }
+}
+
+TEST_P(UploadTest, ThirtyUploadsAtOnceKeepApart) {
+  std::vector<std::thread> clients;
+  std::atomic<int> accepted{0};
+  const std::string sample = SampleBytes(200000);
+  const auto contentOf = [&](int i) { return sample.substr(static_cast<std::size_t>(i) * 1000); };
+  for (int i = 0; i < 30; ++i) {
+    clients.emplace_back([&, i] {
+      const std::string body = MultipartBody({{"f" + std::to_string(i), contentOf(i), "f"}});
+      if (Send(UploadRequest("/upload/logo", body)).status() == 200) ++accepted;
+    });
+  }
+  for (std::thread& client : clients) client.join();
+  EXPECT_EQ(accepted.load(), 30);
+  const auto finished = receiver_.Finished();
+  ASSERT_EQ(finished.size(), 30U);
+  for (const ReceivedUpload& upload : finished) {
+    ASSERT_EQ(upload.fields.size(), 1U);
+    EXPECT_TRUE(upload.fields[0].data == contentOf(std::atoi(upload.fields[0].name.c_str() + 1)));
+  }
+}
+
+TEST_P(UploadTest, AVanishingClientIsForgotten) {
+  const int files = OpenFiles();
+  for (const UploadRoute& route : UploadRoutes()) {
+    SCOPED_TRACE(route.target);
+    StartAfresh();
+    {
+      Connection client(Server::Get().port(mode().https), mode().https);
+      const std::string head = "POST " + std::string(route.target) + " HTTP/1.1\r\nHost: a\r\n" + Authorization() +
+                               "\r\n" + kBoundaryType + "\r\nContent-Length: 1000000\r\n\r\n";
+      const std::string form = MultipartBody({{"f", std::string(500000, 'x'), "f"}});
+      ASSERT_TRUE(client.Send(head + form.substr(0, 100000)));
+      ASSERT_TRUE(host().WaitForCount(route.slot, 2));
+      client.Abort();
+    }
+    EXPECT_TRUE(Eventually([&] { return OpenFiles() <= files; }));
+    EXPECT_EQ(FinalCalls(route), 0);
+  }
+}
+
+TEST_P(UploadTest, ARefusedFileIsReadToItsEnd) {
+  host().upload = [](const UploadStep&) { return 5; };
+  const std::string body = MultipartBody({{"f", std::string(5000000, 'x'), "f"}});
+  for (const char* const target : {"/upload/logo", "/api/v1/fw_upload", "/custom/upload"}) {
+    SCOPED_TRACE(target);
+    Connection client(Server::Get().port(mode().https), mode().https);
+    HttpRequest request = UploadRequest(target, body);
+    request.headers.push_back(Authorization());
+    EXPECT_TRUE(client.Send(request.Bytes()));
+    const bool firmware = std::strcmp(target, "/api/v1/fw_upload") == 0;
+    ExpectReply(ParseResponse(client.ReadToEnd()), firmware ? 406 : 500, firmware ? kInvalidFile : "");
+    EXPECT_EQ(client.end(), Connection::End::kEof);
+  }
+}
+
+}  // namespace
+}  // namespace integration
