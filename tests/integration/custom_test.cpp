@@ -1,6 +1,7 @@
 // Routes that the host adds while the server runs.
 #include <atomic>
 #include <cstring>
+#include <memory>
 #include <thread>
 
 #include "server_test_base.h"
@@ -8,233 +9,298 @@
 namespace integration {
 namespace {
 
-// What the custom functions do and saw; one test runs at a time.
-struct Custom {
-  Hook<int(mg_connection*, CustomReqInfo*)> getPost;
-  Hook<int(UploadCustomCtx*)> upload;
-  Hook<int(CustomDownloadInfo*)> download;
-  std::mutex mutex;
-  std::vector<std::string> calls;
+Hook<int(mg_connection*, CustomReqInfo*)> serve;
+Hook<int(mg_connection*, CustomDownloadInfo*)> findFile;
 
-  void Note(const std::string& call) {
-    const std::lock_guard lock(mutex);
-    calls.push_back(call);
-  }
-  std::vector<std::string> Calls() {
-    const std::lock_guard lock(mutex);
-    return calls;
-  }
+int Serve(mg_connection* conn, CustomReqInfo* request) { return serve(conn, request); }
+int FindFile(mg_connection* conn, CustomDownloadInfo* info) { return findFile(conn, info); }
+
+int SayHello(mg_connection* conn, CustomReqInfo*) { return SendReponseInfo(conn, 200, 0, "hello", 5); }
+int SayGoodbye(mg_connection* conn, CustomReqInfo*) { return SendReponseInfo(conn, 200, 0, "goodbye", 7); }
+
+// What a get/post function saw of its request.
+struct Seen {
+  bool hasBody;
+  std::string body;
+  int64_t bodyLength;
+  int32_t method;
+
+  bool operator==(const Seen&) const = default;
 };
-Custom custom;
-
-int ServeGetPost(mg_connection* conn, CustomReqInfo* request) {
-  const std::string body =
-      request->body == nullptr
-          ? "null"
-          : std::string(request->body, static_cast<std::size_t>(std::max<int64_t>(request->bodyLength, 0)));
-  custom.Note(std::to_string(request->method) + " " + std::to_string(request->bodyLength) + " " +
-              body.substr(0, 40));
-  return custom.getPost(conn, request);
-}
-
-int TakeUpload(mg_connection* conn, UploadCustomCtx* ctx) {
-  EXPECT_EQ(ctx->conn, conn);
-  EXPECT_EQ(ctx->hostFunction, &TakeUpload);
-  EXPECT_EQ(ctx->extra, nullptr);
-  custom.Note(std::string(ctx->name) + " " + ctx->fileName + " " + std::to_string(ctx->noFileName) + " " +
-              std::to_string(ctx->pieceState) + " " + std::to_string(ctx->endFlag) + " " +
-              std::string(ctx->data, static_cast<std::size_t>(ctx->length)).substr(0, 40));
-  return custom.upload(ctx);
-}
-
-int NameDownload(mg_connection* /*conn*/, CustomDownloadInfo* info) {
-  custom.Note("download");
-  return custom.download(info);
-}
-
-int Ok(mg_connection* conn, CustomReqInfo* /*request*/) {
-  return SendReponseInfo(conn, 201, 1, "{\"a\":1}", 7);
-}
 
 class CustomTest : public ModeTest {
  protected:
   void SetUp() override {
     ModeTest::SetUp();
-    custom.getPost = Ok;
-    custom.upload = nullptr;
-    custom.download = nullptr;
-    custom.calls.clear();
-    EXPECT_EQ(SdkAPISer_Custom_Get_Post_Api_Add("/own/api$", ServeGetPost), 0);
-    EXPECT_EQ(SdkAPISer_Custom_Upload_Api_Add("/own/upload$", TakeUpload), 0);
-    EXPECT_EQ(SdkAPISer_Custom_Download_Api_Add("/own/download$", NameDownload), 0);
+    ASSERT_EQ(SdkAPISer_Custom_Get_Post_Api_Add("/own/api", Serve), 0);
+    ASSERT_EQ(SdkAPISer_Custom_Download_Api_Add("/own/file$", FindFile), 0);
+    serve = [this](mg_connection* conn, CustomReqInfo* request) {
+      const std::string body(request->body != nullptr ? request->body : "",
+                             static_cast<std::size_t>(std::max<int64_t>(request->bodyLength, 0)));
+      seen_.push_back({request->body != nullptr, body, request->bodyLength, request->method});
+      return SendReponseInfo(conn, 200, 1, "{}", 2);
+    };
   }
 
-  static std::string Created() {
-    return "HTTP/1.1 201 Created\r\nDate: <date>\r\nContent-Type: application/json; charset=utf-8;\r\n"
-           "Cache-Control: no-cache,no-store,must-revalidate,max-age=0\r\n"
-           "Content-Security-Policy: frame-ancestors *;\r\nX-Content-Type-Options:nosniff\r\n"
-           "Strict-Transport-Security: max-age=63072000; includeSubdomains; preload\r\n"
-           "Content-Length: 7\r\nConnection: close\r\n\r\n{\"a\":1}";
+  void TearDown() override {
+    serve = nullptr;
+    findFile = nullptr;
+    ModeTest::TearDown();
   }
+
+  void ExpectServed(const Response& response) {
+    EXPECT_EQ(WithoutDate(response.raw),
+              "HTTP/1.1 200 OK\r\nDate: <date>\r\nContent-Type: application/json; charset=utf-8;\r\n"
+              "Cache-Control: no-cache,no-store,must-revalidate,max-age=0\r\n"
+              "Content-Security-Policy: frame-ancestors *;\r\nX-Content-Type-Options:nosniff\r\n"
+              "Strict-Transport-Security: max-age=63072000; includeSubdomains; preload\r\n"
+              "Content-Length: 2\r\nConnection: close\r\n\r\n{}");
+  }
+
+  std::vector<Seen> seen_;
 };
 
-TEST_P(CustomTest, MethodAndBodyReachTheFunction) {
-  EXPECT_EQ(WithoutDate(Get("/own/api").raw), Created());
-  Post("/own/api", "hello");
-  Send(HttpRequest{"PUT", "/own/api", {}, "data"});
-  Send(HttpRequest{"DELETE", "/own/api", {}, ""});
-  EXPECT_EQ(custom.Calls(), (std::vector<std::string>{"0 0 null", "1 5 hello", "2 4 data", "2 0 null"}));
+INSTANTIATE_TEST_SUITE_P(Modes, CustomTest, AllModes(), ModeName);
+
+TEST_P(CustomTest, TheFunctionSeesMethodAndBody) {
+  const std::string large = SampleBytes(100000);
+  struct Row {
+    HttpRequest request;
+    Seen seen;
+  };
+  const Row rows[] = {
+      {{"GET", "/own/api", {}, ""}, {false, "", 0, 0}},
+      {{"GET", "/own/api/below", {}, ""}, {false, "", 0, 0}},
+      {{"GET", "/own/apiary?x=1", {}, ""}, {false, "", 0, 0}},
+      {{"GET", "/own/api", {}, "body"}, {true, "body", 4, 0}},
+      {{"POST", "/own/api", {}, ""}, {false, "", 0, 1}},
+      {{"POST", "/own/api", {}, large}, {true, large, 100000, 1}},
+      {{"PUT", "/own/api", {}, "x"}, {true, "x", 1, 2}},
+      {{"DELETE", "/own/api", {}, ""}, {false, "", 0, 2}},
+      {{"OPTIONS", "/own/api", {}, ""}, {false, "", 0, 2}},
+      {{"PATCH", "/own/api", {}, "yy"}, {true, "yy", 2, 2}},
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.request.method + " " + row.request.target);
+    seen_.clear();
+    ExpectServed(Send(row.request));
+    EXPECT_EQ(seen_, std::vector<Seen>{row.seen});
+  }
 }
 
-TEST_P(CustomTest, ABodyOfUnknownLengthIsNotRead) {
-  ServerTest::Send("POST /own/api HTTP/1.1\r\nHost: x\r\n" + Authorization() +
-                   "\r\nTransfer-Encoding: chunked\r\n\r\n3\r\nabc\r\n0\r\n\r\n");
-  EXPECT_EQ(custom.Calls(), (std::vector<std::string>{"1 0 null"}));
+TEST_P(CustomTest, LengthsThatLieDoNoHarm) {
+  struct Row {
+    const char* what;
+    std::string header;
+    std::string body;
+    Seen seen;
+  };
+  const Row rows[] = {
+      {"longer than what comes", "Content-Length: 1000", "0123456789", {true, "0123456789", 10, 1}},
+      {"two thousand million", "Content-Length: 2000000000", "abc", {true, "abc", 3, 1}},
+      {"over 32 bits: cut to one byte", "Content-Length: 4294967297", "xyz", {true, "x", 1, 1}},
+      {"negative when cut to 32 bits", "Content-Length: 2147483648", "xyz", {false, "", 0, 1}},
+      {"chunked", "Transfer-Encoding: chunked", "3\r\nabc\r\n0\r\n\r\n", {false, "", 0, 1}},
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.what);
+    seen_.clear();
+    Connection client(Server::Get().port(mode().https), mode().https);
+    ASSERT_TRUE(client.Send("POST /own/api HTTP/1.1\r\nHost: a\r\n" + Authorization() + "\r\n" + row.header + "\r\n\r\n" +
+                            row.body));
+    client.FinishSending();
+    ExpectServed(ParseResponse(client.ReadToEnd()));
+    EXPECT_EQ(seen_, std::vector<Seen>{row.seen});
+  }
 }
 
-TEST_P(CustomTest, AFalseLengthGivesWhatArrived) {
-  Connection connection(Server::Get().port(mode().https), mode().https);
-  connection.Send("POST /own/api HTTP/1.1\r\nHost: x\r\n" + Authorization() +
-                  "\r\nContent-Length: 2000000000\r\n\r\nabc");
-  connection.Abort();
-  EXPECT_TRUE(Eventually([] { return custom.Calls().size() == 1; }));
+TEST_P(CustomTest, TheFunctionReadsHeadersAndParameters) {
+  serve = [](mg_connection* conn, CustomReqInfo*) {
+    char value[8] = {};
+    char token[1032] = {};
+    std::string text;
+    text += std::string(GetHttpRepMethod(conn)) + "|" + GetHttpUrl(conn) + "|" + std::to_string(GetHttpLen(conn));
+    text += "|" + std::to_string(GetHttpUrlParam(conn, "short", value, sizeof value)) + value;
+    text += "|" + std::to_string(SdkAPISer_Get_Url_Param(conn, "long", value, sizeof value));
+    text += "|" + std::to_string(GetHttpUrlParam(conn, "none", value, sizeof value));
+    text += std::string("|") + SdkAPISer_Get_Head_Param(conn, "x-my-head");
+    text += GetHttpHeadValue(conn, "X-None") == nullptr ? "|none" : "|some";
+    text += "|" + std::to_string(GetHttpToken(conn, token)) + token;
+    text += "|" + std::to_string(GetHttpBody(conn, nullptr, 5));
+    return SendReponseInfo(conn, 299, 7, text.c_str(), static_cast<int>(text.size()));
+  };
+  const Response response =
+      Send(HttpRequest{"GET", "/own/api/path?short=a%20b&long=123456789", {"X-My-Head: value"}, ""});
+  const std::string body = "GET|/own/api/path|-1|3a b|-2|-1|value|none|0" + token() + "|-1";
+  EXPECT_EQ(WithoutDate(response.raw), "HTTP/1.1 299 Server Error\r\nDate: <date>\r\nContent-Length: " +
+                                           std::to_string(body.size()) + "\r\nConnection: close\r\n\r\n" + body);
 }
 
-TEST_P(CustomTest, ALengthBeyond32BitsIsCut) {
-  Connection connection(Server::Get().port(mode().https), mode().https);
-  connection.Send("POST /own/api HTTP/1.1\r\nHost: x\r\n" + Authorization() +
-                  "\r\nContent-Length: 4294967297\r\n\r\na");
-  EXPECT_TRUE(Eventually([] { return custom.Calls() == std::vector<std::string>{"1 1 a"}; }));
-  connection.Abort();
+TEST_P(CustomTest, TheFunctionRepliesInItsOwnWay) {
+  const std::string large(200000, 'L');
+  serve = [&](mg_connection* conn, CustomReqInfo*) {
+    std::vector<char> reply(381 + large.size());
+    EXPECT_EQ(GroupRespHttpMsg(503, large.c_str(), static_cast<int>(large.size()), reply.data(), 1), 0);
+    EXPECT_EQ(SendHttpBuff(conn, reply.data(), 0), 0);
+    return 0;
+  };
+  ExpectReply(Get("/own/api"), 503, large);
+  serve = [&](mg_connection* conn, CustomReqInfo*) { return SendReponseInfo(conn, 204, 0, nullptr, 0); };
+  EXPECT_EQ(WithoutDate(Get("/own/api").raw),
+            "HTTP/1.1 204 No Content\r\nDate: <date>\r\nContent-Length: 0\r\nConnection: close\r\n\r\n");
 }
 
-TEST_P(CustomTest, MinusTwoSendsNothingAndEndsTheConnection) {
-  custom.getPost = [](mg_connection*, CustomReqInfo*) { return -2; };
-  EXPECT_EQ(Get("/own/api").raw, "");
-  EXPECT_EQ(Post("/own/api", std::string(100000, 'x')).raw, "");
+TEST_P(CustomTest, AResultOfMinusTwoEndsTheConnectionWithoutAReply) {
+  serve = [](mg_connection*, CustomReqInfo*) { return -2; };
+  for (const HttpRequest& request : {HttpRequest{"GET", "/own/api", {Authorization()}, ""},
+                                     HttpRequest{"POST", "/own/api", {Authorization()}, std::string(200000, 'b')}}) {
+    Connection client(Server::Get().port(mode().https), mode().https);
+    EXPECT_TRUE(client.Send(request.Bytes()));
+    EXPECT_EQ(client.ReadToEnd(), "");
+    EXPECT_EQ(client.end(), Connection::End::kEof);
+  }
 }
 
 TEST_P(CustomTest, AnUnknownTokenReachesNoFunction) {
   if (!mode().auth) return;
-  ExpectReply(SendBare(HttpRequest{"GET", "/own/api", {}, ""}), 401);
-  EXPECT_TRUE(LogLines::Wait(4, "token err!!!!", "sdkapicustom"));
-  ExpectReply(SendBare(HttpRequest{"GET", "/own/upload", {}, ""}), 401);
-  EXPECT_TRUE(LogLines::Wait(4, "GetLoginHandle err !!!!", "sdkapicustom"));
-  ExpectReply(SendBare(HttpRequest{"GET", "/own/download", {}, ""}), 401);
-  EXPECT_TRUE(LogLines::Wait(4, "GetLoginHandle err!!!!", "sdkapicustom"));
-  EXPECT_TRUE(custom.Calls().empty());
-}
-
-TEST_P(CustomTest, NullFunctionsAreRefusedPerRequest) {
-  SdkAPISer_Custom_Get_Post_Api_Add("/null/api$", nullptr);
-  SdkAPISer_Custom_Upload_Api_Add("/null/upload$", nullptr);
-  SdkAPISer_Custom_Download_Api_Add("/null/download$", nullptr);
-  ExpectReply(Get("/null/api"), 500);
-  EXPECT_TRUE(LogLines::Wait(4, "no server func", "sdkapicustom"));
-  ExpectReply(Send(UploadRequest("/null/upload", MultipartBody({{"f", "x", "n"}}))), 500);
-  EXPECT_TRUE(LogLines::Wait(4, "FuncUploadCustomFoundCb not registered!!!!", "sdkapicustom"));
-  ExpectReply(Send(UploadRequest("/null/upload", "--BOUNDARYxyz--\r\n")), 500);
-  ExpectNotFound(Get("/null/download"));
-  EXPECT_TRUE(LogLines::Wait(4, "FuncDownloadCustomHandle not registered!!!!", "sdkapicustom"));
-}
-
-TEST_P(CustomTest, AnUploadIsHandedOverInSteps) {
-  ExpectReply(
-      Send(UploadRequest("/own/upload", MultipartBody({{"f", "data", "my file.bin"}, {"n", "v", ""}}))), 200);
-  EXPECT_EQ(custom.Calls(), (std::vector<std::string>{"f my file.bin 0 0 0 ", "f my file.bin 0 1 0 data",
-                                                      "n my file.bin 1 0 0 ", "n my file.bin 1 1 0 v",
-                                                      "n my file.bin 1 1 1 "}));
-}
-
-TEST_P(CustomTest, AnEmptyFormGetsItsFinalCall) {
-  ExpectReply(Send(UploadRequest("/own/upload", "--BOUNDARYxyz--\r\n")), 200);
-  EXPECT_EQ(custom.Calls(), (std::vector<std::string>{"  0 0 1 "}));
-}
-
-TEST_P(CustomTest, UploadResultsBecomeStatuses) {
   struct Row {
-    int result;
-    bool inFinalCall;
-    int status;
+    const char* target;
+    const char* log;
   };
-  for (const Row& row : {Row{-2, false, 401}, Row{3, false, 500}, Row{-1, false, 500}, Row{3, true, 500},
-                         Row{-2, true, 500}}) {
-    SCOPED_TRACE(row.result);
-    custom.upload = [&](UploadCustomCtx* ctx) {
-      return (ctx->endFlag == 1) == row.inFinalCall ? row.result : 0;
-    };
-    ExpectReply(Send(UploadRequest("/own/upload", MultipartBody({{"f", "data", "n"}}))), row.status);
+  int uploads = 0;
+  host().upload = [&](const UploadStep&) { return ++uploads, 0; };
+  ASSERT_EQ(SdkAPISer_Custom_Upload_Api_Add("/own/upload$", Host::CustomUpload), 0);
+  for (const Row& row : {Row{"/own/api", "token err!!!!"}, Row{"/own/file", "GetLoginHandle err!!!!"},
+                         Row{"/own/upload", "GetLoginHandle err stranger!!!!"}}) {
+    SCOPED_TRACE(row.target);
+    LogLines::Clear();
+    ExpectReply(SendBare({"GET", row.target, {"Authorization: Bearer stranger"}, ""}), 401);
+    EXPECT_EQ(LogLines::Count(4, row.log, "sdkapicustom"), 1);
   }
+  EXPECT_TRUE(seen_.empty());
+  EXPECT_EQ(uploads, 0);
 }
 
-TEST_P(CustomTest, FormsThatCannotBeParsedAreRefused) {
-  ExpectReply(
-      Send(HttpRequest{"POST", "/own/upload", {"Content-Type: application/x-www-form-urlencoded"}, "a=%"}),
-      500);
-  ExpectReply(Send(HttpRequest{"POST", "/own/upload", {}, "a=%"}), 500);
-  ExpectReply(Send(UploadRequest(
-                  "/own/upload",
-                  "--BOUNDARYxyz\r\nContent-Disposition: form-data; name=\"x\"\r\n\r\n--BOUNDARYxyz--")),
-              500);
+TEST_P(CustomTest, MissingFunctionsAreAnswered) {
+  ASSERT_EQ(SdkAPISer_Custom_Get_Post_Api_Add("/null/api$", nullptr), 0);
+  ASSERT_EQ(SdkAPISer_Custom_Upload_Api_Add("/null/upload$", nullptr), 0);
+  ASSERT_EQ(SdkAPISer_Custom_Download_Api_Add("/null/file$", nullptr), 0);
+  ExpectReply(Get("/null/api"), 500);
+  EXPECT_EQ(LogLines::Count(4, "no server func", "sdkapicustom"), 1);
+  ExpectReply(Send(UploadRequest("/null/upload", MultipartBody({{"f", "x", "f"}}))), 500);
+  EXPECT_EQ(LogLines::Count(4, "FuncUploadCustomFoundCb not registered!!!!", "sdkapicustom"), 1);
+  ExpectReply(Send(UploadRequest("/null/upload", "--BOUNDARYxyz--\r\n")), 500);
+  ExpectNotFound(Get("/null/file"));
+  EXPECT_EQ(LogLines::Count(4, "FuncDownloadCustomHandle not registered!!!!", "sdkapicustom"), 1);
 }
 
-TEST_P(CustomTest, DownloadsAreServed) {
-  const std::string path = Workspace::Get().WriteFile("own.bin", std::string(2000, 'd'));
-  custom.download = [&](CustomDownloadInfo* info) {
+TEST_P(CustomTest, DownloadsAreSentAndRefused) {
+  const std::string content = SampleBytes(3001);
+  const std::string path = Workspace::Get().WriteFile("own.bin", content);
+  findFile = [&](mg_connection* conn, CustomDownloadInfo* info) {
+    EXPECT_STREQ(GetHttpUrl(conn), "/own/file");
+    path.copy(info->filePath, sizeof info->filePath);
     std::strcpy(info->downloadName, "shown.bin");
-    std::strcpy(info->filePath, path.c_str());
     return 0;
   };
-  const Response reply = Send(HttpRequest{"GET", "/own/download", {"Connection: close"}, ""});
-  EXPECT_EQ(reply.head, DownloadHead("shown.bin"));
-  const ChunkedBody body = ParseChunks(reply.body);
-  EXPECT_EQ(body.sizes, (std::vector<std::size_t>{1500, 500}));
-  EXPECT_TRUE(body.terminated);
-  custom.download = [](CustomDownloadInfo*) { return -2; };
-  ExpectReply(Get("/own/download"), 401);
-  custom.download = [](CustomDownloadInfo*) { return 9; };
-  ExpectReply(Get("/own/download"), 500);
-}
+  const Response sent = Send(HttpRequest{"GET", "/own/file", {"Connection: close"}, ""});
+  EXPECT_EQ(sent.head, DownloadHead("shown.bin"));
+  const ChunkedBody chunks = ParseChunks(sent.body);
+  EXPECT_EQ(chunks.sizes, (std::vector<std::size_t>{1500, 1500, 1}));
+  EXPECT_TRUE(chunks.terminated);
+  EXPECT_TRUE(chunks.data == content);
 
-TEST_P(CustomTest, AMissingFileGivesTheHeadAlone) {
-  custom.download = [](CustomDownloadInfo* info) { return std::strcpy(info->filePath, "/no/such/file"), 0; };
-  const Response reply = Get("/own/download");
-  EXPECT_EQ(reply.raw, DownloadHead(""));
+  for (const int result : {-2, -1, 4}) {
+    findFile = [&](mg_connection*, CustomDownloadInfo*) { return result; };
+    ExpectReply(Get("/own/file"), result == -2 ? 401 : 500);
+  }
+  findFile = [&](mg_connection*, CustomDownloadInfo* info) {
+    std::strcpy(info->filePath, "/nowhere/at/all");
+    std::memset(info->downloadName, 'd', sizeof info->downloadName);
+    return 0;
+  };
+  EXPECT_EQ(Get("/own/file").raw, DownloadHead(std::string(255, 'd')));
   EXPECT_TRUE(LogLines::Wait(4, "open file error", "sdkapidownload"));
 }
 
-TEST_P(CustomTest, ALaterBindingReplacesTheEarlier) {
-  SdkAPISer_Custom_Get_Post_Api_Add("/own/again$", nullptr);
-  SdkAPISer_Custom_Get_Post_Api_Add("/own/again$", Ok);
-  EXPECT_EQ(WithoutDate(Get("/own/again").raw), Created());
+TEST_P(CustomTest, RegisteringAgainReplacesTheFunction) {
+  ASSERT_EQ(SdkAPISer_Custom_Get_Post_Api_Add("/changing$", SayHello), 0);
+  EXPECT_TRUE(Get("/changing").raw.ends_with("\r\n\r\nhello"));
+  ASSERT_EQ(SdkAPISer_Custom_Get_Post_Api_Add("/changing$", SayGoodbye), 0);
+  EXPECT_TRUE(Get("/changing").raw.ends_with("\r\n\r\ngoodbye"));
 }
 
-TEST_P(CustomTest, RoutesAreAddedFromManyThreads) {
+TEST_P(CustomTest, AFunctionMayAddOtherRoutes) {
+  serve = [](mg_connection* conn, CustomReqInfo*) {
+    EXPECT_EQ(SdkAPISer_Custom_Get_Post_Api_Add("/added/inside$", SayHello), 0);
+    return SendReponseInfo(conn, 200, 1, "{}", 2);
+  };
+  ExpectServed(Get("/own/api"));
+  EXPECT_TRUE(Get("/added/inside").raw.ends_with("\r\n\r\nhello"));
+}
+
+TEST_P(CustomTest, RoutesAreAddedFromManyThreadsUnderLoad) {
+  std::atomic<int> good{0};
   std::vector<std::thread> threads;
-  std::atomic<int> failures{0};
-  for (int thread = 0; thread < 8; ++thread) {
-    threads.emplace_back([thread, &failures] {
-      for (int i = 0; i < 20; ++i) {
-        const std::string uri = "/many/" + std::to_string(thread) + "/" + std::to_string(i) + "$";
-        failures += SdkAPISer_Custom_Get_Post_Api_Add(uri.c_str(), Ok) != 0;
+  for (int i = 0; i < 8; ++i) {
+    threads.emplace_back([&, i] {
+      for (int n = 0; n < 10; ++n) {
+        const std::string target = "/added/" + std::to_string(i) + "/" + std::to_string(n);
+        if (SdkAPISer_Custom_Get_Post_Api_Add((target + "$").c_str(), SayHello) != 0) continue;
+        if (Get(target).raw.ends_with("\r\n\r\nhello")) ++good;
       }
     });
   }
   for (std::thread& thread : threads) thread.join();
-  EXPECT_EQ(failures, 0);
-  EXPECT_EQ(WithoutDate(Get("/many/7/19").raw), Created());
+  EXPECT_EQ(good.load(), 80);
 }
 
-INSTANTIATE_TEST_SUITE_P(Modes, CustomTest, AllModes(), ModeName);
+TEST_P(CustomTest, TheFunctionCanUseTheCallersTable) {
+  serve = [](mg_connection* conn, CustomReqInfo*) {
+    char token[1032] = {};
+    GetHttpToken(conn, token);
+    const SdkAPISerHandle* const table = GetLoginHandle(token);
+    const bool good = table != nullptr && table->DeviceInfoCb == Host::Table().DeviceInfoCb;
+    return SendReponseInfo(conn, good ? 200 : 500, 1, "{}", 2);
+  };
+  ExpectServed(Get("/own/api"));
+}
 
-TEST(CustomRegistrationTest, IsRefusedWithoutARunningServer) {
-  Server::Get().Ensure();
+class RegistrationTest : public ServerTest {};
+
+TEST_F(RegistrationTest, IsRefusedUnlessTheServerRuns) {
+  LogLines::Install();
   Server::Get().Stop();
   LogLines::Clear();
-  EXPECT_EQ(SdkAPISer_Custom_Get_Post_Api_Add("/late$", Ok), -1);
-  EXPECT_EQ(SdkAPISer_Custom_Upload_Api_Add("/late$", TakeUpload), -1);
-  EXPECT_EQ(SdkAPISer_Custom_Download_Api_Add("/late$", NameDownload), -1);
+  const auto refused = [](const char* uri) {
+    return SdkAPISer_Custom_Get_Post_Api_Add(uri, SayHello) == -1 &&
+           SdkAPISer_Custom_Upload_Api_Add(uri, Host::CustomUpload) == -1 &&
+           SdkAPISer_Custom_Download_Api_Add(uri, FindFile) == -1;
+  };
+  EXPECT_TRUE(refused("/early$"));
   EXPECT_EQ(LogLines::Count(4, "ctx error..", "sdkapi"), 3);
+  Prepare({false, false});
+  EXPECT_TRUE(refused(nullptr));
+  ExpectNotFound(Get("/early"));
+  ASSERT_EQ(SdkAPISer_Custom_Get_Post_Api_Add("/early$", SayHello), 0);
+  EXPECT_TRUE(Get("/early").raw.ends_with("hello"));
+  Server::Get().Stop();
+  LogLines::Clear();
+  EXPECT_TRUE(refused("/late$"));
+  EXPECT_EQ(LogLines::Count(4, "ctx error..", "sdkapi"), 3);
+  Prepare({false, false});
+  ExpectNotFound(Get("/early"));  // registrations are lost at stop
+}
+
+TEST_F(RegistrationTest, ACustomPatternCanHideABuiltInRoute) {
+  Prepare({false, false});
+  ASSERT_EQ(SdkAPISer_Custom_Get_Post_Api_Add("/api/v1", SayHello), 0);
+  EXPECT_TRUE(Get("/api/v1/log").raw.ends_with("hello"));
+  EXPECT_EQ(host().Count("DownloadLogFileCb"), 0);
+  Server::Get().Stop();
+  Prepare({false, false});
+  host().download = [](DownloadFileInfo*) { return -1; };
+  ExpectReply(Get("/api/v1/log"), 500);
 }
 
 }  // namespace
