@@ -1,4 +1,5 @@
 // Routes that the host adds while the server runs.
+#include <algorithm>
 #include <atomic>
 #include <cstring>
 #include <memory>
