@@ -1,0 +1,39 @@
+// Fuzzes the running server through a loopback socket: bytes in, everything read until the server closes.
+#include <arpa/inet.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include "support/fuzz_host.h"
+
+namespace {
+
+int Connect() {
+  const int fd = socket(AF_INET, SOCK_STREAM, 0);
+  sockaddr_in address{};
+  address.sin_family = AF_INET;
+  address.sin_port = htons(static_cast<uint16_t>(fuzz::Port()));
+  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+  FUZZ_CHECK(connect(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0);
+  // A reset instead of a wait state: thousands of connections a second would use up the ports.
+  const linger reset{1, 0};
+  setsockopt(fd, SOL_SOCKET, SO_LINGER, &reset, sizeof reset);
+  return fd;
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+  const int fd = Connect();
+  send(fd, data, size, MSG_NOSIGNAL);
+  shutdown(fd, SHUT_WR);
+  char reply[4096];
+  ssize_t total = 0;
+  for (ssize_t got = 1; got > 0 && total < (1 << 16); total += got) {
+    got = recv(fd, reply, sizeof reply, 0);
+    // An error answer repeats the version text of a request that could not be understood.
+    if (total == 0 && got > 5) FUZZ_CHECK(std::string_view(reply, 5) == "HTTP/");
+  }
+  close(fd);
+  return 0;
+}

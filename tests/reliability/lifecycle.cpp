@@ -1,0 +1,131 @@
+// Start and stop many times with clients connected: nothing grows, stops are bounded, failures leave no
+// trace.
+#include <sys/socket.h>
+
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <functional>
+#include <memory>
+#include <vector>
+
+#include "connection.h"
+#include "device.h"
+#include "server.h"
+
+namespace {
+
+using integration::Connection;
+
+int failures = 0;
+
+void Check(bool good, const char* what) {
+  if (good) return;
+  ++failures;
+  std::printf("FAILED: %s\n", what);
+}
+
+// Resident memory in KiB.
+long Memory() {
+  std::ifstream status("/proc/self/status");
+  std::string word;
+  while (status >> word && word != "VmRSS:") continue;
+  long size = 0;
+  status >> size;
+  return size;
+}
+
+// One of each kind of connection that a stop has to end.
+std::vector<std::unique_ptr<Connection>> ConnectClients(const reliability::Ports& ports) {
+  const std::string webSocket =
+      "GET /ws HTTP/1.1\r\nHost: d\r\nUpgrade: websocket\r\nConnection: Upgrade\r\nSec-WebSocket-Version: "
+      "13\r\n"
+      "Sec-WebSocket-Key: dGhlIHNhbXBsZSBub25jZQ==\r\nSec-WebSocket-Protocol: any\r\n\r\n";
+  const std::string upload =
+      "POST /upload/logo HTTP/1.1\r\nHost: d\r\nContent-Type: multipart/form-data; "
+      "boundary=B\r\nContent-Length: "
+      "100000\r\n\r\n--B\r\nContent-Disposition: form-data; name=\"f\"; filename=\"f\"\r\n\r\n" +
+      std::string(9000, 'u');
+  std::vector<std::unique_ptr<Connection>> clients;
+  for (const bool tls : {false, true}) {
+    const int port = tls ? ports.https : ports.http;
+    const auto open = [&](const std::string& request, const std::string& answer) {
+      clients.push_back(std::make_unique<Connection>(port, tls));
+      Check(clients.back()->Send(request), "a client sends");
+      const auto came = [&](const std::string& got) { return got.find(answer) != std::string::npos; };
+      if (!answer.empty()) Check(clients.back()->ReadUntil(came), "a client is answered");
+    };
+    open("GET /preview/TX01 HTTP/1.1\r\nHost: d\r\n\r\n", "image/jpeg");
+    open(webSocket, "101 Switching");
+    open("GET /index.html HTTP/1.1\r\nHost: d\r\n\r\n", "front page");
+    open("GET /download/edid HTTP/1.1\r\nHost: d\r\n\r\n", "200 OK");
+    open(upload, "");
+    open("GET /half", "");
+  }
+  return clients;
+}
+
+void FailToStart(const char* what, const std::function<void()>& spoil) {
+  const SdkAPISerHandle table = reliability::Table();
+  spoil();
+  SdkAPISer_Init();
+  Check(SdkAPISer_Start(&table) == -1, what);
+  SdkAPiSer_Cert_Set((reliability::Folder() + "/server.pem").c_str());
+  SdkAPiSer_CertPassword_Set("open sesame");
+  SdkAPISer_Port_Set(integration::FreePort(), integration::FreePort());
+}
+
+void FailInEveryWay() {
+  const reliability::Ports ports = reliability::Start(false);
+  SdkAPISer_Stop(nullptr);
+  FailToStart("start with a wrong pass phrase", [] { SdkAPiSer_CertPassword_Set("wrong"); });
+  FailToStart("start without a pass phrase", [] { SdkAPiSer_CertPassword_Set(""); });
+  FailToStart("start with a missing certificate", [] { SdkAPiSer_Cert_Set("/nowhere.pem"); });
+  FailToStart("start with a file that is no certificate",
+              [] { SdkAPiSer_Cert_Set((reliability::Folder() + "/file.bin").c_str()); });
+  FailToStart("start on an impossible port", [] { SdkAPISer_Port_Set(70000, 0); });
+  (void)ports;
+}
+
+struct Footprint {
+  int files;
+  int threads;
+  long memory;
+};
+
+Footprint Measure() { return {integration::OpenFiles(), integration::Threads(), Memory()}; }
+
+// Returns the seconds that the stop took.
+double Cycle(bool withFailures) {
+  if (withFailures) FailInEveryWay();
+  const reliability::Ports ports = reliability::Start(false);
+  const auto clients = ConnectClients(ports);
+  const auto begin = std::chrono::steady_clock::now();
+  SdkAPISer_Stop(nullptr);
+  return std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  const int cycles = argc > 1 ? std::atoi(argv[1]) : 12;
+  reliability::PrepareFolder();
+  const int warm = cycles / 4;
+  Footprint before{};
+  double longest = 0;
+  for (int cycle = 0; cycle < cycles; ++cycle) {
+    longest = std::max(longest, Cycle(cycle % 10 == 3));
+    if (cycle == warm) before = Measure();
+  }
+  const Footprint after = Measure();
+  std::printf("cycles %d, longest stop %.1f s\nafter cycle %d: files %d, threads %d, memory %ld KiB\n",
+              cycles, longest, warm + 1, before.files, before.threads, before.memory);
+  std::printf("at the end:    files %d, threads %d, memory %ld KiB\n", after.files, after.threads,
+              after.memory);
+  Check(after.files == before.files, "no file handle is left over");
+  Check(after.threads == before.threads, "no thread is left over");
+  // Sanitizers keep freed memory.
+  if (!integration::kInstrumented) Check(after.memory <= before.memory + 4096, "memory does not grow");
+  return failures == 0 ? 0 : 1;
+}
