@@ -9,8 +9,9 @@ constexpr const char* kRoutes[] = {"/upload/logo",        "/upload/scene",
                                    "/upload/sub/upgrade", "/upload/security",
                                    "/api/v1/fw_upload",   "/api/v1/security/ieee802_1x_setting",
                                    "/upload/sub/unknown", "/custom/upload"};
-constexpr const char* kTypes[] = {"multipart/form-data; boundary=B", "multipart/form-data; boundary=B",
-                                  "multipart/form-data; boundary=\"B\"", "application/x-www-form-urlencoded"};
+constexpr const char* kTypes[] = {"multipart/form-data; boundary=BBBB", "multipart/form-data; boundary=BBBB",
+                                  "multipart/form-data; boundary=\"BBBB\"",
+                                  "application/x-www-form-urlencoded"};
 
 std::string Chunked(const std::string& body) {
   char size[16];

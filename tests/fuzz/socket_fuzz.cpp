@@ -31,8 +31,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   ssize_t total = 0;
   for (ssize_t got = 1; got > 0 && total < (1 << 16); total += got) {
     got = recv(fd, reply, sizeof reply, 0);
-    // An error answer repeats the version text of a request that could not be understood.
-    if (total == 0 && got > 5) FUZZ_CHECK(std::string_view(reply, 5) == "HTTP/");
   }
   close(fd);
   return 0;

@@ -44,8 +44,8 @@ std::vector<std::unique_ptr<Connection>> ConnectClients(const reliability::Ports
       "Sec-WebSocket-Key: dGhlIHNhbXBsZSBub25jZQ==\r\nSec-WebSocket-Protocol: any\r\n\r\n";
   const std::string upload =
       "POST /upload/logo HTTP/1.1\r\nHost: d\r\nContent-Type: multipart/form-data; "
-      "boundary=B\r\nContent-Length: "
-      "100000\r\n\r\n--B\r\nContent-Disposition: form-data; name=\"f\"; filename=\"f\"\r\n\r\n" +
+      "boundary=BBBB\r\nContent-Length: "
+      "100000\r\n\r\n--BBBB\r\nContent-Disposition: form-data; name=\"f\"; filename=\"f\"\r\n\r\n" +
       std::string(9000, 'u');
   std::vector<std::unique_ptr<Connection>> clients;
   for (const bool tls : {false, true}) {

@@ -101,9 +101,10 @@ class Client {
 
   void Upload() {
     const std::string file(random_() % 100000, 'u');
-    const std::string body = "--B\r\nContent-Disposition: form-data; name=\"f\"; filename=\"f.png\"\r\n\r\n" +
-                             file + "\r\n--B--\r\n";
-    Ask(kUpload, "POST", "/upload/logo", "Content-Type: multipart/form-data; boundary=B\r\n", body);
+    const std::string body =
+        "--BBBB\r\nContent-Disposition: form-data; name=\"f\"; filename=\"f.png\"\r\n\r\n" + file +
+        "\r\n--BBBB--\r\n";
+    Ask(kUpload, "POST", "/upload/logo", "Content-Type: multipart/form-data; boundary=BBBB\r\n", body);
   }
 
   void WatchPreview() {

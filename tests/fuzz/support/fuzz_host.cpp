@@ -218,7 +218,7 @@ int FreePort() {
 
 void MakeFolder() {
   char name[] = "/tmp/sdkapi-fuzz-XXXXXX";
-  FUZZ_CHECK(mkdtemp(name) != nullptr);
+  FUZZ_CHECK(mkdtemp(name) != nullptr && chdir(name) == 0);
   folder = name;
   std::filesystem::create_directory(folder + "/www");
   std::ofstream(folder + "/file") << std::string(4000, 'f');

@@ -1,0 +1,181 @@
+"""Hostile clients: after each attack, and beside the slow ones, an ordinary client is answered again."""
+import random
+import socket
+import sys
+import time
+
+from server_process import PATIENCE, Server, exchange, read_to_end
+
+CLOSE = b"Connection: close\r\n"
+
+
+def hold(server, count, request):
+    """Opens connections that send this and then nothing."""
+    held = []
+    for _ in range(count):
+        connection = server.connect()
+        connection.sendall(request)
+        held.append(connection)
+    return held
+
+
+def drop(held):
+    for connection in held:
+        connection.close()
+
+
+def slow_headers(server):
+    return hold(server, 40, b"GET /dev_info HTTP/1.1\r\nHost: d\r\nX-")
+
+
+def slow_bodies(server):
+    return hold(server, 40, b"POST /createuser HTTP/1.1\r\nHost: d\r\nContent-Length: 400\r\n\r\n{")
+
+
+def slow_readers(server):
+    return hold(server, 40, b"GET /preview/TX01 HTTP/1.1\r\nHost: d\r\n\r\n")
+
+
+def half_closed(server):
+    held = hold(server, 40, b"GET /dev_info HTTP/1.1\r\nHos")
+    for connection in held:
+        connection.shutdown(socket.SHUT_WR)
+    return held
+
+
+def all_headers_then_nothing(server):
+    """More than there are workers; each is let go by its time-out."""
+    return hold(server, 120, b"GET /dev_info HTTP/1.1\r\nHost: d\r\nX-")
+
+
+def connections_500(server):
+    return hold(server, 500, b"")
+
+
+SLOW = [slow_headers, slow_bodies, slow_readers, half_closed]
+FULL = [all_headers_then_nothing, connections_500]
+
+
+def pipelined(server):
+    reply = exchange(server, b"GET /index.html HTTP/1.1\r\nHost: d\r\n\r\n" * 20 + b"GET /dev_info HTTP/1.1\r\nHost: d\r\n\r\n")
+    assert reply.count(b"HTTP/1.1 200 OK\r\n") == 21, reply.count(b"HTTP/1.1 ")
+
+
+def refused(reply):
+    assert not reply.startswith(b"HTTP/1.1 200"), reply[:60]
+
+
+def oversized_head(server):
+    refused(exchange(server, b"GET / HTTP/1.1\r\nX: " + b"x" * 20000 + b"\r\n\r\n"))
+
+
+def oversized_uri(server):
+    refused(exchange(server, b"GET /" + b"x" * 15000 + b" HTTP/1.1\r\n" + CLOSE + b"\r\n"))
+
+
+def oversized_body(server):
+    body = b'{"username":"' + b"x" * 5_000_000 + b'"}'
+    head = b"POST /createuser HTTP/1.1\r\nHost: d\r\nContent-Length: %d\r\n\r\n" % len(body)
+    assert exchange(server, head + body).startswith(b"HTTP/1.1 ")
+
+
+def negative_length(server):
+    refused(exchange(server, b"POST /createuser HTTP/1.1\r\nHost: d\r\nContent-Length: -1\r\n\r\n"))
+
+
+def two_lengths(server):
+    reply = exchange(server, b"POST /createuser HTTP/1.1\r\nHost: d\r\nContent-Length: 2\r\nContent-Length: 40\r\n" + CLOSE + b"\r\n{}")
+    assert reply == b"" or reply.startswith(b"HTTP/1.1 "), reply[:60]
+
+
+def length_and_chunked(server):
+    reply = exchange(server, b"POST /createuser HTTP/1.1\r\nHost: d\r\nContent-Length: 3\r\nTransfer-Encoding: chunked\r\n\r\n2\r\n{}\r\n0\r\n\r\n")
+    assert reply.count(b"HTTP/1.1 ") <= 1, reply
+
+
+def paths(server):
+    for path in ("/../secret.txt", "/..%2fsecret.txt", "/%2e%2e/secret.txt", "/..%5csecret.txt", "/www/../../secret.txt",
+                 "//../secret.txt", "/....//secret.txt", "/%00/../secret.txt", "/./../secret.txt", "/..;/secret.txt"):
+        reply = exchange(server, f"GET {path} HTTP/1.1\r\nHost: d\r\nConnection: close\r\n\r\n".encode())
+        assert b"not below the document root" not in reply, path
+
+
+def random_bytes(server):
+    source = random.Random(7)
+    for _ in range(300):
+        with server.connect() as connection:
+            connection.sendall(source.randbytes(source.randrange(1, 600)))
+            connection.shutdown(socket.SHUT_WR)
+            read_to_end(connection)
+
+
+def resets(server):
+    for _ in range(200):
+        connection = server.connect()
+        connection.sendall(b"GET /download/edid HTTP/1.1\r\nHost: d\r\n\r\n")
+        connection.setsockopt(socket.SOL_SOCKET, socket.SO_LINGER, b"\1\0\0\0\0\0\0\0")
+        connection.close()
+
+
+UPLOADS = ["/upload/logo", "/upload/scene", "/upload/sub/upgrade", "/upload/security", "/api/v1/fw_upload"]
+
+
+def hostile_uploads(server):
+    """A urlencoded body that never ends for the parser, and a part without a body."""
+    forms = [(b"application/x-www-form-urlencoded", b"a=%"),
+             (b"multipart/form-data; boundary=BBBB", b'--BBBB\r\nContent-Disposition: form-data; name="x"\r\n\r\n--BBBB--')]
+    for route in UPLOADS:
+        for content_type, body in forms:
+            reply = exchange(server, b"POST %s HTTP/1.1\r\nHost: d\r\nContent-Type: %s\r\nContent-Length: %d\r\n\r\n%s"
+                             % (route.encode(), content_type, len(body), body))
+            assert reply[9:12] in (b"500", b"406"), (route, reply[:40])
+
+
+QUICK = [pipelined, oversized_head, oversized_uri, oversized_body, negative_length, two_lengths, length_and_chunked, paths,
+         random_bytes, resets, hostile_uploads]
+
+
+def count_until_unreachable(server, request):
+    held = []
+    while len(held) < 100:
+        held += hold(server, 1, request)
+        held[-1].recv(20)
+        if len(held) >= 45 and not server.healthy(timeout=2):
+            break
+    drop(held)
+    server.seconds_until_healthy()
+    return len(held)
+
+
+WEBSOCKET = (b"GET /ws HTTP/1.1\r\nHost: d\r\nUpgrade: websocket\r\nConnection: Upgrade\r\nSec-WebSocket-Version: 13\r\n"
+             b"Sec-WebSocket-Key: dGhlIHNhbXBsZSBub25jZQ==\r\nSec-WebSocket-Protocol: t\r\n\r\n")
+
+
+def main():
+    server = Server()
+    server.seconds_until_healthy()
+    before = server.open_files()
+    for attack in QUICK:
+        attack(server)
+        print(f"{attack.__name__:26} healthy after {server.seconds_until_healthy():5.1f} s", flush=True)
+    for attack in SLOW:
+        held = attack(server)
+        beside = server.seconds_until_healthy()
+        drop(held)
+        print(f"{attack.__name__:26} healthy beside {beside:5.1f} s, after {server.seconds_until_healthy():5.1f} s", flush=True)
+    for attack in FULL:
+        held = attack(server)
+        beside = server.seconds_until_healthy()
+        drop(held)
+        print(f"{attack.__name__:26} healthy beside {beside:5.1f} s, after {server.seconds_until_healthy():5.1f} s", flush=True)
+    for name, request in (("previews", b"GET /preview/TX01 HTTP/1.1\r\nHost: d\r\n\r\n"), ("websockets", WEBSOCKET)):
+        print(f"{name + ' that block the API':26} {count_until_unreachable(server, request)}", flush=True)
+    deadline = time.monotonic() + PATIENCE
+    while server.open_files() > before:
+        assert time.monotonic() < deadline, "file handles are left over"
+        time.sleep(0.1)
+    assert server.stop() == 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())
