@@ -76,6 +76,7 @@ bool Connection::Retry(int result, Clock::time_point deadline, End onTimeout) {
 
 bool Connection::Send(const std::string& bytes) {
   if (!connected_) return false;
+  Rendezvous();
   const auto deadline = Clock::now() + kPatience;
   std::size_t sent = 0;
   while (sent < bytes.size()) {
@@ -127,15 +128,16 @@ const std::string& Connection::ReadToEnd() {
   const auto deadline = Clock::now() + kPatience;
   while (ReadSome(deadline) && Clock::now() < deadline) {
   }
+  Rendezvous();
   return received_;
 }
 
 bool Connection::ReadUntil(const std::function<bool(const std::string&)>& condition) {
   const auto deadline = Clock::now() + kPatience;
-  while (!condition(received_)) {
-    if (!ReadSome(deadline)) return condition(received_);
+  while (!condition(received_) && ReadSome(deadline)) {
   }
-  return true;
+  Rendezvous();
+  return condition(received_);
 }
 
 bool Connection::ReadUntilSize(std::size_t size) {

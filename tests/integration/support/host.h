@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "sdkapi/sdkapi.h"
+#include "waiting.h"
 
 namespace integration {
 
@@ -51,7 +52,11 @@ class Hook<int(Args...)> {
 
   int operator()(Args... args) {
     const auto function = Current();
-    return function != nullptr ? (*function)(args...) : 0;
+    if (function == nullptr) return 0;
+    Rendezvous();
+    const int result = (*function)(args...);
+    Rendezvous();
+    return result;
   }
 
  private:
