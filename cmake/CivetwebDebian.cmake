@@ -47,3 +47,10 @@ target_include_directories(sdkapi_civetweb_headers INTERFACE ${SDKAPI_CIVETWEB_S
 install(TARGETS civetweb EXPORT sdkapi LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}/sdkapi NAMELINK_SKIP)
 install(FILES ${SDKAPI_CIVETWEB_SOURCE}/include/civetweb.h
         DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/sdkapi/civetweb)
+
+# A host that calls the web server itself looks for it in the private folder, wherever the tree was moved.
+target_link_options(civetweb INTERFACE $<INSTALL_INTERFACE:-Wl,-rpath,$<INSTALL_PREFIX>/${CMAKE_INSTALL_LIBDIR}/sdkapi>)
+# The way through pkgconfig/.. serves a moved tree, the other one a device without development files.
+string(CONCAT SDKAPI_PC_LIBS "-L\${libdir}/sdkapi -l:libsdkapi-civetweb.so.1 -Wl,-rpath,\${libdir}/sdkapi "
+                             "-Wl,-rpath,${CMAKE_INSTALL_FULL_LIBDIR}/sdkapi")
+set(SDKAPI_PC_CFLAGS -I\${includedir}/sdkapi/civetweb)

@@ -1,22 +1,7 @@
 # CivetWeb as the integrator brings it: version 1.14 or newer, found by CMake or pkg-config.
 
-find_package(civetweb CONFIG QUIET)
-if(TARGET civetweb::civetweb)
-  add_library(civetweb ALIAS civetweb::civetweb)
-else()
-  pkg_check_modules(CIVETWEB QUIET IMPORTED_TARGET GLOBAL civetweb)
-  if(NOT CIVETWEB_FOUND)
-    find_library(CIVETWEB_LIBRARY civetweb)
-    find_path(CIVETWEB_INCLUDE_DIR civetweb.h)
-    if(NOT CIVETWEB_LIBRARY OR NOT CIVETWEB_INCLUDE_DIR)
-      message(FATAL_ERROR "SDKAPI_CIVETWEB=system: no CivetWeb found")
-    endif()
-    add_library(PkgConfig::CIVETWEB UNKNOWN IMPORTED GLOBAL)
-    set_target_properties(PkgConfig::CIVETWEB PROPERTIES IMPORTED_LOCATION ${CIVETWEB_LIBRARY}
-                                                         INTERFACE_INCLUDE_DIRECTORIES ${CIVETWEB_INCLUDE_DIR})
-  endif()
-  add_library(civetweb ALIAS PkgConfig::CIVETWEB)
-endif()
+include(${CMAKE_CURRENT_LIST_DIR}/CivetwebFind.cmake)
+add_library(civetweb ALIAS ${sdkapiCivetwebTarget})
 
 include(CheckCXXSourceCompiles)
 set(CMAKE_REQUIRED_LIBRARIES civetweb)
@@ -47,3 +32,12 @@ add_library(sdkapi_civetweb_headers INTERFACE)
 
 target_include_directories(sdkapi_civetweb_headers
                            INTERFACE $<TARGET_PROPERTY:civetweb,INTERFACE_INCLUDE_DIRECTORIES>)
+
+# What an installed tree tells its hosts about this CivetWeb.
+set(SDKAPI_CONFIG_CIVETWEB "include(\${CMAKE_CURRENT_LIST_DIR}/CivetwebFind.cmake)")
+install(FILES ${PROJECT_SOURCE_DIR}/cmake/CivetwebFind.cmake DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/sdkapi)
+if(CIVETWEB_FOUND)
+  set(SDKAPI_PC_REQUIRES civetweb)
+else()
+  set(SDKAPI_PC_LIBS -lcivetweb)
+endif()

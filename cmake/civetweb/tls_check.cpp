@@ -55,7 +55,8 @@ int main() {
   const mg_callbacks callbacks{};
   mg_context* const context = mg_start(&callbacks, nullptr, options);
   mg_server_port port{};
-  const bool works = context != nullptr && mg_get_server_ports(context, 1, &port) == 1 && RequestWorks(port.port);
+  const bool works =
+      context != nullptr && mg_get_server_ports(context, 1, &port) == 1 && RequestWorks(port.port);
   unlink(path);
   std::_Exit(works ? 0 : 1);
 }

@@ -7,8 +7,8 @@
 static pthread_once_t indexOnce = PTHREAD_ONCE_INIT;
 static int lockIndex = -1;
 
-/* The error of this thread's last failed read or write, fixed under the lock: a call of another thread on the same
- * object would change it before the web server asks. */
+/* The error of this thread's last failed read or write, fixed under the lock: a call of another thread on the
+ * same object would change it before the web server asks. */
 static _Thread_local const SSL* failedSsl;
 static _Thread_local int failedResult;
 static _Thread_local int failedError;

@@ -5,8 +5,8 @@
 #include <openssl/ssl.h>
 
 /*
- * The web server reads a connection on its worker thread while another thread may write to it, which OpenSSL does
- * not allow on one TLS object. The web server is compiled with these names in place of OpenSSL's own.
+ * The web server reads a connection on its worker thread while another thread may write to it, which OpenSSL
+ * does not allow on one TLS object. The web server is compiled with these names in place of OpenSSL's own.
  */
 SSL* sdkapi_tls_new(SSL_CTX* ctx);
 int sdkapi_tls_read(SSL* ssl, void* buf, int num);
