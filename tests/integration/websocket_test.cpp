@@ -374,7 +374,7 @@ TEST_P(WebSocketTest, AfterALogOutTextsAreDroppedAndTheConnectionStays) {
 
 class ConfiguredUrlTest : public ServerTest, public ::testing::WithParamInterface<Mode> {
  protected:
-  void SetUp() override { Prepare(GetParam(), {.webSocketUrl = "/ws", .emptyTable = false}); }
+  void SetUp() override { Prepare(GetParam(), {.webSocketUrl = "/ws", .emptyTable = false, .table = nullptr}); }
 };
 INSTANTIATE_TEST_SUITE_P(Schemes, ConfiguredUrlTest, ::testing::Values(Mode{false, false}, Mode{true, false}), ModeName);
 

@@ -10,6 +10,7 @@ namespace integration {
 struct ServerSetup {
   std::string webSocketUrl;  // empty: the default endpoint
   bool emptyTable = false;   // start with a table without any function
+  const SdkAPISerHandle* table = nullptr;  // another table than the recording host's
 
   bool operator==(const ServerSetup&) const = default;
 };
