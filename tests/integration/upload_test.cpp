@@ -126,6 +126,34 @@ TEST_P(LargeUploadTest, FiftyMillionBytesArriveByteForByte) {
   }
 }
 
+TEST_P(LargeUploadTest, ARefusalReachesAClientThatIsStillSending) {
+  struct Row {
+    const char* what;
+    const char* contentType;
+    bool stranger;
+    int result;  // of the host, for a form that it is asked about
+    int status;
+  };
+  const Row rows[] = {
+      {"unknown token", kBoundaryType, true, 0, 401},
+      {"host refuses the caller", kBoundaryType, false, -2, 401},
+      {"host refuses the file", kBoundaryType, false, -1, 500},
+      {"no boundary", "Content-Type: multipart/form-data", false, 0, 500},
+  };
+  const std::string body = MultipartBody({{"f", std::string(20000000, 'x'), "f"}});
+  for (const char* const target : {"/upload/logo", "/custom/upload"}) {
+    for (const Row& row : rows) {
+      SCOPED_TRACE(std::string(target) + " " + row.what);
+      host().upload = [&](const UploadStep&) { return row.result; };
+      const std::string authorization = row.stranger ? "Authorization: Bearer stranger" : Authorization();
+      Connection client(Server::Get().port(mode().https), mode().https);
+      EXPECT_TRUE(client.Send(HttpRequest{"POST", target, {row.contentType, authorization}, body}.Bytes()));
+      ExpectReply(ParseResponse(client.ReadToEnd()), row.status);
+      EXPECT_EQ(client.end(), Connection::End::kEof);
+    }
+  }
+}
+
 TEST_P(UploadTest, NamesArriveDecodedAndCut) {
   struct Row {
     std::string sent;
@@ -318,6 +346,9 @@ TEST_P(UploadTest, MalformedFormsFailAsAWholeOnEveryRoute) {
       StartAfresh();
       ExpectRefused(Send(HttpRequest{"POST", route.target, {form.contentType}, form.body}), route);
       EXPECT_EQ(FinalCalls(route), 0);
+      for (const Call& call : host().Calls(route.slot)) {
+        EXPECT_FALSE(call.args[4] == "x" && call.args[1] != "0") << "a part without a body has no bytes to hand over";
+      }
     }
   }
 }
@@ -401,6 +432,7 @@ TEST_P(UploadTest, AVanishingClientIsForgotten) {
     }
     EXPECT_TRUE(Eventually([&] { return OpenFiles() <= files; }));
     EXPECT_EQ(FinalCalls(route), 0);
+    ExpectReply(Send(UploadRequest(route.target, MultipartBody({{"f", "x", "f"}}))), 200);
   }
 }
 
