@@ -81,6 +81,7 @@ const std::string& Folder() { return folder; }
 void PrepareFolder() {
   folder = (std::filesystem::temp_directory_path() / "sdkapi-reliability-XXXXXX").string();
   if (mkdtemp(folder.data()) == nullptr) throw std::runtime_error("no temporary folder");
+  std::filesystem::current_path(folder);  // the web server writes its error log here
   std::atexit([] { std::filesystem::remove_all(folder); });
   std::filesystem::create_directory(folder + "/www");
   Write("www/index.html", "front page");
