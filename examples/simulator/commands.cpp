@@ -15,6 +15,8 @@ namespace {
 
 using nlohmann::json;
 
+constexpr int kDeepest = 16;
+
 // Returns an empty text, or why the command failed.
 using Command = std::string (*)(const json& message);
 
@@ -44,7 +46,7 @@ std::string Run(const std::string& token, const std::string& type, const json& m
 
 json Answer(const std::string& token, const json& message) {
   const bool understood = message.is_object() && message.value("type", json()).is_string();
-  const json id = understood ? message.value("id", json()) : json();
+  const json id = message.is_object() ? message.value("id", json()) : json();
   if (!understood) return {{"type", "error"}, {"id", id}, {"text", "not a command"}};
   if (message["type"] == "ping") return {{"type", "pong"}, {"id", id}};
   const std::string reason = Run(token, message["type"], message);
@@ -55,7 +57,11 @@ json Answer(const std::string& token, const json& message) {
 }  // namespace
 
 void CarryOut(const std::string& token, const std::string& text) {
-  SendTo(token, Answer(token, json::parse(text, nullptr, false)));
+  // The id is sent back, and writing JSON recurses: deep values are dropped.
+  const auto isShallow = [](int depth, json::parse_event_t /*event*/, json& /*value*/) {
+    return depth <= kDeepest;
+  };
+  SendTo(token, Answer(token, json::parse(text, isShallow, false)));
 }
 
 }  // namespace sim

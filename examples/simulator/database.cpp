@@ -71,6 +71,20 @@ std::vector<Database::Row> Database::Query(const std::string& sql, const std::ve
   return rows;
 }
 
+Transaction::Transaction(Database& database) : database_(database), lock_(database.mutex_) {
+  database_.Execute("BEGIN IMMEDIATE");
+  open_ = true;
+}
+
+Transaction::~Transaction() {
+  if (open_) sqlite3_exec(database_.connection_.get(), "ROLLBACK", nullptr, nullptr, nullptr);
+}
+
+void Transaction::Commit() {
+  database_.Execute("COMMIT");
+  open_ = false;
+}
+
 void OpenDatabase(const std::string& path) { database = std::make_unique<Database>(path); }
 
 Database& TheDatabase() { return *database; }

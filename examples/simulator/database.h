@@ -26,8 +26,27 @@ class Database {
     void operator()(sqlite3* connection) const { sqlite3_close(connection); }
   };
 
-  std::mutex mutex_;
+  friend class Transaction;
+
+  std::recursive_mutex mutex_;
   std::unique_ptr<sqlite3, Close> connection_;
+};
+
+// Makes the statements of one thread one change: without Commit they are undone at the end of the scope.
+// Other threads' statements wait meanwhile.
+class Transaction {
+ public:
+  explicit Transaction(Database& database);
+  ~Transaction();
+  Transaction(const Transaction&) = delete;
+  Transaction& operator=(const Transaction&) = delete;
+
+  void Commit();
+
+ private:
+  Database& database_;
+  std::unique_lock<std::recursive_mutex> lock_;
+  bool open_ = false;
 };
 
 // Opens the database file and makes missing tables; once, before anything uses TheDatabase.

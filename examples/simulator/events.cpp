@@ -58,7 +58,7 @@ json HelloMessage() {
 bool IsShared(const std::string& token) {
   const std::lock_guard lock(mutex);
   const auto found = connections.find(token);
-  return found == connections.end() || found->second != 1;
+  return found != connections.end() && found->second > 1;
 }
 
 void Send(const Message& message) {

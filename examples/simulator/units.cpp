@@ -90,6 +90,7 @@ void Rename(const std::string& from, const std::string& to) {
 }
 
 void Write(const Unit& unit, const UnitChange& change) {
+  Transaction transaction(TheDatabase());
   if (change.online) {
     TheDatabase().Execute("UPDATE units SET online = ? WHERE name = ?",
                           {*change.online ? "1" : "0", unit.name});
@@ -97,6 +98,7 @@ void Write(const Unit& unit, const UnitChange& change) {
   if (change.input)
     TheDatabase().Execute("UPDATE units SET input = ? WHERE name = ?", {*change.input, unit.name});
   if (change.name && *change.name != unit.name) Rename(unit.name, *change.name);
+  transaction.Commit();
 }
 
 void PublishUnit(const Unit& unit, const std::string& was) {
@@ -131,10 +133,12 @@ void StartUnits() {
 
 void ResetUnits() {
   const std::lock_guard lock(changeMutex);
+  Transaction transaction(TheDatabase());
   TheDatabase().Execute("DELETE FROM units");
   for (const char* const type : {"tx", "rx"}) {
     for (int number = 1; number <= kUnitsPerType; ++number) Insert(FactoryUnit(type, number));
   }
+  transaction.Commit();
 }
 
 std::vector<Unit> ListUnits() {
@@ -191,9 +195,12 @@ json ExportUnits() {
 bool ImportUnits(const json& units) {
   if (!units.is_array() || units.empty() || !std::all_of(units.begin(), units.end(), IsStoredUnit))
     return false;
+  if (!HaveOwnNames(units)) return false;
   const std::lock_guard lock(changeMutex);
+  Transaction transaction(TheDatabase());
   TheDatabase().Execute("DELETE FROM units");
   for (const json& unit : units) Insert(FromJson(unit));
+  transaction.Commit();
   for (const Unit& unit : ListUnits()) PublishUnit(unit, unit.name);
   return true;
 }

@@ -114,7 +114,9 @@ int64_t LockedSeconds(const std::string& name) {
 
 void NoteFailure(const std::string& name) {
   const std::lock_guard lock(mutex);
-  if (attempts.size() > kMostLockNames) attempts.clear();
+  // Made-up names must not push out the failures of real ones.
+  if (attempts.size() > kMostLockNames)
+    std::erase_if(attempts, [](const auto& known) { return !FindUser(known.first); });
   Attempts& entry = attempts[name];
   if (++entry.failures < kMostFailures) return;
   entry = {0, Clock::now() + kLockTime};
@@ -198,7 +200,8 @@ UserCode Change(const std::string& name, const ChangeUserRequest& request) {
 bool IsStoredUser(const json& user) {
   return user.is_object() && user.value("name", json()).is_string() &&
          user.value("hash", json()).is_string() && user.value("role", json()).is_number_integer() &&
-         IsName(user["name"].get<std::string>()) && user["role"] >= kAdministrator && user["role"] <= kViewer;
+         user.value("firstlogin", json(0)).is_number_integer() && IsName(user["name"].get<std::string>()) &&
+         user["role"] >= kAdministrator && user["role"] <= kViewer;
 }
 
 // Whom a change is about: the named user, who must be the caller unless an administrator asks.
@@ -216,8 +219,12 @@ void StartUsers(bool authenticate) {
 
 void ResetUsers() {
   const std::lock_guard change(changeMutex);
-  TheDatabase().Execute("DELETE FROM users");
-  AddUser("admin", Hash("admin"), kAdministrator, 1);
+  {
+    Transaction transaction(TheDatabase());
+    TheDatabase().Execute("DELETE FROM users");
+    AddUser("admin", Hash("admin"), kAdministrator, 1);
+    transaction.Commit();
+  }
   const std::lock_guard lock(mutex);
   tokens.clear();
   attempts.clear();
@@ -277,11 +284,14 @@ bool ImportUsers(const json& users) {
   const auto isAdministrator = [](const json& user) { return user["role"] == kAdministrator; };
   if (!users.is_array() || !std::all_of(users.begin(), users.end(), IsStoredUser)) return false;
   if (!std::any_of(users.begin(), users.end(), isAdministrator)) return false;
+  if (!HaveOwnNames(users)) return false;
   const std::lock_guard change(changeMutex);
+  Transaction transaction(TheDatabase());
   TheDatabase().Execute("DELETE FROM users");
   for (const json& user : users) {
     AddUser(user["name"], user["hash"], user["role"], user.value("firstlogin", 0));
   }
+  transaction.Commit();
   return true;
 }
 

@@ -107,8 +107,8 @@ TEST_P(CustomTest, LengthsThatLieDoNoHarm) {
     SCOPED_TRACE(row.what);
     seen_.clear();
     Connection client(Server::Get().port(mode().https), mode().https);
-    ASSERT_TRUE(client.Send("POST /own/api HTTP/1.1\r\nHost: a\r\n" + Authorization() + "\r\n" + row.header + "\r\n\r\n" +
-                            row.body));
+    ASSERT_TRUE(client.Send("POST /own/api HTTP/1.1\r\nHost: a\r\n" + Authorization() + "\r\n" + row.header +
+                            "\r\n\r\n" + row.body));
     client.FinishSending();
     ExpectServed(ParseResponse(client.ReadToEnd()));
     EXPECT_EQ(seen_, std::vector<Seen>{row.seen});
@@ -120,7 +120,8 @@ TEST_P(CustomTest, TheFunctionReadsHeadersAndParameters) {
     char value[8] = {};
     char token[1032] = {};
     std::string text;
-    text += std::string(GetHttpRepMethod(conn)) + "|" + GetHttpUrl(conn) + "|" + std::to_string(GetHttpLen(conn));
+    text +=
+        std::string(GetHttpRepMethod(conn)) + "|" + GetHttpUrl(conn) + "|" + std::to_string(GetHttpLen(conn));
     text += "|" + std::to_string(GetHttpUrlParam(conn, "short", value, sizeof value)) + value;
     text += "|" + std::to_string(SdkAPISer_Get_Url_Param(conn, "long", value, sizeof value));
     text += "|" + std::to_string(GetHttpUrlParam(conn, "none", value, sizeof value));
@@ -133,8 +134,9 @@ TEST_P(CustomTest, TheFunctionReadsHeadersAndParameters) {
   const Response response =
       Send(HttpRequest{"GET", "/own/api/path?short=a%20b&long=123456789", {"X-My-Head: value"}, ""});
   const std::string body = "GET|/own/api/path|-1|3a b|-2|-1|value|none|0" + token() + "|-1";
-  EXPECT_EQ(WithoutDate(response.raw), "HTTP/1.1 299 Server Error\r\nDate: <date>\r\nContent-Length: " +
-                                           std::to_string(body.size()) + "\r\nConnection: close\r\n\r\n" + body);
+  EXPECT_EQ(WithoutDate(response.raw),
+            "HTTP/1.1 299 Server Error\r\nDate: <date>\r\nContent-Length: " + std::to_string(body.size()) +
+                "\r\nConnection: close\r\n\r\n" + body);
 }
 
 TEST_P(CustomTest, TheFunctionRepliesInItsOwnWay) {
@@ -153,8 +155,9 @@ TEST_P(CustomTest, TheFunctionRepliesInItsOwnWay) {
 
 TEST_P(CustomTest, AResultOfMinusTwoEndsTheConnectionWithoutAReply) {
   serve = [](mg_connection*, CustomReqInfo*) { return -2; };
-  for (const HttpRequest& request : {HttpRequest{"GET", "/own/api", {Authorization()}, ""},
-                                     HttpRequest{"POST", "/own/api", {Authorization()}, std::string(200000, 'b')}}) {
+  for (const HttpRequest& request :
+       {HttpRequest{"GET", "/own/api", {Authorization()}, ""},
+        HttpRequest{"POST", "/own/api", {Authorization()}, std::string(200000, 'b')}}) {
     Connection client(Server::Get().port(mode().https), mode().https);
     EXPECT_TRUE(client.Send(request.Bytes()));
     EXPECT_EQ(client.ReadToEnd(), "");

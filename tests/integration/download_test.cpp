@@ -16,8 +16,8 @@ namespace {
 struct Route {
   const char* target;
   const char* slot;
-  const char* source;   // of its log lines
-  bool optional;        // failures are left to the web server
+  const char* source;  // of its log lines
+  bool optional;       // failures are left to the web server
 };
 
 constexpr Route kRoutes[] = {
@@ -67,7 +67,9 @@ class DownloadTest : public ModeTest {
     host().downloadSetting = [result](DownloadSettingInfo*) { return result; };
   }
 
-  Response Fetch(const std::string& target) { return Send(HttpRequest{"GET", target, {"Connection: close"}, ""}); }
+  Response Fetch(const std::string& target) {
+    return Send(HttpRequest{"GET", target, {"Connection: close"}, ""});
+  }
 
   void ExpectFile(const Response& response, const std::string& name, const std::string& content) {
     EXPECT_EQ(response.head, DownloadHead(name));
@@ -120,7 +122,8 @@ TEST_P(LargeDownloadTest, FiftyMillionBytes) {
 
 TEST_P(DownloadTest, TheNameGoesIntoTheHeadAsItStands) {
   const std::string path = Workspace::Get().WriteFile("f", "x");
-  for (const std::string& name : {std::string("a \"b\" \xc3\xa4%20.txt"), std::string(), std::string(255, 'n')}) {
+  for (const std::string& name :
+       {std::string("a \"b\" \xc3\xa4%20.txt"), std::string(), std::string(255, 'n')}) {
     SCOPED_TRACE(name);
     Offer(path, name);
     for (const Route& route : kRoutes) ExpectFile(Fetch(route.target), name, "x");
@@ -130,7 +133,8 @@ TEST_P(DownloadTest, TheNameGoesIntoTheHeadAsItStands) {
 TEST_P(DownloadTest, NamesWithoutTheirNulAreCut) {
   const std::string folder = Workspace::Get().Path("deep");
   std::string path = folder + "/";
-  path += std::string(255 - path.size() - 1, 'p');  // 254 characters: the longest that fits with another one to cut
+  path += std::string(255 - path.size() - 1,
+                      'p');  // 254 characters: the longest that fits with another one to cut
   path += "q";
   Workspace::Get().WriteFile(path.substr(Workspace::Get().Path("").size()), "content");
   Offer(path + "more than fits", std::string(300, 'n'));
@@ -139,7 +143,8 @@ TEST_P(DownloadTest, NamesWithoutTheirNulAreCut) {
 
 TEST_P(DownloadTest, AFileThatCannotBeReadLeavesAHeadWithoutABody) {
   const std::string folder = Workspace::Get().WriteFile("f", "x");
-  for (const std::string& path : {Workspace::Get().Path("missing"), folder + "/below a file", UnopenablePath(), std::string()}) {
+  for (const std::string& path :
+       {Workspace::Get().Path("missing"), folder + "/below a file", UnopenablePath(), std::string()}) {
     for (const Route& route : kRoutes) {
       SCOPED_TRACE(path + " " + route.target);
       LogLines::Clear();
@@ -197,10 +202,11 @@ TEST_P(DownloadTest, TheMethodParameterReachesTheSettingsExport) {
     std::string method;
   };
   Fail(-1);
-  for (const Row& row : {Row{"?method=full", "full"}, Row{"", ""}, Row{"?other=1", ""}, Row{"?method=", ""},
-                         Row{"?a=b&method=a%20b+c", "a b c"}, Row{"?method=" + std::string(31, 'm'), std::string(31, 'm')},
-                         Row{"?method=" + std::string(100, 'm'), std::string(31, 'm')},
-                         Row{"?method=" + std::string(3000, 'm'), ""}}) {
+  for (const Row& row :
+       {Row{"?method=full", "full"}, Row{"", ""}, Row{"?other=1", ""}, Row{"?method=", ""},
+        Row{"?a=b&method=a%20b+c", "a b c"}, Row{"?method=" + std::string(31, 'm'), std::string(31, 'm')},
+        Row{"?method=" + std::string(100, 'm'), std::string(31, 'm')},
+        Row{"?method=" + std::string(3000, 'm'), ""}}) {
     for (const char* const target : {"/download/setting", "/api/v1/settings/export"}) {
       SCOPED_TRACE(target + row.query);
       ExpectNotFound(Get(target + row.query));

@@ -40,7 +40,9 @@ class Pictures {
 
 std::string Part(const std::string& picture) { return PartHead(picture.size()) + picture + "\r\n\r\n"; }
 
-Call State(int state, const std::string& hostname = "") { return {"PreviewCb", "", {hostname, std::to_string(state)}}; }
+Call State(int state, const std::string& hostname = "") {
+  return {"PreviewCb", "", {hostname, std::to_string(state)}};
+}
 
 class PreviewTest : public ModeTest {
  protected:
@@ -109,7 +111,8 @@ TEST_P(PreviewTest, TheUrlNamesTheSource) {
     EXPECT_EQ(std::vector<Call>(all.begin() + static_cast<std::ptrdiff_t>(before), all.end()),
               (std::vector<Call>{State(0, row.hostname), State(1, row.hostname), State(1, row.hostname),
                                  State(2, row.hostname)}));
-    EXPECT_EQ(LogLines::Count(1, "FuncPreview hostname is [" + row.hostname + "]", "sdkapi"), row.logged ? 1 : 0);
+    EXPECT_EQ(LogLines::Count(1, "FuncPreview hostname is [" + row.hostname + "]", "sdkapi"),
+              row.logged ? 1 : 0);
   }
 }
 
@@ -121,7 +124,8 @@ TEST_P(PreviewTest, LengthsOutsideTheRecord) {
   };
   const Row rows[] = {
       {0, PartHead(0), false},
-      {-1, "--w00t\r\nContent-Type: image/jpeg\r\nContent-Length: 18446744073709551615\r\n\r\n\r\n\r\n", true},
+      {-1, "--w00t\r\nContent-Type: image/jpeg\r\nContent-Length: 18446744073709551615\r\n\r\n\r\n\r\n",
+       true},
       {kLargestPicture + 1, "", false},
       {INT64_MAX, "", false},
   };
@@ -164,7 +168,8 @@ TEST_P(PreviewTest, OneZeroedRecordServesAStreamWhole) {
     records.push_back(frame);
     if (frame->state == 0) {
       const unsigned char* const bytes = frame->frame;
-      zeroed = frame->length == 0 && std::all_of(bytes, bytes + kLargestPicture, [](unsigned char b) { return b == 0; });
+      zeroed = frame->length == 0 &&
+               std::all_of(bytes, bytes + kLargestPicture, [](unsigned char b) { return b == 0; });
       std::memcpy(frame->frame, "kept", 4);
       frame->length = 4;
     }
@@ -269,9 +274,10 @@ const std::vector<std::string>& RealPictures() {
     std::vector<std::string> made;
     const std::string folder = Workspace::Get().Path("jpeg");
     std::filesystem::create_directories(folder);
-    const std::string command = std::string(FFMPEG_PROGRAM) +
-                                " -nostdin -v error -f lavfi -i testsrc=size=320x240:rate=10 -frames:v 10 -q:v 3 " +
-                                folder + "/%d.jpg";
+    const std::string command =
+        std::string(FFMPEG_PROGRAM) +
+        " -nostdin -v error -f lavfi -i testsrc=size=320x240:rate=10 -frames:v 10 -q:v 3 " + folder +
+        "/%d.jpg";
     EXPECT_EQ(std::system(command.c_str()), 0);
     for (int i = 1; i <= 10; ++i) made.push_back(ReadFile(folder + "/" + std::to_string(i) + ".jpg"));
     return made;
@@ -295,8 +301,8 @@ TEST_P(PreviewTest, AnOrdinaryPlayerDecodesFiftyPictures) {
     };
     const std::string output = Workspace::Get().Path("frames.txt");
     const std::string command = std::string("timeout 60 ") + FFMPEG_PROGRAM + " -nostdin -v error -y -i " +
-                                (mode().https ? "https" : "http") + "://127.0.0.1:" +
-                                std::to_string(Server::Get().port(mode().https)) + target +
+                                (mode().https ? "https" : "http") +
+                                "://127.0.0.1:" + std::to_string(Server::Get().port(mode().https)) + target +
                                 " -frames:v 50 -f framecrc " + output + " 2> errors.txt";
     EXPECT_EQ(std::system(command.c_str()), 0) << ReadFile("errors.txt");
     std::istringstream lines(ReadFile(output));

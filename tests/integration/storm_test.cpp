@@ -256,7 +256,8 @@ TEST_P(StormTest, EverythingAtOnceStaysWhole) {
   hostThreads.emplace_back([&] {
     for (long n = 0; !quiet; ++n) {
       const std::string text = NumberedText('T', n);
-      const std::string token = GetParam().auth ? "storm-" + std::to_string(tokens.load() - n % 20) : "anybody";
+      const std::string token =
+          GetParam().auth ? "storm-" + std::to_string(tokens.load() - n % 20) : "anybody";
       WebSocketSendData(token.c_str(), text.c_str(), static_cast<int>(text.size()));
       std::this_thread::sleep_for(std::chrono::microseconds(300));
     }

@@ -73,7 +73,8 @@ TEST_P(UploadTest, EachRouteShowsItsHostTheSameSteps) {
 }
 
 TEST_P(UploadTest, PrefixRoutesServeLongerUrisWithoutAnIdentifier) {
-  for (const char* const target : {"/upload/sub/bgx", "/upload/sub/logo/", "/upload/scene/1", "/upload/sub/upgrade2"}) {
+  for (const char* const target :
+       {"/upload/sub/bgx", "/upload/sub/logo/", "/upload/scene/1", "/upload/sub/upgrade2"}) {
     SCOPED_TRACE(target);
     StartAfresh();
     ExpectReply(Send(UploadRequest(target, MultipartBody({{"f", "x", "f"}}))), 200);
@@ -88,7 +89,9 @@ TEST_P(UploadTest, FilesOfAllSizesArriveByteForByte) {
       SCOPED_TRACE(std::string(route.target) + " " + std::to_string(size));
       receiver_.Clear();
       const std::string content = SampleBytes(size);
-      ExpectReply(Send(UploadRequest(route.target, MultipartBody({{"file", content, "f.bin"}, {"n", "v", ""}}))), 200);
+      ExpectReply(
+          Send(UploadRequest(route.target, MultipartBody({{"file", content, "f.bin"}, {"n", "v", ""}}))),
+          200);
       const auto finished = receiver_.Finished();
       ASSERT_EQ(finished.size(), 1U);
       ASSERT_EQ(finished[0].fields.size(), 2U);
@@ -162,7 +165,8 @@ TEST_P(UploadTest, NamesArriveDecodedAndCut) {
   const Row rows[] = {
       {"plain.png", "plain.png"},
       {"my holiday file.png", "my holiday file.png"},
-      {"\xd0\xbf\xd0\xbb\xd1\x91\xd0\xbd\xd0\xba\xd0\xb0.png", "\xd0\xbf\xd0\xbb\xd1\x91\xd0\xbd\xd0\xba\xd0\xb0.png"},
+      {"\xd0\xbf\xd0\xbb\xd1\x91\xd0\xbd\xd0\xba\xd0\xb0.png",
+       "\xd0\xbf\xd0\xbb\xd1\x91\xd0\xbd\xd0\xba\xd0\xb0.png"},
       {"%22quoted%22 'single'.png", "\"quoted\" 'single'.png"},
       {"semi;colon=equals.png", "semi;colon=equals.png"},
       {"100%25.png", "100%.png"},
@@ -174,7 +178,9 @@ TEST_P(UploadTest, NamesArriveDecodedAndCut) {
   for (const Row& row : rows) {
     SCOPED_TRACE(row.sent);
     receiver_.Clear();
-    ExpectReply(Send(UploadRequest("/upload/logo", MultipartBody({{row.sent, "x", "f"}, {"f", "x", row.sent}}))), 200);
+    ExpectReply(
+        Send(UploadRequest("/upload/logo", MultipartBody({{row.sent, "x", "f"}, {"f", "x", row.sent}}))),
+        200);
     ASSERT_EQ(receiver_.Finished().size(), 1U);
     const std::vector<ReceivedField> fields = receiver_.Finished()[0].fields;
     ASSERT_EQ(fields.size(), 2U);
@@ -184,14 +190,16 @@ TEST_P(UploadTest, NamesArriveDecodedAndCut) {
 }
 
 TEST_P(UploadTest, AFieldWithoutAFileNameKeepsTheOneBefore) {
-  const std::string body = MultipartBody({{"a", "1", ""}, {"b", "2", "first.png"}, {"c", "3", ""}, {"d", "4", "next"}});
+  const std::string body =
+      MultipartBody({{"a", "1", ""}, {"b", "2", "first.png"}, {"c", "3", ""}, {"d", "4", "next"}});
   ExpectReply(Send(UploadRequest("/upload/bg", body)), 200);
   std::vector<std::vector<std::string>> found;
   for (const Call& call : host().Calls()) {
     if (call.args[1] == "0") found.push_back({call.args[4], call.args[5], call.args[6]});
   }
-  EXPECT_EQ(found, (std::vector<std::vector<std::string>>{
-                       {"a", "", "1"}, {"b", "first.png", "0"}, {"c", "first.png", "1"}, {"d", "next", "0"}}));
+  EXPECT_EQ(found,
+            (std::vector<std::vector<std::string>>{
+                {"a", "", "1"}, {"b", "first.png", "0"}, {"c", "first.png", "1"}, {"d", "next", "0"}}));
 }
 
 TEST_P(UploadTest, AFormWithoutFieldsGetsTheFinalCallOnly) {
@@ -261,8 +269,8 @@ TEST_P(UploadTest, HostErrorsAreAnsweredAsTheirFamilySays) {
   for (const UploadRoute& route : UploadRoutes()) {
     for (const At at : {At::kFound, At::kGet, At::kFinal}) {
       for (const int result : {-2, -1, 5}) {
-        SCOPED_TRACE(std::string(route.target) + " step " + std::to_string(static_cast<int>(at)) + " result " +
-                     std::to_string(result));
+        SCOPED_TRACE(std::string(route.target) + " step " + std::to_string(static_cast<int>(at)) +
+                     " result " + std::to_string(result));
         StartAfresh();
         host().upload = [&](const UploadStep& step) {
           if (step.endFlag == 1) return at == At::kFinal ? result : 0;
@@ -275,7 +283,8 @@ TEST_P(UploadTest, HostErrorsAreAnsweredAsTheirFamilySays) {
         EXPECT_EQ(FinalCalls(route), expected.finalCall ? 1 : 0);
         int bad = 0;
         int good = 0;
-        for (const Call& call : host().Calls()) (call.args[4] == "bad" ? bad : good) += call.args[3] == "0" ? 1 : 0;
+        for (const Call& call : host().Calls())
+          (call.args[4] == "bad" ? bad : good) += call.args[3] == "0" ? 1 : 0;
         EXPECT_EQ(good, 2) << "the field behind the refused one is still offered";
         EXPECT_EQ(bad, at == At::kFound ? 1 : at == At::kGet ? 2 : 4) << "its rest is skipped";
       }
@@ -289,11 +298,14 @@ TEST_P(UploadTest, TheLastErrorDecides) {
     int second;
     int status;  // of a firmware upload
   };
-  for (const Row& row : {Row{-1, 5, 406}, Row{5, -1, 500}, Row{5, -2, 401}, Row{-2, 0, 401}, Row{-1, 0, 500}}) {
+  for (const Row& row :
+       {Row{-1, 5, 406}, Row{5, -1, 500}, Row{5, -2, 401}, Row{-2, 0, 401}, Row{-1, 0, 500}}) {
     SCOPED_TRACE(std::to_string(row.first) + " then " + std::to_string(row.second));
-    host().upload = [&](const UploadStep& step) { return std::strcmp(step.name, "1") == 0 ? row.first : row.second; };
-    ExpectReply(Send(UploadRequest("/api/v1/fw_upload", MultipartBody({{"1", "x", "f"}, {"2", "y", "g"}}))), row.status,
-                row.status == 406 ? kInvalidFile : "");
+    host().upload = [&](const UploadStep& step) {
+      return std::strcmp(step.name, "1") == 0 ? row.first : row.second;
+    };
+    ExpectReply(Send(UploadRequest("/api/v1/fw_upload", MultipartBody({{"1", "x", "f"}, {"2", "y", "g"}}))),
+                row.status, row.status == 406 ? kInvalidFile : "");
   }
 }
 
@@ -318,7 +330,8 @@ const std::vector<BadForm>& BadForms() {
       {"multipart without a boundary", "Content-Type: multipart/form-data", whole},
       {"multipart with an empty boundary", "Content-Type: multipart/form-data; boundary=", whole},
       {"another parameter instead", "Content-Type: multipart/form-data; charset=utf-8", whole},
-      {"another parameter first", "Content-Type: multipart/form-data; charset=utf-8; boundary=BOUNDARYxyz", whole},
+      {"another parameter first", "Content-Type: multipart/form-data; charset=utf-8; boundary=BOUNDARYxyz",
+       whole},
       {"other multipart", "Content-Type: multipart/mixed; boundary=BOUNDARYxyz", whole},
       {"other boundary", "Content-Type: multipart/form-data; boundary=OTHERxyz", whole},
       {"no body", kBoundaryType, ""},
@@ -327,7 +340,8 @@ const std::vector<BadForm>& BadForms() {
       {"part without a body, line end behind", kBoundaryType, field + "--BOUNDARYxyz--\r\n"},
       {"good part, then one without a body", kBoundaryType,
        start + "Content-Disposition: form-data; name=\"g\"\r\n\r\ngood\r\n" + field + "--BOUNDARYxyz--"},
-      {"part without a disposition", kBoundaryType, start + "Content-Type: text/plain\r\n\r\nx\r\n--BOUNDARYxyz--\r\n"},
+      {"part without a disposition", kBoundaryType,
+       start + "Content-Type: text/plain\r\n\r\nx\r\n--BOUNDARYxyz--\r\n"},
       {"part without a name", kBoundaryType,
        start + "Content-Disposition: form-data; filename=\"a\"\r\n\r\nx\r\n--BOUNDARYxyz--\r\n"},
       {"cut inside the data", kBoundaryType, whole.substr(0, whole.size() - 22)},
@@ -347,7 +361,8 @@ TEST_P(UploadTest, MalformedFormsFailAsAWholeOnEveryRoute) {
       ExpectRefused(Send(HttpRequest{"POST", route.target, {form.contentType}, form.body}), route);
       EXPECT_EQ(FinalCalls(route), 0);
       for (const Call& call : host().Calls(route.slot)) {
-        EXPECT_FALSE(call.args[4] == "x" && call.args[1] != "0") << "a part without a body has no bytes to hand over";
+        EXPECT_FALSE(call.args[4] == "x" && call.args[1] != "0")
+            << "a part without a body has no bytes to hand over";
       }
     }
   }
@@ -389,7 +404,8 @@ TEST_P(UploadTest, ThePortHeaderReachesThe8021xCertificateOnly) {
       HttpRequest request = UploadRequest(route.target, MultipartBody({{"f", "x", "f"}}));
       if (!port.empty()) request.headers.push_back("Port: " + port);
       ExpectReply(Send(request), 200);
-      const bool reads = std::strcmp(route.target, "/api/v1/security/ieee802_1x_setting") == 0 && !port.empty();
+      const bool reads =
+          std::strcmp(route.target, "/api/v1/security/ieee802_1x_setting") == 0 && !port.empty();
       EXPECT_EQ(seen, std::vector<std::string>(3, reads ? port.substr(0, 127) : "<null>"));
     }
   }
@@ -423,8 +439,9 @@ TEST_P(UploadTest, AVanishingClientIsForgotten) {
     StartAfresh();
     {
       Connection client(Server::Get().port(mode().https), mode().https);
-      const std::string head = "POST " + std::string(route.target) + " HTTP/1.1\r\nHost: a\r\n" + Authorization() +
-                               "\r\n" + kBoundaryType + "\r\nContent-Length: 1000000\r\n\r\n";
+      const std::string head = "POST " + std::string(route.target) + " HTTP/1.1\r\nHost: a\r\n" +
+                               Authorization() + "\r\n" + kBoundaryType +
+                               "\r\nContent-Length: 1000000\r\n\r\n";
       const std::string form = MultipartBody({{"f", std::string(500000, 'x'), "f"}});
       ASSERT_TRUE(client.Send(head + form.substr(0, 100000)));
       ASSERT_TRUE(host().WaitForCount(route.slot, 2));

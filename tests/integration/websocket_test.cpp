@@ -1,4 +1,5 @@
 // The WebSocket channel: handshakes, events, frames of every kind, sending, and what a close ends.
+#include <atomic>
 #include <boost/asio/connect.hpp>
 #include <boost/asio/ip/tcp.hpp>
 #include <boost/asio/ssl/stream.hpp>
@@ -6,8 +7,6 @@
 #include <boost/beast/ssl.hpp>
 #include <boost/beast/websocket.hpp>
 #include <boost/beast/websocket/ssl.hpp>
-
-#include <atomic>
 #include <cstring>
 #include <memory>
 #include <thread>
@@ -76,9 +75,11 @@ TEST_P(WebSocketTest, TheHandshakeIsTheseBytes) {
   RawWebSocket socket(mode());
   EXPECT_EQ(socket.Shake("/websocket", token()),
             "HTTP/1.1 101 Switching Protocols\r\nUpgrade: websocket\r\nConnection: Upgrade\r\n"
-            "Sec-WebSocket-Accept: s3pPLMBiTxaQ9kYGzzhZRbK+xOo=\r\nSec-WebSocket-Protocol: token-of-the-test\r\n\r\n");
+            "Sec-WebSocket-Accept: s3pPLMBiTxaQ9kYGzzhZRbK+xOo=\r\nSec-WebSocket-Protocol: "
+            "token-of-the-test\r\n\r\n");
   ExpectAlive(socket);
-  const std::string line = "token = token-of-the-test and g_NoLogin = [" + std::string(mode().auth ? "0]" : "1]");
+  const std::string line =
+      "token = token-of-the-test and g_NoLogin = [" + std::string(mode().auth ? "0]" : "1]");
   EXPECT_EQ(LogLines::Count(1, line, "sdkapi"), 1);
 }
 
@@ -101,9 +102,10 @@ TEST_P(WebSocketTest, RefusedConnectionsGetNothing) {
     bool tokenInvalid;
   };
   const std::string longKey(64, 'k');
-  std::vector<Row> rows{{"no protocol", RawWebSocket::Request("/websocket", ""), false},
-                        {"key too long", RawWebSocket::Request("/websocket", token(), longKey), false},
-                        {"key far too long", RawWebSocket::Request("/websocket", token(), std::string(5000, 'k')), false}};
+  std::vector<Row> rows{
+      {"no protocol", RawWebSocket::Request("/websocket", ""), false},
+      {"key too long", RawWebSocket::Request("/websocket", token(), longKey), false},
+      {"key far too long", RawWebSocket::Request("/websocket", token(), std::string(5000, 'k')), false}};
   if (mode().auth) {
     rows.push_back({"unknown token", RawWebSocket::Request("/websocket", "stranger"), true});
     rows.push_back({"list of protocols", RawWebSocket::Request("/websocket", token() + ", chat"), true});
@@ -118,7 +120,8 @@ TEST_P(WebSocketTest, RefusedConnectionsGetNothing) {
     EXPECT_EQ(LogLines::Count(4, "Token is invalid!!!", "sdkapi"), row.tokenInvalid ? 1 : 0);
   }
   EXPECT_TRUE(Events().empty());
-  // Nothing was left in the list: the next connection is the oldest one of its token, and nobody else is written to.
+  // Nothing was left in the list: the next connection is the oldest one of its token, and nobody else is
+  // written to.
   Socket socket = Connect();
   WebSocketSendData(token().c_str(), "for you", 7);
   WebSocketSendDataALL("for all", 7);
@@ -137,7 +140,8 @@ TEST_P(WebSocketTest, AListOfProtocolsIsNotEchoed) {
 }
 
 TEST_P(WebSocketTest, TheDefaultUrlIsAPrefix) {
-  for (const char* const target : {"/websocket", "/websocket/", "/websocket/more", "/websocketry", "/WebSocket"}) {
+  for (const char* const target :
+       {"/websocket", "/websocket/", "/websocket/more", "/websocketry", "/WebSocket"}) {
     SCOPED_TRACE(target);
     host().Reset();
     RawWebSocket socket(mode());
@@ -157,9 +161,10 @@ TEST_P(WebSocketTest, FramesOfEveryOpcode) {
     int opcode;
     const char* log;  // nullptr: none
   };
-  const Row rows[] = {{0, nullptr},       {2, "binary"},      {3, "unknown(3h)"},  {4, "unknown(4h)"},  {5, "unknown(5h)"},
-                      {6, "unknown(6h)"}, {7, "unknown(7h)"}, {10, nullptr},       {11, "unknown(bh)"}, {12, "unknown(ch)"},
-                      {13, "unknown(dh)"}, {14, "unknown(eh)"}, {15, "unknown(fh)"}};
+  const Row rows[] = {{0, nullptr},        {2, "binary"},       {3, "unknown(3h)"},  {4, "unknown(4h)"},
+                      {5, "unknown(5h)"},  {6, "unknown(6h)"},  {7, "unknown(7h)"},  {10, nullptr},
+                      {11, "unknown(bh)"}, {12, "unknown(ch)"}, {13, "unknown(dh)"}, {14, "unknown(eh)"},
+                      {15, "unknown(fh)"}};
   for (const Row& row : rows) {
     SCOPED_TRACE(row.opcode);
     LogLines::Clear();
@@ -374,9 +379,12 @@ TEST_P(WebSocketTest, AfterALogOutTextsAreDroppedAndTheConnectionStays) {
 
 class ConfiguredUrlTest : public ServerTest, public ::testing::WithParamInterface<Mode> {
  protected:
-  void SetUp() override { Prepare(GetParam(), {.webSocketUrl = "/ws", .emptyTable = false, .table = nullptr}); }
+  void SetUp() override {
+    Prepare(GetParam(), {.webSocketUrl = "/ws", .emptyTable = false, .table = nullptr});
+  }
 };
-INSTANTIATE_TEST_SUITE_P(Schemes, ConfiguredUrlTest, ::testing::Values(Mode{false, false}, Mode{true, false}), ModeName);
+INSTANTIATE_TEST_SUITE_P(Schemes, ConfiguredUrlTest, ::testing::Values(Mode{false, false}, Mode{true, false}),
+                         ModeName);
 
 TEST_P(ConfiguredUrlTest, MatchesExactly) {
   for (const char* const target : {"/ws", "/WS", "/ws?x=1"}) {

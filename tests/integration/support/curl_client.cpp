@@ -70,7 +70,8 @@ CurlResult CurlPost(const Mode& mode, const std::string& target, const std::vect
 CurlResult CurlUpload(const Mode& mode, const std::string& target, const std::vector<std::string>& headers,
                       const std::vector<Part>& parts) {
   Request request(mode, target, headers);
-  const std::unique_ptr<curl_mime, decltype(&curl_mime_free)> form(curl_mime_init(request.curl()), curl_mime_free);
+  const std::unique_ptr<curl_mime, decltype(&curl_mime_free)> form(curl_mime_init(request.curl()),
+                                                                   curl_mime_free);
   for (const Part& part : parts) {
     curl_mimepart* const made = curl_mime_addpart(form.get());
     curl_mime_name(made, part.name.c_str());

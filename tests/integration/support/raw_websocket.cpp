@@ -14,7 +14,9 @@ struct FrameHead {
 
 FrameHead HeadOf(const std::string& bytes, std::size_t at) {
   if (bytes.size() < at + 2) return {};
-  const auto byte = [&](std::size_t i) { return static_cast<std::size_t>(static_cast<unsigned char>(bytes[at + i])); };
+  const auto byte = [&](std::size_t i) {
+    return static_cast<std::size_t>(static_cast<unsigned char>(bytes[at + i]));
+  };
   const std::size_t small = byte(1) & 0x7f;
   const std::size_t extra = small == 126 ? 2 : small == 127 ? 8 : 0;
   if (bytes.size() < at + 2 + extra) return {};
@@ -27,9 +29,11 @@ FrameHead HeadOf(const std::string& bytes, std::size_t at) {
 
 RawWebSocket::RawWebSocket(const Mode& mode) : connection_(Server::Get().port(mode.https), mode.https) {}
 
-std::string RawWebSocket::Request(const std::string& target, const std::string& protocol, const std::string& key) {
+std::string RawWebSocket::Request(const std::string& target, const std::string& protocol,
+                                  const std::string& key) {
   return "GET " + target +
-         " HTTP/1.1\r\nHost: 127.0.0.1\r\nUpgrade: websocket\r\nConnection: Upgrade\r\nSec-WebSocket-Version: 13\r\n"
+         " HTTP/1.1\r\nHost: 127.0.0.1\r\nUpgrade: websocket\r\nConnection: "
+         "Upgrade\r\nSec-WebSocket-Version: 13\r\n"
          "Sec-WebSocket-Key: " +
          key + "\r\n" + (protocol.empty() ? "" : "Sec-WebSocket-Protocol: " + protocol + "\r\n") + "\r\n";
 }

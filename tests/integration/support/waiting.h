@@ -36,8 +36,9 @@ bool Eventually(Condition condition, std::chrono::milliseconds limit = kPatience
   return true;
 }
 
-// Between a test's thread and the host functions that worked for it stands only a socket, which the thread sanitizer
-// does not see as an order. Both sides pass here: clients before sending and after reading, scripts before and after.
+// Between a test's thread and the host functions that worked for it stands only a socket, which the thread
+// sanitizer does not see as an order. Both sides pass here: clients before sending and after reading, scripts
+// before and after.
 inline void Rendezvous() {
   static std::mutex mutex;
   const std::lock_guard lock(mutex);
