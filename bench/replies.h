@@ -7,7 +7,7 @@ namespace bench {
 
 inline constexpr char kDeviceBody[] = R"({"model":"BENCH","security":"tls1.2","timeout":"300"})";
 inline constexpr char kToken[] = "bench-token";
-inline constexpr char kLoginBody[] = R"({"token":"bench-token","firstlogin":0,"code":0})";
+inline constexpr char kLoginBody[] = R"({"token":"","firstlogin":0,"code":0})";
 inline constexpr std::size_t kPictureSize = 100 * 1024;
 inline constexpr char kEventText[] =
     R"({"type":"status","uptime":123456,"temperature":41.5,"clients":10,"online":8})";

@@ -238,7 +238,7 @@ def make_files(folder):
         with open(folder / name, "wb") as file:
             for _ in range(max(1, size >> 20)):
                 file.write(os.urandom(min(size, 1 << 20)))
-    (folder / "login.lua").write_text('wrk.method="POST"\nwrk.body=[[{"username":"","password":"x"}]]\n')
+    (folder / "login.lua").write_text('wrk.method="POST"\nwrk.body=[[{"username":"guest","password":"x"}]]\n')
 
 
 def compare_servers(build, folder, arguments):
