@@ -22,7 +22,7 @@ std::chrono::milliseconds Duration() {
 
 // A text that shows when a byte of it is lost, changed or in the wrong place: kind, number, filling.
 std::string NumberedText(char kind, long number) {
-  const std::size_t filling = static_cast<std::size_t>(number * 7919 % 4000);
+  const std::size_t filling = static_cast<std::size_t>(number * 7919 % 1000);
   return kind + std::to_string(number) + ":" + std::string(filling, static_cast<char>('a' + number % 26));
 }
 
@@ -33,6 +33,14 @@ std::atomic<long> tokens{0};
 std::atomic<long> logOuts{0};
 std::atomic<long> receivedBytes{0};
 const char* downloadPath = nullptr;
+
+// The only frames that may be missing are those that the library says it dropped, because too much waited for
+// a handshake. A hook of its own: collecting all lines would order the threads.
+std::atomic<long> droppedFrames{0};
+
+void CountDroppedFrames(int level, const char* text) {
+  if (level == 4 && std::strstr(text, "websocket handshake not complete") == text) ++droppedFrames;
+}
 
 int StormLogin(LoginInfo* info) {
   std::snprintf(info->token, sizeof info->token, "storm-%ld", tokens.fetch_add(1));
@@ -90,6 +98,7 @@ struct Tally {
   std::atomic<long> requests{0};
   std::atomic<long> sockets{0};
   std::atomic<long> frames{0};
+  std::atomic<long> missing{0};  // frames to all that a connected client did not get
 };
 
 // One client: a random walk over everything a client can do.
@@ -198,7 +207,7 @@ class Client {
     }
   }
 
-  // Frames are whole texts; those to all come in order, and none is left out.
+  // Frames are whole texts; those to all come in order.
   bool CheckFrame(const std::optional<Frame>& frame, Connection::End end) {
     if (!frame.has_value()) {
       ADD_FAILURE() << "the connection was lost: " << static_cast<int>(end);
@@ -212,7 +221,8 @@ class Client {
     EXPECT_TRUE(frame->payload == NumberedText(frame->payload.empty() ? '?' : frame->payload[0], number));
     if (frame->payload[0] != 'A') return true;
     if (lastToAll_ >= 0) {
-      EXPECT_EQ(number, lastToAll_ + 1);
+      EXPECT_GT(number, lastToAll_);
+      tally_.missing += number - lastToAll_ - 1;
     }
     lastToAll_ = number;
     return true;
@@ -232,6 +242,8 @@ class StormTest : public ModeTest {
     downloadPath = path.c_str();
     Server::Get().Stop();
     Server::Get().Ensure({.webSocketUrl = "", .emptyTable = false, .table = &StormTable()});
+    SdkApiSer_Printf(CountDroppedFrames);
+    droppedFrames = 0;
     SdkAPISer_AuthenticationSwitch_Set(GetParam().auth ? 1 : 0);
   }
   void TearDown() override { Server::Get().Stop(); }
@@ -284,6 +296,7 @@ TEST_P(StormTest, EverythingAtOnceStaysWhole) {
   for (std::thread& thread : hostThreads) thread.join();
 
   EXPECT_TRUE(Eventually([&] { return OpenFiles() <= files; }));
+  EXPECT_LE(tally.missing.load(), droppedFrames.load());
   EXPECT_GT(tally.requests.load(), kClients);
   EXPECT_GT(tally.sockets.load(), 0);
   EXPECT_GT(tally.frames.load(), 0);
