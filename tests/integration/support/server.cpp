@@ -6,13 +6,10 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
-#include <atomic>
 #include <filesystem>
 #include <stdexcept>
-#include <thread>
 
 #include "certificate.h"
-#include "connection.h"
 #include "host.h"
 #include "log_lines.h"
 #include "workspace.h"
@@ -24,20 +21,6 @@ int EntriesOf(const char* folder) {
   int count = 0;
   for ([[maybe_unused]] const auto& entry : std::filesystem::directory_iterator(folder)) ++count;
   return count;
-}
-
-// The server's accept loop notices a stop when a connection arrives, else after up to 2 s.
-void StopQuickly(int port) {
-  std::atomic<bool> stopped{false};
-  std::thread waker([&] {
-    while (!stopped.load()) {
-      const Connection knock(port, false);
-      std::this_thread::sleep_for(std::chrono::milliseconds(5));
-    }
-  });
-  SdkAPISer_Stop(nullptr);
-  stopped.store(true);
-  waker.join();
 }
 
 }  // namespace
@@ -105,7 +88,7 @@ void Server::Ensure(const ServerSetup& setup) {
 
 void Server::Stop() {
   if (!running_) return;
-  StopQuickly(httpPort_);
+  SdkAPISer_Stop(nullptr);
   running_ = false;
 }
 
