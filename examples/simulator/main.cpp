@@ -3,6 +3,7 @@
 #include <netinet/in.h>
 #include <signal.h>
 #include <sys/socket.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -55,6 +56,7 @@ bool PortIsTaken(int port) {
 
 // Everything that the device itself needs before requests arrive.
 void StartParts(const Options& options) {
+  umask(077);  // keys and password hashes are the device's own
   EnterDataFolder(options.dataDir);
   StartLog(options.logLevel);
   SdkApiSer_Printf(WriteLogLine);
