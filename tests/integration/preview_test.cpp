@@ -10,6 +10,7 @@
 #include <memory>
 #include <sstream>
 #include <thread>
+#include <utility>
 
 #include "server_test_base.h"
 
@@ -234,6 +235,26 @@ TEST_P(PreviewTest, StoppingTheServerClosesEachStreamOnce) {
   }
 }
 
+TEST_P(PreviewTest, AViewerThatStopsReadingDoesNotHoldTheServer) {
+  StreamForEver(static_cast<std::size_t>(kLargestPicture));
+  Connection viewer(Server::Get().port(mode().https), mode().https);
+  ASSERT_TRUE(viewer.Send(HttpRequest{"GET", "/preview/slow", {}, ""}.Bytes()));
+  ASSERT_TRUE(viewer.ReadUntilSize(1000));
+  // No more pictures are asked for once the way to the viewer is full. On a machine so slow that a pause only
+  // seems to be that, the stop meets a stream that still flows.
+  int asked = -1;
+  ASSERT_TRUE(Eventually([&] {
+    const int before = std::exchange(asked, Count(1));
+    std::this_thread::sleep_for(std::chrono::milliseconds(200));
+    return asked == before;
+  }));
+  ExpectReply(Get("/dev_info"), 200, "{}");
+  Server::Get().Stop();
+  EXPECT_EQ(Count(0), 1);
+  EXPECT_EQ(Count(2), 1);
+  EXPECT_EQ(host().Calls("PreviewCb").back(), State(2, "slow"));
+}
+
 unsigned int pictureType = 0;
 std::size_t pictureLength = 0;
 std::atomic<int> pictureResult{-1};
@@ -258,6 +279,23 @@ TEST_P(PreviewTest, ASinglePictureIsAStreamOfOnePart) {
                 StreamHead() + PartHead(length, row.mediaType) + std::string("0123456789", length) + "\r\n");
       EXPECT_EQ(pictureResult, 1);
     }
+  }
+}
+
+class NoPreviewTest : public ServerTest, public ::testing::WithParamInterface<Mode> {
+ protected:
+  void SetUp() override { Prepare(GetParam(), {.webSocketUrl = "", .emptyTable = true, .table = nullptr}); }
+};
+INSTANTIATE_TEST_SUITE_P(Schemes, NoPreviewTest, ::testing::Values(Mode{false, false}, Mode{true, false}),
+                         ModeName);
+
+TEST_P(NoPreviewTest, AHostWithoutTheFunctionHasNoStreams) {
+  for (const char* const target : {"/stream", "/preview/RX", "/preview"}) {
+    SCOPED_TRACE(target);
+    LogLines::Clear();
+    ExpectNotFound(SendBare({"GET", target, {}, ""}));
+    EXPECT_EQ(LogLines::Count(4, "FuncPreview not registered!!!!", "sdkapi"), 1);
+    EXPECT_EQ(LogLines::Count(1, "FuncPreview hostname is [RX]", "sdkapi"), 0);
   }
 }
 
