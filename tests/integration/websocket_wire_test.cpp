@@ -164,7 +164,7 @@ TEST_P(WireTest, TheBoundCountsWaitingBytesAndNamesWhatItDrops) {
     Socket socket = Connect(token());
     for (const std::size_t size : row.delivered) {
       const auto frame = socket->Read();
-      EXPECT_TRUE(frame.has_value() && *frame == Text(std::string(size, 'w'))) << size;
+      ASSERT_TRUE(frame.has_value() && *frame == Text(std::string(size, 'w'))) << size;
     }
     ExpectAlive(*socket);
     int errors = 0;
