@@ -1,7 +1,6 @@
 // Device information and up-time.
-#include <cstdio>
-
 #include "base/text.h"
+#include "base/text_writer.h"
 #include "http/handlers.h"
 #include "http/request.h"
 #include "sdkapi/device.h"
@@ -22,12 +21,12 @@ void TerminateTexts(DeviceInfo& info) {
 
 // Only what the host set is reported; the time-out is a text on purpose.
 JsonText DeviceInfoBody(const DeviceInfo& info) {
+  char timeout[16];
   JsonObject body;
   if (info.model[0] != '\0') body.Add("model", info.model);
   if (info.security[0] != '\0') body.Add("security", info.security);
   if (info.timeout != kNoTimeout) {
-    char timeout[16];
-    std::snprintf(timeout, sizeof timeout, "%d", info.timeout);
+    TextWriter(timeout).AddNumber(info.timeout).Finish();
     body.Add("timeout", timeout);
   }
   if (info.devicetime[0] != '\0') body.Add("devicetime", info.devicetime);

@@ -1,7 +1,7 @@
 // Readers of JSON members with a fixed answer for a missing one.
 #include <cjson/cJSON.h>
 
-#include <cstdio>
+#include <cstring>
 
 #include "sdkapi/values.h"
 
@@ -16,7 +16,9 @@ const cJSON* Member(const cJSON* object, const char* name) {
 int cJSON_GetObjectItemValueString(const cJSON* object, const char* name, char* dst, int size) {
   const cJSON* const member = Member(object, name);
   if (member == nullptr || member->valuestring == nullptr || dst == nullptr || size < 1) return -1;
-  std::snprintf(dst, static_cast<std::size_t>(size), "%s", member->valuestring);
+  const std::size_t length = strnlen(member->valuestring, static_cast<std::size_t>(size) - 1);
+  std::memcpy(dst, member->valuestring, length);
+  dst[length] = '\0';
   return 0;
 }
 

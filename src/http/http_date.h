@@ -2,8 +2,9 @@
 #pragma once
 
 #include <array>
-#include <cstdio>
 #include <ctime>
+
+#include "base/text_writer.h"
 
 namespace sdkapi {
 
@@ -11,19 +12,33 @@ struct HttpDate {
   char text[64];
 };
 
-// The present time, for instance "Sun, 06 Nov 1994 08:49:37 GMT".
-inline HttpDate CurrentHttpDate() {
-  static constexpr std::array<const char*, 7> kDays = {"Sun", "Mon", "Tue", "Wed", "Thu", "Fri", "Sat"};
-  static constexpr std::array<const char*, 12> kMonths = {"Jan", "Feb", "Mar", "Apr", "May", "Jun",
-                                                          "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
-  const std::time_t now = std::time(nullptr);
+inline void Compose(HttpDate& date, std::time_t now) {
+  static constexpr std::array<std::string_view, 7> kDays = {"Sun", "Mon", "Tue", "Wed", "Thu", "Fri", "Sat"};
+  static constexpr std::array<std::string_view, 12> kMonths = {"Jan", "Feb", "Mar", "Apr", "May", "Jun",
+                                                               "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
   std::tm utc{};
   gmtime_r(&now, &utc);
-  HttpDate date{};
-  std::snprintf(date.text, sizeof date.text, "%s, %02d %s %d %02d:%02d:%02d GMT",
-                kDays[static_cast<std::size_t>(utc.tm_wday)], utc.tm_mday,
-                kMonths[static_cast<std::size_t>(utc.tm_mon)], utc.tm_year + 1900, utc.tm_hour, utc.tm_min,
-                utc.tm_sec);
+  TextWriter text(date.text);
+  text.Add(kDays[static_cast<std::size_t>(utc.tm_wday)]).Add(", ").AddTwoDigits(utc.tm_mday).Add(" ");
+  text.Add(kMonths[static_cast<std::size_t>(utc.tm_mon)]).Add(" ").AddNumber(utc.tm_year + 1900).Add(" ");
+  text.AddTwoDigits(utc.tm_hour)
+      .Add(":")
+      .AddTwoDigits(utc.tm_min)
+      .Add(":")
+      .AddTwoDigits(utc.tm_sec)
+      .Add(" GMT");
+  text.Finish();
+}
+
+// The present time, for instance "Sun, 06 Nov 1994 08:49:37 GMT"; composed once a second and thread.
+inline const HttpDate& CurrentHttpDate() {
+  thread_local HttpDate date{};
+  thread_local std::time_t composed = -1;
+  const std::time_t now = std::time(nullptr);
+  if (now != composed) {
+    Compose(date, now);
+    composed = now;
+  }
   return date;
 }
 

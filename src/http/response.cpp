@@ -1,11 +1,10 @@
 // Replies with the fixed headers, and the bounded drain that lets a refused client read its answer.
 #include "http/response.h"
 
-#include <algorithm>
-#include <cstdio>
 #include <cstring>
 #include <ctime>
 
+#include "base/text_writer.h"
 #include "http/http_date.h"
 #include "sdkapi/http.h"
 #include "server/log.h"
@@ -52,23 +51,24 @@ const char* MediaType(int type) {
   return type == kXml ? "application/xml" : "text/html";
 }
 
-// Returns the head's length, or -1 for a status that cannot be composed. The missing blank behind
-// "X-Content-Type-Options:" and the semicolon behind "utf-8" are deliberate: clients compare these bytes.
+// The missing blank behind "X-Content-Type-Options:" and the semicolon behind "utf-8" are deliberate: clients
+// compare these bytes.
+constexpr std::string_view kFixedHeaders =
+    "\r\nCache-Control: no-cache,no-store,must-revalidate,max-age=0\r\n"
+    "Content-Security-Policy: frame-ancestors *;\r\n"
+    "X-Content-Type-Options:nosniff\r\n"
+    "Strict-Transport-Security: max-age=63072000; includeSubdomains; preload\r\n"
+    "Content-Type: ";
+
+// Returns the head's length, or -1 for a status that cannot be composed.
 int ComposeHead(char (&head)[kHeadSize], int code, int type, int bodyLen) {
   const char* const reason = ReasonFor(code);
   if (reason == nullptr) return -1;
-  return std::snprintf(head, sizeof head,
-                       "HTTP/1.1 %d %s\r\n"
-                       "Date: %s\r\n"
-                       "Cache-Control: no-cache,no-store,must-revalidate,max-age=0\r\n"
-                       "Content-Security-Policy: frame-ancestors *;\r\n"
-                       "X-Content-Type-Options:nosniff\r\n"
-                       "Strict-Transport-Security: max-age=63072000; includeSubdomains; preload\r\n"
-                       "Content-Type: %s; charset=utf-8;\r\n"
-                       "Content-Length: %d\r\n"
-                       "Connection: close\r\n"
-                       "\r\n",
-                       code, reason, CurrentHttpDate().text, MediaType(type), bodyLen);
+  TextWriter text(head);
+  text.Add("HTTP/1.1 ").AddNumber(code).Add(" ").Add(reason).Add("\r\nDate: ").Add(CurrentHttpDate().text);
+  text.Add(kFixedHeaders).Add(MediaType(type)).Add("; charset=utf-8;\r\nContent-Length: ").AddNumber(bodyLen);
+  text.Add("\r\nConnection: close\r\n\r\n");
+  return static_cast<int>(text.Finish());
 }
 
 // Unlike the clock of the Date header, this one never jumps.
@@ -82,13 +82,15 @@ std::time_t MonotonicSeconds() {
 
 void DrainBody(mg_connection* conn) {
   char discarded[8192];
-  const std::time_t deadline = MonotonicSeconds() + kDrainSeconds;
   int64_t drained = 0;
+  std::time_t deadline = 0;
   int got = 0;
-  do {
-    got = mg_read(conn, discarded, sizeof discarded);
-    drained += std::max(got, 0);
-  } while (got > 0 && drained < kDrainBytes && MonotonicSeconds() < deadline);
+  while ((got = mg_read(conn, discarded, sizeof discarded)) > 0) {
+    drained += got;
+    const std::time_t now = MonotonicSeconds();
+    if (deadline == 0) deadline = now + kDrainSeconds;
+    if (drained >= kDrainBytes || now >= deadline) return;
+  }
 }
 
 void EndConnection(mg_connection* conn) {

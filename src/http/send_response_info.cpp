@@ -1,7 +1,7 @@
 // The composer for host code that knows every status code.
-#include <cstdio>
 #include <cstring>
 
+#include "base/text_writer.h"
 #include "http/http_date.h"
 #include "http/response.h"
 #include "sdkapi/http.h"
@@ -37,19 +37,14 @@ int SendReponseInfo(mg_connection* conn, int status, int type, const char* body,
   if (bodyLen < 0) return -1;
   const char* const typed = body != nullptr ? TypedHeaders(type) : nullptr;
   char head[kHeadSize];
-  const int length = std::snprintf(head, sizeof head,
-                                   "HTTP/1.1 %d %s\r\n"
-                                   "Date: %s\r\n"
-                                   "%s%s"
-                                   "Content-Length: %d\r\n"
-                                   "Connection: close\r\n"
-                                   "\r\n",
-                                   status, CT_status_code_to_str(status), sdkapi::CurrentHttpDate().text,
-                                   typed != nullptr ? typed : "", typed != nullptr ? kSecurityHeaders : "",
-                                   body != nullptr ? bodyLen : 0);
+  sdkapi::TextWriter text(head);
+  text.Add("HTTP/1.1 ").AddNumber(status).Add(" ").Add(CT_status_code_to_str(status));
+  text.Add("\r\nDate: ").Add(sdkapi::CurrentHttpDate().text).Add("\r\n");
+  if (typed != nullptr) text.Add(typed).Add(kSecurityHeaders);
+  text.Add("Content-Length: ").AddNumber(body != nullptr ? bodyLen : 0).Add("\r\nConnection: close\r\n\r\n");
+  const std::size_t length = text.Finish();
   mg_disable_connection_keep_alive(conn);
   const bool hasBody = body != nullptr && bodyLen > 0;
-  sdkapi::SendPieces(conn, head, static_cast<std::size_t>(length), hasBody ? body : "",
-                     hasBody ? std::strlen(body) : 0);
+  sdkapi::SendPieces(conn, head, length, hasBody ? body : "", hasBody ? std::strlen(body) : 0);
   return 0;
 }

@@ -15,7 +15,9 @@ using namespace sdkapi;
 
 constexpr LogSource kLog{"sdkapi"};
 
-enum LoginCode : uint32_t { kSuccess = 0, kRefused = 1, kLocked = 2 };
+constexpr uint32_t kSuccess = 0;
+constexpr uint32_t kRefused = 1;
+constexpr uint32_t kLocked = 2;
 
 void ReadCredentials(mg_connection* conn, LoginInfo& info) {
   const JsonPtr body = ReadJsonBody(conn);

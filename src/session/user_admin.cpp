@@ -69,7 +69,7 @@ ManageUserRequest ReadUser(const JsonPtr& body, int action) {
   return user;
 }
 
-JsonObject CodeBody(double code) {
+JsonObject CodeBody(std::integral auto code) {
   JsonObject body;
   body.Add("code", code);
   return body;

@@ -9,6 +9,7 @@
 #include <cstring>
 
 #include "base/owned.h"
+#include "base/text_writer.h"
 #include "sdkapi/transfer.h"
 
 namespace sdkapi {
@@ -17,6 +18,7 @@ namespace {
 constexpr LogSource kLog{"sdkapi"};
 
 constexpr std::size_t kChunkSize = 1500;
+constexpr std::size_t kReadSize = 10 * kChunkSize;
 constexpr std::size_t kGatherSize = 16384;
 
 constexpr char kHeadFront[] = "HTTP/1.1 200 OK\r\nContent-Disposition: attachment;filename=\"";
@@ -42,8 +44,7 @@ class GatheredWriter {
 
   void AppendChunk(const char* bytes, std::size_t length) {
     char size[24];
-    const int digits = std::snprintf(size, sizeof size, "%zx\r\n", length);
-    Append(size, static_cast<std::size_t>(digits));
+    Append(size, TextWriter(size).AddNumber(length, 16).Add("\r\n").Finish());
     Append(bytes, length);
     Append("\r\n", 2);
   }
@@ -69,10 +70,13 @@ FilePtr OpenFile(const char* path) {
 
 // A read error ends the body like the end of the file.
 void SendChunks(std::FILE* file, GatheredWriter& writer) {
-  char chunk[kChunkSize];
+  char data[kReadSize];
   std::size_t got = 0;
-  while (!writer.failed() && (got = std::fread(chunk, 1, sizeof chunk, file)) > 0) {
-    writer.AppendChunk(chunk, got);
+  std::setvbuf(file, nullptr, _IONBF, 0);  // read straight into the array
+  while (!writer.failed() && (got = std::fread(data, 1, sizeof data, file)) > 0) {
+    for (std::size_t at = 0; at < got; at += kChunkSize) {
+      writer.AppendChunk(data + at, std::min(kChunkSize, got - at));
+    }
   }
   writer.AppendChunk("", 0);
   writer.Flush();

@@ -3,9 +3,9 @@
 
 #include <civetweb.h>
 
-#include <cstdio>
 #include <cstring>
 
+#include "base/text_writer.h"
 #include "sdkapi/transfer.h"
 
 namespace sdkapi {
@@ -27,10 +27,9 @@ constexpr unsigned int kBmp = 1;
 
 void SendPartHead(mg_connection* conn, const char* mediaType, std::size_t length) {
   char head[128];
-  const int size =
-      std::snprintf(head, sizeof head, "--w00t\r\nContent-Type: %s\r\nContent-Length: %lu\r\n\r\n", mediaType,
-                    static_cast<unsigned long>(length));
-  mg_write(conn, head, static_cast<std::size_t>(size));
+  TextWriter text(head);
+  text.Add("--w00t\r\nContent-Type: ").Add(mediaType).Add("\r\nContent-Length: ").AddNumber(length);
+  mg_write(conn, head, text.Add("\r\n\r\n").Finish());
 }
 
 bool SendPicture(mg_connection* conn, const void* data, std::size_t length) {

@@ -1,0 +1,38 @@
+// Composing text in a fixed array.
+#include "base/text_writer.h"
+
+#include <gtest/gtest.h>
+
+#include <climits>
+
+namespace {
+
+using sdkapi::TextWriter;
+
+TEST(TextWriter, JoinsTextAndNumbers) {
+  char text[32];
+  const std::size_t length =
+      TextWriter(text).Add("a ").AddNumber(INT_MIN).Add(" ").AddNumber(1500U, 16).Finish();
+  EXPECT_STREQ(text, "a -2147483648 5dc");
+  EXPECT_EQ(length, 17U);
+}
+
+TEST(TextWriter, AddsALeadingZeroBelowTen) {
+  char text[8];
+  TextWriter(text).AddTwoDigits(0).AddTwoDigits(7).AddTwoDigits(59).Finish();
+  EXPECT_STREQ(text, "000759");
+}
+
+TEST(TextWriter, CutsWhatDoesNotFitAndStaysInTheArray) {
+  struct {
+    char text[5];
+    char behind;
+  } area{{}, '#'};
+  TextWriter writer(area.text);
+  writer.Add("abc").Add("defg").Add("h").AddNumber(12);
+  EXPECT_EQ(writer.Finish(), 4U);
+  EXPECT_STREQ(area.text, "abcd");
+  EXPECT_EQ(area.behind, '#');
+}
+
+}  // namespace
