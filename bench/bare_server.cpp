@@ -73,17 +73,18 @@ int Download(mg_connection* conn, void*) {
   return 1;
 }
 
+// Each stream has a picture of its own, as a host fills one for every request.
 int Preview(mg_connection* conn, void*) {
-  static const std::string kPicture(bench::kPictureSize, 'p');
+  const std::string picture(bench::kPictureSize, 'p');
   char head[128];
   const int length =
       std::snprintf(head, sizeof head, "--w00t\r\nContent-Type: image/jpeg\r\nContent-Length: %zu\r\n\r\n",
-                    kPicture.size());
+                    picture.size());
   mg_printf(conn,
             "HTTP/1.1 200 OK\r\nConnection: close\r\nContent-Type: multipart/x-mixed-replace; "
             "boundary=--w00t\r\n\r\n");
   while (running && mg_write(conn, head, static_cast<std::size_t>(length)) > 0 &&
-         mg_write(conn, kPicture.data(), kPicture.size()) > 0 && mg_write(conn, "\r\n\r\n", 4) > 0) {
+         mg_write(conn, picture.data(), picture.size()) > 0 && mg_write(conn, "\r\n\r\n", 4) > 0) {
   }
   mg_disable_connection_keep_alive(conn);
   return 1;

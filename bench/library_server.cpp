@@ -1,6 +1,6 @@
 // The library with a host that does next to nothing.
 //
-// usage: bench-library HTTP HTTPS CERTIFICATE FOLDER [LOGINS [ROUTES]]
+// usage: bench-library HTTP HTTPS CERTIFICATE FOLDER [ROUTES]
 #include <sdkapi/sdkapi.h>
 #include <signal.h>
 

@@ -18,7 +18,7 @@ class JsonObject {
   // Printing a double costs as much as a whole small request.
   void Add(const char* name, std::integral auto number) {
     char digits[24];
-    TextWriter(digits).AddNumber(number).Finish();
+    TextWriter(digits).AddNumber(static_cast<int64_t>(number)).Finish();
     AddItem(name, cJSON_CreateRaw(digits));
   }
   cJSON* AddArray(const char* name) { return Note(cJSON_AddArrayToObject(tree_.get(), name)); }

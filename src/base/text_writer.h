@@ -2,8 +2,8 @@
 #pragma once
 
 #include <algorithm>
-#include <charconv>
 #include <cstddef>
+#include <cstdint>
 #include <cstring>
 #include <string_view>
 
@@ -22,12 +22,8 @@ class TextWriter {
     return *this;
   }
 
-  template <class Number>
-  TextWriter& AddNumber(Number number, int base = 10) {
-    char digits[24];
-    const std::to_chars_result result = std::to_chars(digits, digits + sizeof digits, number, base);
-    return Add({digits, static_cast<std::size_t>(result.ptr - digits)});
-  }
+  TextWriter& AddNumber(int64_t number);
+  TextWriter& AddHex(uint64_t number);
 
   // A number below 100 with its leading zero.
   TextWriter& AddTwoDigits(int number) {
