@@ -77,9 +77,8 @@ int Download(mg_connection* conn, void*) {
 int Preview(mg_connection* conn, void*) {
   const std::string picture(bench::kPictureSize, 'p');
   char head[128];
-  const int length =
-      std::snprintf(head, sizeof head, "--w00t\r\nContent-Type: image/jpeg\r\nContent-Length: %zu\r\n\r\n",
-                    picture.size());
+  const int length = std::snprintf(
+      head, sizeof head, "--w00t\r\nContent-Type: image/jpeg\r\nContent-Length: %zu\r\n\r\n", picture.size());
   mg_printf(conn,
             "HTTP/1.1 200 OK\r\nConnection: close\r\nContent-Type: multipart/x-mixed-replace; "
             "boundary=--w00t\r\n\r\n");

@@ -11,8 +11,7 @@ using sdkapi::TextWriter;
 
 TEST(TextWriter, JoinsTextAndNumbers) {
   char text[32];
-  const std::size_t length =
-      TextWriter(text).Add("a ").AddNumber(INT_MIN).Add(" ").AddHex(1500).Finish();
+  const std::size_t length = TextWriter(text).Add("a ").AddNumber(INT_MIN).Add(" ").AddHex(1500).Finish();
   EXPECT_STREQ(text, "a -2147483648 5dc");
   EXPECT_EQ(length, 17U);
 }
