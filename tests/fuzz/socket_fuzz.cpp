@@ -23,6 +23,11 @@ int Connect() {
 
 }  // namespace
 
+extern "C" int LLVMFuzzerInitialize(int* /*argc*/, char*** /*argv*/) {
+  fuzz::StartUploadsAfterFinalCalls();
+  return 0;
+}
+
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   const int fd = Connect();
   send(fd, data, size, MSG_NOSIGNAL);

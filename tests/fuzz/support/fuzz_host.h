@@ -45,6 +45,9 @@ struct Uploads {
 };
 Uploads& Collected();
 
+// For connections that the real server serves: its workers go from one upload to the next unseen.
+void StartUploadsAfterFinalCalls();
+
 inline std::string_view View(const uint8_t* data, std::size_t size) {
   return {reinterpret_cast<const char*>(data), size};
 }
