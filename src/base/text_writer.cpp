@@ -16,9 +16,9 @@ TextWriter& TextWriter::AddNumber(int64_t number) {
   return Add({digits, static_cast<std::size_t>(result.ptr - digits)});
 }
 
-TextWriter& TextWriter::AddHex(uint64_t number) {
+TextWriter& TextWriter::AddUnsigned(uint64_t number, int base) {
   char digits[kLongestNumber];
-  const std::to_chars_result result = std::to_chars(digits, digits + sizeof digits, number, 16);
+  const std::to_chars_result result = std::to_chars(digits, digits + sizeof digits, number, base);
   return Add({digits, static_cast<std::size_t>(result.ptr - digits)});
 }
 

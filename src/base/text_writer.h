@@ -23,7 +23,7 @@ class TextWriter {
   }
 
   TextWriter& AddNumber(int64_t number);
-  TextWriter& AddHex(uint64_t number);
+  TextWriter& AddUnsigned(uint64_t number, int base = 10);
 
   // A number below 100 with its leading zero.
   TextWriter& AddTwoDigits(int number) {

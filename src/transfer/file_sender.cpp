@@ -44,7 +44,7 @@ class GatheredWriter {
 
   void AppendChunk(const char* bytes, std::size_t length) {
     char size[24];
-    Append(size, TextWriter(size).AddHex(length).Add("\r\n").Finish());
+    Append(size, TextWriter(size).AddUnsigned(length, 16).Add("\r\n").Finish());
     Append(bytes, length);
     Append("\r\n", 2);
   }

@@ -28,10 +28,7 @@ constexpr unsigned int kBmp = 1;
 void SendPartHead(mg_connection* conn, const char* mediaType, std::size_t length) {
   char head[128];
   TextWriter text(head);
-  text.Add("--w00t\r\nContent-Type: ")
-      .Add(mediaType)
-      .Add("\r\nContent-Length: ")
-      .AddNumber(static_cast<int64_t>(length));
+  text.Add("--w00t\r\nContent-Type: ").Add(mediaType).Add("\r\nContent-Length: ").AddUnsigned(length);
   mg_write(conn, head, text.Add("\r\n\r\n").Finish());
 }
 

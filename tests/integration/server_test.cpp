@@ -58,31 +58,6 @@ class StartTest : public ServerTest {
   }
 };
 
-TEST_F(StartTest, IsRefusedBeforeInit) {
-  GTEST_FLAG_SET(death_test_style, "threadsafe");
-  EXPECT_EXIT(
-      {
-        LogLines::Install();
-        const SdkAPISerHandle table = Host::Table();
-        const bool refused =
-            SdkAPISer_Start(&table) == -1 && LogLines::Count(4, "http no init..", "sdkapi") == 1;
-        Workspace::Get().Remove();
-        std::_Exit(refused ? 0 : 1);
-      },
-      ::testing::ExitedWithCode(0), "");
-}
-
-TEST_F(StartTest, StopBeforeAnyStartIsHarmless) {
-  GTEST_FLAG_SET(death_test_style, "threadsafe");
-  EXPECT_EXIT(
-      {
-        const bool good = SdkAPISer_Stop(nullptr) == 0;
-        Workspace::Get().Remove();
-        std::_Exit(good ? 0 : 1);
-      },
-      ::testing::ExitedWithCode(0), "");
-}
-
 TEST_F(StartTest, RefusesAMissingTable) {
   SdkAPISer_Port_Set(FreePort(), 0);
   SdkAPISer_Init();

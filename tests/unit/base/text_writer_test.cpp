@@ -10,10 +10,17 @@ namespace {
 using sdkapi::TextWriter;
 
 TEST(TextWriter, JoinsTextAndNumbers) {
-  char text[32];
-  const std::size_t length = TextWriter(text).Add("a ").AddNumber(INT_MIN).Add(" ").AddHex(1500).Finish();
-  EXPECT_STREQ(text, "a -2147483648 5dc");
-  EXPECT_EQ(length, 17U);
+  char text[64];
+  const std::size_t length = TextWriter(text)
+                                 .Add("a ")
+                                 .AddNumber(INT_MIN)
+                                 .Add(" ")
+                                 .AddUnsigned(1500, 16)
+                                 .Add(" ")
+                                 .AddUnsigned(UINT64_MAX)
+                                 .Finish();
+  EXPECT_STREQ(text, "a -2147483648 5dc 18446744073709551615");
+  EXPECT_EQ(length, 38U);
 }
 
 TEST(TextWriter, AddsALeadingZeroBelowTen) {

@@ -1,0 +1,21 @@
+// Calls before the first start: what only a fresh process can show, so nothing here starts a server.
+#include <gtest/gtest.h>
+#include <sdkapi/sdkapi.h>
+
+#include "host.h"
+#include "log_lines.h"
+
+namespace integration {
+namespace {
+
+TEST(FirstStartTest, StopBeforeAnyStartIsHarmless) { EXPECT_EQ(SdkAPISer_Stop(nullptr), 0); }
+
+TEST(FirstStartTest, IsRefusedBeforeInit) {
+  LogLines::Install();
+  const SdkAPISerHandle table = Host::Table();
+  EXPECT_EQ(SdkAPISer_Start(&table), -1);
+  EXPECT_EQ(LogLines::Count(4, "http no init..", "sdkapi"), 1);
+}
+
+}  // namespace
+}  // namespace integration
