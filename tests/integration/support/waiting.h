@@ -1,4 +1,4 @@
-// Waiting for something to happen, with a deadline that is generous where instrumentation slows things down.
+// Waiting for something to happen, with a deadline that is generous where instrumentation or emulation slows things down.
 #pragma once
 
 #include <chrono>
@@ -7,7 +7,7 @@
 
 namespace integration {
 
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__) || defined(SDKAPI_EMULATED)
 constexpr bool kInstrumented = true;
 #elif defined(__has_feature)
 #if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
