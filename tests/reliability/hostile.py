@@ -117,7 +117,8 @@ def resets(server):
         connection.close()
 
 
-UPLOADS = ["/upload/logo", "/upload/scene", "/upload/sub/upgrade", "/upload/security", "/api/v1/fw_upload"]
+UPLOADS = ["/upload/logo", "/upload/scene", "/upload/sub/upgrade", "/upload/security", "/api/v1/fw_upload",
+           "/own/upload"]
 
 
 def hostile_uploads(server):

@@ -124,7 +124,9 @@ class Client {
     connection.Send(std::string("\x81\x87\0\0\0\0", 6) + "echo me");
     const auto echoed = [](const std::string& got) { return got.find("echo me") != std::string::npos; };
     Note(kWebSocket, connection.ReadUntil(echoed), connection);
-    // Its close ends the login of the token.
+    // Its close ends the login of the token. The next login waits for that: there are twenty sessions in all.
+    connection.Send(std::string("\x88\x80\0\0\0\0", 6));
+    connection.ReadToEnd();
     token_.clear();
   }
 
