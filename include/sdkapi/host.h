@@ -128,7 +128,7 @@ typedef struct UploadFileCtx {
   int32_t noFileName; /**< 1 when the field has no file name (a plain value), else 0. */
   int32_t pieceState; /**< 0 found; 1 last piece of the field; 2 more pieces follow. */
   int32_t endFlag;    /**< 1 in the final call, else 0. */
-  int32_t reserved;   /**< 0. */
+  int32_t reserved;   /**< 0 at the first call; not touched, the host may keep a number in it. */
   char* extra;        /**< 802.1X certificate: the "Port" header, at most 127 characters; else NULL. */
   struct SdkAPISerHandle* loginHandle; /**< the table that this upload calls. */
   int32_t error;                       /**< 0, or the last non-zero result of a slot in this upload. */

@@ -1,0 +1,94 @@
+#!/usr/bin/python3
+"""What the documents name exists: links, anchors, files, commands, options, and every slot has its row.
+
+usage: check_docs.py SOURCES CHECK, with CHECK one of links, names, slots, quotes, exports
+"""
+import pathlib
+import re
+import subprocess
+import sys
+
+ROOT = pathlib.Path(sys.argv[1])
+PAGES = sorted([*ROOT.glob("*.md"), *ROOT.glob("docs/**/*.md")])
+SERVED = {"custom.txt"}  # files that the simulated device makes
+WITHOUT_CODE = re.compile(r"^```.*?^```$", re.S | re.M)
+
+
+def anchors(page):
+    """The anchors of a page's headings, as its readers make them."""
+    headings = re.findall(r"^#+ (.+)$", WITHOUT_CODE.sub("", page.read_text()), re.M)
+    return {re.sub(r"[^\w\- ]", "", re.sub(r"[`*]", "", heading)).strip().lower().replace(" ", "-") for heading in headings}
+
+
+def links():
+    for page in PAGES:
+        for target in re.findall(r"\]\(([^)\s]+)\)", page.read_text()):
+            if re.match(r"[a-z]+:", target):
+                continue
+            name, _, anchor = target.partition("#")
+            file = page.parent / name if name else page
+            if not file.exists():
+                yield f"{page.name}: no file {target}"
+            elif anchor and anchor not in anchors(file):
+                yield f"{page.name}: no heading {target}"
+
+
+def tracked():
+    listing = subprocess.run(["git", "ls-files"], cwd=ROOT, capture_output=True, text=True, check=False).stdout.split()
+    return listing or [str(path.relative_to(ROOT)) for path in ROOT.glob("**/*") if path.is_file()]
+
+
+def names():
+    """Paths, commands of ./dev and options of CMake."""
+    files = tracked()
+    text_of_dev = (ROOT / "dev").read_text()
+    options = set(re.findall(r"SDKAPI_[A-Z_]+", "".join(path.read_text() for path in
+                             [ROOT / "CMakeLists.txt", *ROOT.glob("cmake/*.cmake"), *ROOT.glob("examples/*/CMakeLists.txt")])))
+    for page in PAGES:
+        text = page.read_text()
+        for word in re.findall(r"`([\w./*-]+\.(?:cpp|h|c|py|sh|md|cmake|txt|yaml|mjs))`", text):
+            if "*" not in word and word not in SERVED and not word.startswith("build/") and not any(file == word or file.endswith("/" + word) for file in files):
+                yield f"{page.name}: no file {word}"
+        for command in re.findall(r"\./dev ([a-z]+)", text):
+            if not (ROOT / "scripts" / command).exists() and not re.search(rf"^  {command}\)", text_of_dev, re.M):
+                yield f"{page.name}: no command ./dev {command}"
+        for option in re.findall(r"-D(SDKAPI_[A-Z_]+)", text):
+            if option not in options:
+                yield f"{page.name}: no option {option}"
+
+
+def slots():
+    """Every slot of the table has a row in the guide, in the table's order."""
+    header = (ROOT / "include/sdkapi/host.h").read_text()
+    table = header[header.index("typedef struct SdkAPISerHandle"):]
+    expected = re.findall(r"\b(\w+Cb)(?:\)\(|;)", table[:table.index("} SdkAPISerHandle;")])
+    rows = re.findall(r"^\| `(\w+Cb)` \|", (ROOT / "docs/host-guide.md").read_text(), re.M)
+    assert len(expected) > 20
+    if rows != expected:
+        yield f"host-guide.md: slots {sorted(set(expected) ^ set(rows)) or 'out of order'}"
+
+
+def quotes():
+    """The quick start is the minimal host, to the letter."""
+    if (ROOT / "examples/minimal/minimal.c").read_text() not in (ROOT / "docs/host-guide.md").read_text():
+        yield "host-guide.md: the quick start differs from examples/minimal/minimal.c"
+
+
+def exports():
+    """Every exported name is declared in a public header behind a comment."""
+    text = "".join(path.read_text() for path in ROOT.glob("include/sdkapi/*.h"))
+    for name in (ROOT / "tests/abi/exports.txt").read_text().split():
+        if not re.search(rf"\*/\s*SDKAPI_EXPORT [^;]*\b{name}\b", text):
+            yield f"{name} has no comment"
+
+
+CHECKS = {check.__name__: check for check in (links, names, slots, quotes, exports)}
+
+
+def main():
+    faults = list(CHECKS[sys.argv[2]]())
+    print("\n".join(faults) or f"{sys.argv[2]}: in order")
+    return 1 if faults else 0
+
+
+sys.exit(main())
