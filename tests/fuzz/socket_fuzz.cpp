@@ -8,12 +8,24 @@
 
 namespace {
 
-int Connect() {
-  const int fd = socket(AF_INET, SOCK_STREAM, 0);
+sockaddr_in Loopback(uint32_t host, int port) {
   sockaddr_in address{};
   address.sin_family = AF_INET;
-  address.sin_port = htons(static_cast<uint16_t>(fuzz::Port()));
-  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+  address.sin_port = htons(static_cast<uint16_t>(port));
+  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK + host);
+  return address;
+}
+
+// From one address after the other: those that closed a moment ago keep their ports for a minute.
+int Connect() {
+  static uint32_t host = 0;
+  host = (host + 1) % 200;
+  const int fd = socket(AF_INET, SOCK_STREAM, 0);
+  const int late = 1;
+  setsockopt(fd, IPPROTO_IP, IP_BIND_ADDRESS_NO_PORT, &late, sizeof late);
+  const sockaddr_in source = Loopback(host, 0);
+  FUZZ_CHECK(bind(fd, reinterpret_cast<const sockaddr*>(&source), sizeof source) == 0);
+  const sockaddr_in address = Loopback(0, fuzz::Port());
   FUZZ_CHECK(connect(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0);
   // A reset instead of a wait state: thousands of connections a second would use up the ports.
   const linger reset{1, 0};
