@@ -50,9 +50,12 @@ def names():
             if "*" not in word and word not in SERVED and not word.startswith("build/") and not any(file == word or file.endswith("/" + word) for file in files):
                 yield f"{page.name}: no file {word}"
         for command in re.findall(r"\./dev ([a-z]+)", text):
-            if not (ROOT / "scripts" / command).exists() and not re.search(rf"^  {command}\)", text_of_dev, re.M):
+            if not (ROOT / "scripts" / command).exists() and not re.search(rf"^  (?:\S+ \| )*{command}(?: \| \S+)*\)", text_of_dev, re.M):
                 yield f"{page.name}: no command ./dev {command}"
-        for option in re.findall(r"-D(SDKAPI_[A-Z_]+)", text):
+        for path in re.findall(r"`((?:\.ci|bench|cmake|docs|examples|include|scripts|src|tests)/[\w./-]*)`", text):
+            if not (ROOT / path).exists() and not any(file.startswith(path + ".") for file in files):
+                yield f"{page.name}: no path {path}"
+        for option in re.findall(r"(?:-D|`)(SDKAPI_[A-Z_]+)", text):
             if option not in options:
                 yield f"{page.name}: no option {option}"
 
