@@ -1,5 +1,5 @@
 #!/usr/bin/python3
-"""The descriptions and the route tables say the same, both ways.
+"""The descriptions, the route page and the route tables say the same, both ways; the messages' examples fit their schemas.
 
 usage: drift_test.py SOURCES
 """
@@ -7,9 +7,11 @@ import pathlib
 import re
 import sys
 
+import jsonschema
 import yaml
 
 ROOT = pathlib.Path(sys.argv[1])
+METHODS = ("get", "put", "post", "delete", "patch", "head", "options", "trace")
 
 
 def read(name):
@@ -18,56 +20,85 @@ def read(name):
 
 def library_routes():
     """The patterns of the table in the server."""
-    table = read("src/http/routes.cpp")
-    return re.findall(r'^\s+\{"(/[^"]*)", \w+, nullptr\},$', table, re.M)
+    table = re.search(r"constexpr RouteRow cmdList\[\] = \{(.*?)\n\};", read("src/http/routes.cpp"), re.S).group(1)
+    return re.findall(r'\{"([^"]*)"', table)
+
+
+def simulator_sources():
+    return "".join(path.read_text() for path in sorted(ROOT.glob("examples/simulator/*.cpp")))
 
 
 def simulator_routes():
-    """The patterns that the simulated device registers."""
-    text = "".join(path.read_text() for path in ROOT.glob("examples/simulator/*.cpp"))
-    return re.findall(r'SdkAPISer_Custom_\w+_Api_Add\("(/[^"]*)"', text)
+    """The patterns that the simulated device registers, and the number of calls, so that none is overlooked."""
+    text = simulator_sources()
+    return re.findall(r'SdkAPISer_Custom_\w+_Api_Add\("([^"]*)"', text), text.count("_Api_Add(")
 
 
 def guide_routes():
     """The patterns of the route page, with the mark of an exact one."""
-    rows = re.findall(r"^\| \d+ \| `(/[^`]*)` \| (exact|prefix) \|", read("docs/routes.md"), re.M)
+    rows = re.findall(r"^\| \d+ \| `([^`]*)` \| (exact|prefix) \|", read("docs/routes.md"), re.M)
     return [path + ("$" if match == "exact" else "") for path, match in rows]
 
 
-def described_routes(items):
-    return [item["x-sdkapi-route"] for item in items]
+def custom_routes_of_page():
+    """The device's own routes as its page has them: paths without the names in capitals."""
+    section = read("docs/simulator.md").partition("## The device's own routes")[2].partition("\n## ")[0]
+    return {re.sub(r"/?[A-Z]+$", "", path) for path in re.findall(r"^\| `(/[^`]*)` \|", section, re.M)}
 
 
-def faults(name, here, there):
-    for pattern in sorted(set(here) ^ set(there)):
-        yield f"{name}: {pattern} is only in {'the first' if pattern in here else 'the second'}"
+def faults(first, second, here, there):
+    yield from (f"{pattern}: in {first}, not in {second}" for pattern in sorted(set(here) - set(there)))
+    yield from (f"{pattern}: in {second}, not in {first}" for pattern in sorted(set(there) - set(here)))
+
+
+def doubles(name, patterns):
+    yield from (f"{pattern}: twice in {name}" for pattern in sorted({one for one in patterns if patterns.count(one) > 1}))
 
 
 def shape_faults(paths):
-    """The described path and match follow from the pattern."""
+    """The described path and match follow from the pattern; operations that take any method say so."""
     for path, item in paths.items():
         pattern, match = item["x-sdkapi-route"], item["x-sdkapi-match"]
-        if (match == "exact") != pattern.endswith("$"):
+        exact, plain = pattern.endswith("$"), re.sub(r"/?\{\w+\}$", "", path)
+        if match != ("exact" if exact else "prefix"):
             yield f"{path}: {match} does not fit {pattern}"
-        if not path.startswith(pattern.rstrip("$")) or (match == "exact" and path != pattern[:-1]):
-            yield f"{path}: not served by {pattern}"
+        if plain != pattern.rstrip("$/"):
+            yield f"{path}: not what {pattern} serves"
+        if exact and "{" in path:
+            yield f"{path}: {pattern} serves one URI only"
+        tags = {tag for method in METHODS if method in item for tag in item[method]["tags"]}
+        if (tags == {"Simulated device"}) != pattern.startswith("/sim/"):
+            yield f"{path}: tags {sorted(tags)}"
 
 
-def simulator_channel():
-    return re.findall(r'kWebSocketUrl = "([^"]+)"|kWebSocketUrl\[\] = "([^"]+)"', "".join(
-        path.read_text() for path in [*ROOT.glob("examples/simulator/*.h"), *ROOT.glob("examples/simulator/*.cpp")]))[0]
+def example_faults(events):
+    """A linter does not compare a message's examples with its payload."""
+    resolver = jsonschema.RefResolver.from_schema(events)
+    for name, message in events["components"]["messages"].items():
+        validator = jsonschema.Draft7Validator(message["payload"], resolver=resolver)
+        for example in message.get("examples", []):
+            yield from (f"{name}: {error.message}" for error in validator.iter_errors(example["payload"]))
+        if not message.get("examples"):
+            yield f"{name}: no example"
 
 
 def main():
     paths = yaml.safe_load(read("docs/api/openapi.yaml"))["paths"]
-    channels = yaml.safe_load(read("docs/api/asyncapi.yaml"))["channels"]
-    library, simulator = library_routes(), simulator_routes()
-    assert len(library) == 43 and len(simulator) >= 7, (len(library), len(simulator))
-    found = [*faults("route table and description", library + simulator, described_routes(paths.values())),
-             *faults("route table and docs/routes.md", library, guide_routes()),
-             *faults("WebSocket URL and description", [url for url in simulator_channel() if url], [c["address"] for c in channels.values()]),
-             *shape_faults(paths)]
-    print("\n".join(found) or f"{len(library)} + {len(simulator)} routes described")
+    events = yaml.safe_load(read("docs/api/asyncapi.yaml"))
+    library, (simulator, calls) = library_routes(), simulator_routes()
+    socket_url = re.search(r'kWebSocketUrl = "([^"]+)"', simulator_sources()).group(1)
+    described = [item["x-sdkapi-route"] for item in paths.values()]
+    found = [*faults("the route table", "the description", library, [one for one in described if not one.startswith("/sim/")]),
+             *faults("the simulated device", "the description", simulator, [one for one in described if one.startswith("/sim/")]),
+             *faults("the route table", "docs/routes.md", library, guide_routes()),
+             *faults("the simulated device", "docs/simulator.md", {one.rstrip("$/") for one in simulator}, custom_routes_of_page()),
+             *faults("the simulated device", "the events' description", [(socket_url, socket_url + "$")],
+                     [(one["address"], one["x-sdkapi-route"]) for one in events["channels"].values()]),
+             *doubles("the route table", library), *doubles("docs/routes.md", guide_routes()),
+             *shape_faults(paths), *example_faults(events)]
+    if not library or calls != len(simulator):
+        found.append(f"{len(library)} routes of the library, {len(simulator)} of {calls} of the simulated device were read")
+    print("\n".join(map(str, found)) or f"{len(library)} + {len(simulator)} routes and the channel are described")
     return 1 if found else 0
 
 

@@ -19,8 +19,11 @@ function lintRoutes() {
   return run.status === 0 && problems.length === 0;
 }
 
+// The description keeps to 3.0, which more tools read than the newest version.
+const eventRules = { rules: { 'asyncapi-latest-version': 'off' } };
+
 async function lintEvents() {
-  const { document, diagnostics } = await fromFile(new Parser(), join(sources, 'docs/api/asyncapi.yaml')).parse();
+  const { document, diagnostics } = await fromFile(new Parser({ ruleset: eventRules }), join(sources, 'docs/api/asyncapi.yaml')).parse();
   for (const { severity, path, message } of diagnostics) console.log(`severity ${severity}: ${path.join('.')}: ${message}`);
   return document !== undefined && diagnostics.length === 0;
 }
