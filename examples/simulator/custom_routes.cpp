@@ -107,16 +107,18 @@ int ServeUnits(mg_connection* conn, CustomReqInfo* request) {
   });
 }
 
-int ServeStatus(mg_connection* conn, CustomReqInfo* /*request*/) {
+int ServeStatus(mg_connection* conn, CustomReqInfo* request) {
   return Guarded([&] {
     if (!UserForToken(TokenOf(conn))) return AnswerError(conn, 401, "not authorised");
+    if (request->method != kGet) return AnswerError(conn, 405, "method not allowed");
     return Answer(conn, 200, StatusBody());
   });
 }
 
-int ServeUsers(mg_connection* conn, CustomReqInfo* /*request*/) {
+int ServeUsers(mg_connection* conn, CustomReqInfo* request) {
   return Guarded([&] {
     if (!IsAdministrator(TokenOf(conn))) return AnswerError(conn, 401, "not authorised");
+    if (request->method != kGet) return AnswerError(conn, 405, "method not allowed");
     return Answer(conn, 200, UsersBody());
   });
 }

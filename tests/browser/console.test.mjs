@@ -522,6 +522,13 @@ describe('the console without a login', () => {
   before(async () => (device = await Simulator.start('http', '--no-auth')));
   after(async () => assert.equal(await device?.remove(), 0));
 
+  flow('the API page is linked and needs nothing from elsewhere', () => device, [], async (person) => {
+    const page = await openTab(person, '/');
+    await page.getByRole('link', { name: 'API', exact: true }).click();
+    await page.getByRole('heading', { name: 'Device API' }).waitFor();
+    assert.ok(await page.getByText('POST /api/v1/auth/login').isVisible());
+  });
+
   flow('a lost connection comes back by itself', () => device, [CONNECTION_LOST], async (person) => {
     const page = await openTab(person, '/#/units');
     await heading(page, 'Units').waitFor();

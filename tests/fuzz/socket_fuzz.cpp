@@ -26,7 +26,11 @@ int Connect() {
   const sockaddr_in source = Loopback(host, 0);
   FUZZ_CHECK(bind(fd, reinterpret_cast<const sockaddr*>(&source), sizeof source) == 0);
   const sockaddr_in address = Loopback(0, fuzz::Port());
-  FUZZ_CHECK(connect(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0);
+  int attempts = 10000;
+  while (connect(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
+    FUZZ_CHECK(--attempts > 0);
+    usleep(1000);
+  }
   // A reset instead of a wait state: thousands of connections a second would use up the ports.
   const linger reset{1, 0};
   setsockopt(fd, SOL_SOCKET, SO_LINGER, &reset, sizeof reset);

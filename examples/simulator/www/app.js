@@ -133,7 +133,7 @@ function header() {
   menu.addEventListener('click', () => setMenu(!document.body.classList.contains('open')));
   const user = store.session.user;
   return h('header', menu, h('a.brand', { href: '#/overview' }, h('img', { id: 'brand', src: '/download/logo', alt: '' }), h('span', { id: 'model' }, 'Device')),
-    h('span.grow'), h('span.link', { id: 'link', role: 'status' }), themeButton(),
+    h('span.grow'), h('span.link', { id: 'link', role: 'status' }), h('a', { href: '/api/' }, 'API'), themeButton(),
     user && h('span.user', user),
     store.session.required && h('button', { type: 'button', onclick: () => post({ do: 'logout' }) }, 'Log out'));
 }

@@ -1,0 +1,124 @@
+#!/usr/bin/python3
+"""The WebSocket channel: every message of the device is as described, and every described one is seen.
+
+usage: events_test.py SIMULATOR
+"""
+import base64
+import json
+import os
+import struct
+import sys
+import threading
+
+import jsonschema
+import yaml
+
+import inputs
+from device import Device, Reply, form, request, shared
+
+PATIENCE = 30
+
+
+class Channel:
+    """A client of the channel that keeps what it receives."""
+
+    def __init__(self, device):
+        self.socket = device.connect()
+        self.messages, self.changed = [], threading.Condition()
+        key = base64.b64encode(os.urandom(16)).decode()
+        self.socket.sendall((f"GET /ws HTTP/1.1\r\nHost: device\r\nUpgrade: websocket\r\nConnection: Upgrade\r\nSec-WebSocket-Version: 13"
+                             f"\r\nSec-WebSocket-Key: {key}\r\nSec-WebSocket-Protocol: {device.token()}\r\n\r\n").encode())
+        head = b""
+        while not head.endswith(b"\r\n\r\n"):
+            head += self.socket.recv(1)
+        assert head.startswith(b"HTTP/1.1 101 "), head
+        threading.Thread(target=self.read, daemon=True).start()
+
+    def receive(self, count):
+        data = b""
+        while len(data) < count:
+            piece = self.socket.recv(count - len(data))
+            if not piece:
+                raise OSError
+            data += piece
+        return data
+
+    def read(self):
+        try:
+            while True:
+                first, length = self.receive(2)
+                length = struct.unpack(">H", self.receive(2))[0] if length == 126 else length
+                length = struct.unpack(">Q", self.receive(8))[0] if length == 127 else length
+                text = self.receive(length)
+                if first & 15 == 1:
+                    with self.changed:
+                        self.messages.append(json.loads(text))
+                        self.changed.notify()
+        except OSError:
+            pass
+
+    def send(self, text):
+        data = text.encode()
+        head = bytes([0x81, 0x80 | len(data)]) if len(data) < 126 else bytes([0x81, 0xFE]) + struct.pack(">H", len(data))
+        self.socket.sendall(head + bytes(4) + data)
+
+    def wait_for(self, kind, **members):
+        """The first message of this type with these members."""
+        def found():
+            return next((m for m in self.messages if m["type"] == kind and all(m.get(k) == v for k, v in members.items())), None)
+        with self.changed:
+            assert self.changed.wait_for(found, PATIENCE), f"no {kind} {members}"
+            return found()
+
+
+def examples(document):
+    """The commands that the description shows."""
+    return [example["payload"] for name, message in document["components"]["messages"].items() if name.startswith("client")
+            for example in message["examples"]]
+
+
+def drive(device, channel, document):
+    channel.wait_for("hello")
+    channel.wait_for("status")
+    for command in examples(document):
+        channel.send(json.dumps(command))
+        channel.wait_for("pong" if command["type"] == "ping" else "ok", id=command["id"])
+    for index, text in enumerate(("{", "[]", "null", "{}", '{"type":1}', "\u00e9" * 300, '{"type":"set-unit-name","unit":"nobody","name":"x"}',
+                                  '{"type":"set-unit-online","unit":"TX01","online":"yes"}')):
+        before = sum(message["type"] == "error" for message in channel.messages)
+        channel.send(text)
+        with channel.changed:
+            assert channel.changed.wait_for(lambda: sum(m["type"] == "error" for m in channel.messages) > before, PATIENCE), (index, text)
+    channel.wait_for("unit", was="TX01")
+    channel.wait_for("upgrade", phase="done")
+    device.exchange(request("post", "/upload/logo", device.token(), *form(inputs.picture(), "logo.png")))
+    channel.wait_for("upload", done=True, ok=True)
+    device.exchange(request("post", "/api/v1/fw_upload", device.token(), *form(inputs.firmware(), "f.sdkfw")))
+    channel.wait_for("upgrade", phase="verifying")
+    channel.wait_for("upgrade", phase="done", version="1.1.0")
+    device.exchange(request("get", "/dev_info", "nobody's token"))
+    channel.wait_for("log")
+    assert Reply(device.exchange(request("post", "/custom_restore", device.token()))).status == 200
+    channel.wait_for("restored")
+
+
+def main():
+    document = yaml.safe_load(shared("docs/api/asyncapi.yaml").read_text())
+    described = {message["name"]: message for name, message in document["components"]["messages"].items() if name.startswith("device")}
+    resolver = jsonschema.RefResolver.from_schema(document)
+    with Device(sys.argv[1]) as device:
+        channel = Channel(device)
+        drive(device, channel, document)
+        channel.socket.close()
+    for message in channel.messages:
+        assert message["type"] in described, message
+        jsonschema.Draft202012Validator(described[message["type"]]["payload"], resolver=resolver).validate(message)
+    for message in document["components"]["messages"].values():
+        for example in message["examples"]:
+            jsonschema.Draft202012Validator(message["payload"], resolver=resolver).validate(example["payload"])
+    unseen = set(described) - {message["type"] for message in channel.messages}
+    assert not unseen, f"described, never seen: {unseen}"
+    print(f"{len(channel.messages)} messages of {len(described)} types as described")
+
+
+main()
