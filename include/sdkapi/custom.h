@@ -61,7 +61,8 @@ typedef struct UploadCustomCtx {
   int32_t noFileName;                /**< 1 when the field has no file name, else 0. */
   int32_t pieceState;                /**< 0 found; 1 last piece (see UploadFileCtx); 2 more follow. */
   int32_t endFlag;                   /**< 1 in the final call, else 0. */
-  int32_t reserved;                  /**< 0 at the first call; not touched, the host may keep a number in it. */
+  int32_t reserved;                  /**< 0 at the first call; the library does not touch it; the host may
+                                        keep a number there during the upload. */
   char* extra;                       /**< always NULL. */
   CustomUploadFunction hostFunction; /**< the function bound to the route. */
   struct mg_connection* conn;        /**< the request's connection. */

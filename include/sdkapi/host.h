@@ -128,17 +128,31 @@ typedef struct UploadFileCtx {
   int32_t noFileName; /**< 1 when the field has no file name (a plain value), else 0. */
   int32_t pieceState; /**< 0 found; 1 last piece of the field; 2 more pieces follow. */
   int32_t endFlag;    /**< 1 in the final call, else 0. */
-  int32_t reserved;   /**< 0 at the first call; not touched, the host may keep a number in it. */
-  char* extra;        /**< 802.1X certificate: the "Port" header, at most 127 characters; else NULL. */
+  int32_t reserved; /**< 0 at the first call; the library does not touch it; the host may keep a number there
+                         during the upload. */
+  char* extra;      /**< 802.1X certificate: the "Port" header, at most 127 characters; else NULL. */
   struct SdkAPISerHandle* loginHandle; /**< the table that this upload calls. */
   int32_t error;                       /**< 0, or the last non-zero result of a slot in this upload. */
   int32_t funcId; /**< number of the file's kind within its family, -1 when it has none. */
 } UploadFileCtx;
 
-/** An upload slot: see @ref UploadFileCtx for the sequence of calls. */
+/**
+ * An upload slot: see @ref UploadFileCtx for the sequence of calls.
+ *
+ * @param token  the request's token, at most 1023 characters; valid during the call.
+ * @param funcId number of the file's kind within its family, -1 when it has none.
+ * @param ctx    the upload's state, the same object in every call of one upload, owned by the library.
+ * @return 0 to accept, -2 for 401, any other value is an error (500).
+ */
 typedef int (*UploadSlot)(const char* token, int funcId, UploadFileCtx* ctx);
 
-/** A download slot: fills info and returns 0 to have the file sent. */
+/**
+ * A download slot: fills info and returns 0 to have the file sent.
+ *
+ * @param token the request's token, at most 1023 characters; valid during the call.
+ * @param info  zeroed; name and path are filled by the host, owned by the library.
+ * @return 0 to send the file, -2 for 401, any other value for 500.
+ */
 typedef int (*DownloadSlot)(const char* token, DownloadFileInfo* info);
 
 /** A slot that the library never calls; its place keeps the later slots where they are. */
@@ -150,25 +164,68 @@ typedef void (*ReservedSlot)(void);
  * The library copies the table at @ref SdkAPISer_Start, and once more for every login.
  */
 typedef struct SdkAPISerHandle {
-  /** 0: is a login required? Write 1 to *flag for "no" (authentication off); the result is ignored. */
+  /**
+   * 0: is a login required? Write 1 to *flag for "no" (authentication off); the result is ignored.
+   *
+   * @param flag -1 at the call; write 1 for "no login needed".
+   * @return ignored.
+   */
   int (*AuthQueryCb)(int* flag);
-  /** 1: decide a login; a result below 0 leaves the request to the web server, else info->code decides. */
+  /**
+   * 1: decide a login; a result below 0 leaves the request to the web server, else info->code decides.
+   *
+   * @param info the attempt and the host's answer; valid during the call, owned by the library.
+   * @return below 0: left to the web server (404); otherwise info->code decides.
+   */
   int (*LoginCb)(LoginInfo* info);
-  /** 2: a login ended (log-out, or its WebSocket closed); the result is ignored. */
+  /**
+   * 2: a login ended (log-out, or its WebSocket closed); the result is ignored.
+   *
+   * @return ignored.
+   */
   int (*LogOutCb)(void);
-  /** 3: change a user's name or password; 0 reports request->code, failure sends no reply at all. */
+  /**
+   * 3: change a user's name or password; 0 reports request->code, failure sends no reply at all.
+   *
+   * @param token the request's token, at most 1023 characters; valid during the call.
+   * @param request the change; valid during the call, owned by the library.
+   * @return 0 for 200 with request->code, -2 for 401, any other value for no reply.
+   */
   int (*ChangeUserInfoCb)(const char* token, ChangeUserRequest* request);
-  /** 4: create or delete a user; 0 reports request->code. */
+  /**
+   * 4: create or delete a user; 0 reports request->code.
+   *
+   * @param token the request's token, at most 1023 characters; valid during the call.
+   * @param request the user; valid during the call, owned by the library.
+   * @return 0 for 200 with request->code, -2 for 401, any other value for 500.
+   */
   int (*ManageUserCb)(const char* token, ManageUserRequest* request);
-  /** 5: fill the device information. */
+  /**
+   * 5: fill the device information.
+   *
+   * @param token the request's token, at most 1023 characters; valid during the call.
+   * @param info zeroed, timeout -1; filled by the host, owned by the library.
+   * @return 0 for 200, -2 for 401, any other value for 500.
+   */
   int (*DeviceInfoCb)(const char* token, DeviceInfo* info);
   ReservedSlot reserved6; /**< 6: never called. */
-  /** 7: restore the device's custom settings. */
+  /**
+   * 7: restore the device's custom settings.
+   *
+   * @param token the request's token, at most 1023 characters; valid during the call.
+   * @param arg what to restore; valid during the call, owned by the library.
+   * @return 0 for 200, -2 for 401, any other value for 500.
+   */
   int (*CustomRestoreCb)(const char* token, CustomRestoreArg* arg);
   ReservedSlot reserved8;  /**< 8: never called. */
   ReservedSlot reserved9;  /**< 9: never called. */
   ReservedSlot reserved10; /**< 10: never called. */
-  /** 11: write the up-time text, at most 31 characters and a NUL, to the 32-byte buffer. */
+  /**
+   * 11: write the up-time text, at most 31 characters and a NUL, to the 32-byte buffer.
+   *
+   * @param uptime buffer of 32 bytes (kDeviceUptimeSize), zeroed, owned by the library.
+   * @return 0 for 200, any other value for 500.
+   */
   int (*DeviceStatusCb)(char* uptime);
   ReservedSlot reserved12;          /**< 12: never called. */
   ReservedSlot reserved13;          /**< 13: never called. */
@@ -178,18 +235,54 @@ typedef struct SdkAPISerHandle {
   DownloadSlot DownloadLogFileCb;   /**< 17: log file. */
   DownloadSlot DownloadCustomCb;    /**< 18: custom file. */
   DownloadSlot DownloadSceneFileCb; /**< 19: scene file. */
-  /** 20: one step of a preview stream; non-zero refuses (state 0) or ends (state 1) it. */
+  /**
+   * 20: one step of a preview stream; non-zero refuses (state 0) or ends (state 1) it.
+   *
+   * @param frame the stream; valid until the call with state 2 has returned, owned by the library.
+   * @return 0 to go on; another value: 404 (state 0), end of the stream (state 1).
+   */
   int (*PreviewCb)(PreviewFrame* frame);
-  /** 21: write the unit list as one text, at most 20479 characters and a NUL, to the 20480-byte buffer. */
+  /**
+   * 21: write the unit list as one text, at most 20479 characters and a NUL, to the 20480-byte buffer.
+   *
+   * @param token the request's token, at most 1023 characters; valid during the call.
+   * @param list buffer of 20480 bytes (kTxRxListSize), owned by the library.
+   * @return 0 for 200, -2 for 401, any other value for 500.
+   */
   int (*GetTxRxListCb)(const char* token, char* list);
-  /** 22: fill the privilege list. */
+  /**
+   * 22: fill the privilege list.
+   *
+   * @param token the request's token, at most 1023 characters; valid during the call.
+   * @param list zeroed; list->entries comes from the host's `malloc`.
+   * @return 0 for 200, -2 for 401, any other value for 500.
+   */
   int (*GetPrivJsonCb)(const char* token, PrivList* list);
-  /** 23: bind a picture to a host (127 and 255 characters at most); failure gives 503. */
+  /**
+   * 23: bind a picture to a host (127 and 255 characters at most); failure gives 503.
+   *
+   * @param token the request's token, at most 1023 characters; valid during the call.
+   * @param hostname the host's name; valid during the call.
+   * @param file the picture's file name; valid during the call.
+   * @return 0 for 200, -2 for 401, any other value for 503.
+   */
   int (*SpecifyPrivCb)(const char* token, const char* hostname, const char* file);
-  /** 24: delete a privilege picture (255 characters at most); failure gives 503. */
+  /**
+   * 24: delete a privilege picture (255 characters at most); failure gives 503.
+   *
+   * @param token the request's token, at most 1023 characters; valid during the call.
+   * @param file the picture's file name; valid during the call.
+   * @return 0 for 200, -2 for 401, any other value for 503.
+   */
   int (*DeletePrivCb)(const char* token, const char* file);
   DownloadSlot DownloadEdidFileCb; /**< 25: EDID file. */
-  /** 26: settings export; failure leaves the request to the web server. */
+  /**
+   * 26: settings export; failure leaves the request to the web server.
+   *
+   * @param token the request's token, at most 1023 characters; valid during the call.
+   * @param info method is set, name and path are filled by the host; owned by the library.
+   * @return 0 to send the file; any other value leaves the request to the web server.
+   */
   int (*DownloadSettingFileCb)(const char* token, DownloadSettingInfo* info);
   /** 27: logo; asks for no token (always empty); failure leaves the request to the web server. */
   DownloadSlot DownloadImageFileCb;
@@ -198,12 +291,24 @@ typedef struct SdkAPISerHandle {
   UploadSlot
       UploadCertFileCb;       /**< 30: certificates. funcId 0 to 3; a negative error gives 406 for 0 and 1. */
   UploadSlot UploadZipFileCb; /**< 31: archives. funcId 1, 2 or -1 by URL. */
-  /** 32: firmware, called as an upload slot; an error other than -1 and -2 while parsing gives 406. */
+  /**
+   * 32: firmware, called as an upload slot; an error other than -1 and -2 while parsing gives 406.
+   *
+   * @param token the request's token, at most 1023 characters; valid during the call.
+   * @param ctx the upload's state, owned by the library.
+   * @return 0 to accept, -2 for 401, any other value is an error.
+   */
   int (*UpgradeCb)(const char* token, UploadFileCtx* ctx);
   /**
    * 33: WebSocket event 0 connected, 1 text received, 2 closed. A non-zero result of event 1 closes the
    * connection. Events 0 and 2 run under the server's context lock: keep them short, take no lock in them
    * that another thread holds while it registers a route or stops the server.
+   *
+   * @param event 0, 1 or 2.
+   * @param token the connection's token.
+   * @param data the text of event 1, empty at events 0 and 2; a NUL follows it; valid during the call.
+   * @param length bytes of data.
+   * @return at event 1 a value other than 0 closes the connection; ignored at events 0 and 2.
    */
   int (*WebSocketCb)(int event, const char* token, const char* data, int length);
   /** A login's copy holds its token here; the host's own copy is not read. */
