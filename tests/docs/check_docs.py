@@ -1,7 +1,7 @@
 #!/usr/bin/python3
 """What the documents name exists: links, anchors, files, commands, options, and every slot has its row.
 
-usage: check_docs.py SOURCES CHECK, with CHECK one of links, names, slots, quotes, exports
+usage: check_docs.py SOURCES CHECK, with CHECK one of links, names, slots, sizes, quotes, exports
 """
 import pathlib
 import re
@@ -71,6 +71,22 @@ def slots():
         yield f"host-guide.md: slots {sorted(set(expected) ^ set(rows)) or 'out of order'}"
 
 
+def sizes():
+    """The guide's sizes are those that the library asserts, and its routes are those that the library binds."""
+    guide = (ROOT / "docs/host-guide.md").read_text()
+    asserted = dict(re.findall(r"static_assert\(sizeof\((\w+)\) == (\d+)\);", (ROOT / "src/server/host_table.cpp").read_text()))
+    stated = re.findall(r"`(\w+)`, (\d+) bytes", guide)
+    assert len(stated) > 5
+    for record, size in stated:
+        if asserted.get(record) != size:
+            yield f"host-guide.md: {record} is said to have {size} bytes"
+    bound = set(re.findall(r'"(/[^"$]*)\$?"', (ROOT / "src/http/routes.cpp").read_text()))
+    for cell in re.findall(r"^\| `\w+Cb` \|([^|]*)\|", guide, re.M):
+        for route in re.findall(r"`(/[^`]*)`", cell):
+            if route not in bound:
+                yield f"host-guide.md: no route {route}"
+
+
 def quotes():
     """The quick start is the minimal host, to the letter."""
     if (ROOT / "examples/minimal/minimal.c").read_text() not in (ROOT / "docs/host-guide.md").read_text():
@@ -85,7 +101,7 @@ def exports():
             yield f"{name} has no comment"
 
 
-CHECKS = {check.__name__: check for check in (links, names, slots, quotes, exports)}
+CHECKS = {check.__name__: check for check in (links, names, slots, sizes, quotes, exports)}
 
 
 def main():
