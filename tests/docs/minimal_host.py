@@ -40,16 +40,21 @@ def check(port):
     assert again["token"] != token
 
 
-def main():
+def run(ending):
     port = free_port()
     with subprocess.Popen([*sys.argv[1].split(), str(port)]) as process:
         try:
             wait_for(port, process)
             check(port)
-            process.send_signal(signal.SIGTERM)
+            process.send_signal(ending)
             assert process.wait(30) == 0
         finally:
             process.kill()
+
+
+def main():
+    for ending in (signal.SIGTERM, signal.SIGINT):
+        run(ending)
 
 
 main()
