@@ -27,11 +27,15 @@ struct SdkAPISerHandle;
 typedef struct LoginInfo {
   char username[32];  /**< in: user name, cut to 31 characters. */
   char password[256]; /**< in: password, cut to 255 characters. */
-  char token[1024];   /**< out: session token for the client; empty = none, nothing is registered. */
+  /**
+   * out: session token for the client; empty = none, nothing is registered. Uploads, downloads and privilege
+   * changes do not know a token longer than 255 characters.
+   */
+  char token[1024];
   uint64_t lockTime;  /**< out: remaining lock time, reported when code is 2. */
   char wizard[32];    /**< out: optional text, reported when not empty. */
   int32_t firstlogin; /**< out: reported as "firstlogin". */
-  uint32_t code;      /**< out: 0 success, 1 refused, 2 locked; any other value: no reply. */
+  uint32_t code; /**< out: 0 success, 1 refused, 2 locked; any other value: left to the web server (404). */
 } LoginInfo;
 
 /** A change of the caller's own name or password. */
@@ -107,7 +111,8 @@ typedef struct PreviewFrame {
   char hostname[32];           /**< source unit named by the URL; empty for the device's own source. */
   int32_t state;               /**< 0 open, 1 next picture, 2 close. */
   unsigned char frame[655360]; /**< out: the picture, a complete JPEG. */
-  int64_t length;              /**< out: bytes of frame; 0 or more than 655360 ends the stream. */
+  /** out: bytes of frame; 0 or more than 655360 ends the stream, below 0 sends a part without a picture. */
+  int64_t length;
 } PreviewFrame;
 
 /**
@@ -139,7 +144,7 @@ typedef struct UploadFileCtx {
 /**
  * An upload slot: see @ref UploadFileCtx for the sequence of calls.
  *
- * @param token  the request's token, at most 1023 characters; valid during the call.
+ * @param token  the request's token, at most 255 characters; valid during the call.
  * @param funcId number of the file's kind within its family, -1 when it has none.
  * @param ctx    the upload's state, the same object in every call of one upload, owned by the library.
  * @return 0 to accept, -2 for 401, any other value is an error (500).
@@ -149,7 +154,7 @@ typedef int (*UploadSlot)(const char* token, int funcId, UploadFileCtx* ctx);
 /**
  * A download slot: fills info and returns 0 to have the file sent.
  *
- * @param token the request's token, at most 1023 characters; valid during the call.
+ * @param token the request's token, at most 255 characters; valid during the call.
  * @param info  zeroed; name and path are filled by the host, owned by the library.
  * @return 0 to send the file, -2 for 401, any other value for 500.
  */
@@ -261,7 +266,7 @@ typedef struct SdkAPISerHandle {
   /**
    * 23: bind a picture to a host (127 and 255 characters at most); failure gives 503.
    *
-   * @param token the request's token, at most 1023 characters; valid during the call.
+   * @param token the request's token, at most 255 characters; valid during the call.
    * @param hostname the host's name; valid during the call.
    * @param file the picture's file name; valid during the call.
    * @return 0 for 200, -2 for 401, any other value for 503.
@@ -270,7 +275,7 @@ typedef struct SdkAPISerHandle {
   /**
    * 24: delete a privilege picture (255 characters at most); failure gives 503.
    *
-   * @param token the request's token, at most 1023 characters; valid during the call.
+   * @param token the request's token, at most 255 characters; valid during the call.
    * @param file the picture's file name; valid during the call.
    * @return 0 for 200, -2 for 401, any other value for 503.
    */
@@ -279,7 +284,7 @@ typedef struct SdkAPISerHandle {
   /**
    * 26: settings export; failure leaves the request to the web server.
    *
-   * @param token the request's token, at most 1023 characters; valid during the call.
+   * @param token the request's token, at most 255 characters; valid during the call.
    * @param info method is set, name and path are filled by the host; owned by the library.
    * @return 0 to send the file; any other value leaves the request to the web server.
    */
@@ -294,7 +299,7 @@ typedef struct SdkAPISerHandle {
   /**
    * 32: firmware, called as an upload slot; an error other than -1 and -2 while parsing gives 406.
    *
-   * @param token the request's token, at most 1023 characters; valid during the call.
+   * @param token the request's token, at most 255 characters; valid during the call.
    * @param ctx the upload's state, owned by the library.
    * @return 0 to accept, -2 for 401, any other value is an error.
    */
