@@ -44,9 +44,9 @@ set_target_properties(civetweb PROPERTIES OUTPUT_NAME sdkapi-civetweb VERSION 1.
 add_library(sdkapi_civetweb_headers INTERFACE)
 target_include_directories(sdkapi_civetweb_headers INTERFACE ${SDKAPI_CIVETWEB_SOURCE}/include)
 
-install(TARGETS civetweb EXPORT sdkapi LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}/sdkapi NAMELINK_SKIP)
+install(TARGETS civetweb EXPORT sdkapi LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}/sdkapi COMPONENT runtime NAMELINK_SKIP)
 install(FILES ${SDKAPI_CIVETWEB_SOURCE}/include/civetweb.h
-        DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/sdkapi/civetweb)
+        DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/sdkapi/civetweb COMPONENT development)
 
 # A host that calls the web server itself looks for it in the private folder, wherever the tree was moved.
 target_link_options(civetweb INTERFACE $<INSTALL_INTERFACE:-Wl,-rpath,$<INSTALL_PREFIX>/${CMAKE_INSTALL_LIBDIR}/sdkapi>)

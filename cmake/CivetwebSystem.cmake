@@ -35,7 +35,7 @@ target_include_directories(sdkapi_civetweb_headers
 
 # What an installed tree tells its hosts about this CivetWeb.
 set(SDKAPI_CONFIG_CIVETWEB "include(\${CMAKE_CURRENT_LIST_DIR}/CivetwebFind.cmake)")
-install(FILES ${PROJECT_SOURCE_DIR}/cmake/CivetwebFind.cmake DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/sdkapi)
+install(FILES ${PROJECT_SOURCE_DIR}/cmake/CivetwebFind.cmake DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/sdkapi COMPONENT development)
 if(CIVETWEB_FOUND)
   set(SDKAPI_PC_REQUIRES civetweb)
 else()

@@ -1,16 +1,17 @@
 # What an installed tree holds beside the libraries: headers, pkg-config file, CMake package.
 include(CMakePackageConfigHelpers)
 
-install(DIRECTORY ${PROJECT_SOURCE_DIR}/include/sdkapi DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} FILES_MATCHING PATTERN "*.h")
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/include/sdkapi DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT development
+        FILES_MATCHING PATTERN "*.h")
 
 # The way from the library folder up to the prefix, so that an installed tree can be moved.
 string(REGEX REPLACE "[^/]+" ".." libdirUp ${CMAKE_INSTALL_LIBDIR})
 configure_file(cmake/sdkapi.pc.in sdkapi.pc @ONLY)
-install(FILES ${PROJECT_BINARY_DIR}/sdkapi.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+install(FILES ${PROJECT_BINARY_DIR}/sdkapi.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)
 
 set(packageFolder ${CMAKE_INSTALL_LIBDIR}/cmake/sdkapi)
 configure_package_config_file(cmake/sdkapi-config.cmake.in sdkapi-config.cmake INSTALL_DESTINATION ${packageFolder})
 write_basic_package_version_file(sdkapi-config-version.cmake COMPATIBILITY SameMajorVersion)
 install(FILES ${PROJECT_BINARY_DIR}/sdkapi-config.cmake ${PROJECT_BINARY_DIR}/sdkapi-config-version.cmake
-        DESTINATION ${packageFolder})
-install(EXPORT sdkapi NAMESPACE sdkapi:: DESTINATION ${packageFolder})
+        DESTINATION ${packageFolder} COMPONENT development)
+install(EXPORT sdkapi NAMESPACE sdkapi:: DESTINATION ${packageFolder} COMPONENT development)

@@ -54,7 +54,7 @@ int ServeFileList(mg_connection* conn, CustomReqInfo* req) {
   constexpr int kGet = 0;
   return Guarded([&] {
     if (req->method == kGet) SendJson(conn, 200, FileList());
-    if (req->method != kGet) SendJson(conn, 405, {{"error", "only GET"}});
+    if (req->method != kGet) SendJson(conn, 405, {{"error", "method not allowed"}});
     return 0;
   });
 }

@@ -30,7 +30,7 @@ def run(port, script):
 def main():
     port = free_port()
     with tempfile.TemporaryDirectory() as folder:
-        arguments = [sys.argv[1], "--http-port", str(port), "--https-port", "0", "--data-dir", folder]
+        arguments = [*sys.argv[1].split(), "--http-port", str(port), "--https-port", "0", "--data-dir", folder]
         with subprocess.Popen(arguments, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL) as process:
             try:
                 wait_for(port, process)
