@@ -1,4 +1,5 @@
-// Waiting for something to happen, with a deadline that is generous where instrumentation or emulation slows things down.
+// Waiting for something to happen, with a deadline that is generous where instrumentation or emulation slows
+// things down.
 #pragma once
 
 #include <chrono>
