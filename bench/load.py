@@ -25,7 +25,7 @@ def wrk(server, path, seconds, tls=False, script=None):
     text = subprocess.run(command, capture_output=True, text=True, check=True).stdout
     if "Non-2xx" in text:
         raise RuntimeError(f"{server.name}: {text}")
-    latencies = [milliseconds(re.search(rf"{part}%\s+(\S+)", text).group(1)) for part in (50, 99)]
+    latencies = [milliseconds(re.search(rf"^ +{part}% +(\S+)", text, re.M).group(1)) for part in (50, 99)]
     return float(re.search(r"Requests/sec:\s+([\d.]+)", text).group(1)), *latencies
 
 
