@@ -2,7 +2,10 @@
 
 # -Wrestrict is off: GCC 12 reports it falsely for std::string.
 function(sdkapi_target_warnings target)
-  set(common -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Wformat=2 -Wundef -Wcast-align -Wno-restrict -Werror)
+  set(common -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Wformat=2 -Wundef -Wcast-align -Werror)
+  if(CMAKE_CXX_COMPILER_ID STREQUAL GNU)
+    list(APPEND common -Wno-restrict)
+  endif()
   target_compile_options(
     ${target} PRIVATE ${common} $<$<COMPILE_LANGUAGE:CXX>:-Wold-style-cast -Wnon-virtual-dtor -Woverloaded-virtual
                                                           -Wmissing-declarations>

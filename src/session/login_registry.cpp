@@ -133,4 +133,9 @@ int UsrManageTask() {
 
 }  // namespace sdkapi
 
-SdkAPISerHandle* GetLoginHandle(const char* token) { return sdkapi::FindLogin(token).get(); }
+SdkAPISerHandle* GetLoginHandle(const char* token) {
+  // The registry's own share keeps the table after this one is given back.
+  const sdkapi::LoginPtr login = sdkapi::FindLogin(token);
+  SdkAPISerHandle* const table = login.get();
+  return table;
+}
