@@ -7,12 +7,14 @@
 #include <openssl/x509v3.h>
 #include <sodium.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <array>
 #include <cstdio>
 #include <fstream>
 #include <memory>
 #include <stdexcept>
+#include <string>
 
 #include "certificates.h"
 
@@ -84,11 +86,16 @@ void WriteIdentity(const std::string& phrase) {
   const KeyPtr key(EVP_RSA_gen(kKeyBits));
   if (!key) throw std::runtime_error("no TLS key can be made");
   const CertificatePtr certificate = MakeCertificate(key.get());
-  const std::unique_ptr<std::FILE, CloseFile> file(std::fopen(kServerCertificate, "w"));
+  // Under another name first: a device that loses power here makes a new identity instead of half a one.
+  const std::string unfinished = std::string(kServerCertificate) + ".new";
+  std::unique_ptr<std::FILE, CloseFile> file(std::fopen(unfinished.c_str(), "w"));
   const bool written = file && PEM_write_X509(file.get(), certificate.get()) == 1 &&
                        PEM_write_PKCS8PrivateKey(file.get(), key.get(), EVP_aes_256_cbc(), phrase.data(),
-                                                 static_cast<int>(phrase.size()), nullptr, nullptr) == 1;
-  if (!written) throw std::runtime_error("tls/server.pem cannot be written");
+                                                 static_cast<int>(phrase.size()), nullptr, nullptr) == 1 &&
+                       std::fflush(file.get()) == 0 && fsync(fileno(file.get())) == 0;
+  file.reset();
+  if (!written || std::rename(unfinished.c_str(), kServerCertificate) != 0)
+    throw std::runtime_error("tls/server.pem cannot be written");
 }
 
 }  // namespace
