@@ -193,4 +193,13 @@ TEST_F(ResponseTest, TheDrainStopsAtAFailedRead) {
   EXPECT_FALSE(conn.keepAlive);
 }
 
+TEST_F(ResponseTest, TheDrainStopsAt64MiB) {
+  constexpr std::size_t kMiB = 1024 * 1024;
+  mg_connection conn("POST", "/");
+  conn.Body(std::string(65 * kMiB, 'b'));
+  sdkapi::EndConnection(&conn);
+  EXPECT_EQ(conn.readCalls, 64 * kMiB / 8192);
+  EXPECT_FALSE(conn.keepAlive);
+}
+
 }  // namespace
