@@ -38,7 +38,7 @@ def after_routes(build, folder, count):
 
 def texts(server, count):
     """Microseconds until one text has reached every client."""
-    return 1e6 * count / broadcast(server, count, 20000 // count)
+    return 1e6 * count / broadcast(server, count, 200000 // count)
 
 
 def download(server, kib):

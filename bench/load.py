@@ -1,5 +1,6 @@
 """The clients of the benchmarks: each function drives one server and returns one figure."""
 import re
+import selectors
 import socket
 import statistics
 import subprocess
@@ -132,15 +133,21 @@ def broadcast(server, clients, texts):
     sockets = [open_socket(server) for _ in range(clients)]
     order = str(texts).encode()
 
-    def read(client):
-        buffer = bytearray(1 << 18)
-        left = EVENT_FRAME * texts
-        while left > 0 and (count := client.recv_into(buffer)):
-            left -= count
-
-    begun = time.perf_counter()
-    sockets[0].sendall(bytes([0x81, 0x80 | len(order)]) + b"\0\0\0\0" + order)
-    run_all([threading.Thread(target=read, args=(client,)) for client in sockets])
+    buffer = bytearray(1 << 18)
+    left = dict.fromkeys(sockets, EVENT_FRAME * texts)
+    with selectors.DefaultSelector() as readable:
+        for client in sockets:
+            readable.register(client, selectors.EVENT_READ)
+        begun = time.perf_counter()
+        sockets[0].sendall(bytes([0x81, 0x80 | len(order)]) + b"\0\0\0\0" + order)
+        while left:
+            for client in [key.fileobj for key, _ in readable.select()]:
+                count = client.recv_into(buffer)
+                assert count > 0, "the server closed"
+                left[client] -= count
+                if left[client] <= 0:
+                    readable.unregister(client)
+                    del left[client]
     rate = clients * texts / (time.perf_counter() - begun)
     close_sockets(server, sockets)
     return rate

@@ -65,7 +65,7 @@ def compare_servers(table, library, bare, folder, seconds):
         table.compare(f"{scheme} POST login", "req/s", lambda s: wrk(s, "/api/v1/auth/login", seconds, tls, script),
                       library, bare, 0.97)
         for label, size in SIZES.items():
-            count = {"1 KB": 100, "1 MB": 40, "200 MB": 1}[label]
+            count = {"1 KB": 2000, "1 MB": 200, "200 MB": 2}[label]
             table.compare(f"{scheme} upload {label}", "MB/s",
                           lambda s: statistics.mean(post_file(s, size, tls) for _ in range(count)), library, bare, 0.9)
             table.compare(f"{scheme} download {label}", "MB/s",
@@ -75,7 +75,7 @@ def compare_servers(table, library, bare, folder, seconds):
             table.compare(f"{scheme} preview, {viewers} viewers", "pict/s", lambda s: watch(s, viewers, seconds, tls),
                           library, bare, 0.9)
     for clients in (1, 10, 40):
-        table.compare(f"broadcast to {clients}", "texts/s", lambda s: broadcast(s, clients, 20000 // clients), library,
+        table.compare(f"broadcast to {clients}", "texts/s", lambda s: broadcast(s, clients, 200000 // clients), library,
                       bare, 0.9)
 
 
