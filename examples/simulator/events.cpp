@@ -12,10 +12,10 @@
 
 #include "commands.h"
 #include "device.h"
+#include "login_tokens.h"
 #include "sdkapi/sdkapi.h"
 #include "slot_guard.h"
 #include "units.h"
-#include "users.h"
 
 namespace sim {
 namespace {

@@ -1,4 +1,4 @@
-// The device's users: passwords, roles, lock-out, and the tokens of their logins.
+// The device's users: passwords, roles, and what may be changed by whom.
 #include "users.h"
 
 #include <sodium.h>
@@ -6,29 +6,19 @@
 #include <algorithm>
 #include <array>
 #include <atomic>
-#include <chrono>
 #include <cstdio>
-#include <deque>
-#include <map>
 #include <mutex>
 #include <stdexcept>
 
 #include "database.h"
+#include "login_tokens.h"
 #include "names.h"
 #include "slot_guard.h"
 
 namespace sim {
 namespace {
 
-using Clock = std::chrono::steady_clock;
 using nlohmann::json;
-
-constexpr int kMostFailures = 5;
-constexpr auto kLockTime = std::chrono::seconds(60);
-constexpr auto kLoginGrace =
-    std::chrono::seconds(5);  // the library registers a login after this program's answer
-constexpr std::size_t kMostTokens = 256;
-constexpr std::size_t kMostLockNames = 1000;
 
 // What the code of a user change means.
 enum UserCode : int {
@@ -42,20 +32,6 @@ enum UserCode : int {
   kBadRole = 7
 };
 
-struct Attempts {
-  int failures = 0;
-  Clock::time_point lockedUntil;
-};
-
-struct TokenEntry {
-  std::string token;
-  std::string user;
-  Clock::time_point made;
-};
-
-std::mutex mutex;  // guards the two below; the database has a lock of its own
-std::map<std::string, Attempts, std::less<>> attempts;
-std::deque<TokenEntry> tokens;
 std::mutex changeMutex;  // one change of the user table at a time: rules are checked before it is written
 std::atomic<bool> authentication{true};
 
@@ -84,62 +60,9 @@ bool PasswordMatches(const std::string& name, const std::string& password) {
 
 User ToUser(const Database::Row& row) { return {row[0], std::stoi(row[1]), std::stoi(row[2])}; }
 
-std::optional<User> FindUser(const std::string& name) {
-  const auto rows = TheDatabase().Query("SELECT name, role, firstlogin FROM users WHERE name = ?", {name});
-  if (rows.empty()) return std::nullopt;
-  return ToUser(rows[0]);
-}
-
 void AddUser(const std::string& name, const std::string& hash, int role, int firstLogin) {
   TheDatabase().Execute("INSERT INTO users (name, hash, role, firstlogin) VALUES (?, ?, ?, ?)",
                         {name, hash, std::to_string(role), std::to_string(firstLogin)});
-}
-
-std::string NewToken() {
-  std::array<unsigned char, 32> bytes{};
-  randombytes_buf(bytes.data(), bytes.size());
-  std::array<char, sodium_base64_ENCODED_LEN(32, sodium_base64_VARIANT_URLSAFE_NO_PADDING)> text{};
-  sodium_bin2base64(text.data(), text.size(), bytes.data(), bytes.size(),
-                    sodium_base64_VARIANT_URLSAFE_NO_PADDING);
-  return text.data();
-}
-
-int64_t LockedSeconds(const std::string& name) {
-  const std::lock_guard lock(mutex);
-  const auto found = attempts.find(name);
-  if (found == attempts.end()) return 0;
-  const auto left = found->second.lockedUntil - Clock::now();
-  return std::max<int64_t>(0, std::chrono::ceil<std::chrono::seconds>(left).count());
-}
-
-void NoteFailure(const std::string& name) {
-  const std::lock_guard lock(mutex);
-  // Made-up names must not push out the failures of real ones.
-  if (attempts.size() > kMostLockNames)
-    std::erase_if(attempts, [](const auto& known) { return !FindUser(known.first); });
-  Attempts& entry = attempts[name];
-  if (++entry.failures < kMostFailures) return;
-  entry = {0, Clock::now() + kLockTime};
-}
-
-std::string RememberToken(const std::string& name) {
-  const std::lock_guard lock(mutex);
-  attempts.erase(name);
-  if (tokens.size() >= kMostTokens) tokens.pop_front();
-  tokens.push_back({NewToken(), name, Clock::now()});
-  return tokens.back().token;
-}
-
-void RenameTokens(const std::string& from, const std::string& to) {
-  const std::lock_guard lock(mutex);
-  for (TokenEntry& entry : tokens) {
-    if (entry.user == from) entry.user = to;
-  }
-}
-
-void EndTokensOf(const std::string& name) {
-  const std::lock_guard lock(mutex);
-  std::erase_if(tokens, [&](const TokenEntry& entry) { return entry.user == name; });
 }
 
 bool IsLastAdministrator(const std::string& name) {
@@ -225,9 +148,13 @@ void ResetUsers() {
     AddUser("admin", Hash("admin"), kAdministrator, 1);
     transaction.Commit();
   }
-  const std::lock_guard lock(mutex);
-  tokens.clear();
-  attempts.clear();
+  ForgetAllLogins();
+}
+
+std::optional<User> FindUser(const std::string& name) {
+  const auto rows = TheDatabase().Query("SELECT name, role, firstlogin FROM users WHERE name = ?", {name});
+  if (rows.empty()) return std::nullopt;
+  return ToUser(rows[0]);
 }
 
 std::vector<User> ListUsers() {
@@ -241,15 +168,8 @@ std::vector<User> ListUsers() {
 std::optional<User> UserForToken(std::string_view token) {
   // The library's own switch counts, too: a client may have changed it.
   if (!authentication || SdkAPISer_AuthenticationSwitch_Get() == 1) return User{"admin", kAdministrator, 0};
-  std::string name;
-  {
-    const std::lock_guard lock(mutex);
-    const auto found = std::find_if(tokens.begin(), tokens.end(),
-                                    [&](const TokenEntry& entry) { return entry.token == token; });
-    if (found == tokens.end()) return std::nullopt;
-    name = found->user;
-  }
-  return FindUser(name);
+  const auto name = OwnerOfToken(token);
+  return name ? FindUser(*name) : std::nullopt;
 }
 
 bool MayWrite(std::string_view token) {
@@ -260,14 +180,6 @@ bool MayWrite(std::string_view token) {
 bool IsAdministrator(std::string_view token) {
   const auto user = UserForToken(token);
   return user && user->role == kAdministrator;
-}
-
-void ForgetEndedLogins() {
-  const std::lock_guard lock(mutex);
-  const auto oldest = Clock::now() - kLoginGrace;
-  std::erase_if(tokens, [&](const TokenEntry& entry) {
-    return entry.made < oldest && GetLoginHandle(entry.token.c_str()) == nullptr;
-  });
 }
 
 json ExportUsers() {

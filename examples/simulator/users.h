@@ -1,4 +1,4 @@
-// The device's users: passwords, roles, lock-out, and the tokens of their logins.
+// The device's users: passwords and roles.
 #pragma once
 
 #include <nlohmann/json.hpp>
@@ -27,14 +27,12 @@ void StartUsers(bool authenticate);
 void ResetUsers();
 
 std::vector<User> ListUsers();
+std::optional<User> FindUser(const std::string& name);
 
 // The user of a login's token; nothing when the token is unknown to the device.
 std::optional<User> UserForToken(std::string_view token);
 bool MayWrite(std::string_view token);
 bool IsAdministrator(std::string_view token);
-
-// Forgets tokens whose login the library has ended.
-void ForgetEndedLogins();
 
 // All users with their password hashes, for the settings archive.
 nlohmann::json ExportUsers();
