@@ -1,5 +1,6 @@
 // The simulated device: configures the library, starts it, waits for a signal, stops it.
 #include <arpa/inet.h>
+#include <malloc.h>
 #include <netinet/in.h>
 #include <signal.h>
 #include <sys/socket.h>
@@ -30,6 +31,7 @@ namespace {
 
 constexpr int kPortTaken = 2;
 constexpr const char* kWebSocketUrl = "/ws";
+constexpr int kLargeBlock = 1024 * 1024;
 
 void EnterDataFolder(const std::string& folder) {
   for (const char* const part : {"tls", "files/priv", "log", "tmp"}) {
@@ -56,7 +58,8 @@ bool PortIsTaken(int port) {
 
 // Everything that the device itself needs before requests arrive.
 void StartParts(const Options& options) {
-  umask(077);  // keys and password hashes are the device's own
+  mallopt(M_MMAP_THRESHOLD, kLargeBlock);  // a password's 8 MiB go back at once, no thread keeps them
+  umask(077);                              // keys and password hashes are the device's own
   EnterDataFolder(options.dataDir);
   StartLog(options.logLevel);
   SdkApiSer_Printf(WriteLogLine);
