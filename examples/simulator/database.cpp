@@ -72,6 +72,7 @@ std::vector<Database::Row> Database::Query(const std::string& sql, const std::ve
 }
 
 Transaction::Transaction(Database& database) : database_(database), lock_(database.mutex_) {
+  if (sqlite3_get_autocommit(database_.connection_.get()) == 0) return;
   database_.Execute("BEGIN IMMEDIATE");
   open_ = true;
 }
@@ -81,6 +82,7 @@ Transaction::~Transaction() {
 }
 
 void Transaction::Commit() {
+  if (!open_) return;
   database_.Execute("COMMIT");
   open_ = false;
 }
@@ -88,5 +90,10 @@ void Transaction::Commit() {
 void OpenDatabase(const std::string& path) { database = std::make_unique<Database>(path); }
 
 Database& TheDatabase() { return *database; }
+
+std::unique_lock<std::recursive_mutex> OneChange() {
+  static std::recursive_mutex mutex;
+  return std::unique_lock(mutex);
+}
 
 }  // namespace sim

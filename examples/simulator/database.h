@@ -33,7 +33,7 @@ class Database {
 };
 
 // Makes the statements of one thread one change: without Commit they are undone at the end of the scope.
-// Other threads' statements wait meanwhile.
+// Other threads' statements wait meanwhile. A transaction within another is a part of it.
 class Transaction {
  public:
   explicit Transaction(Database& database);
@@ -52,5 +52,8 @@ class Transaction {
 // Opens the database file and makes missing tables; once, before anything uses TheDatabase.
 void OpenDatabase(const std::string& path);
 Database& TheDatabase();
+
+// One change at a time, from the check of its rules to its last statement. Taken before a transaction begins.
+std::unique_lock<std::recursive_mutex> OneChange();
 
 }  // namespace sim

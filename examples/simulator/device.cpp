@@ -9,9 +9,15 @@
 #include <fstream>
 #include <mutex>
 #include <optional>
+#include <stdexcept>
 
+#include "database.h"
 #include "events.h"
+#include "files.h"
+#include "firmware.h"
+#include "login_tokens.h"
 #include "media.h"
+#include "privileges.h"
 #include "slot_guard.h"
 #include "units.h"
 #include "users.h"
@@ -25,6 +31,7 @@ using Clock = std::chrono::steady_clock;
 constexpr auto kRebootTime = std::chrono::seconds(3);
 constexpr int kSessionSeconds = 43200;
 constexpr const char* kFirstVersion = "1.0.0";
+constexpr const char* kVersionFile = "build.config";
 
 struct Reboot {
   Clock::time_point until;
@@ -36,10 +43,8 @@ std::mutex mutex;
 std::string version;
 std::optional<Reboot> reboot;
 
-void WriteVersion(const std::string& text) {
-  const char* const fresh = "tmp/build.config";
-  std::ofstream(fresh) << json{{"SoftwareVersion", text}} << '\n';
-  if (std::rename(fresh, "build.config") != 0) throw std::runtime_error("build.config cannot be written");
+bool WriteVersion(const std::string& text) {
+  return ReplaceFile(kVersionFile, json{{"SoftwareVersion", text}}.dump() + '\n');
 }
 
 json RebootEvent(const char* phase, const std::string& text) {
@@ -50,15 +55,26 @@ json RebootEvent(const char* phase, const std::string& text) {
 std::string TakeFinishedReboot() {
   const std::lock_guard lock(mutex);
   if (!reboot || Clock::now() < reboot->until) return "";
-  version = reboot->version;
+  const std::string next = reboot->version;
   reboot.reset();
-  return version;
+  return next;
+}
+
+// Factory state of everything in the database, or nothing of it.
+void ResetDatabase() {
+  const auto change = OneChange();
+  Transaction transaction(TheDatabase());
+  ClearPrivileges();
+  ResetUnits();
+  ResetUsers();
+  transaction.Commit();
 }
 
 }  // namespace
 
 void StartDevice() {
-  if (!std::ifstream("build.config").good()) WriteVersion(kFirstVersion);
+  if (!std::ifstream(kVersionFile).good() && !WriteVersion(kFirstVersion))
+    throw std::runtime_error("build.config cannot be written");
   const std::lock_guard lock(mutex);
   version = SdkAPiSer_Version_Get();
 }
@@ -99,7 +115,11 @@ json CurrentUpgrade() {
 void TickDevice() {
   const std::string finished = TakeFinishedReboot();
   if (finished.empty()) return;
-  WriteVersion(finished);
+  if (!WriteVersion(finished)) return ReportFirmwareFailure();
+  {
+    const std::lock_guard lock(mutex);
+    version = finished;
+  }
   Publish(RebootEvent("done", finished));
 }
 
@@ -126,9 +146,9 @@ int WriteUptime(char* uptime) {
 int RestoreFactoryState(const char* token, CustomRestoreArg* /*arg*/) {
   return Guarded([&] {
     if (!IsAdministrator(token)) return kNotAuthorised;
+    ResetDatabase();
+    ForgetAllLogins();
     ResetFiles();
-    ResetUnits();
-    ResetUsers();
     Publish({{"type", "restored"}});
     return 0;
   });

@@ -15,7 +15,6 @@
 #include <utility>
 
 #include "media.h"
-#include "privileges.h"
 #include "upload_checks.h"
 
 namespace sim {
@@ -144,7 +143,6 @@ void EmptyFolder(const char* folder) {
 }
 
 void ResetFiles() {
-  ClearPrivileges();
   EmptyFolder(kFileDir);
   std::filesystem::create_directories(kPrivDir);
 }

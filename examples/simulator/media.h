@@ -28,7 +28,7 @@ int DeletePrivilege(const char* token, const char* file);
 // Registers the file routes below /sim; call it after each start of the server.
 void RegisterFileRoutes();
 
-// Deletes every uploaded file and every privilege binding; certificates stay.
+// Deletes every uploaded file; certificates stay.
 void ResetFiles();
 
 // Call StartMedia before the server starts, with the working directory set to the data folder and the

@@ -12,6 +12,7 @@
 #include <utility>
 #include <vector>
 
+#include "database.h"
 #include "device.h"
 #include "files.h"
 #include "privileges.h"
@@ -198,31 +199,26 @@ std::optional<Content> TakeApart(const std::string& path) {
   return content;
 }
 
-// One document of an import, with the way back.
 struct Section {
   const char* name;
-  json (*save)();
   bool (*load)(const json& document);
 };
 
 constexpr std::array<Section, 3> kSections{{
-    {kUnits, ExportUnits, ImportUnits},
-    {kUsers, ExportUsers, ImportUsers},
-    {kBindings, ExportBindings, ImportBindings},
+    {kUnits, ImportUnits},
+    {kUsers, ImportUsers},
+    {kBindings, ImportBindings},
 }};
 
-// Loads all documents, or brings those already loaded back.
+// All documents or none.
 bool LoadDocuments(const Content& content) {
-  std::vector<std::pair<const Section*, json>> loaded;
+  const auto change = OneChange();
+  Transaction transaction(TheDatabase());
   for (const Section& section : kSections) {
     const auto document = content.documents.find(section.name);
-    if (document == content.documents.end()) continue;
-    loaded.emplace_back(&section, section.save());
-    if (section.load(document->second)) continue;
-    for (auto earlier = loaded.rbegin(); earlier != loaded.rend(); ++earlier)
-      earlier->first->load(earlier->second);
-    return false;
+    if (document != content.documents.end() && !section.load(document->second)) return false;
   }
+  transaction.Commit();
   return true;
 }
 
@@ -245,6 +241,7 @@ bool HoldsUsers(std::string_view methodName) {
 bool ImportSettings(const std::string& path) {
   auto content = TakeApart(path);
   if (!content || !LoadDocuments(*content)) return false;
+  if (content->documents.contains(kUnits)) PublishUnits();
   bool good = true;
   for (auto& [target, file] : content->files) good = file.CommitTo(target) && good;
   return good;

@@ -4,7 +4,6 @@
 #include <algorithm>
 #include <array>
 #include <cstdio>
-#include <mutex>
 
 #include "database.h"
 #include "events.h"
@@ -21,8 +20,6 @@ using nlohmann::json;
 constexpr int kUnitsPerType = 4;
 constexpr const char* kColumns = "SELECT name, type, online, ip, mac, edid, input FROM units";
 constexpr std::size_t kEdidSize = 128;
-
-std::mutex changeMutex;  // rules are checked before a change is written
 
 // A 1920x1080 display of this device's own make, with the unit's number as its serial number.
 std::string FactoryEdid(int number) {
@@ -132,7 +129,7 @@ void StartUnits() {
 }
 
 void ResetUnits() {
-  const std::lock_guard lock(changeMutex);
+  const auto lock = OneChange();
   Transaction transaction(TheDatabase());
   TheDatabase().Execute("DELETE FROM units");
   for (const char* const type : {"tx", "rx"}) {
@@ -177,7 +174,7 @@ std::optional<UnitChange> ToUnitChange(const json& body) {
 }
 
 std::string ChangeUnit(const std::string& name, const UnitChange& change) {
-  const std::lock_guard lock(changeMutex);
+  const auto lock = OneChange();
   const auto unit = FindUnit(name);
   if (!unit) return "no such unit";
   if (const std::string reason = Check(*unit, change); !reason.empty()) return reason;
@@ -196,13 +193,16 @@ bool ImportUnits(const json& units) {
   if (!units.is_array() || units.empty() || !std::all_of(units.begin(), units.end(), IsStoredUnit))
     return false;
   if (!HaveOwnNames(units)) return false;
-  const std::lock_guard lock(changeMutex);
+  const auto lock = OneChange();
   Transaction transaction(TheDatabase());
   TheDatabase().Execute("DELETE FROM units");
   for (const json& unit : units) Insert(FromJson(unit));
   transaction.Commit();
-  for (const Unit& unit : ListUnits()) PublishUnit(unit, unit.name);
   return true;
+}
+
+void PublishUnits() {
+  for (const Unit& unit : ListUnits()) PublishUnit(unit, unit.name);
 }
 
 int WriteUnitList(const char* token, char* list) {

@@ -44,6 +44,9 @@ std::string ChangeUnit(const std::string& name, const UnitChange& change);
 nlohmann::json ExportUnits();
 bool ImportUnits(const nlohmann::json& units);
 
+// Tells all clients about every unit, after an import.
+void PublishUnits();
+
 // Slot of the host table: the units as one JSON text.
 int WriteUnitList(const char* token, char* list);
 

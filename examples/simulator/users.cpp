@@ -7,7 +7,6 @@
 #include <array>
 #include <atomic>
 #include <cstdio>
-#include <mutex>
 #include <stdexcept>
 
 #include "database.h"
@@ -32,7 +31,6 @@ enum UserCode : int {
   kBadRole = 7
 };
 
-std::mutex changeMutex;  // one change of the user table at a time: rules are checked before it is written
 std::atomic<bool> authentication{true};
 
 std::string Hash(const std::string& password) {
@@ -90,18 +88,17 @@ UserCode DeleteUser(const std::string& name) {
   return kDone;
 }
 
-UserCode ChangePassword(const std::string& name, const char* password) {
-  if (!IsStrong(password)) return kWeakPassword;
-  TheDatabase().Execute("UPDATE users SET hash = ?, firstlogin = 0 WHERE name = ?", {Hash(password), name});
-  return kDone;
-}
-
-UserCode ChangeName(const std::string& name, const std::string& newName) {
-  if (!IsName(newName)) return kBadName;
-  if (newName == name) return kDone;
-  if (FindUser(newName)) return kUserExists;
-  TheDatabase().Execute("UPDATE users SET name = ? WHERE name = ?", {newName, name});
-  RenameTokens(name, newName);
+// Both or neither, whatever fails in between; an empty hash leaves the password.
+UserCode StoreChange(const std::string& name, const std::string& newName, const std::string& hash) {
+  Transaction transaction(TheDatabase());
+  if (newName != name) {
+    if (!IsName(newName)) return kBadName;
+    if (FindUser(newName)) return kUserExists;
+    TheDatabase().Execute("UPDATE users SET name = ? WHERE name = ?", {newName, name});
+  }
+  if (!hash.empty())
+    TheDatabase().Execute("UPDATE users SET hash = ?, firstlogin = 0 WHERE name = ?", {hash, newName});
+  transaction.Commit();
   return kDone;
 }
 
@@ -112,12 +109,10 @@ UserCode Change(const std::string& name, const ChangeUserRequest& request) {
   if (!FindUser(name)) return kNoSuchUser;
   if (!PasswordMatches(name, request.oldpassword)) return kWrongPassword;
   if (changesPassword && !IsStrong(request.newpassword)) return kWeakPassword;
-  if (changesName) {
-    const UserCode renamed = ChangeName(name, request.newusername);
-    if (renamed != kDone) return renamed;
-  }
-  return changesPassword ? ChangePassword(changesName ? request.newusername : name, request.newpassword)
-                         : kDone;
+  const std::string newName = changesName ? request.newusername : name;
+  const UserCode code = StoreChange(name, newName, changesPassword ? Hash(request.newpassword) : "");
+  if (code == kDone) RenameTokens(name, newName);
+  return code;
 }
 
 bool IsStoredUser(const json& user) {
@@ -141,14 +136,11 @@ void StartUsers(bool authenticate) {
 }
 
 void ResetUsers() {
-  const std::lock_guard change(changeMutex);
-  {
-    Transaction transaction(TheDatabase());
-    TheDatabase().Execute("DELETE FROM users");
-    AddUser("admin", Hash("admin"), kAdministrator, 1);
-    transaction.Commit();
-  }
-  ForgetAllLogins();
+  const auto change = OneChange();
+  Transaction transaction(TheDatabase());
+  TheDatabase().Execute("DELETE FROM users");
+  AddUser("admin", Hash("admin"), kAdministrator, 1);
+  transaction.Commit();
 }
 
 std::optional<User> FindUser(const std::string& name) {
@@ -197,7 +189,7 @@ bool ImportUsers(const json& users) {
   if (!users.is_array() || !std::all_of(users.begin(), users.end(), IsStoredUser)) return false;
   if (!std::any_of(users.begin(), users.end(), isAdministrator)) return false;
   if (!HaveOwnNames(users)) return false;
-  const std::lock_guard change(changeMutex);
+  const auto change = OneChange();
   Transaction transaction(TheDatabase());
   TheDatabase().Execute("DELETE FROM users");
   for (const json& user : users) {
@@ -242,7 +234,7 @@ int ChangeUser(const char* token, ChangeUserRequest* request) {
     if (!caller) return kNotAuthorised;
     const std::string subject = Subject(*caller, *request);
     if (subject != caller->name && caller->role != kAdministrator) return kNotAuthorised;
-    const std::lock_guard change(changeMutex);
+    const auto change = OneChange();
     request->code = Change(subject, *request);
     return 0;
   });
@@ -251,7 +243,7 @@ int ChangeUser(const char* token, ChangeUserRequest* request) {
 int ManageUser(const char* token, ManageUserRequest* request) {
   return Guarded([&] {
     if (!IsAdministrator(token)) return kNotAuthorised;
-    const std::lock_guard change(changeMutex);
+    const auto change = OneChange();
     request->code =
         static_cast<uint32_t>(request->action == 0 ? CreateUser(*request) : DeleteUser(request->username));
     return 0;

@@ -23,7 +23,7 @@ struct User {
 // administrator's.
 void StartUsers(bool authenticate);
 
-// Factory state: the first administrator alone; all tokens end.
+// Factory state: the first administrator alone.
 void ResetUsers();
 
 std::vector<User> ListUsers();
