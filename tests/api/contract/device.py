@@ -1,6 +1,7 @@
 """A simulated device of its own for each part of the test, and raw requests to it."""
 import json
 import pathlib
+import shutil
 import signal
 import socket
 import ssl
@@ -22,16 +23,30 @@ def free_port():
 class Device:
     """The simulated device in factory state."""
 
-    def __init__(self, program, *options, tls=False):
+    def __init__(self, program, *options, tls=False, copy_of=None, environment=None):
         self.folder = tempfile.TemporaryDirectory()
+        if copy_of:
+            shutil.copytree(copy_of, self.folder.name, dirs_exist_ok=True)
         self.port, self.tls = free_port(), tls
         ports = ("0", str(self.port)) if tls else (str(self.port), "0")
-        self.process = subprocess.Popen([program, "--http-port", ports[0], "--https-port", ports[1], "--data-dir",
-                                         self.folder.name, *options], stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, text=True)
+        self.command = [program, "--http-port", ports[0], "--https-port", ports[1], "--data-dir", self.folder.name, *options]
+        self.environment = environment
+        self.start()
+
+    def start(self):
+        self.process = subprocess.Popen(self.command, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, text=True,
+                                        env=self.environment)
         for line in self.process.stdout:
             if line.strip() == "ready":
                 break
         self.token_ = ""
+
+    def lose_power(self):
+        """Ends the process at once, and starts it again."""
+        self.process.kill()
+        self.process.wait(60)
+        self.process.stdout.close()
+        self.start()
 
     def __enter__(self):
         return self

@@ -1,0 +1,188 @@
+#!/usr/bin/python3
+"""Storage that fails loses nothing: every write, flush and rename of every change fails in turn.
+
+usage: storage_faults_test.py SIMULATOR FAILING_STORAGE [REGEX]
+
+After each failure the device shows its old state or its new one, never a mixture; what it called done is still
+done when the power is lost in the next instant; and the same change succeeds when the storage works again.
+"""
+import errno
+import hashlib
+import io
+import json
+import mmap
+import os
+import pathlib
+import re
+import shutil
+import struct
+import sys
+import tempfile
+import time
+import zipfile
+
+from device import Device, Reply, form, request, shared
+
+OLD, NEW = "Correct-Horse-7", "Other-Horse-8"
+MOST_CALLS = 200
+FULL, BROKEN = (errno.ENOSPC, 1), (errno.EIO, 0)  # a disk that stays full; one call that fails
+
+
+class Storage:
+    """Tells the preloaded library which call fails."""
+
+    def __init__(self, library):
+        self.file = tempfile.NamedTemporaryFile()
+        self.file.write(bytes(16))
+        self.file.flush()
+        self.command = mmap.mmap(self.file.fileno(), 16)
+        self.environment = {**os.environ, "LD_PRELOAD": library, "FAILING_STORAGE": self.file.name}
+
+    def fail(self, call, fault):
+        self.command[:] = struct.pack("4i", call, *fault, 0)
+
+    def work(self):
+        """Ends the failures; whether there was one."""
+        hits = struct.unpack("4i", self.command[:])[3]
+        self.command[:] = bytes(16)
+        return hits > 0
+
+
+def post_json(device, path, **members):
+    return Reply(device.exchange(request("post", path, device.token(), json.dumps(members).encode(), "application/json")))
+
+
+def get(device, path):
+    return Reply(device.exchange(request("get", path, device.token())))
+
+
+def upload(device, path, content, name="file.bin"):
+    return Reply(device.exchange(request("post", path, device.token(), *form(content, name))))
+
+
+def accepted(reply):
+    """Status 200, and the code 0 where there is one; some failures are answered with nothing."""
+    if reply.empty or reply.status != 200:
+        return False
+    code = re.search(rb'"code"\s*:\s*(\d+)', reply.content())
+    return code is None or code.group(1) == b"0"
+
+
+def version(device):
+    return json.loads(get(device, "/sim/status").content())["version"]
+
+
+def state(device):
+    """What a client can see of everything that is kept."""
+    log_ins = [bool(device.log_in(name, password)) for name in ("kim", "pat") for password in (OLD, NEW)]
+    files = json.loads(get(device, "/sim/files").content())["files"]
+    pictures = json.loads(get(device, "/getprivjson").content())["6000list"]
+    bindings = [(row["picname"], row["hostname"]) for row in pictures if row["hostname"]]
+    return {"database": [get(device, "/sim/units").content(), get(device, "/sim/users").content(), bindings, log_ins],
+            "pictures": [row["picname"] for row in pictures],
+            "version": version(device),
+            "logo": Reply(device.exchange(request("get", "/download/logo", ""))).content(),
+            "files": [(file["kind"], file["size"]) for file in files]}
+
+
+def picture(number):
+    return shared(f"docs/images/{('login', 'users')[number]}.png").read_bytes()
+
+
+def prepare(device):
+    """A state in which every member of it can change."""
+    assert accepted(upload(device, "/upload/logo", picture(0)))
+    assert accepted(upload(device, "/upload/priv", picture(0), "a.png"))
+    assert get(device, "/specifypriv?hostname=RX01&file=a.png").status == 200
+    assert accepted(post_json(device, "/createuser", username="kim", password=OLD, role=2))
+    exported = get(device, "/api/v1/settings/export?method=full").content()
+    assert zipfile.ZipFile(io.BytesIO(exported)).testzip() is None
+    assert accepted(post_json(device, "/createuser", username="old", password=OLD, role=3))
+    assert accepted(post_json(device, "/sim/units/TX01", name="camera"))
+    assert accepted(upload(device, "/upload/logo", picture(1)))
+    assert get(device, "/specifypriv?hostname=RX02&file=a.png").status == 200
+    return exported
+
+
+def upgrade(device):
+    """The version is written when the simulated reboot is over."""
+    image = b"image"
+    head = json.dumps({"version": "2.0.0", "size": len(image), "sha256": hashlib.sha256(image).hexdigest()})
+    if not accepted(upload(device, "/api/v1/fw_upload", f"SDKFW1\n{head}\n".encode() + image)):
+        return False
+    while get(device, "/dev_info").status != 200:
+        time.sleep(0.1)
+    return version(device) == "2.0.0"
+
+
+def changes(exported):
+    """What changes the state; true when the device called it done."""
+    return {
+        "upload a picture": lambda device: accepted(upload(device, "/upload/logo", picture(0))),
+        "upload a picture for a unit": lambda device: accepted(upload(device, "/upload/priv", picture(0), "b.png")),
+        "create a user": lambda device: accepted(post_json(device, "/createuser", username="pat", password=OLD, role=2)),
+        "delete a user": lambda device: accepted(post_json(device, "/deleteuser", username="kim")),
+        "change name and password": lambda device: accepted(post_json(
+            device, "/change/usrorpasswd", username="kim", newusername="pat", oldpassword=OLD, newpassword=NEW)),
+        "rename a unit": lambda device: accepted(post_json(device, "/sim/units/TX02", name="stage")),
+        "bind a picture": lambda device: accepted(get(device, "/specifypriv?hostname=RX03&file=a.png")),
+        "delete a picture": lambda device: accepted(get(device, "/delete_priv?file=a.png")),
+        "import settings": lambda device: accepted(upload(device, "/api/v1/settings/import", exported, "settings.zip")),
+        "restore": lambda device: accepted(get(device, "/custom_restore")),
+        "upgrade": upgrade,
+    }
+
+
+def check_state(where, found, before, after):
+    for member in before:
+        assert found[member] in (before[member], after[member]), f"{where}: a mixture in {member}: {found[member]!r:.600}"
+
+
+def fail_one(program, storage, base, name, change, call, fault, before, after):
+    """False when the change makes fewer calls than this."""
+    where = f"{name}, call {call} fails with {errno.errorcode[fault[0]]}"
+    with Device(program, copy_of=base, environment=storage.environment) as device:
+        device.token()
+        storage.fail(call, fault)
+        done = change(device)
+        failed = storage.work()
+        found = state(device)
+        check_state(where, found, before, after)
+        assert not done or found == after, f"{where}: called done, and is not"
+        device.lose_power()
+        found = state(device)
+        check_state(f"{where}, then the power", found, before, after)
+        assert not done or found == after, f"{where}: called done, and lost with the power"
+        if found == before:
+            assert change(device), f"{where}: refused although the storage works again"
+            assert state(device) == after, f"{where}: another result when the storage works again"
+    return failed
+
+
+def main():
+    program, library = sys.argv[1:3]
+    storage = Storage(library)
+    with tempfile.TemporaryDirectory() as folder:
+        base = pathlib.Path(folder) / "base"
+        with Device(program, environment=storage.environment) as device:
+            exported = prepare(device)
+            before = state(device)
+            kept = pathlib.Path(device.folder.name)
+            device.process.terminate()
+            device.process.wait(60)
+            shutil.copytree(kept, base)
+        for name, change in changes(exported).items():
+            if not re.search(sys.argv[3] if len(sys.argv) > 3 else "", name):
+                continue
+            with Device(program, copy_of=base, environment=storage.environment) as device:
+                assert change(device), name
+                after = state(device)
+            assert after != before, f"{name} changes nothing"
+            for fault in (FULL, BROKEN):
+                calls = next(call for call in range(1, MOST_CALLS)
+                             if not fail_one(program, storage, base, name, change, call, fault, before, after))
+                assert calls > 1, f"{name}: nothing was written"
+                print(f"{name}: {calls - 1} calls failed in turn with {errno.errorcode[fault[0]]}", flush=True)
+
+
+main()
