@@ -1,22 +1,22 @@
 // The device's own certificate, made on first start.
 #include "tls_identity.h"
 
+#include <openssl/bio.h>
 #include <openssl/evp.h>
 #include <openssl/pem.h>
 #include <openssl/rsa.h>
 #include <openssl/x509v3.h>
 #include <sodium.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
 #include <array>
-#include <cstdio>
 #include <fstream>
 #include <memory>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 
 #include "certificates.h"
+#include "files.h"
 
 namespace sim {
 namespace {
@@ -34,10 +34,11 @@ struct FreeCertificate {
 struct FreeExtension {
   void operator()(X509_EXTENSION* extension) const { X509_EXTENSION_free(extension); }
 };
-struct CloseFile {
-  void operator()(std::FILE* file) const { std::fclose(file); }
+struct FreeBio {
+  void operator()(BIO* bio) const { BIO_free(bio); }
 };
 using KeyPtr = std::unique_ptr<EVP_PKEY, FreeKey>;
+using BioPtr = std::unique_ptr<BIO, FreeBio>;
 using CertificatePtr = std::unique_ptr<X509, FreeCertificate>;
 
 std::string ReadPassPhrase() {
@@ -46,13 +47,18 @@ std::string ReadPassPhrase() {
   return phrase;
 }
 
+void Store(const std::string& path, std::string_view text) {
+  if (!ReplaceFile(path, text)) throw std::runtime_error(path + " cannot be written");
+}
+
 std::string MakePassPhrase() {
   std::array<unsigned char, 16> bytes{};
   randombytes_buf(bytes.data(), bytes.size());
   std::array<char, 33> text{};
   sodium_bin2hex(text.data(), text.size(), bytes.data(), bytes.size());
-  std::ofstream(kPassPhraseFile) << text.data() << '\n';
-  return text.data();
+  const std::string phrase = text.data();
+  Store(kPassPhraseFile, phrase + '\n');
+  return phrase;
 }
 
 void AddExtension(X509* certificate, int nid, const char* value) {
@@ -86,26 +92,22 @@ void WriteIdentity(const std::string& phrase) {
   const KeyPtr key(EVP_RSA_gen(kKeyBits));
   if (!key) throw std::runtime_error("no TLS key can be made");
   const CertificatePtr certificate = MakeCertificate(key.get());
-  // Under another name first: a device that loses power here makes a new identity instead of half a one.
-  const std::string unfinished = std::string(kServerCertificate) + ".new";
-  std::unique_ptr<std::FILE, CloseFile> file(std::fopen(unfinished.c_str(), "w"));
-  const bool written = file && PEM_write_X509(file.get(), certificate.get()) == 1 &&
-                       PEM_write_PKCS8PrivateKey(file.get(), key.get(), EVP_aes_256_cbc(), phrase.data(),
-                                                 static_cast<int>(phrase.size()), nullptr, nullptr) == 1 &&
-                       std::fflush(file.get()) == 0 && fsync(fileno(file.get())) == 0;
-  file.reset();
-  if (!written || std::rename(unfinished.c_str(), kServerCertificate) != 0)
-    throw std::runtime_error("tls/server.pem cannot be written");
+  const BioPtr pem(BIO_new(BIO_s_mem()));
+  const bool composed = pem && PEM_write_bio_X509(pem.get(), certificate.get()) == 1 &&
+                        PEM_write_bio_PKCS8PrivateKey(pem.get(), key.get(), EVP_aes_256_cbc(), phrase.data(),
+                                                      static_cast<int>(phrase.size()), nullptr, nullptr) == 1;
+  if (!composed) throw std::runtime_error("the TLS key cannot be encrypted");
+  char* bytes = nullptr;
+  const long length = BIO_get_mem_data(pem.get(), &bytes);
+  Store(kServerCertificate, {bytes, static_cast<std::size_t>(length)});
 }
 
 }  // namespace
 
 std::string PrepareTlsIdentity() {
-  const mode_t before = umask(077);
   std::string phrase = ReadPassPhrase();
   if (phrase.empty()) phrase = MakePassPhrase();
   if (!std::ifstream(kServerCertificate).good()) WriteIdentity(phrase);
-  umask(before);
   return phrase;
 }
 
