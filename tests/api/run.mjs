@@ -1,27 +1,18 @@
 /* Installs the locked linters beside the results and runs one: node run.mjs openapi|asyncapi SOURCES OUTPUT */
 import { spawnSync } from 'node:child_process';
-import { copyFileSync, existsSync, mkdirSync, readFileSync } from 'node:fs';
+import { copyFileSync } from 'node:fs';
 import { dirname, join } from 'node:path';
 import { fileURLToPath } from 'node:url';
+import { installLockedPackages } from '../support/locked_packages.mjs';
 
 const here = dirname(fileURLToPath(import.meta.url));
 const [, , description, sources, output] = process.argv;
-const files = ['package.json', 'package-lock.json', '.npmrc', 'lint.mjs'];
 
-function isInstalled() {
-  const lock = join(output, 'package-lock.json');
-  return existsSync(join(output, 'node_modules', '.package-lock.json')) && readFileSync(lock).equals(readFileSync(join(here, 'package-lock.json')));
+if (!installLockedPackages(here, output)) {
+  console.error('npm ci failed: the linters of package-lock.json could not be installed.');
+  process.exit(1);
 }
-
-const installed = isInstalled();
-mkdirSync(output, { recursive: true });
-for (const name of files) copyFileSync(join(here, name), join(output, name));
-if (!installed) {
-  const install = spawnSync('npm', ['ci', '--ignore-scripts', '--no-progress'], { cwd: output, stdio: 'inherit' });
-  if (install.status !== 0) {
-    console.error('npm ci failed: the linters of package-lock.json could not be installed.');
-    process.exit(1);
-  }
-}
+// A module is found from the folder of the file that imports it.
+copyFileSync(join(here, 'lint.mjs'), join(output, 'lint.mjs'));
 const lint = spawnSync(process.execPath, [join(output, 'lint.mjs'), description, sources, output], { stdio: 'inherit' });
 process.exit(lint.status ?? 1);

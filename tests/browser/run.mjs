@@ -1,8 +1,9 @@
 /* Runs the browser tests: finds Chromium, installs the locked packages beside the results, starts node's test runner. */
 import { spawnSync } from 'node:child_process';
-import { accessSync, constants, copyFileSync, existsSync, mkdirSync } from 'node:fs';
+import { accessSync, constants } from 'node:fs';
 import { delimiter, dirname, join } from 'node:path';
 import { fileURLToPath } from 'node:url';
+import { installLockedPackages } from '../support/locked_packages.mjs';
 
 const SKIPPED = 77;
 const here = dirname(fileURLToPath(import.meta.url));
@@ -20,13 +21,6 @@ function findProgram(names) {
   });
 }
 
-function install() {
-  mkdirSync(output, { recursive: true });
-  for (const name of ['package.json', 'package-lock.json', '.npmrc']) copyFileSync(join(here, name), join(output, name));
-  if (existsSync(join(output, 'node_modules', 'playwright-core'))) return 0;
-  return spawnSync('npm', ['ci', '--ignore-scripts', '--no-progress'], { cwd: output, stdio: 'inherit' }).status ?? 1;
-}
-
 const chromium = process.env.SDKAPI_CHROMIUM ?? findProgram(['chromium', 'chromium-browser', 'google-chrome']);
 if (!chromium) {
   console.log('SKIPPED: Chromium is not installed (apt-get install chromium).');
@@ -36,7 +30,7 @@ if (!process.env.SDKAPI_SIMULATOR) {
   console.error('SDKAPI_SIMULATOR must name the sdkapi-simulator program.');
   process.exit(2);
 }
-if (install() !== 0) {
+if (!installLockedPackages(here, output)) {
   console.error('npm ci failed: the browser driver of package-lock.json could not be installed.');
   process.exit(1);
 }
