@@ -9,6 +9,8 @@ import ssl
 import subprocess
 import time
 
+from program import free_port, wait_for
+
 TOKEN = "bench-token"
 AUTH = f"Authorization: Bearer {TOKEN}\r\n".encode()
 PICTURE = 100 * 1024
@@ -16,12 +18,6 @@ SIZES = {"1 KB": 1024, "1 MB": 1 << 20, "200 MB": 200 << 20}
 CONTEXT = ssl.SSLContext(ssl.PROTOCOL_TLS_CLIENT)
 CONTEXT.check_hostname = False
 CONTEXT.verify_mode = ssl.CERT_NONE
-
-
-def free_port():
-    with socket.socket() as probe:
-        probe.bind(("127.0.0.1", 0))
-        return probe.getsockname()[1]
 
 
 class Server:
@@ -39,19 +35,12 @@ class Server:
         self.process = subprocess.Popen(arguments, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, cwd=folder)
         self.process.stdout.readline()
         self.start_seconds = time.perf_counter() - begun
-        self.wait_for_port()
+        wait_for(self.http, self.process)
         self.idle_memory = self.memory()
         if name == "library":
             for index in range(before):
                 self.login(f"other-{index}")
             self.login()
-
-    def wait_for_port(self):
-        for _ in range(1000):
-            with socket.socket() as probe:
-                if probe.connect_ex(("127.0.0.1", self.http)) == 0:
-                    return
-            time.sleep(0.02)
 
     def connect(self, tls=False):
         raw = socket.create_connection(("127.0.0.1", self.https if tls else self.http), timeout=120)

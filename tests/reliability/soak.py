@@ -10,13 +10,9 @@ import tempfile
 import threading
 import time
 
+from program import free_port
+
 CLIENTS = 8
-
-
-def free_port():
-    with socket.socket() as probe:
-        probe.bind(("127.0.0.1", 0))
-        return probe.getsockname()[1]
 
 
 class Load:

@@ -7,7 +7,6 @@ After each failure the device shows its old state or its new one, never a mixtur
 done when the power is lost in the next instant; and the same change succeeds when the storage works again.
 """
 import errno
-import hashlib
 import io
 import json
 import mmap
@@ -22,6 +21,7 @@ import time
 import zipfile
 
 from device import Device, Reply, form, request, shared
+from inputs import firmware
 
 OLD, NEW = "Correct-Horse-7", "Other-Horse-8"
 MOST_CALLS = 200
@@ -106,9 +106,7 @@ def prepare(device):
 
 def upgrade(device):
     """The version is written when the simulated reboot is over."""
-    image = b"image"
-    head = json.dumps({"version": "2.0.0", "size": len(image), "sha256": hashlib.sha256(image).hexdigest()})
-    if not accepted(upload(device, "/api/v1/fw_upload", f"SDKFW1\n{head}\n".encode() + image)):
+    if not accepted(upload(device, "/api/v1/fw_upload", firmware("2.0.0"))):
         return False
     while get(device, "/dev_info").status != 200:
         time.sleep(0.1)
@@ -167,10 +165,8 @@ def main():
         with Device(program, environment=storage.environment) as device:
             exported = prepare(device)
             before = state(device)
-            kept = pathlib.Path(device.folder.name)
-            device.process.terminate()
-            device.process.wait(60)
-            shutil.copytree(kept, base)
+            device.stop()
+            shutil.copytree(device.folder.name, base)
         for name, change in changes(exported).items():
             if not re.search(sys.argv[3] if len(sys.argv) > 3 else "", name):
                 continue

@@ -9,15 +9,11 @@ import subprocess
 import tempfile
 import urllib.parse
 
+from program import free_port
+
 BOUNDARY = "contract-boundary"
 PASSWORDS = ("admin", "Correct-Horse-7")
 USERS = ("admin", "chief")
-
-
-def free_port():
-    with socket.socket() as probe:
-        probe.bind(("127.0.0.1", 0))
-        return probe.getsockname()[1]
 
 
 class Device:
@@ -52,11 +48,16 @@ class Device:
         return self
 
     def __exit__(self, *_):
+        code = self.stop()
+        self.folder.cleanup()
+        assert code == 0, f"the device ended with {code}"
+
+    def stop(self):
+        """Its exit code; what it keeps stays in its folder."""
         self.process.send_signal(signal.SIGTERM)
         code = self.process.wait(60)
         self.process.stdout.close()
-        self.folder.cleanup()
-        assert code == 0, f"the device ended with {code}"
+        return code
 
     def connect(self):
         raw = socket.create_connection(("127.0.0.1", self.port), timeout=30)
@@ -156,4 +157,4 @@ class Reply:
 
 
 def shared(name):
-    return pathlib.Path(__file__).resolve().parents[3] / name
+    return pathlib.Path(__file__).resolve().parents[2] / name

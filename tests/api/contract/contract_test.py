@@ -153,7 +153,6 @@ def prepare(device, name):
                                       json.dumps({"username": "olga", "password": "Correct-Horse-7", "role": 2}).encode(), "application/json")))
 
 
-
 # Requests beside the examples, for answers that generated inputs do not reach.
 OTHER_REQUESTS = {
     "downloadSettings": lambda: [("/download/setting?method=bogus", None)],

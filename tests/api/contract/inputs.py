@@ -7,7 +7,7 @@ import tempfile
 
 from hypothesis import strategies as st
 
-from device import form, quote, request, shared
+from device import Reply, form, quote, request, shared
 
 
 def picture():
@@ -26,15 +26,14 @@ def certificate():
         return b"".join((pathlib.Path(folder) / name).read_bytes() for name in ("cert.pem", "key.pem"))
 
 
-def firmware():
+def firmware(version="1.1.0"):
     image = b"image" * 100
-    head = json.dumps({"version": "1.1.0", "size": len(image), "sha256": hashlib.sha256(image).hexdigest()})
+    head = json.dumps({"version": version, "size": len(image), "sha256": hashlib.sha256(image).hexdigest()})
     return b"SDKFW1\n" + head.encode() + b"\n" + image
 
 
 def settings(device):
     """What the device exports, without the chunks around it."""
-    from device import Reply
     return Reply(device.exchange(request("get", "/download/setting", device.token()))).content()
 
 
