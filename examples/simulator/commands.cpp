@@ -27,8 +27,7 @@ std::string Change(const json& message, const char* member) {
 }
 
 std::string Reboot(const json& /*message*/) {
-  BeginRebootSimulation(SoftwareVersion());
-  return "";
+  return BeginRebootSimulation(SoftwareVersion()) ? "" : "rebooting already";
 }
 
 const std::map<std::string, Command, std::less<>> kCommands = {

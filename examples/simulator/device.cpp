@@ -51,15 +51,6 @@ json RebootEvent(const char* phase, const std::string& text) {
   return {{"type", "upgrade"}, {"phase", phase}, {"percent", 100}, {"version", text}};
 }
 
-// The version that a reboot has brought, or an empty text.
-std::string TakeFinishedReboot() {
-  const std::lock_guard lock(mutex);
-  if (!reboot || Clock::now() < reboot->until) return "";
-  const std::string next = reboot->version;
-  reboot.reset();
-  return next;
-}
-
 // Factory state of everything in the database, or nothing of it.
 void ResetDatabase() {
   const auto change = OneChange();
@@ -94,12 +85,14 @@ double DeviceTemperature() {
   return std::round(degrees * 10.0) / 10.0;
 }
 
-void BeginRebootSimulation(const std::string& next) {
+bool BeginRebootSimulation(const std::string& next) {
   {
     const std::lock_guard lock(mutex);
+    if (reboot) return false;
     reboot = Reboot{Clock::now() + kRebootTime, next};
   }
   Publish(RebootEvent("rebooting", next));
+  return true;
 }
 
 bool Rebooting() {
@@ -113,13 +106,18 @@ json CurrentUpgrade() {
 }
 
 void TickDevice() {
-  const std::string finished = TakeFinishedReboot();
-  if (finished.empty()) return;
-  if (!WriteVersion(finished)) return ReportFirmwareFailure();
+  std::string finished;
+  bool written = false;
   {
+    // Locked while the version is written: a client that finds the reboot over finds the new version, too.
     const std::lock_guard lock(mutex);
-    version = finished;
+    if (!reboot || Clock::now() < reboot->until) return;
+    finished = reboot->version;
+    reboot.reset();
+    written = WriteVersion(finished);
+    if (written) version = finished;
   }
+  if (!written) return ReportFirmwareFailure();
   Publish(RebootEvent("done", finished));
 }
 

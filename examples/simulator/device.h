@@ -20,8 +20,8 @@ std::string SoftwareVersion();
 int64_t DeviceUptime();
 double DeviceTemperature();
 
-// The device is gone for three seconds, then back with the version.
-void BeginRebootSimulation(const std::string& version);
+// The device is gone for three seconds, then back with the version; false while it is gone already.
+bool BeginRebootSimulation(const std::string& version);
 bool Rebooting();
 
 // The running upgrade's last event, or null.

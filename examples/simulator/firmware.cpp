@@ -144,8 +144,7 @@ bool InstallFirmware(const std::string& path) {
   const auto header = head ? ParseHead(*head) : std::nullopt;
   if (!header) return false;
   Publish(UpgradeEvent("verifying", 100, header->version));
-  BeginRebootSimulation(header->version);
-  return true;
+  return BeginRebootSimulation(header->version);
 }
 
 void ReportFirmwareFailure() { Publish(UpgradeEvent("failed", 0, "")); }
