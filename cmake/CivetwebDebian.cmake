@@ -1,6 +1,7 @@
 # CivetWeb from Debian's source package, built with OpenSSL 3, WebSockets and worker stacks of 1 MiB.
 
 set(SDKAPI_CIVETWEB_DIR ${SDKAPI_DEPS_DIR}/civetweb)
+set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS scripts/fetch-civetweb)
 execute_process(COMMAND ${PROJECT_SOURCE_DIR}/scripts/fetch-civetweb ${SDKAPI_CIVETWEB_DIR} RESULT_VARIABLE failed)
 if(failed)
   message(FATAL_ERROR "CivetWeb's source cannot be had. With network access to a Debian mirror this step works by "
