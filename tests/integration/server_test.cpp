@@ -258,20 +258,18 @@ TEST_F(StartTest, RestartsWithClientsConnectedLeakNothing) {
 TEST_F(StartTest, ClosesConnectionsThatWaitForAWorker) {
   constexpr int kServed = 50;
   constexpr int kAccepted = kServed + 20 + 1;  // with the queue, and the one that does not fit into it
+  Prepare({false, false});
+  Server::Get().Stop();
+  const int stopped = OpenFiles();
   for (const bool https : {false, true}) {
-    Prepare({false, false});
-    Server::Get().Stop();
-    const int stopped = OpenFiles();
     Server::Get().Ensure();
     const int running = OpenFiles();
-    {
-      std::deque<Connection> clients;
-      for (int i = 0; i < kAccepted; ++i) clients.emplace_back(Server::Get().port(https), false);
-      EXPECT_TRUE(Eventually([&] { return OpenFiles() == running + 2 * kAccepted; }));
-      Server::Get().Stop();
-      ASSERT_EQ(OpenFiles(), stopped + kAccepted);
-      for (Connection& client : clients) EXPECT_EQ(client.ReadToEnd(), "");
-    }
+    std::deque<Connection> clients;
+    for (int i = 0; i < kAccepted; ++i) clients.emplace_back(Server::Get().port(https), false);
+    EXPECT_TRUE(Eventually([&] { return OpenFiles() == running + 2 * kAccepted; }));
+    Server::Get().Stop();
+    ASSERT_EQ(OpenFiles(), stopped + kAccepted);
+    for (Connection& client : clients) EXPECT_EQ(client.ReadToEnd(), "");
   }
 }
 
