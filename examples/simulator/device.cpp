@@ -47,10 +47,6 @@ bool WriteVersion(const std::string& text) {
   return ReplaceFile(kVersionFile, json{{"SoftwareVersion", text}}.dump() + '\n');
 }
 
-json RebootEvent(const char* phase, const std::string& text) {
-  return {{"type", "upgrade"}, {"phase", phase}, {"percent", 100}, {"version", text}};
-}
-
 // Factory state of everything in the database, or nothing of it.
 void ResetDatabase() {
   const auto change = OneChange();
@@ -91,7 +87,7 @@ bool BeginRebootSimulation(const std::string& next) {
     if (reboot) return false;
     reboot = Reboot{Clock::now() + kRebootTime, next};
   }
-  Publish(RebootEvent("rebooting", next));
+  Publish(UpgradeEvent("rebooting", 100, next));
   return true;
 }
 
@@ -102,7 +98,7 @@ bool Rebooting() {
 
 json CurrentUpgrade() {
   const std::lock_guard lock(mutex);
-  return reboot ? RebootEvent("rebooting", reboot->version) : json();
+  return reboot ? UpgradeEvent("rebooting", 100, reboot->version) : json();
 }
 
 void TickDevice() {
@@ -118,7 +114,7 @@ void TickDevice() {
     if (written) version = finished;
   }
   if (!written) return ReportFirmwareFailure();
-  Publish(RebootEvent("done", finished));
+  Publish(UpgradeEvent("done", 100, finished));
 }
 
 int FillDeviceInfo(const char* token, DeviceInfo* info) {

@@ -61,10 +61,6 @@ std::string Lower(std::string text) {
   return text;
 }
 
-json UpgradeEvent(const char* phase, uint64_t percent, const std::string& version) {
-  return {{"type", "upgrade"}, {"phase", phase}, {"percent", percent}, {"version", version}};
-}
-
 // The head of a stored container, found again after the upload.
 std::optional<std::string> HeadOf(const std::string& path) {
   std::ifstream file(path, std::ios::binary);
@@ -129,6 +125,10 @@ void FirmwareReader::Report() {
   reported_ = now;
   const uint64_t percent = header_->size == 0 ? 100 : received_ * 100 / header_->size;
   Publish(UpgradeEvent("receiving", percent, header_->version));
+}
+
+json UpgradeEvent(const char* phase, uint64_t percent, const std::string& version) {
+  return {{"type", "upgrade"}, {"phase", phase}, {"percent", percent}, {"version", version}};
 }
 
 bool IsWholeFirmware(const std::string& path) {

@@ -7,6 +7,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <nlohmann/json_fwd.hpp>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -50,6 +51,9 @@ class FirmwareReader {
   std::unique_ptr<EVP_MD_CTX, DigestDeleter> digest_;
   std::chrono::steady_clock::time_point reported_;
 };
+
+// The event of one phase of an upgrade; a reboot without one ends with the version that it began with.
+nlohmann::json UpgradeEvent(const char* phase, uint64_t percent, const std::string& version);
 
 // Is this file a container of exactly the announced length? Its hash was checked on arrival.
 bool IsWholeFirmware(const std::string& path);
