@@ -264,19 +264,20 @@ typedef struct SdkAPISerHandle {
    */
   int (*GetPrivJsonCb)(const char* token, PrivList* list);
   /**
-   * 23: bind a picture to a host (127 and 255 characters at most); failure gives 503.
+   * 23: bind a picture to a host; failure gives 503.
    *
    * @param token the request's token, at most 255 characters; valid during the call.
-   * @param hostname the host's name; valid during the call.
-   * @param file the picture's file name; valid during the call.
+   * @param hostname query parameter "hostname", cut to 127 characters; empty without one; valid during the
+   * call.
+   * @param file query parameter "file", cut to 255 characters; empty without one; valid during the call.
    * @return 0 for 200, -2 for 401, any other value for 503.
    */
   int (*SpecifyPrivCb)(const char* token, const char* hostname, const char* file);
   /**
-   * 24: delete a privilege picture (255 characters at most); failure gives 503.
+   * 24: delete a privilege picture; failure gives 503.
    *
    * @param token the request's token, at most 255 characters; valid during the call.
-   * @param file the picture's file name; valid during the call.
+   * @param file query parameter "file", cut to 255 characters; empty without one; valid during the call.
    * @return 0 for 200, -2 for 401, any other value for 503.
    */
   int (*DeletePrivCb)(const char* token, const char* file);

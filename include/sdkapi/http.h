@@ -77,8 +77,9 @@ SDKAPI_EXPORT const char* GetHttpUrl(const struct mg_connection* conn);
  * @param name   parameter name, matched without regard to case.
  * @param dst    receives the value and its NUL.
  * @param dstLen size of dst in bytes.
- * @return the value's length; -1 when the parameter is absent; -2 when dst is too small or the value
- *         badly encoded.
+ * @return the value's length; -1 when the parameter is absent; -2 when dst is too small:
+ *         it then holds the value's first dstLen - 1 bytes and a NUL. What is no escape ("%zz") stands for
+ *         itself.
  */
 SDKAPI_EXPORT int GetHttpUrlParam(const struct mg_connection* conn, const char* name, char* dst,
                                   size_t dstLen);
@@ -90,8 +91,9 @@ SDKAPI_EXPORT int GetHttpUrlParam(const struct mg_connection* conn, const char* 
  * @param name   parameter name, matched without regard to case.
  * @param dst    receives the value and its NUL.
  * @param dstLen size of dst in bytes.
- * @return the value's length; -1 when the parameter is absent; -2 when dst is too small or the value
- *         badly encoded.
+ * @return the value's length; -1 when the parameter is absent; -2 when dst is too small:
+ *         it then holds the value's first dstLen - 1 bytes and a NUL. What is no escape ("%zz") stands for
+ *         itself.
  */
 SDKAPI_EXPORT int SdkAPISer_Get_Url_Param(const struct mg_connection* conn, const char* name, char* dst,
                                           size_t dstLen);

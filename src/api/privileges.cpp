@@ -80,12 +80,10 @@ extern "C" int FunSpecityPriv(mg_connection* conn, void* /*cbdata*/) {
   const auto specify = request.host()->SpecifyPrivCb;
   if (specify == nullptr) return NotRegistered(kLog.error(), __func__);
 
-  char file[256] = {};
-  char hostnameParam[256] = {};
+  char file[256];
   char hostname[128];
   ReadUrlParam(conn, "file", file);
-  ReadUrlParam(conn, "hostname", hostnameParam);
-  CopyText(hostname, hostnameParam);
+  ReadUrlParam(conn, "hostname", hostname);
   return request.Answer(StatusFor(specify(request.token(), hostname, file), kWriteFailure));
 }
 
@@ -98,7 +96,7 @@ extern "C" int FunDeletePriv(mg_connection* conn, void* /*cbdata*/) {
   const auto deletePicture = request.host()->DeletePrivCb;
   if (deletePicture == nullptr) return NotRegistered(kLog.error(), __func__);
 
-  char file[256] = {};
+  char file[256];
   ReadUrlParam(conn, "file", file);
   return request.Answer(StatusFor(deletePicture(request.token(), file), kWriteFailure));
 }

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstring>
 
 #include "base/owned.h"
 #include "sdkapi/http.h"
@@ -22,10 +23,12 @@ void ReadToken(const mg_connection* conn, char (&out)[kSize]) {
 // Parses the body; null when it is not JSON. A body of unknown length is read, too.
 JsonPtr ReadJsonBody(mg_connection* conn);
 
-// Reads a query parameter; the text stays empty when it is absent or does not fit.
+// Reads a query parameter, cut to the array; the text is empty when it is absent. The web server leaves what
+// it had decoded before it gave up, not always with a NUL behind it.
 template <std::size_t kSize>
 void ReadUrlParam(const mg_connection* conn, const char* name, char (&out)[kSize]) {
-  if (GetHttpUrlParam(conn, name, out, kSize) < 0) out[0] = '\0';
+  std::memset(out, 0, kSize);
+  GetHttpUrlParam(conn, name, out, kSize);
 }
 
 }  // namespace sdkapi

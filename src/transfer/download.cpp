@@ -40,12 +40,6 @@ int ServeDownload(mg_connection* conn, const Download& download) {
   return 1;
 }
 
-void ReadMethod(const mg_connection* conn, DownloadSettingInfo& info) {
-  char method[128] = {};
-  ReadUrlParam(conn, "method", method);
-  CopyText(info.method, method);
-}
-
 }  // namespace
 
 int SendHttpDownLoadFile(mg_connection* conn, const char* path, const char* name) {
@@ -76,7 +70,7 @@ int FuncDownloadSettingFile(mg_connection* conn, void* /*cbdata*/) {
     return request.Answer(401);
   }
   DownloadSettingInfo info{};
-  ReadMethod(conn, info);
+  ReadUrlParam(conn, "method", info.method);
   const auto findFile = request.host()->DownloadSettingFileCb;
   if (findFile == nullptr) return NotRegistered(kLog.error(), __func__);
 

@@ -178,11 +178,15 @@ TEST_P(ApiTest, TwoHundredFullPrivilegesArriveWhole) {
 TEST_P(ApiTest, PrivilegeParametersAreDecodedAndCut) {
   ExpectReply(Get("/specifypriv?hostname=R%58+1&file=a%20b.png"), 200);
   EXPECT_EQ(LastCall("SpecifyPrivCb"), (Call{"SpecifyPrivCb", SlotToken(), {"RX 1", "a b.png"}}));
-  ExpectReply(Get("/specifypriv?hostname=" + std::string(200, 'h') + "&file=" + std::string(255, 'f')), 200);
-  EXPECT_EQ(LastCall("SpecifyPrivCb"),
-            (Call{"SpecifyPrivCb", SlotToken(), {std::string(127, 'h'), std::string(255, 'f')}}));
-  ExpectReply(Get("/delete_priv?file=" + std::string(300, 'f')), 200);
-  EXPECT_EQ(LastCall("DeletePrivCb"), (Call{"DeletePrivCb", SlotToken(), {""}}));
+  for (const std::size_t length : {255U, 256U, 300U, 1000U}) {
+    const std::string query =
+        "?hostname=" + std::string(length, 'h') + "&file=" + std::string(length, 'f') + "%41";
+    ExpectReply(Get("/specifypriv" + query), 200);
+    EXPECT_EQ(LastCall("SpecifyPrivCb"),
+              (Call{"SpecifyPrivCb", SlotToken(), {std::string(127, 'h'), std::string(255, 'f')}}));
+    ExpectReply(Get("/delete_priv" + query), 200);
+    EXPECT_EQ(LastCall("DeletePrivCb"), (Call{"DeletePrivCb", SlotToken(), {std::string(255, 'f')}}));
+  }
 }
 
 INSTANTIATE_TEST_SUITE_P(Modes, ApiTest, AllModes(), ModeName);

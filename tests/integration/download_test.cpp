@@ -206,7 +206,10 @@ TEST_P(DownloadTest, TheMethodParameterReachesTheSettingsExport) {
        {Row{"?method=full", "full"}, Row{"", ""}, Row{"?other=1", ""}, Row{"?method=", ""},
         Row{"?a=b&method=a%20b+c", "a b c"}, Row{"?method=" + std::string(31, 'm'), std::string(31, 'm')},
         Row{"?method=" + std::string(100, 'm'), std::string(31, 'm')},
-        Row{"?method=" + std::string(3000, 'm'), ""}}) {
+        Row{"?method=" + std::string(128, 'm'), std::string(31, 'm')},
+        Row{"?method=" + std::string(3000, 'm'), std::string(31, 'm')},
+        // What is no escape stands for itself.
+        Row{"?method=%4&other=1", "%4"}, Row{"?method=a%zz%", "a%zz%"}, Row{"?method=%41%", "A%"}}) {
     for (const char* const target : {"/download/setting", "/api/v1/settings/export"}) {
       SCOPED_TRACE(target + row.query);
       ExpectNotFound(Get(target + row.query));

@@ -203,9 +203,11 @@ int mg_get_var(const char* data, size_t length, const char* name, char* dst, siz
     const size_t equals = pair.find('=');
     if (equals != std::string::npos && strcasecmp(pair.substr(0, equals).c_str(), name) == 0) {
       const std::string value = UrlDecode(pair.substr(equals + 1));
-      if (value.size() >= dstLength) return -2;
-      std::memcpy(dst, value.c_str(), value.size() + 1);
-      return static_cast<int>(value.size());
+      // Like the real one: a value that does not fit leaves its first characters.
+      const size_t kept = std::min(value.size(), dstLength - 1);
+      std::memcpy(dst, value.c_str(), kept);
+      dst[kept] = '\0';
+      return kept == value.size() ? static_cast<int>(kept) : -2;
     }
     start = end + 1;
   }

@@ -173,7 +173,12 @@ INSTANTIATE_TEST_SUITE_P(
                               std::string(127, 'h') + ", " + std::string(255, 'f'), std::string(255, 'f')},
                     ParamCase{"LongHostIsCut", "hostname=" + std::string(255, 'h') + "&file=f",
                               std::string(127, 'h') + ", f", "f"},
-                    ParamCase{"FileThatDoesNotFit", "hostname=h&file=" + std::string(256, 'f'), "h, ", ""}),
+                    ParamCase{"MuchTooLongHostIsCut", "hostname=" + std::string(1000, 'h') + "&file=f",
+                              std::string(127, 'h') + ", f", "f"},
+                    ParamCase{"LongFileIsCut", "hostname=h&file=" + std::string(256, 'f'),
+                              "h, " + std::string(255, 'f'), std::string(255, 'f')},
+                    ParamCase{"MuchTooLongFileIsCut", "hostname=h&file=" + std::string(1000, 'f'),
+                              "h, " + std::string(255, 'f'), std::string(255, 'f')}),
     sdktest::ByName{});
 
 TEST_F(PrivilegesTest, AWriteFailureOfTheHostIsUnavailable) {

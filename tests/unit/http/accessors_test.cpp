@@ -150,6 +150,7 @@ TEST_P(UrlParamTest, ReportsABufferThatIsTooSmall) {
   conn.Query("file=12345678");
   char room[8] = {};
   EXPECT_EQ(GetParam()(&conn, "file", room, sizeof room), -2);
+  EXPECT_STREQ(room, "1234567");
 }
 
 INSTANTIATE_TEST_SUITE_P(BothNames, UrlParamTest, testing::Values(GetHttpUrlParam, SdkAPISer_Get_Url_Param));
@@ -185,15 +186,22 @@ INSTANTIATE_TEST_SUITE_P(Bodies, JsonBodyTest,
                                          JsonBodyCase{"Far", JsonOfLength(100000), false}),
                          sdktest::ByName{});
 
-TEST_F(AccessorsTest, UrlParametersThatDoNotFitReadAsEmpty) {
+TEST_F(AccessorsTest, UrlParametersAreCutToTheArray) {
   mg_connection conn("GET", "/");
-  conn.Query("file=12345678");
+  conn.Query("file=1234567%38");
   char small[8] = "before";
   sdkapi::ReadUrlParam(&conn, "file", small);
-  EXPECT_STREQ(small, "");
+  EXPECT_STREQ(small, "1234567");
   char enough[9] = {};
   sdkapi::ReadUrlParam(&conn, "file", enough);
   EXPECT_STREQ(enough, "12345678");
+}
+
+TEST_F(AccessorsTest, AnAbsentUrlParameterLeavesNothingOfTheArraysContent) {
+  mg_connection conn("GET", "/");
+  char room[8] = "before";
+  sdkapi::ReadUrlParam(&conn, "file", room);
+  EXPECT_EQ(std::string(room, sizeof room), std::string(8, '\0'));
 }
 
 }  // namespace

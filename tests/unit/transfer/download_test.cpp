@@ -341,7 +341,9 @@ INSTANTIATE_TEST_SUITE_P(
                     MethodCase{"Encoded", "method=a%20b", "a b"},
                     MethodCase{"Longest", "method=" + std::string(31, 'm'), std::string(31, 'm')},
                     MethodCase{"Cut", "method=" + std::string(32, 'm'), std::string(31, 'm')},
-                    MethodCase{"CutMore", "method=" + std::string(127, 'm'), std::string(31, 'm')}),
+                    MethodCase{"CutMore", "method=" + std::string(127, 'm'), std::string(31, 'm')},
+                    MethodCase{"CutAt128", "method=" + std::string(128, 'm'), std::string(31, 'm')},
+                    MethodCase{"CutMost", "method=" + std::string(5000, 'm'), std::string(31, 'm')}),
     sdktest::ByName{});
 
 TEST_F(DownloadTest, TheLogoNeedsNoTokenAndUsesTheGlobalTable) {
