@@ -21,7 +21,11 @@ SDKAPI_BEGIN
 
 /** What a get/post function is told about its request. */
 typedef struct CustomReqInfo {
-  char* body;         /**< body bytes, not NUL-terminated; NULL without a body. Owned by the library. */
+  /**
+   * Body bytes from `malloc`, not NUL-terminated; NULL without a body. What stands here after the call is
+   * released with `free`: a function that keeps the block puts NULL, or another block, in its place.
+   */
+  char* body;
   int64_t bodyLength; /**< bytes of body that were read; 0 without a body, -1 when reading failed. */
   int32_t method;     /**< 0 GET, 1 POST, 2 any other. */
   int32_t reserved;   /**< 0. */
@@ -54,17 +58,20 @@ typedef int (*CustomUploadFunction)(struct mg_connection* conn, struct UploadCus
 
 /** The state of one custom upload; its first eight fields are those of UploadFileCtx. */
 typedef struct UploadCustomCtx {
-  char data[32768];                  /**< the current piece of the current field, not terminated. */
-  char name[128];                    /**< name of the current form field. */
-  char fileName[128];                /**< its file name; a field without one keeps the previous name. */
-  int64_t length;                    /**< valid bytes in data; 0 in the found call and the final call. */
-  int32_t noFileName;                /**< 1 when the field has no file name, else 0. */
-  int32_t pieceState;                /**< 0 found; 1 last piece (see UploadFileCtx); 2 more follow. */
-  int32_t endFlag;                   /**< 1 in the final call, else 0. */
-  int32_t reserved;                  /**< 0 at the first call; the library does not touch it; the host may
-                                        keep a number there during the upload. */
-  char* extra;                       /**< always NULL. */
-  CustomUploadFunction hostFunction; /**< the function bound to the route. */
+  char data[32768];   /**< the current piece of the current field, zero behind length in every found and piece
+                         call; the host may write into it. */
+  char name[128];     /**< name of the current form field. */
+  char fileName[128]; /**< its file name; a field without one keeps the previous name. */
+  int64_t length;     /**< valid bytes in data; 0 in the found call and the final call. */
+  int32_t noFileName; /**< 1 when the field has no file name, else 0. */
+  int32_t pieceState; /**< 0 found; 1 last piece (see UploadFileCtx); 2 more follow. */
+  int32_t endFlag;    /**< 1 in the final call, else 0. */
+  int32_t reserved;   /**< 0 at the first call; the library does not touch it; the host may
+                         keep a number there during the upload. */
+  char* extra; /**< NULL at the first call; the host may keep a block from its `malloc` here. What stands here
+                  after the reply is released with `free`, whatever the reply. */
+  CustomUploadFunction hostFunction; /**< the function bound to the route; one that the host clears is not
+                                        called again, and the upload is answered 500. */
   struct mg_connection* conn;        /**< the request's connection. */
   int32_t error;                     /**< 0, or the last non-zero result of the function. */
   int32_t reserved2;                 /**< 0. */

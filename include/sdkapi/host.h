@@ -126,7 +126,8 @@ typedef struct PreviewFrame {
  * was stored when the next upload of the kind begins, or keep it under a temporary name until the final call.
  */
 typedef struct UploadFileCtx {
-  char data[32768];   /**< the current piece of the current field, not terminated. */
+  char data[32768];   /**< the current piece of the current field, zero behind length in every found and piece
+                         call; the host may write into it. */
   char name[128];     /**< name of the current form field, cut to 127 characters. */
   char fileName[128]; /**< its file name, cut to 127 characters; kept from before without one. */
   int64_t length;     /**< valid bytes in data; 0 in the found call and the final call. */
@@ -135,9 +136,18 @@ typedef struct UploadFileCtx {
   int32_t endFlag;    /**< 1 in the final call, else 0. */
   int32_t reserved; /**< 0 at the first call; the library does not touch it; the host may keep a number there
                          during the upload. */
-  char* extra;      /**< 802.1X certificate: the "Port" header, at most 127 characters; else NULL. */
-  struct SdkAPISerHandle* loginHandle; /**< the table that this upload calls. */
-  int32_t error;                       /**< 0, or the last non-zero result of a slot in this upload. */
+  /**
+   * 802.1X certificate: the "Port" header, at most 127 characters; else NULL. What stands here after the
+   * reply is released with `free`, once: a host that keeps the block puts NULL here; it may also leave a
+   * block from its own `malloc`, in any upload.
+   */
+  char* extra;
+  /**
+   * The table that this upload calls. When the host clears it, the parse is aborted, nothing is called any
+   * more, and the upload is refused.
+   */
+  struct SdkAPISerHandle* loginHandle;
+  int32_t error;  /**< 0, or the last non-zero result of a slot in this upload. */
   int32_t funcId; /**< number of the file's kind within its family, -1 when it has none. */
 } UploadFileCtx;
 

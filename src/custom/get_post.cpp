@@ -43,13 +43,14 @@ extern "C" int FuncCustomGetPost(mg_connection* conn, void* cbdata) {
   CustomReqInfo info{};
   info.method = MethodOf(conn);
   const int length = BodyLength(conn);
-  const MallocPtr<char> body(length > 0 ? static_cast<char*>(std::malloc(static_cast<std::size_t>(length)))
-                                        : nullptr);
-  if (length > 0 && body == nullptr) return request.Answer(500);
-  info.body = body.get();
-  if (length > 0) info.bodyLength = GetHttpBody(conn, info.body, length);
-
+  if (length > 0) {
+    info.body = static_cast<char*>(std::malloc(static_cast<std::size_t>(length)));
+    if (info.body == nullptr) return request.Answer(500);
+    info.bodyLength = GetHttpBody(conn, info.body, length);
+  }
   const int result = serve(conn, &info);
+  // What stands in the record now: the host may have taken the body, or left a block of its own.
+  const MallocPtr<char> body(info.body);
   DrainBody(conn);
   // After -2 nothing is sent, deliberately; the worker is let go instead of waiting for the client.
   if (result == kNotAuthorised) mg_disable_connection_keep_alive(conn);

@@ -40,8 +40,7 @@ extern "C" int FuncUploadCustomHandle(mg_connection* conn, void* cbdata) {
   upload.ctx.hostFunction = HostFunctionOf<CustomUploadFunction>(cbdata);
   const bool parsed =
       ParseForm(conn, upload, FuncUploadCustomFoundCb, FuncUploadCustomGetCb, FuncUploadCustomStoreCb);
-  const UploadAnswer answer = Conclude(upload, parsed);
-  return request.Answer(answer.status, answer.json);
+  return Finish(request, upload, parsed);
 }
 
 extern "C" int FuncDownloadCustomHandle(mg_connection* conn, void* cbdata) {

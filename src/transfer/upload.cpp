@@ -1,5 +1,7 @@
 // The built-in uploads: images, texts, archives, certificates and firmware.
-#include "base/owned.h"
+#include <cstdlib>
+#include <cstring>
+
 #include "http/handlers.h"
 #include "sdkapi/transfer.h"
 #include "server/host_table.h"
@@ -34,20 +36,20 @@ constexpr std::size_t kPortSize = 128;
 
 // Copies the "Port" header, cut to its size. False when memory is short; without the header nothing is
 // copied.
-bool CopyPortHeader(const mg_connection* conn, MallocPtr<char>& copy) {
+bool CopyPortHeader(const mg_connection* conn, UploadFileCtx& ctx) {
   const char* const port = GetHttpHeadValue(conn, "Port");
   if (port == nullptr) return true;
-  copy.reset(static_cast<char*>(std::calloc(kPortSize, 1)));
-  if (copy == nullptr) return false;
-  std::memcpy(copy.get(), port, strnlen(port, kPortSize - 1));
+  ctx.extra = static_cast<char*>(std::calloc(kPortSize, 1));
+  if (ctx.extra == nullptr) return false;
+  std::memcpy(ctx.extra, port, strnlen(port, kPortSize - 1));
   return true;
 }
 
 // What a family needs from the request beyond the form: the 802.1X certificate's port.
 template <class Family>
-bool ReadExtra(const mg_connection* conn, const UploadFileCtx& ctx, MallocPtr<char>& extra) {
+bool ReadExtra(const mg_connection* conn, UploadFileCtx& ctx) {
   if constexpr (std::is_same_v<Family, CertificateFamily>) {
-    if (ctx.funcId == k8021xCertificate) return CopyPortHeader(conn, extra);
+    if (ctx.funcId == k8021xCertificate) return CopyPortHeader(conn, ctx);
   }
   return true;
 }
@@ -65,12 +67,11 @@ int HandleUpload(mg_connection* conn, const UploadNames& names) {
   Prepare(upload, request, url);
   if (!Family::Bound(upload.ctx)) return NotRegistered(kLog.error(), names.handler);
 
-  MallocPtr<char> extra;
-  if (!ReadExtra<Family>(conn, upload.ctx, extra)) return request.Answer(500);
-  upload.ctx.extra = extra.get();
+  if (!ReadExtra<Family>(conn, upload.ctx)) return request.Answer(500);
   const bool parsed = ParseForm(conn, upload, names.found, names.get, FuncUploadFileAndFileStoreCb);
-  const UploadAnswer answer = Conclude(upload, parsed);
-  return request.Answer(answer.status, answer.json);
+  // The host may have cleared its slot, or the login handle, in the last field's calls.
+  if (parsed && !Family::Bound(upload.ctx)) NotRegistered(kLog.error(), names.handler);
+  return Finish(request, upload, parsed);
 }
 
 }  // namespace

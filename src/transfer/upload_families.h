@@ -12,7 +12,9 @@ struct SlotFamily {
   using Context = UploadFileCtx;
   static constexpr LogSource kLog{"sdkapiupload"};
 
-  static bool Bound(const Context& ctx) { return ctx.loginHandle->*kSlot != nullptr; }
+  static bool Bound(const Context& ctx) {
+    return ctx.loginHandle != nullptr && ctx.loginHandle->*kSlot != nullptr;
+  }
   static int Call(Context& ctx, const char* token) {
     return (ctx.loginHandle->*kSlot)(token, ctx.funcId, &ctx);
   }
@@ -41,7 +43,9 @@ struct FirmwareFamily {
   using Context = UploadFileCtx;
   static constexpr LogSource kLog{"sdkapiupload"};
 
-  static bool Bound(const Context& ctx) { return ctx.loginHandle->UpgradeCb != nullptr; }
+  static bool Bound(const Context& ctx) {
+    return ctx.loginHandle != nullptr && ctx.loginHandle->UpgradeCb != nullptr;
+  }
   static int Call(Context& ctx, const char* token) { return ctx.loginHandle->UpgradeCb(token, &ctx); }
   static void OnUnbound(Context& /*ctx*/) {}
   static bool Accepts(int error) { return error == 0; }

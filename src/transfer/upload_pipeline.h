@@ -17,7 +17,9 @@
 #include <cstddef>
 #include <cstring>
 #include <type_traits>
+#include <utility>
 
+#include "base/owned.h"
 #include "base/text.h"
 #include "http/request.h"
 #include "server/log.h"
@@ -39,7 +41,6 @@ struct Upload {
   typename Family::Context ctx;
   const char* token;       // the request's
   const char* parseToken;  // the one that calls during the parse pass
-  std::size_t staleBytes;  // bytes of ctx.data that an earlier piece has filled
   int fieldsFound;
   bool parseFailed;
 };
@@ -51,14 +52,13 @@ Upload<Family>* UploadOf(void* userData) {
       mg_get_user_connection_data(static_cast<const mg_connection*>(userData)));
 }
 
-// Writes one piece; zeroes what the piece before left behind it.
-template <class Family>
-void LoadPiece(Upload<Family>& upload, const char* bytes, std::size_t length) {
-  char(&data)[sizeof upload.ctx.data] = upload.ctx.data;
-  std::memcpy(data, bytes, length);
-  if (upload.staleBytes > length) std::memset(data + length, 0, upload.staleBytes - length);
-  upload.staleBytes = length;
-  upload.ctx.length = static_cast<int64_t>(length);
+// Writes one piece and zeroes all behind it: the host may have written anywhere. Keeping book of what can be
+// dirty, or looking for it, would cost more than clearing it.
+template <class Context>
+void LoadPiece(Context& ctx, const char* bytes, std::size_t length) {
+  std::memcpy(ctx.data, bytes, length);
+  std::memset(ctx.data + length, 0, sizeof ctx.data - length);
+  ctx.length = static_cast<int64_t>(length);
 }
 
 template <class Context>
@@ -86,7 +86,7 @@ int OnFieldFound(const char* key, const char* fileName, void* conn, const char* 
   if (IsUnbound<Family>(upload, Family::kLog.error(), callback)) return MG_FORM_FIELD_STORAGE_ABORT;
 
   ++upload->fieldsFound;
-  LoadPiece(*upload, "", 0);
+  LoadPiece(upload->ctx, "", 0);
   NameField(upload->ctx, key, fileName);
   upload->ctx.pieceState = 0;
   const int result = Family::Call(upload->ctx, upload->parseToken);
@@ -109,8 +109,11 @@ int OnFieldGet(const char* value, std::size_t length, void* conn, const char* ca
     return MG_FORM_FIELD_HANDLE_ABORT;
   }
   for (std::size_t done = 0; done != length;) {
+    if (done != 0 && IsUnbound<Family>(upload, Family::kLog.error(), callback)) {
+      return MG_FORM_FIELD_HANDLE_ABORT;
+    }
     const std::size_t piece = std::min(length - done, sizeof upload->ctx.data);
-    LoadPiece(*upload, value + done, piece);
+    LoadPiece(upload->ctx, value + done, piece);
     done += piece;
     upload->ctx.pieceState = PieceState(value + done);
     const int result = Family::Call(upload->ctx, upload->parseToken);
@@ -149,6 +152,15 @@ UploadAnswer Conclude(Upload<Family>& upload, bool parsed) {
   ctx.endFlag = 1;
   ctx.length = 0;
   return {Family::Call(ctx, upload.token) == 0 ? 200 : 500, ""};
+}
+
+// Concludes and replies; returns the handler's result. What then stands in the record's extra is released:
+// the host may have taken the block that was there, or left one of its own.
+template <class Request, class Family>
+int Finish(const Request& request, Upload<Family>& upload, bool parsed) {
+  const UploadAnswer answer = Conclude(upload, parsed);
+  const MallocPtr<char> extra(std::exchange(upload.ctx.extra, nullptr));
+  return request.Answer(answer.status, answer.json);
 }
 
 }  // namespace sdkapi

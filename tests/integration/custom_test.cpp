@@ -1,9 +1,11 @@
 // Routes that the host adds while the server runs.
 #include <algorithm>
 #include <atomic>
+#include <cstdlib>
 #include <cstring>
 #include <memory>
 #include <thread>
+#include <utility>
 
 #include "server_test_base.h"
 
@@ -113,6 +115,23 @@ TEST_P(CustomTest, LengthsThatLieDoNoHarm) {
     ExpectServed(ParseResponse(client.ReadToEnd()));
     EXPECT_EQ(seen_, std::vector<Seen>{row.seen});
   }
+}
+
+TEST_P(CustomTest, TheBodyIsTheFunctionsToTakeOrToReplace) {
+  char* taken = nullptr;
+  serve = [&taken](mg_connection* conn, CustomReqInfo* request) {
+    taken = std::exchange(request->body, nullptr);
+    return SendReponseInfo(conn, 200, 1, "{}", 2);
+  };
+  ExpectServed(Post("/own/api", "kept"));
+  ASSERT_NE(taken, nullptr);
+  EXPECT_EQ(std::string(taken, 4), "kept");
+  std::free(taken);
+  serve = [](mg_connection* conn, CustomReqInfo* request) {
+    std::free(std::exchange(request->body, static_cast<char*>(std::malloc(100))));
+    return SendReponseInfo(conn, 200, 1, "{}", 2);
+  };
+  ExpectServed(Post("/own/api", "replaced"));
 }
 
 TEST_P(CustomTest, TheFunctionReadsHeadersAndParameters) {

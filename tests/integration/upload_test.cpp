@@ -1,6 +1,7 @@
 // Uploads through every route: what reaches the host, and how what cannot be accepted is refused.
 #include <algorithm>
 #include <atomic>
+#include <cstdlib>
 #include <cstring>
 #include <memory>
 #include <thread>
@@ -306,6 +307,75 @@ TEST_P(UploadTest, TheLastErrorDecides) {
     };
     ExpectReply(Send(UploadRequest("/api/v1/fw_upload", MultipartBody({{"1", "x", "f"}, {"2", "y", "g"}}))),
                 row.status, row.status == 406 ? kInvalidFile : "");
+  }
+}
+
+// The record behind a step; the first eight fields are the same in both kinds of record.
+UploadFileCtx& RecordOf(const UploadStep& step) {
+  return *static_cast<UploadFileCtx*>(const_cast<void*>(step.upload));
+}
+
+TEST_P(UploadTest, WhatTheHostWritesIntoTheDataIsGoneAtTheNextCall) {
+  const std::string content = SampleBytes(20000);
+  const std::string body = MultipartBody({{"one", content, "f.bin"}, {"two", "short", ""}});
+  for (const UploadRoute& route : UploadRoutes()) {
+    SCOPED_TRACE(route.target);
+    StartAfresh();
+    int dirty = 0;
+    host().upload = [&](const UploadStep& step) {
+      UploadFileCtx& record = RecordOf(step);
+      const std::string behind(record.data + record.length, record.data + sizeof record.data);
+      if (step.endFlag == 0 && behind.find_first_not_of('\0') != std::string::npos) ++dirty;
+      receiver_.Take(step);
+      std::memset(record.data, 'h', sizeof record.data);
+      return 0;
+    };
+    ExpectReply(Send(UploadRequest(route.target, body)), 200);
+    EXPECT_EQ(dirty, 0);
+    ASSERT_EQ(receiver_.Finished().size(), 1U);
+    EXPECT_TRUE(receiver_.Finished()[0].fields[0].data == content);
+    EXPECT_EQ(receiver_.Finished()[0].fields[1].data, "short");
+  }
+}
+
+TEST_P(UploadTest, TheExtraBlockIsTheHostsToTakeOrToReplace) {
+  for (const UploadRoute& route : UploadRoutes()) {
+    for (const bool replace : {false, true}) {
+      SCOPED_TRACE(std::string(route.target) + (replace ? " replaced" : " taken"));
+      host().upload = [&](const UploadStep& step) {
+        char*& extra = RecordOf(step).extra;
+        std::free(extra);
+        extra = replace ? static_cast<char*>(std::calloc(1, 100)) : nullptr;
+        return 0;
+      };
+      HttpRequest request = UploadRequest(route.target, MultipartBody({{"f", "x", "f"}}));
+      request.headers.emplace_back("Port: eth0");
+      ExpectReply(Send(request), 200);
+    }
+  }
+}
+
+TEST_P(UploadTest, AHostThatClearsItsLoginHandleIsNotCalledAgain) {
+  const std::string body = MultipartBody({{"one", std::string(20000, 'x'), "f"}, {"two", "y", ""}});
+  for (const UploadRoute& route : UploadRoutes()) {
+    if (route.refusal == Refusal::kCustom) continue;
+    for (const bool inFound : {true, false}) {
+      SCOPED_TRACE(std::string(route.target) + (inFound ? " found" : " get"));
+      LogLines::Clear();
+      int calls = 0;
+      host().upload = [&](const UploadStep& step) {
+        ++calls;
+        if (inFound || step.pieceState != 0) RecordOf(step).loginHandle = nullptr;
+        return 0;
+      };
+      ExpectRefused(Send(UploadRequest(route.target, body)), route);
+      EXPECT_EQ(calls, inFound ? 1 : 2);
+      // The parser asks once more after an abort in a long field.
+      const auto lines = LogLines::All();
+      EXPECT_TRUE(std::any_of(lines.begin(), lines.end(), [](const LogLine& line) {
+        return line.level == 4 && line.text.find("FileGetCb not registered!!!!") != std::string::npos;
+      }));
+    }
   }
 }
 

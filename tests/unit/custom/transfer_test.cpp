@@ -165,6 +165,31 @@ TEST_F(CustomUploadTest, AFunctionThatVanishesBeforeAPieceAbortsTheParse) {
             "4 sdkapicustom FuncUploadCustomGetCb not registered!!!!");
 }
 
+TEST_F(CustomUploadTest, AFunctionClearedBetweenThePiecesOfOneValueAbortsTheParse) {
+  TestHost::Script().customUpload = [](const UploadStep& step, UploadCustomCtx& ctx) {
+    if (step.pieceState == 2) ctx.hostFunction = nullptr;
+    return 0;
+  };
+  conn_.Multipart({{FormField{"file", "a.png", {{std::string(40000, 'x')}}}}});
+  EXPECT_EQ(FuncUploadCustomHandle(&conn_, kUploadHost), 1);
+  EXPECT_EQ(conn_.trace.lines, (Strings{"found file a.png -> 1", "get 40000 -> 16"}));
+  EXPECT_EQ(conn_.output, JsonReply(500));
+}
+
+TEST_F(CustomUploadTest, WhatTheHostWritesIntoTheRecordIsGoneAtTheNextCall) {
+  TestHost::Script().customUpload = [](const UploadStep&, UploadCustomCtx& ctx) {
+    std::memset(ctx.data, 'h', sizeof ctx.data);
+    return 0;
+  };
+  conn_.Multipart({{FormField{"one", "a", {{"xyz"}}}, FormField{"two", "b", {{"y"}}}}});
+  EXPECT_EQ(FuncUploadCustomHandle(&conn_, kUploadHost), 1);
+  const auto steps = TestHost::Uploads();
+  ASSERT_EQ(steps.size(), 5U);
+  EXPECT_EQ(steps[1].data, "xyz");
+  EXPECT_EQ(steps[3].data, "y");
+  for (std::size_t i = 0; i < 4; ++i) EXPECT_TRUE(steps[i].restIsZero) << i;
+}
+
 TEST_F(CustomUploadTest, WhatTheParserCannotReadIsAServerError) {
   FormScript malformed = OneFile();
   malformed.result = -1;

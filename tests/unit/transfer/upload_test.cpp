@@ -265,6 +265,27 @@ TEST_P(FamilyTest, AFieldFoundAfterDataShowsNoDataOfTheFieldBefore) {
   EXPECT_TRUE(steps[3].restIsZero);
 }
 
+TEST_P(FamilyTest, WhatTheHostWritesIntoTheRecordIsGoneAtTheNextCall) {
+  for (const std::size_t place : {std::size_t{0}, std::size_t{5}, sizeof(UploadFileCtx::data) - 1}) {
+    TestHost::Reset();
+    TestHost::Script().upload = [place](const UploadStep&, UploadFileCtx& ctx) {
+      ctx.data[place] = 'h';
+      std::memset(ctx.name, 'h', sizeof ctx.name);
+      return 0;
+    };
+    mg_connection conn("POST", GetParam().url);
+    conn.Multipart({{FormField{"one", "a", {{"xyz", "X"}, {"yz"}}}, FormField{"two", "b", {{"y"}}}}});
+    EXPECT_EQ(Handle(conn), 1);
+    const auto steps = TestHost::Uploads();
+    ASSERT_EQ(steps.size(), 6U);
+    EXPECT_EQ(steps[0].name, "one");
+    EXPECT_EQ(steps[2].data, "yz");
+    EXPECT_EQ(steps[3].name, "two");
+    for (std::size_t i = 0; i < 5; ++i) EXPECT_TRUE(steps[i].restIsZero) << i;
+    EXPECT_FALSE(steps[5].restIsZero) << "the final call keeps what the last field left";
+  }
+}
+
 struct LongNameCase {
   std::size_t length;
   std::size_t kept;
@@ -454,6 +475,54 @@ TEST_P(FamilyTest, ASlotThatVanishesBeforeTheFinalCallIsNotCalled) {
   };
   conn_.Multipart(OneFile());
   EXPECT_EQ(Handle(conn_), 1);
+  EXPECT_EQ(LogCapture::LinesWithoutReplies().back(),
+            std::string("4 sdkapiupload ") + GetParam().handler + " not registered!!!!");
+  EXPECT_EQ(conn_.output, ParseFailure());
+}
+
+// In which call the host clears the login handle, and who finds it gone.
+struct ClearedHandleCase {
+  const char* at;
+  Strings parser;
+  const char* Family::*finder;
+};
+
+TEST_P(FamilyTest, ALoginHandleThatTheHostClearedIsNoHandle) {
+  for (const ClearedHandleCase& row :
+       {ClearedHandleCase{"found one", {"found one a -> 1", "get 3 -> 16"}, &Family::get},
+        ClearedHandleCase{"piece 3 more", {"found one a -> 1", "get 3 -> 1", "get 2 -> 16"}, &Family::get},
+        ClearedHandleCase{"piece 2 last",
+                          {"found one a -> 1", "get 3 -> 1", "get 2 -> 1", "found two b -> 16"},
+                          &Family::found},
+        ClearedHandleCase{"piece 1 last",
+                          {"found one a -> 1", "get 3 -> 1", "get 2 -> 1", "found two b -> 1", "get 1 -> 1"},
+                          &Family::handler}}) {
+    SCOPED_TRACE(row.at);
+    TestHost::Reset();
+    LogCapture::Clear();
+    TestHost::Script().upload = [&row](const UploadStep& step, UploadFileCtx& ctx) {
+      if (step.Describe().find(row.at) != std::string::npos) ctx.loginHandle = nullptr;
+      return 0;
+    };
+    mg_connection conn("POST", GetParam().url);
+    conn.Multipart({{FormField{"one", "a", {{"xyz", "X"}, {"yz"}}}, FormField{"two", "b", {{"y"}}}}});
+    EXPECT_EQ(Handle(conn), 1);
+    EXPECT_EQ(conn.trace.lines, row.parser);
+    EXPECT_EQ(conn.output, ParseFailure());
+    EXPECT_EQ(LogCapture::LinesWithoutReplies().back(),
+              std::string("4 sdkapiupload ") + GetParam().*row.finder + " not registered!!!!");
+    EXPECT_EQ(TestHost::Uploads().back().endFlag, 0);
+  }
+}
+
+TEST_P(FamilyTest, ALoginHandleClearedBetweenThePiecesOfOneValueIsNoHandle) {
+  TestHost::Script().upload = [](const UploadStep& step, UploadFileCtx& ctx) {
+    if (step.pieceState == 2) ctx.loginHandle = nullptr;
+    return 0;
+  };
+  conn_.Multipart({{FormField{"file", "a.png", {{std::string(40000, 'x')}}}}});
+  EXPECT_EQ(Handle(conn_), 1);
+  EXPECT_EQ(conn_.trace.lines, (Strings{"found file a.png -> 1", "get 40000 -> 16"}));
   EXPECT_EQ(conn_.output, ParseFailure());
 }
 
