@@ -6,9 +6,9 @@
  * Registration works from any thread while the server runs and is lost at stop. A pattern that ends in "$"
  * matches that URI only; without it every URI that begins so. Registering a pattern again replaces its
  * function, and waits until no request is running in it: **never register a route from a function that serves
- * this same route**, nor from a WebSocket event 0 or 2; the call would wait for itself. A custom pattern can
- * hide a built-in route (for instance "/api/v1"). All custom routes ask for a token when authentication is
- * on.
+ * this same route**, nor from a WebSocket event 0 or 2 or from LogOutCb; the call would wait for itself. A
+ * custom pattern can hide a built-in route (for instance "/api/v1"). All custom routes ask for a token when
+ * authentication is on.
  */
 #ifndef SDKAPI_CUSTOM_H
 #define SDKAPI_CUSTOM_H

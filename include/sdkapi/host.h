@@ -196,6 +196,10 @@ typedef struct SdkAPISerHandle {
   /**
    * 2: a login ended (log-out, or its WebSocket closed); the result is ignored.
    *
+   * When a WebSocket closed it runs under the server's context lock, as events 0 and 2 of WebSocketCb
+   * do: a slow one stalls every request. Keep it short, take no lock in it that another thread holds while it
+   * registers a route or stops the server.
+   *
    * @return ignored.
    */
   int (*LogOutCb)(void);
@@ -317,8 +321,9 @@ typedef struct SdkAPISerHandle {
   int (*UpgradeCb)(const char* token, UploadFileCtx* ctx);
   /**
    * 33: WebSocket event 0 connected, 1 text received, 2 closed. A non-zero result of event 1 closes the
-   * connection. Events 0 and 2 run under the server's context lock: keep them short, take no lock in them
-   * that another thread holds while it registers a route or stops the server.
+   * connection. Events 0 and 2, and LogOutCb at a close, run under the server's context lock, and while
+   * they run every request waits: keep them short, take no lock in them that another thread holds while it
+   * registers a route or stops the server.
    *
    * @param event 0, 1 or 2.
    * @param token the connection's token.

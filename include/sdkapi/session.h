@@ -69,7 +69,7 @@ SDKAPI_EXPORT int HandleManageAddHandle1(HandleManage* head, void* value);
 SDKAPI_EXPORT int HandleManageDelHandle(HandleManage* head, void* value);
 
 /**
- * Reads the first pointer. Callable from any thread; takes the list's lock.
+ * Reads the first pointer. Callable from any thread; takes the list's lock unless the list is empty.
  *
  * @param head the list.
  * @return the pointer; NULL when head is NULL or the list is empty.

@@ -25,8 +25,8 @@ SDKAPI_BEGIN
  * not read.
  *
  * @param token the token that the client connected with; NULL finds no connection.
- * @param data  the text, need not be NUL-terminated; NULL sends nothing.
- * @param len   its length in bytes; a negative one sends nothing.
+ * @param data  the text, need not be NUL-terminated; NULL with a length sends nothing.
+ * @param len   its length in bytes; 0 sends an empty text, whatever data is; a negative one sends nothing.
  * @return always 0, also when there is no such connection.
  */
 SDKAPI_EXPORT int WebSocketSendData(const char* token, const char* data, int len);

@@ -11,6 +11,12 @@ const cJSON* Member(const cJSON* object, const char* name) {
   return object != nullptr && name != nullptr ? cJSON_GetObjectItem(object, name) : nullptr;
 }
 
+// A number alone: the parser notes a 1 for true. A missing member and 0 look the same on purpose.
+const cJSON* Number(const cJSON* object, const char* name) {
+  const cJSON* const member = Member(object, name);
+  return cJSON_IsNumber(member) ? member : nullptr;
+}
+
 }  // namespace
 
 int cJSON_GetObjectItemValueString(const cJSON* object, const char* name, char* dst, int size) {
@@ -22,13 +28,12 @@ int cJSON_GetObjectItemValueString(const cJSON* object, const char* name, char* 
   return 0;
 }
 
-// No type test, unlike strings: a missing member and 0 look the same on purpose.
 int cJSON_GetObjectItemValueInt(const cJSON* object, const char* name) {
-  const cJSON* const member = Member(object, name);
+  const cJSON* const member = Number(object, name);
   return member != nullptr ? member->valueint : 0;
 }
 
 double cJSON_GetObjectItemValueDouble(const cJSON* object, const char* name) {
-  const cJSON* const member = Member(object, name);
+  const cJSON* const member = Number(object, name);
   return member != nullptr ? member->valuedouble : 0.0;
 }

@@ -94,7 +94,7 @@ mg_context* GetMgContext() { return s_ctx.load(); }
 
 bool RegisterRoute(const char* uri, mg_request_handler handler, void* cbdata) {
   if (!EnterRegistration()) return false;
-  mg_set_request_handler(GetMgContext(), uri, handler, cbdata);
+  if (uri != nullptr) mg_set_request_handler(GetMgContext(), uri, handler, cbdata);
   LeaveRegistration();
   return true;
 }

@@ -12,7 +12,8 @@ bool ServerIsRunning();
 mg_context* GetMgContext();
 
 // Registers a route unless the server is not running (never started, or stopped). Safe against a stop at
-// the same moment. Returns whether the route was handed to the web server.
+// the same moment. Returns whether the server runs; a NULL pattern, which could match nothing, is not
+// registered.
 bool RegisterRoute(const char* uri, mg_request_handler handler, void* cbdata);
 
 // Starts the web server with its routes and its WebSocket endpoint. Returns 0 or -1.

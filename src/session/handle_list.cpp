@@ -1,4 +1,6 @@
 // The locked list of opaque pointers.
+#include <atomic>
+
 #include "base/owned.h"
 #include "base/scoped_lock.h"
 #include "sdkapi/session.h"
@@ -14,15 +16,24 @@ HandleManage* NewNode(void* value) {
   return node;
 }
 
+// The place may be the head, whose link is also looked at without the lock.
+void SetNext(HandleManage* place, HandleManage* node) {
+  std::atomic_ref(place->next).store(node, std::memory_order_relaxed);
+}
+
+bool IsEmpty(HandleManage* head) {
+  return std::atomic_ref(head->next).load(std::memory_order_relaxed) == nullptr;
+}
+
 void LinkBehind(HandleManage* place, HandleManage* node) {
   node->prev = place;
   node->next = place->next;
   if (node->next != nullptr) node->next->prev = node;
-  place->next = node;
+  SetNext(place, node);
 }
 
 void Unlink(HandleManage* node) {
-  node->prev->next = node->next;
+  SetNext(node->prev, node->next);
   if (node->next != nullptr) node->next->prev = node->prev;
 }
 
@@ -44,7 +55,7 @@ int HandleManageInitHead(HandleManage* head) {
   pthread_mutex_init(&head->mutex, nullptr);
   const ScopedLock lock(head->mutex);
   head->value = nullptr;
-  head->next = nullptr;
+  SetNext(head, nullptr);
   head->prev = nullptr;
   return 0;
 }
@@ -78,7 +89,7 @@ int HandleManageDelHandle(HandleManage* head, void* value) {
 }
 
 void* HandleManageGetNextHandle(HandleManage* head) {
-  if (head == nullptr) return nullptr;
+  if (head == nullptr || IsEmpty(head)) return nullptr;
   const ScopedLock lock(head->mutex);
   return head->next != nullptr ? head->next->value : nullptr;
 }

@@ -154,9 +154,9 @@ bool HandshakeWillFail(const mg_connection* conn) {
 
 // A browser that offers a protocol fails the connection unless the handshake's answer names it. The web
 // server answers with what stands in this field; a list is left unanswered, no single item of it is the
-// token.
+// token. An empty value names no protocol.
 void EchoProtocol(const mg_connection* conn, const char* protocol) {
-  if (std::strchr(protocol, ',') != nullptr) return;
+  if (protocol[0] == '\0' || std::strchr(protocol, ',') != nullptr) return;
   const_cast<mg_request_info*>(mg_get_request_info(conn))->acceptedWebSocketSubprotocol = protocol;
 }
 

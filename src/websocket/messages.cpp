@@ -87,10 +87,10 @@ int WebsocketDataHandler(mg_connection* conn, int flags, char* data, size_t data
 }
 
 int WebSocketSendData(const char* token, const char* data, int len) {
-  if (token == nullptr || data == nullptr || len < 0) return 0;
+  if (token == nullptr || len < 0 || (data == nullptr && len > 0)) return 0;
   WebSocketLinkEntry* const entry = PinByToken(token);
   if (entry == nullptr) return 0;
-  SendText(entry, data, static_cast<std::size_t>(len));
+  SendText(entry, data != nullptr ? data : "", static_cast<std::size_t>(len));
   UnpinEntry(entry);
   return 0;
 }

@@ -56,6 +56,26 @@ TEST_P(ApiTest, UsersAreCreatedAndDeleted) {
   EXPECT_EQ(seen, "||0|1");
 }
 
+TEST_P(ApiTest, ARoleThatIsNoNumberIsRoleZero) {
+  struct Row {
+    const char* json;
+    int role;
+  };
+  for (const Row& row : {Row{"true", 0}, Row{"false", 0}, Row{"null", 0}, Row{R"("1")", 0}, Row{"[1]", 0},
+                         Row{"{}", 0}, Row{"1", 1}, Row{"-3", -3}}) {
+    SCOPED_TRACE(row.json);
+    int role = -1;
+    host().manageUser = [&role](ManageUserRequest* request) {
+      role = request->role;
+      return 0;
+    };
+    ExpectReply(
+        Post("/createuser", std::string(R"({"username":"eve","password":"pw","role":)") + row.json + "}"),
+        200, R"({"code":0})");
+    EXPECT_EQ(role, row.role);
+  }
+}
+
 TEST_P(ApiTest, ResultsBecomeStatuses) {
   struct Row {
     int result;

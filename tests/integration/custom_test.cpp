@@ -302,8 +302,11 @@ TEST_F(RegistrationTest, IsRefusedUnlessTheServerRuns) {
   };
   EXPECT_TRUE(refused("/early$"));
   EXPECT_EQ(LogLines::Count(4, "ctx error..", "sdkapi"), 3);
+  EXPECT_TRUE(refused(nullptr));
+  EXPECT_EQ(LogLines::Count(4, "ctx error..", "sdkapi"), 6);
   Prepare({false, false});
   EXPECT_TRUE(refused(nullptr));
+  EXPECT_EQ(LogLines::Count(4, "ctx error..", "sdkapi"), 0);
   ExpectNotFound(Get("/early"));
   ASSERT_EQ(SdkAPISer_Custom_Get_Post_Api_Add("/early$", SayHello), 0);
   EXPECT_TRUE(Get("/early").raw.ends_with("hello"));

@@ -144,6 +144,31 @@ TEST_P(WebSocketTest, AListOfProtocolsIsNotEchoed) {
   EXPECT_EQ(Events(), std::vector<Call>{Event("one, two", 0)});
 }
 
+// With authentication on nobody has an empty token.
+TEST_P(WebSocketTest, AnEmptyProtocolIsNotEchoed) {
+  RawWebSocket socket(mode());
+  std::string request = RawWebSocket::Request("/websocket", "");
+  request.insert(request.size() - 2, "Sec-WebSocket-Protocol:\r\n");
+  const std::string accepted =
+      "HTTP/1.1 101 Switching Protocols\r\nUpgrade: websocket\r\nConnection: Upgrade\r\n"
+      "Sec-WebSocket-Accept: s3pPLMBiTxaQ9kYGzzhZRbK+xOo=\r\n\r\n";
+  EXPECT_EQ(socket.ShakeWith(request), mode().auth ? "" : accepted);
+  if (mode().auth) return;
+  ExpectAlive(socket);
+  EXPECT_EQ(Events(), std::vector<Call>{Event("", 0)});
+}
+
+TEST_P(WebSocketTest, AnEmptyTextIsSentWithAndWithoutAPointer) {
+  Socket socket = Connect();
+  WebSocketSendData(token().c_str(), nullptr, 5);
+  WebSocketSendData(token().c_str(), "", 0);
+  WebSocketSendData(token().c_str(), nullptr, 0);
+  WebSocketSendData(token().c_str(), "end", 3);
+  EXPECT_EQ(socket->Read(), (Frame{true, 1, ""}));
+  EXPECT_EQ(socket->Read(), (Frame{true, 1, ""}));
+  EXPECT_EQ(socket->Read(), (Frame{true, 1, "end"}));
+}
+
 TEST_P(WebSocketTest, TheDefaultUrlIsAPrefix) {
   for (const char* const target :
        {"/websocket", "/websocket/", "/websocket/more", "/websocketry", "/WebSocket"}) {

@@ -45,7 +45,11 @@ std::string RawWebSocket::Accepted(const std::string& protocol) {
 }
 
 std::string RawWebSocket::Shake(const std::string& target, const std::string& protocol) {
-  connection_.Send(Request(target, protocol));
+  return ShakeWith(Request(target, protocol));
+}
+
+std::string RawWebSocket::ShakeWith(const std::string& request) {
+  connection_.Send(request);
   connection_.ReadUntil([](const std::string& bytes) { return bytes.find("\r\n\r\n") != std::string::npos; });
   const std::size_t end = connection_.received().find("\r\n\r\n");
   used_ = end == std::string::npos ? connection_.received().size() : end + 4;

@@ -72,7 +72,7 @@ struct NumberCase {
 };
 class NumberMemberTest : public JsonValuesTest, public testing::WithParamInterface<NumberCase> {};
 
-TEST_P(NumberMemberTest, IsReadWithoutATypeTest) {
+TEST_P(NumberMemberTest, WhatIsNoNumberReadsAsZero) {
   EXPECT_EQ(cJSON_GetObjectItemValueInt(object_.get(), GetParam().member), GetParam().integer);
   EXPECT_EQ(cJSON_GetObjectItemValueDouble(object_.get(), GetParam().member), GetParam().real);
 }
@@ -82,8 +82,9 @@ INSTANTIATE_TEST_SUITE_P(
     testing::Values(NumberCase{"Number", "number", 5, 5.0}, NumberCase{"OtherCase", "NUMBER", 5, 5.0},
                     NumberCase{"Zero", "zero", 0, 0.0}, NumberCase{"Real", "real", 2, 2.75},
                     NumberCase{"Digits", "digits", 0, 0.0}, NumberCase{"False", "no", 0, 0.0},
-                    NumberCase{"Null", "nothing", 0, 0.0}, NumberCase{"Missing", "absent", 0, 0.0},
-                    NumberCase{"NullName", nullptr, 0, 0.0}),
+                    NumberCase{"True", "yes", 0, 0.0}, NumberCase{"List", "list", 0, 0.0},
+                    NumberCase{"Object", "object", 0, 0.0}, NumberCase{"Null", "nothing", 0, 0.0},
+                    NumberCase{"Missing", "absent", 0, 0.0}, NumberCase{"NullName", nullptr, 0, 0.0}),
     sdktest::ByName{});
 
 TEST(JsonValues, WithoutAnObjectThereIsNoMember) {

@@ -50,6 +50,12 @@ TEST_P(RegistrationTest, RefusesANullPattern) {
   Start();
   EXPECT_EQ(GetParam().add(nullptr, true), -1);
   EXPECT_TRUE(Server().routes.empty());
+  EXPECT_EQ(Log(), Strings{});
+}
+
+TEST_P(RegistrationTest, AsksForTheServerBeforeThePattern) {
+  EXPECT_EQ(GetParam().add(nullptr, true), -1);
+  EXPECT_EQ(Log(), Strings{"4 sdkapi ctx error.."});
 }
 
 TEST_P(RegistrationTest, IsRefusedWhileNoServerRuns) {

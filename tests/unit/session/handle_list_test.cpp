@@ -1,4 +1,7 @@
 // The locked list of opaque pointers.
+#include <atomic>
+#include <chrono>
+#include <future>
 #include <thread>
 
 #include "library_fixture.h"
@@ -166,6 +169,36 @@ TEST_F(HandleListTest, TheLoopHoldsTheListsLock) {
 
 TEST_F(HandleListTest, InitAgainForgetsTheNodes) {
   HandleManageInitHead(&head_);
+  ExpectList({});
+}
+
+TEST_F(HandleListTest, TheFirstOfAnEmptyListIsReadWithoutTheLock) {
+  pthread_mutex_lock(&head_.mutex);
+  std::future<void*> first =
+      std::async(std::launch::async, [this] { return HandleManageGetNextHandle(&head_); });
+  const bool answered = first.wait_for(std::chrono::seconds(20)) == std::future_status::ready;
+  pthread_mutex_unlock(&head_.mutex);
+  EXPECT_TRUE(answered);
+  EXPECT_EQ(first.get(), nullptr);
+}
+
+// What the thread sanitizer is asked: may the first emptiness test meet every kind of change?
+TEST_F(HandleListTest, TheFirstIsReadWhileItComesAndGoes) {
+  std::atomic<bool> over{false};
+  std::thread reader([&] {
+    while (!over) {
+      void* const first = HandleManageGetNextHandle(&head_);
+      EXPECT_TRUE(first == nullptr || first == a_ || first == b_);
+    }
+  });
+  for (int round = 0; round < 2000; ++round) {
+    HandleManageAddHandle(&head_, a_);
+    HandleManageAddHandle1(&head_, b_);
+    HandleManageDelHandle(&head_, b_);
+    HandleManageDelHandle(&head_, a_);
+  }
+  over = true;
+  reader.join();
   ExpectList({});
 }
 

@@ -133,6 +133,13 @@ TEST_F(WebSocketTest, AListOfProtocolsIsNotNamed) {
   Close(conn_);
 }
 
+TEST_F(WebSocketTest, AnEmptyProtocolIsNotNamed) {
+  EXPECT_EQ(Connect(conn_, ""), 0);
+  EXPECT_EQ(conn_.info.acceptedWebSocketSubprotocol, nullptr);
+  EXPECT_EQ(TestHost::Calls(), Strings{"WebSocketCb(0, , \"\", 0)"});
+  Close(conn_);
+}
+
 TEST_F(WebSocketTest, ConnectAndCloseHoldTheContextLock) {
   TestHost::Script().webSocket = [](int, const std::string&, const std::string&) {
     EXPECT_EQ(Server().context.depth, 1);

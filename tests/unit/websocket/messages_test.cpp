@@ -177,7 +177,8 @@ TEST_F(SendTest, ToATokenTakesTheLengthGiven) {
   WebSocketSendData("other", "hello", 2);
   WebSocketSendData("other", "a\0b", 3);
   WebSocketSendData("other", "", 0);
-  EXPECT_EQ(three_.Frames(), (Frames{{1, "he"}, {1, std::string("a\0b", 3)}, {1, ""}}));
+  WebSocketSendData("other", nullptr, 0);
+  EXPECT_EQ(three_.Frames(), (Frames{{1, "he"}, {1, std::string("a\0b", 3)}, {1, ""}, {1, ""}}));
 }
 
 TEST_F(SendTest, ToAnUnknownTokenSendsNothing) {
