@@ -6,9 +6,9 @@
  * Registration works from any thread while the server runs and is lost at stop. A pattern that ends in "$"
  * matches that URI only; without it every URI that begins so. Registering a pattern again replaces its
  * function, and waits until no request is running in it: **never register a route from a function that serves
- * this same route**, nor from a WebSocket event 0 or 2 or from LogOutCb; the call would wait for itself. A
- * custom pattern can hide a built-in route (for instance "/api/v1"). All custom routes ask for a token when
- * authentication is on.
+ * this same route**, nor from a WebSocket event 0 or 2 or from LogOutCb; the call would wait for itself
+ * until the server stops. A custom pattern can hide a built-in route (for instance "/api/v1"). All custom
+ * routes ask for a token when authentication is on.
  */
 #ifndef SDKAPI_CUSTOM_H
 #define SDKAPI_CUSTOM_H
@@ -34,12 +34,12 @@ typedef struct CustomReqInfo {
 /**
  * Serves one request of a get/post route, reply included (see @ref SendReponseInfo).
  *
- * Runs on a worker thread, for several requests at once; it may block.
+ * Runs on a worker thread, for several requests at once; it may block. From a stop on every write fails:
+ * @ref SendHttpDownLoadFile gives -1. @ref SendHttpBuff gives 0 all the same: look at a flag of your own.
  *
  * @param conn the connection to answer on, valid during the call.
  * @param req  the request, valid during the call.
- * @return -2 when the caller is not authorised: the library sends nothing and ends the connection;
- *         any other value: the request is done.
+ * @return -2 when the caller is not authorised (nothing is sent, the connection ends); else: it is done.
  */
 typedef int (*CustomGetPostFunction)(struct mg_connection* conn, CustomReqInfo* req);
 

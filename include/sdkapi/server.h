@@ -123,14 +123,14 @@ SDKAPI_EXPORT int SdkAPISer_Init(void);
  *
  * @param table the host's functions; copied, so it need not outlive the call.
  * @return 0 when the server runs;
- *         -1 when table is NULL, @ref SdkAPISer_Init never ran, the server runs already, or the web server
- *         could not start (port taken, certificate or pass phrase wrong; details are in "error.log").
+ *         -1 when table is NULL, @ref SdkAPISer_Init never ran, the server runs or is being stopped, or the
+ *         web server could not start (port taken, certificate or pass phrase wrong; see "error.log").
  */
 SDKAPI_EXPORT int SdkAPISer_Start(const SdkAPISerHandle* table);
 
 /**
- * Stops the server: ends preview streams after their current picture, closes all connections and waits
- * until every host function has returned. Normally done within 2 seconds.
+ * Stops the server: previews end after their picture, writes fail, all connections are closed; waits until
+ * every host function has returned. Normally done within 2 seconds. A second stop waits for the first.
  *
  * Must not be called from a host function that the library is running, nor while holding a lock that a
  * host function may want: it would wait for itself. Stopping a server that does not run is harmless.

@@ -17,6 +17,9 @@
 #include "server/log.h"
 #include "server/options.h"
 
+// Tells the web server's threads to end and keeps its context; in our build of the web server only.
+extern "C" __attribute__((weak, visibility("default"))) void mg_stop_begin(mg_context* ctx);
+
 namespace sdkapi {
 namespace {
 
@@ -25,12 +28,14 @@ constexpr LogSource kLog{"sdkapi"};
 std::atomic<int> gTaskExitFlag{0};
 std::atomic<mg_context*> s_ctx{nullptr};
 
+enum class Phase { kStopped, kStarting, kRunning, kStopping };
+
 // Whether s_ctx may be used. A stop waits for the registrations that it finds in flight: the web server
 // frees its context at the end of the stop.
 struct RunState {
   pthread_mutex_t mutex = PTHREAD_MUTEX_INITIALIZER;
-  pthread_cond_t idle = PTHREAD_COND_INITIALIZER;
-  bool running = false;
+  pthread_cond_t changed = PTHREAD_COND_INITIALIZER;
+  Phase phase = Phase::kStopped;
   int registrations = 0;
 };
 RunState runState;
@@ -56,34 +61,68 @@ bool HttpsIsRefused() {
 #endif
 }
 
-void SetRunning(bool running) {
-  const ScopedLock lock(runState.mutex);
-  runState.running = running;
+void WaitWhile(Phase phase) {
+  while (runState.phase == phase) pthread_cond_wait(&runState.changed, &runState.mutex);
 }
 
-bool IsStarted() {
+void Enter(Phase phase) {
   const ScopedLock lock(runState.mutex);
-  return runState.running;
+  runState.phase = phase;
+  pthread_cond_broadcast(&runState.changed);
 }
 
-// Ends the running state; false when there was none to end.
-bool LeaveRunning() {
+bool BeginStart() {
   const ScopedLock lock(runState.mutex);
-  if (!runState.running) return false;
-  runState.running = false;
-  while (runState.registrations > 0) pthread_cond_wait(&runState.idle, &runState.mutex);
+  if (runState.phase != Phase::kStopped) return false;
+  runState.phase = Phase::kStarting;
   return true;
+}
+
+// False when there is nothing to stop, or another thread has stopped it meanwhile.
+bool BeginStop() {
+  const ScopedLock lock(runState.mutex);
+  WaitWhile(Phase::kStarting);
+  if (runState.phase == Phase::kRunning) {
+    runState.phase = Phase::kStopping;
+    return true;
+  }
+  WaitWhile(Phase::kStopping);
+  return false;
 }
 
 bool EnterRegistration() {
   const ScopedLock lock(runState.mutex);
-  if (runState.running) ++runState.registrations;
-  return runState.running;
+  const bool running = runState.phase == Phase::kRunning;
+  if (running) ++runState.registrations;
+  return running;
 }
 
 void LeaveRegistration() {
   const ScopedLock lock(runState.mutex);
-  if (--runState.registrations == 0) pthread_cond_broadcast(&runState.idle);
+  if (--runState.registrations == 0) pthread_cond_broadcast(&runState.changed);
+}
+
+void AwaitRegistrations() {
+  const ScopedLock lock(runState.mutex);
+  while (runState.registrations > 0) pthread_cond_wait(&runState.changed, &runState.mutex);
+}
+
+// A registration may wait for a request that ends only when its writes fail, so the web server is told first.
+void StopServer(mg_context* ctx) {
+  if (mg_stop_begin != nullptr) mg_stop_begin(ctx);
+  AwaitRegistrations();
+  mg_stop(ctx);
+}
+
+bool StartServer(const SdkAPISerHandle* table) {
+  if (HttpsIsRefused()) {
+    kLog.error()("https is not available with this web server");
+    return false;
+  }
+  gTaskExitFlag.store(1);
+  SdkAPISerHandleInit(table);
+  UsrManageTask();
+  return CivetWebServerTask(GetOptionsParam(), GetCertPassword(), WebsocketUrl()) == 0;
 }
 
 }  // namespace
@@ -136,23 +175,18 @@ int SdkAPISer_Start(const SdkAPISerHandle* table) {
     kLog.error()("http no init..");
     return -1;
   }
-  if (table == nullptr || IsStarted()) return -1;
-  if (HttpsIsRefused()) {
-    kLog.error()("https is not available with this web server");
-    return -1;
-  }
-  gTaskExitFlag.store(1);
-  SdkAPISerHandleInit(table);
-  UsrManageTask();
-  if (CivetWebServerTask(GetOptionsParam(), GetCertPassword(), WebsocketUrl()) != 0) return -1;
-  SetRunning(true);
-  return 0;
+  if (table == nullptr || !BeginStart()) return -1;
+  const bool started = StartServer(table);
+  Enter(started ? Phase::kRunning : Phase::kStopped);
+  return started ? 0 : -1;
 }
 
 int SdkAPISer_Stop(void* /*unused*/) {
   using namespace sdkapi;
   kLog.info()("SdkAPISer_Stop ..");
   gTaskExitFlag.store(0);
-  if (LeaveRunning()) mg_stop(GetMgContext());
+  if (!BeginStop()) return 0;
+  StopServer(GetMgContext());
+  Enter(Phase::kStopped);
   return 0;
 }

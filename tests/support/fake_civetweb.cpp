@@ -147,11 +147,16 @@ mg_context* mg_start(const mg_callbacks* callbacks, void* userData, const char**
   server->options.clear();
   for (const char** option = options; *option != nullptr; ++option) server->options.emplace_back(*option);
   if (server->failStart) return nullptr;
+  server->context.stopping = false;
   server->context.stopped = false;
   return &server->context;
 }
 
+extern "C" void mg_stop_begin(mg_context* ctx);
+extern "C" void mg_stop_begin(mg_context* ctx) { ctx->stopping = true; }
+
 void mg_stop(mg_context* ctx) {
+  if (server->onStop) server->onStop();
   server->journal.emplace_back("stop");
   ++server->stops;
   if (ctx->stopped) ++server->stopsOfDeadContext;
@@ -159,6 +164,7 @@ void mg_stop(mg_context* ctx) {
 }
 
 void mg_set_request_handler(mg_context* /*ctx*/, const char* uri, mg_request_handler handler, void* cbdata) {
+  if (server->onRoute) server->onRoute();
   server->journal.push_back(std::string("route ") + uri);
   server->routes.push_back({uri, handler, cbdata});
 }

@@ -3,7 +3,9 @@
 
 #include <civetweb.h>
 
+#include <atomic>
 #include <cstdint>
+#include <functional>
 #include <limits>
 #include <mutex>
 #include <optional>
@@ -71,6 +73,7 @@ struct WebSocketEndpoint {
 struct mg_context {
   std::recursive_mutex mutex;
   int depth = 0;  // guarded by the mutex
+  std::atomic<bool> stopping = false;
   bool stopped = false;
 };
 
@@ -139,6 +142,8 @@ struct FakeServer {
   std::vector<WebSocketEndpoint> endpoints;
   std::vector<std::string> journal;  // start, routes and endpoints, stop in order
   mg_context context;
+  std::function<void()> onRoute;  // while a route is registered
+  std::function<void()> onStop;   // while the server stops
   int deepestLock = 0;
   int unbalancedUnlocks = 0;
 };

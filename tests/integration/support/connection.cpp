@@ -144,6 +144,12 @@ bool Connection::ReadUntilSize(std::size_t size) {
   return ReadUntil([size](const std::string& bytes) { return bytes.size() >= size; });
 }
 
+std::size_t Connection::DropReceived() {
+  const std::size_t size = received_.size();
+  received_.clear();
+  return size;
+}
+
 bool Connection::StaysOpen(std::chrono::milliseconds time) {
   const std::size_t before = received_.size();
   const auto deadline = Clock::now() + time;

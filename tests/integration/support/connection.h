@@ -31,6 +31,8 @@ class Connection {
   // Reads until the received bytes satisfy the condition; false at end of stream or deadline.
   bool ReadUntil(const std::function<bool(const std::string&)>& condition);
   bool ReadUntilSize(std::size_t size);
+  // Forgets what was received; its size.
+  std::size_t DropReceived();
   // True when nothing arrives and the connection stays open for the given time.
   bool StaysOpen(std::chrono::milliseconds time);
 

@@ -3,8 +3,13 @@
 
 #include <openssl/ssl.h>
 
+#include <atomic>
+#include <chrono>
 #include <cstdio>
+#include <future>
 #include <memory>
+#include <mutex>
+#include <thread>
 
 #include "library_fixture.h"
 #include "server/config.h"
@@ -145,6 +150,45 @@ TEST_F(LifecycleTest, StopTwiceStopsTheWebServerOnce) {
 TEST_F(LifecycleTest, StopWithoutStartIsHarmless) {
   EXPECT_EQ(SdkAPISer_Stop(nullptr), 0);
   EXPECT_EQ(Server().stops, 0);
+}
+
+TEST_F(LifecycleTest, AStopIsAnnouncedBeforeItWaitsForRegistrations) {
+  SdkAPISer_Start(&table_);
+  std::atomic<int> waiting{0};
+  std::atomic<bool> abandoned{false};
+  std::mutex inside;  // the in-memory server keeps its routes without a lock
+  Server().onRoute = [&] {
+    const std::lock_guard lock(inside);
+    ++waiting;
+    while (!Server().context.stopping && !abandoned) std::this_thread::yield();
+  };
+  std::future<int> registration = std::async(
+      std::launch::async, [] { return SdkAPISer_Custom_Get_Post_Api_Add("/own", TestHost::CustomGetPost); });
+  while (waiting == 0) std::this_thread::yield();
+  std::future<int> stop = std::async(std::launch::async, [] { return SdkAPISer_Stop(nullptr); });
+  const bool ended = stop.wait_for(std::chrono::seconds(20)) == std::future_status::ready;
+  abandoned = true;
+  EXPECT_TRUE(ended);
+  EXPECT_EQ(registration.get(), 0);
+  EXPECT_EQ(stop.get(), 0);
+  EXPECT_EQ(Server().journal.back(), "stop")
+      << "the context is not freed before the registration has left it";
+}
+
+TEST_F(LifecycleTest, DuringAStopNothingIsRegisteredOrStartedAndASecondStopWaits) {
+  SdkAPISer_Start(&table_);
+  std::future<int> second;
+  Server().onStop = [&] {
+    EXPECT_EQ(SdkAPISer_Custom_Get_Post_Api_Add("/own", TestHost::CustomGetPost), -1);
+    EXPECT_EQ(SdkAPISer_Start(&table_), -1);
+    second = std::async(std::launch::async, [] { return SdkAPISer_Stop(nullptr); });
+    EXPECT_EQ(second.wait_for(std::chrono::milliseconds(50)), std::future_status::timeout);
+  };
+  EXPECT_EQ(SdkAPISer_Stop(nullptr), 0);
+  EXPECT_EQ(second.get(), 0);
+  EXPECT_EQ(Server().stops, 1);
+  Server().onStop = nullptr;
+  EXPECT_EQ(SdkAPISer_Start(&table_), 0);
 }
 
 TEST_F(LifecycleTest, StartsAgainAfterAStop) {
