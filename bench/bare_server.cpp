@@ -1,9 +1,6 @@
 // The web server alone: handlers that send the same bytes with the same options, without the library.
-//
-// usage: bench-bare HTTP HTTPS CERTIFICATE FOLDER
 #include <civetweb.h>
 #include <fcntl.h>
-#include <signal.h>
 #include <unistd.h>
 
 #include <atomic>
@@ -17,6 +14,7 @@
 #include <vector>
 
 #include "replies.h"
+#include "server.h"
 
 namespace {
 
@@ -119,15 +117,12 @@ void Close(const mg_connection* conn, void*) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  if (argc < 5) return 1;
-  sigset_t signals;
-  sigemptyset(&signals);
-  sigaddset(&signals, SIGTERM);
-  pthread_sigmask(SIG_BLOCK, &signals, nullptr);
-  folder = argv[4];
-  const std::string ports = std::string(argv[1]) + "," + argv[2] + "s";
+  const bench::Arguments arguments(argc, argv);
+  folder = arguments.folder;
+  const std::string ports =
+      "127.0.0.1:" + std::to_string(arguments.http) + ",127.0.0.1:" + std::to_string(arguments.https) + "s";
   const char* options[] = {"document_root",
-                           argv[4],
+                           folder.c_str(),
                            "listening_ports",
                            ports.c_str(),
                            "request_timeout_ms",
@@ -141,7 +136,7 @@ int main(int argc, char** argv) {
                            "keep_alive_timeout_ms",
                            "60000",
                            "ssl_certificate",
-                           argv[3],
+                           arguments.certificate.c_str(),
                            "ssl_protocol_version",
                            "4",
                            "ssl_cipher_list",
@@ -158,10 +153,7 @@ int main(int argc, char** argv) {
   mg_set_request_handler(ctx, "/download/setting$", Download, nullptr);
   mg_set_request_handler(ctx, "/stream", Preview, nullptr);
   mg_set_websocket_handler(ctx, "/websocket", Connect, Ready, Data, Close, nullptr);
-  std::puts("ready");
-  std::fflush(stdout);
-  int received = 0;
-  sigwait(&signals, &received);
+  bench::WaitForEnd();
   running = false;
   mg_stop(ctx);
   return 0;

@@ -1,8 +1,6 @@
-// The library with a host that does next to nothing.
-//
-// usage: bench-library HTTP HTTPS CERTIFICATE FOLDER [ROUTES]
+// The library with a host that does next to nothing. It calls only what the first version exports, so that
+// other revisions of the library can be measured below it.
 #include <sdkapi/sdkapi.h>
-#include <signal.h>
 
 #include <atomic>
 #include <cstdio>
@@ -12,6 +10,7 @@
 #include <thread>
 
 #include "replies.h"
+#include "server.h"
 
 namespace {
 
@@ -47,10 +46,12 @@ int Preview(PreviewFrame* frame) {
   return 0;
 }
 
-// "go N" sends N texts to all; the driver counts them.
-int WebSocket(int event, const char* /*token*/, const char* data, int /*length*/) {
-  if (event != 1 || sending.exchange(true)) return 0;
+// A number sends so many texts to all; the driver counts them. Anything else is echoed.
+int WebSocket(int event, const char* token, const char* data, int length) {
+  if (event != 1) return 0;
   const int count = std::atoi(data);
+  if (count == 0) return WebSocketSendData(token, data, length);
+  if (sending.exchange(true)) return 0;
   std::thread([count] {
     for (int i = 0; i < count; ++i) WebSocketSendDataALL(bench::kEventText, sizeof bench::kEventText - 1);
     sending = false;
@@ -69,12 +70,8 @@ void AddRoutes(int count) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  if (argc < 5) return 1;
-  sigset_t signals;
-  sigemptyset(&signals);
-  sigaddset(&signals, SIGTERM);
-  pthread_sigmask(SIG_BLOCK, &signals, nullptr);
-  folder = argv[4];
+  const bench::Arguments arguments(argc, argv);
+  folder = arguments.folder;
   SdkAPISerHandle table{};
   table.LoginCb = Login;
   table.DeviceInfoCb = Device;
@@ -82,17 +79,14 @@ int main(int argc, char** argv) {
   table.DownloadSettingFileCb = Download;
   table.PreviewCb = Preview;
   table.WebSocketCb = WebSocket;
-  SdkAPISer_Port_Set(std::atoi(argv[1]), std::atoi(argv[2]));
-  SdkAPiSer_Cert_Set(argv[3]);
-  SdkAPiSer_DocumentRoot_Set(argv[4]);
+  SdkAPISer_Port_Set(arguments.http, arguments.https);
+  SdkAPiSer_Cert_Set(arguments.certificate.c_str());
+  SdkAPiSer_DocumentRoot_Set(folder.c_str());
   SdkAPISer_AuthenticationSwitch_Set(1);
   SdkAPISer_Init();
   if (SdkAPISer_Start(&table) != 0) return 2;
-  if (argc > 5) AddRoutes(std::atoi(argv[5]));
-  std::puts("ready");
-  std::fflush(stdout);
-  int received = 0;
-  sigwait(&signals, &received);
+  AddRoutes(arguments.routes);
+  bench::WaitForEnd();
   SdkAPISer_Stop(nullptr);
   return 0;
 }

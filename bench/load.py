@@ -1,4 +1,8 @@
-"""The clients of the benchmarks: each function drives one server and returns one figure."""
+"""The clients of the benchmarks: each function drives one server and returns its figure.
+
+A figure is a dictionary: "value" in the row's unit, "operations" done meanwhile, and what else the client saw.
+"""
+import os
 import re
 import selectors
 import socket
@@ -10,6 +14,9 @@ import time
 from servers import AUTH, PICTURE, TOKEN
 
 EVENT_FRAME = 2 + len('{"type":"status","uptime":123456,"temperature":41.5,"clients":10,"online":8}')
+BLOCK = 1 << 20
+PATTERNS = {"one letter": b"u" * BLOCK, "random": os.urandom(BLOCK), "all CR": b"\r" * BLOCK,
+            '"\\r\\n--" repeated': b"\r\n--" * (BLOCK // 4)}
 
 
 def milliseconds(text):
@@ -17,111 +24,152 @@ def milliseconds(text):
     return float(value) * {"us": 0.001, "ms": 1, "s": 1000}[unit]
 
 
-def wrk(server, path, seconds, tls=False, script=None):
-    """Requests per second, median and 99th percentile in milliseconds, of eight clients whose replies close."""
-    url = f"{'https' if tls else 'http'}://127.0.0.1:{server.https if tls else server.http}{path}"
-    command = ["wrk", "-t1", "-c8", f"-d{seconds}s", "--latency", "-H", f"Authorization: Bearer {TOKEN}", url]
+def wrk(server, path, script=None, clients=8, expected=200):
+    """Requests per second with median and 99th percentile, during one second."""
+    command = ["wrk", "-t1", f"-c{clients}", "-d1s", "--latency", "-H", f"Authorization: Bearer {TOKEN}",
+               f"http://127.0.0.1:{server.http}{path}"]
     if script:
-        command[1:1] = ["-s", script]
+        command[1:1] = ["-s", f"{server.bench.folder}/{script}"]
     text = subprocess.run(command, capture_output=True, text=True, check=True).stdout
-    if "Non-2xx" in text:
+    refused = re.search(r"Non-2xx or 3xx responses: (\d+)", text)
+    total = int(re.search(r"(\d+) requests in", text).group(1))
+    if int(refused.group(1) if refused else 0) != (0 if expected == 200 else total):
         raise RuntimeError(f"{server.name}: {text}")
-    latencies = [milliseconds(re.search(rf"^ +{part}% +(\S+)", text, re.M).group(1)) for part in (50, 99)]
-    return float(re.search(r"Requests/sec:\s+([\d.]+)", text).group(1)), *latencies
+    median, high = (milliseconds(re.search(rf"^ +{part}% +(\S+)", text, re.M).group(1)) for part in (50, 99))
+    return {"value": float(re.search(r"Requests/sec:\s+([\d.]+)", text).group(1)), "operations": total,
+            "median": median, "p99": high}
 
 
-def post_file(server, size, tls=False):
-    """MB/s of one upload, connection and reply included."""
-    head = b'--BOUND\r\nContent-Disposition: form-data; name="f"; filename="f"\r\n\r\n'
-    tail = b"\r\n--BOUND--\r\n"
-    block = b"u" * min(size, 1 << 20)
-    begun = time.perf_counter()
-    with server.connect(tls) as client:
-        client.sendall(b"POST /upload/bg HTTP/1.1\r\nHost: x\r\n" + AUTH +
-                       b"Content-Type: multipart/form-data; boundary=BOUND\r\nContent-Length: %d\r\n\r\n"
-                       % (len(head) + size + len(tail)) + head)
-        left = size
-        while left > 0:
-            client.sendall(block[:left])
-            left -= len(block)
-        client.sendall(tail)
-        reply = client.recv(65536)
-    assert reply.startswith(b"HTTP/1.1 200"), reply
-    return size / (time.perf_counter() - begun) / 1e6
+def run_client(server, seconds, port, *arguments):
+    """Operations, seconds, and the two percentiles in milliseconds."""
+    command = [f"{server.bench.build}/bench/bench-client", str(port), str(int(seconds * 1000)), *map(str, arguments)]
+    done = subprocess.run(command, capture_output=True, text=True, check=False)
+    if done.returncode != 0:
+        raise RuntimeError(f"{server.name}: {done.stderr}")
+    count, took, median, high = done.stdout.split()
+    return int(count), float(took), float(median), float(high)
+
+
+def handshakes(server, seconds, kind, version):
+    """GETs per second, each on a TLS connection of its own; kind is full or resumed."""
+    count, took, median, high = run_client(server, seconds, server.https, kind, version)
+    return {"value": count / took, "operations": count, "median": median, "p99": high}
+
+
+def echo(server, seconds, size, tls=False, mode="echo"):
+    """Milliseconds until a text frame, or the second of two back to back, has come back."""
+    arguments = ("bytes", size) if server.name == "raw" else (mode, size, int(tls), server.fresh_token())
+    count, _, median, high = run_client(server, seconds, server.https if tls else server.http, *arguments)
+    return {"value": median, "operations": count * (2 if mode == "pair" else 1), "p99": high}
+
+
+def rate(size, times):
+    """MB/s of transfers of one size, and the megabytes as operations."""
+    return {"value": size / statistics.mean(times) / 1e6, "operations": size * len(times) / 1e6}
+
+
+def upload_head(size):
+    form = b'--BOUND\r\nContent-Disposition: form-data; name="f"; filename="f"\r\n\r\n'
+    end = b"\r\n--BOUND--\r\n"
+    head = (b"POST /upload/bg HTTP/1.1\r\nHost: x\r\n" + AUTH +
+            b"Content-Type: multipart/form-data; boundary=BOUND\r\nContent-Length: %d\r\n\r\n" % (len(form) + size + len(end)))
+    return head + form, end
+
+
+def upload(server, size, count, tls=False, pattern="one letter"):
+    """MB/s of uploads one after another, connection and reply included."""
+    head, end = upload_head(size)
+    block, times = PATTERNS[pattern], []
+    for _ in range(count):
+        begun = time.perf_counter()
+        with server.connect(tls) as client:
+            client.sendall(head)
+            for left in range(size, 0, -BLOCK):
+                client.sendall(block[:left])
+            client.sendall(end)
+            reply = client.recv(65536)
+        times.append(time.perf_counter() - begun)
+        assert reply.startswith(b"HTTP/1.1 200"), reply
+    return rate(size, times)
 
 
 def download_request(size, extra=b""):
     return b"GET /download/setting?method=%d HTTP/1.1\r\nHost: x\r\n%s%s\r\n" % (size, extra, AUTH)
 
 
-def get_file(server, size, tls=False):
-    """MB/s of one download, connection and request included."""
-    begun = time.perf_counter()
-    got = 0
-    with server.connect(tls) as client:
-        client.sendall(download_request(size, b"Connection: close\r\n"))
-        buffer = bytearray(1 << 18)
-        while count := client.recv_into(buffer):
-            got += count
-    assert got > size, got
-    return size / (time.perf_counter() - begun) / 1e6
+def download(server, size, count, tls=False):
+    """MB/s of downloads one after another, connection and request included."""
+    buffer, times = bytearray(1 << 18), []
+    for _ in range(count):
+        begun = time.perf_counter()
+        got = 0
+        with server.connect(tls) as client:
+            client.sendall(download_request(size, b"Connection: close\r\n"))
+            while piece := client.recv_into(buffer):
+                got += piece
+        times.append(time.perf_counter() - begun)
+        assert got > size, got
+    return rate(size, times)
 
 
-def kept_download(server, tls=False, count=50):
-    """Milliseconds of each of many 1 KB downloads on one kept connection."""
+def complete(reply):
+    """Is this a whole reply, in chunks or with a length?"""
+    head, found, body = reply.partition(b"\r\n\r\n")
+    length = re.search(rb"Content-Length: (\d+)", head)
+    return bool(found) and (len(body) == int(length.group(1)) if length else body.endswith(b"\r\n0\r\n\r\n"))
+
+
+def kept_request(client):
+    """One download of 1 KB on a connection that stays open."""
+    client.sendall(download_request(1024))
+    reply = b""
+    while not complete(reply):
+        piece = client.recv(65536)
+        assert piece, reply
+        reply += piece
+
+
+def kept_download(server, tls=False, count=40):
+    """Milliseconds of each of many small downloads on one kept connection."""
     times = []
-    end = b"\r\n0\r\n\r\n" if server.name == "library" else None
     with server.connect(tls) as client:
         for _ in range(count):
             begun = time.perf_counter()
-            client.sendall(download_request(1024))
-            data = b""
-            while not (data.endswith(end) if end else len(data.partition(b"\r\n\r\n")[2]) == 1024):
-                piece = client.recv(65536)
-                assert piece, data
-                data += piece
+            kept_request(client)
             times.append((time.perf_counter() - begun) * 1000)
-    return statistics.median(times)
+    return {"value": statistics.median(times), "operations": count, "p99": sorted(times)[count * 99 // 100]}
 
 
-def many(count, seconds, work):
-    """What count threads move together, per second."""
-    totals = [0] * count
+def preview(server, seconds, viewers, tls=False):
+    """Pictures per second, all viewers together."""
+    totals = [0] * viewers
     deadline = time.perf_counter() + seconds
 
-    def run(index):
-        totals[index] = work(deadline)
+    def view(index):
+        buffer = bytearray(1 << 18)
+        with server.connect(tls) as client:
+            client.sendall(b"GET /stream HTTP/1.1\r\nHost: x\r\n\r\n")
+            while time.perf_counter() < deadline:
+                totals[index] += client.recv_into(buffer)
 
-    run_all([threading.Thread(target=run, args=(i,)) for i in range(count)])
-    return sum(totals) / seconds
+    in_threads([threading.Thread(target=view, args=(i,)) for i in range(viewers)])
+    pictures = sum(totals) / PICTURE
+    return {"value": pictures / seconds, "operations": pictures}
 
 
-def run_all(threads):
+def in_threads(threads):
     for thread in threads:
         thread.start()
     for thread in threads:
         thread.join()
 
 
-def watch(server, viewers, seconds, tls=False):
-    """Preview pictures per second, all viewers together."""
-    def view(deadline):
-        got = 0
-        buffer = bytearray(1 << 18)
-        with server.connect(tls) as client:
-            client.sendall(b"GET /stream HTTP/1.1\r\nHost: x\r\n\r\n")
-            while time.perf_counter() < deadline:
-                got += client.recv_into(buffer)
-        return got
-    return many(viewers, seconds, view) / PICTURE
-
-
-def open_socket(server):
+def open_socket(server, timeout=120):
     """A WebSocket after its handshake."""
-    client = server.connect()
+    client = server.connect(timeout=timeout)
     client.sendall(b"GET /websocket HTTP/1.1\r\nHost: x\r\nUpgrade: websocket\r\nConnection: Upgrade\r\n"
                    b"Sec-WebSocket-Key: dGhlIHNhbXBsZSBub25jZQ==\r\nSec-WebSocket-Version: 13\r\n"
-                   b"Sec-WebSocket-Protocol: " + TOKEN.encode() + b"\r\n\r\n")
+                   b"Sec-WebSocket-Protocol: " + server.fresh_token().encode() + b"\r\n\r\n")
     head = b""
     while b"\r\n\r\n" not in head:
         head += client.recv(1)
@@ -132,7 +180,6 @@ def broadcast(server, clients, texts):
     """Texts per second that reach the clients, all together."""
     sockets = [open_socket(server) for _ in range(clients)]
     order = str(texts).encode()
-
     buffer = bytearray(1 << 18)
     left = dict.fromkeys(sockets, EVENT_FRAME * texts)
     with selectors.DefaultSelector() as readable:
@@ -148,18 +195,15 @@ def broadcast(server, clients, texts):
                 if left[client] <= 0:
                     readable.unregister(client)
                     del left[client]
-    rate = clients * texts / (time.perf_counter() - begun)
-    close_sockets(server, sockets)
-    return rate
+    took = time.perf_counter() - begun
+    close_sockets(sockets)
+    return {"value": clients * texts / took, "operations": clients * texts}
 
 
-def close_sockets(server, sockets):
-    """Closes them and logs in again: a WebSocket that closes ends its login."""
+def close_sockets(sockets):
     for client in sockets:
         client.shutdown(socket.SHUT_WR)
     for client in sockets:
         while client.recv(1 << 16):
             pass
         client.close()
-    if server.name == "library":
-        server.login()

@@ -1,160 +1,192 @@
 #!/usr/bin/python3
-"""Runs the library and its baselines side by side and prints ratios.
+"""Drives the benchmark servers and prints one block per row.
 
-usage: run.py BUILD_FOLDER [--rounds N] [--seconds S] [--only REGEX]
+usage: run.py BUILD_FOLDER [--rounds N] [--only REGEX] [--before FOLDER REVISION] [--write] [--list]
 
-Method: library (A) and bare web server (B) on the same CivetWeb build, options and bytes, interleaved
-A B B A per round; a round's ratio is the mean of its A figures over the mean of its B figures; printed is
-the median of the rounds with their lowest and highest. Everything is left in BUILD_FOLDER/results as JSON,
-as tables and as a plot.
+Method: each round measures all servers of a row, then all of them again in reverse (A B B A). A round's ratio is the
+mean of the library's two figures over the mean of the other's two; a row's ratio is the median of the rounds, and its
+figures are medians. BUILD_FOLDER/results.json keeps everything; --write brings it into docs/. --only
+takes a part of "group: name" or an expression, --list prints these names.
 """
 import argparse
+import datetime
 import json
 import pathlib
+import platform
 import re
+import resource
 import statistics
 import subprocess
+import sys
 import tempfile
+import time
+import traceback
+from dataclasses import asdict
 
-import growth
-import instructions
-import memory
-from load import broadcast, get_file, kept_download, post_file, watch, wrk
-from servers import SIZES, Server, make_files
+import page
+import rows
+from costs import Counted
+from servers import LABELS, Server, make_files, make_replies
+
+ROOT = pathlib.Path(__file__).resolve().parent.parent
 
 
-class Comparison:
-    """Collects rows of ratios; names that the pattern does not match are left out."""
+class Subject:
+    """A server by name: its running processes are started when a row first asks for them."""
 
-    def __init__(self, rounds, only):
-        self.rounds, self.only, self.rows = rounds, re.compile(only), []
+    def __init__(self, bench, name):
+        self.bench, self.name, self.running = bench, name, {}
 
-    def compare(self, name, unit, measure, library, baseline, target=None):
-        """Measures A B B A per round; a figure may be a tuple whose further members are kept beside it."""
-        if not self.only.search(name):
-            return
-        ratios, ours, theirs = [], [], []
-        for _ in range(self.rounds):
-            figures = [measure(server) for server in (library, baseline, baseline, library)]
-            figures = [figure if isinstance(figure, tuple) else (figure,) for figure in figures]
-            first, second, third, fourth = (figure[0] for figure in figures)
-            ratios.append((first + fourth) / (second + third))
-            ours += [figures[0], figures[3]]
-            theirs += figures[1:3]
-        row = {"name": name, "unit": unit, "target": target, "ratio": statistics.median(ratios), "lowest": min(ratios),
-               "highest": max(ratios), "library": medians(ours), "baseline": medians(theirs)}
-        self.rows.append(row)
-        print(f"{name:46} {show(row['library']):>26} {show(row['baseline']):>26} {unit:8} ratio {row['ratio']:.3f} "
-              f"({row['lowest']:.3f} to {row['highest']:.3f})", flush=True)
+    def server(self):
+        return self.started("", lambda: Server(self.bench, self.name))
+
+    def counted(self, routes):
+        return self.started(routes, lambda: Counted(self.bench, self.name, routes))
+
+    def started(self, kind, start):
+        if kind not in self.running:
+            self.running[kind] = start()
+        return self.running[kind]
+
+    def stop(self):
+        for server in self.running.values():
+            server.stop()
+        self.running.clear()
+
+
+class Bench:
+    """Where the programs and the files are, and the servers of this run."""
+
+    def __init__(self, build, folder, before):
+        self.build, self.folder, self.before = build, folder, before and pathlib.Path(before[0]).resolve()
+        self.subjects = {name: Subject(self, name) for name in LABELS if name != "before" or before}
+
+    def library(self, name):
+        return self.before / "libsdkapi.so" if name == "before" else f"{self.build}/src/libsdkapi.so"
+
+    def stop(self):
+        for subject in self.subjects.values():
+            subject.stop()
+
+
+def middle(values):
+    """The median of what was measured; of texts the last; None where one is missing."""
+    if any(value is None for value in values):
+        return None
+    return values[-1] if isinstance(values[-1], str) else statistics.median(values)
 
 
 def medians(figures):
-    return [statistics.median(column) for column in zip(*figures)]
+    return {field: middle([figure[field] for figure in figures if field in figure])
+            for field in dict.fromkeys(field for figure in figures for field in figure)}
 
 
-def show(figures):
-    return " / ".join(f"{figure:.4g}" if figure < 1000 else f"{figure:.0f}" for figure in figures)
+def ratio(rounds, name, field):
+    """The library's field over another's: median, lowest and highest of the rounds; None without both."""
+    ratios = []
+    for figures in rounds:
+        ours, theirs = ([figure.get(field) for figure in figures[key]] for key in ("library", name))
+        if None in ours or None in theirs or sum(theirs) == 0:
+            return None
+        ratios.append(sum(ours) / sum(theirs))
+    return [statistics.median(ratios), min(ratios), max(ratios)]
 
 
-def compare_servers(table, library, bare, folder, seconds):
-    script = str(folder / "login.lua")
-    for tls in (False, True):
-        scheme = "https" if tls else "http"
-        table.compare(f"{scheme} GET device information", "req/s", lambda s: wrk(s, "/dev_info", seconds, tls), library,
-                      bare, 0.97)
-        table.compare(f"{scheme} POST login", "req/s", lambda s: wrk(s, "/api/v1/auth/login", seconds, tls, script),
-                      library, bare, 0.97)
-        for label, size in SIZES.items():
-            count = {"1 KB": 2000, "1 MB": 200, "200 MB": 2}[label]
-            table.compare(f"{scheme} upload {label}", "MB/s",
-                          lambda s: statistics.mean(post_file(s, size, tls) for _ in range(count)), library, bare, 0.9)
-            table.compare(f"{scheme} download {label}", "MB/s",
-                          lambda s: statistics.mean(get_file(s, size, tls) for _ in range(count)), library, bare, 0.65)
-        table.compare(f"{scheme} download 1 KB, kept connection", "ms", lambda s: kept_download(s, tls), library, bare)
-        for viewers in (1, 4, 16):
-            table.compare(f"{scheme} preview, {viewers} viewers", "pict/s", lambda s: watch(s, viewers, seconds, tls),
-                          library, bare, 0.9)
-    for clients in (1, 10, 40):
-        table.compare(f"broadcast to {clients}", "texts/s", lambda s: broadcast(s, clients, 200000 // clients), library,
-                      bare, 0.9)
+def measure(bench, row, rounds):
+    """A row of the results."""
+    names = [name for name in row.subjects if name in bench.subjects]
+    done = []
+    for _ in range(row.rounds or rounds):
+        figures = {name: [] for name in names}
+        # A row of one round counts what does not vary: once is enough.
+        for name in names if row.rounds == 1 else names + names[::-1]:
+            figures[name].append(row.measure(bench.subjects[name]))
+        done.append(figures)
+    result = {key: getattr(row, key) for key in ("group", "name", "unit", "per", "limit", "lower_is_better")}
+    result["figures"] = {name: medians([figure for figures in done for figure in figures[name]]) for name in names}
+    result["limits"] = {name: limit() for name, limit in row.limits}
+    result["ratios"] = {name: {field: ratio(done, name, field) for field in ("value", "cpu")} for name in names[1:]}
+    result["targets"] = [asdict(target) for target in row.targets]
+    return result
 
 
-def compare_peers(table, build, folder, library, seconds):
-    for name in ("microhttpd", "httplib"):
-        if pathlib.Path(f"{build}/bench/bench-{name}").exists():
-            peer = Server(build, name, folder)
-            table.compare(f"http GET device information, peer {name}", "req/s", lambda s: wrk(s, "/dev_info", seconds),
-                          library, peer)
-            peer.stop()
+def machine():
+    model = re.search(r"^model name\s*:\s*(.*)$", pathlib.Path("/proc/cpuinfo").read_text(), re.M)
+    return {"cores": len(re.findall(r"^processor", pathlib.Path("/proc/cpuinfo").read_text(), re.M)),
+            "model": model.group(1) if model else platform.machine(), "kernel": platform.release().split("-")[0],
+            "congestion": pathlib.Path("/proc/sys/net/ipv4/tcp_congestion_control").read_text().strip(),
+            "system": platform.freedesktop_os_release()["PRETTY_NAME"],
+            "openssl": subprocess.run(["openssl", "version"], capture_output=True, text=True, check=True).stdout.split()[1]}
 
 
-def life(build, folder, rounds):
-    """Start, stop and idle memory of a process, and the library's size without symbols."""
-    figures = {}
-    for name in ("library", "bare"):
-        servers = []
-        for _ in range(rounds):
-            server = Server(build, name, folder)
-            servers.append((server.start_seconds * 1000, server.stop() * 1000, server.idle_memory / 1024))
-        figures[name] = dict(zip(("start ms", "stop ms", "idle MiB"), medians(servers)))
-    stripped = pathlib.Path(folder) / "stripped.so"
-    subprocess.run(["strip", "-o", stripped, f"{build}/src/libsdkapi.so"], check=True)
-    figures["library"]["stripped bytes"] = stripped.stat().st_size
-    print(json.dumps(figures), flush=True)
-    return figures
+def functions(build):
+    """Times of single functions, by Google Benchmark."""
+    text = subprocess.run([f"{build}/bench/bench-functions", "--benchmark_format=json"], capture_output=True, text=True,
+                          check=True).stdout
+    return {entry["name"]: entry["real_time"] for entry in json.loads(text)["benchmarks"] if entry["run_type"] == "iteration"}
 
 
-def markdown(results):
-    """The tables of the results, ready for a document."""
-    lines = ["| measured | unit | library | baseline | ratio | lowest to highest | target |", "|---|---|---|---|---|---|---|"]
-    for row in results["rows"]:
-        lines.append(f"| {row['name']} | {row['unit']} | {show(row['library'])} | {show(row['baseline'])} "
-                     f"| {row['ratio']:.3f} | {row['lowest']:.3f} to {row['highest']:.3f} | {row['target'] or ''} |")
-    for title in ("instructions", "memory"):
-        lines += ["", f"| {title} | library | bare | ratio |", "|---|---|---|---|"]
-        for row in results.get(title, []):
-            lines.append(f"| {row['name']} | {row['library']:.1f} | {row.get('bare', 0):.1f} | {row.get('ratio', 0):.3f} |")
-    for name, points in results.get("growth", {}).get("points", {}).items():
-        lines += ["", f"| {name} | {' | '.join(str(x) for x, _ in points)} |", "|---" * (len(points) + 1) + "|",
-                  f"| {results['growth']['units'][name]} | {' | '.join(f'{y:.4g}' for _, y in points)} |"]
-    return "\n".join(lines) + "\n"
+def run(bench, chosen, rounds, keep):
+    """Measures row after row; returns the names of those that failed."""
+    failed, group = [], None
+    for row in chosen:
+        if row.group != group:
+            bench.stop()
+            group = row.group
+        begun = time.monotonic()
+        try:
+            result = measure(bench, row, rounds)
+        except Exception:  # the other rows are worth having
+            traceback.print_exc()
+            bench.stop()
+            failed.append(row.name)
+            continue
+        keep(result)
+        print(page.as_text(result), f"   [{time.monotonic() - begun:.0f} s]", sep="", flush=True)
+    bench.stop()
+    return failed
 
 
-def measure(build, folder, arguments):
-    table = Comparison(arguments.rounds, arguments.only)
-    library, bare = Server(build, "library", folder), Server(build, "bare", folder)
-    compare_servers(table, library, bare, folder, arguments.seconds)
-    compare_peers(table, build, folder, library, arguments.seconds)
-    library.stop()
-    bare.stop()
-    results = {"rows": table.rows}
-    for name, work in (("instructions", lambda: instructions.measure(build, folder)),
-                       ("memory", lambda: memory.measure(build, folder)),
-                       ("life", lambda: life(build, folder, arguments.rounds)),
-                       ("growth", lambda: growth.measure(build, folder))):
-        if table.only.search(name):
-            results[name] = work()
-    return results
+def wanted(only, name):
+    return only in name or re.search(only, name)
 
 
 def main():
     parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
     parser.add_argument("build")
-    parser.add_argument("--rounds", type=int, default=7)
-    parser.add_argument("--seconds", type=int, default=1)
+    parser.add_argument("--rounds", type=int, default=5)
     parser.add_argument("--only", default="")
+    parser.add_argument("--before", nargs=2)
+    parser.add_argument("--write", action="store_true")
+    parser.add_argument("--list", action="store_true")
     arguments = parser.parse_args()
-    build = str(pathlib.Path(arguments.build).resolve())
-    out = pathlib.Path(build) / "results"
-    out.mkdir(exist_ok=True)
+    everything = list(rows.all_rows())
+    chosen = [row for row in everything if wanted(arguments.only, f"{row.group}: {row.name}")]
+    if arguments.list:
+        print("\n".join(f"{row.group}: {row.name}" for row in chosen))
+        return
+    soft, hard = resource.getrlimit(resource.RLIMIT_NOFILE)
+    resource.setrlimit(resource.RLIMIT_NOFILE, (max(soft, min(hard, 65536)), hard))
+
+    revision = subprocess.run(["git", "describe", "--always", "--dirty"], cwd=ROOT, capture_output=True, text=True,
+                              check=False).stdout.strip()
+    results = {"date": datetime.date.today().isoformat(), "revision": revision, "machine": machine(), "rows": [],
+               "order": [[row.group, row.name] for row in everything],
+               "before": arguments.before[1] if arguments.before else None}
+    begun = time.monotonic()
     with tempfile.TemporaryDirectory() as temporary:
-        folder = pathlib.Path(temporary)
-        make_files(folder)
-        results = measure(build, folder, arguments)
-    (out / "results.json").write_text(json.dumps(results, indent=1))
-    (out / "tables.md").write_text(markdown(results))
-    if "growth" in results:
-        growth.plot(results["growth"], out / "growth.png")
+        bench = Bench(str(pathlib.Path(arguments.build).resolve()), pathlib.Path(temporary), arguments.before)
+        make_files(bench.folder)
+        make_replies(bench)
+        failed = run(bench, chosen, arguments.rounds, results["rows"].append)
+    if wanted(arguments.only, "functions"):
+        results["functions"] = functions(arguments.build)
+    print(f"{len(results['rows'])} rows in {(time.monotonic() - begun) / 60:.1f} minutes")
+    (pathlib.Path(arguments.build) / "results.json").write_text(json.dumps(results, indent=1) + "\n")
+    if arguments.write:
+        page.write(ROOT, results)
+    if failed:
+        sys.exit(f"failed: {', '.join(failed)}")
 
 
 main()
