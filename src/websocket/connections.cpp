@@ -34,6 +34,9 @@ enum WebSocketEvent : int { kConnected = 0, kClosed = 2 };
 
 HandleManage g_WebSocketLink;
 
+// Orders the frames to all, so that every client reads them in the same order; outside the list's lock.
+pthread_mutex_t g_SendAllMutex = PTHREAD_MUTEX_INITIALIZER;
+
 // A frame that waits for the end of the handshake; its bytes follow.
 struct WaitingFrame {
   WaitingFrame* next;
@@ -51,6 +54,7 @@ struct Connection {
   WaitingFrame* waiting;
   std::size_t waitingBytes;
   int users;
+  Connection* nextToSend;  // in a frame's way to all; guarded by g_SendAllMutex
 };
 
 Connection* ConnectionOf(WebSocketLinkEntry* entry) {
@@ -94,8 +98,12 @@ void DropWaiting(Connection& connection) {
   connection.waitingBytes = 0;
 }
 
-void Write(const WebSocketLinkEntry& entry, const char* data, std::size_t length) {
-  mg_websocket_write(entry.conn, MG_WEBSOCKET_OPCODE_TEXT, data, length);
+// A frame that did not go out whole was this connection's last: its client must never read one inside
+// another.
+void Write(Connection& connection, const char* data, std::size_t length) {
+  const int written = mg_websocket_write(connection.entry.conn, MG_WEBSOCKET_OPCODE_TEXT, data, length);
+  if (written > 0 && static_cast<std::size_t>(written) >= length) return;
+  connection.phase = Phase::kGone;
 }
 
 WaitingFrame* NewFrame(const char* data, std::size_t length) {
@@ -121,9 +129,28 @@ void AppendWaiting(Connection& connection, const char* data, std::size_t length)
 
 void WriteWaiting(Connection& connection) {
   for (WaitingFrame* frame = connection.waiting; frame != nullptr; frame = frame->next) {
-    Write(connection.entry, frame->data(), frame->length);
+    if (connection.phase == Phase::kOpen) Write(connection, frame->data(), frame->length);
   }
   DropWaiting(connection);
+}
+
+// The list's callback: pins one entry and appends it to the chain whose end the context points at.
+int PinInOrder(void* entry, uint32_t /*arg*/, void* context) {
+  Connection* const connection = ConnectionOf(static_cast<WebSocketLinkEntry*>(entry));
+  Connection**& end = *static_cast<Connection***>(context);
+  PinEntry(&connection->entry);
+  connection->nextToSend = nullptr;
+  *end = connection;
+  end = &connection->nextToSend;
+  return 0;
+}
+
+// All connections, oldest first and pinned, so that nothing is written under the list's lock.
+Connection* PinAll() {
+  Connection* first = nullptr;
+  Connection** end = &first;
+  HandleManagePostLoop(&g_WebSocketLink, PinInOrder, 0, static_cast<void*>(&end));
+  return first;
 }
 
 // Returns when no send is in flight; none begins afterwards.
@@ -212,7 +239,18 @@ void SendText(WebSocketLinkEntry* entry, const char* data, std::size_t length) {
   Connection& connection = *ConnectionOf(entry);
   const ScopedLock lock(connection.sendMutex);
   if (connection.phase == Phase::kHandshake) AppendWaiting(connection, data, length);
-  if (connection.phase == Phase::kOpen) Write(*entry, data, length);
+  if (connection.phase == Phase::kOpen) Write(connection, data, length);
+}
+
+void SendTextToAll(const char* data, std::size_t length) {
+  const ScopedLock order(g_SendAllMutex);
+  Connection* next = PinAll();
+  while (next != nullptr) {
+    Connection* const connection = next;
+    next = connection->nextToSend;
+    SendText(&connection->entry, data, length);
+    UnpinEntry(&connection->entry);
+  }
 }
 
 // Connections of an earlier run are gone by now: the web server closes each before its stop returns.
@@ -248,8 +286,8 @@ void WebSocketReadyHandler(mg_connection* conn, void* /*cbdata*/) {
   if (entry == nullptr) return;
   Connection& connection = *ConnectionOf(entry);
   const ScopedLock lock(connection.sendMutex);
-  WriteWaiting(connection);
   connection.phase = Phase::kOpen;
+  WriteWaiting(connection);
 }
 
 void WebSocketCloseHandler(const mg_connection* conn, void* /*cbdata*/) {

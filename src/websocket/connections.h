@@ -26,8 +26,11 @@ HandleManage* WebSocketLink();
 void PinEntry(WebSocketLinkEntry* entry);
 void UnpinEntry(WebSocketLinkEntry* entry);
 
-// Sends one text frame. Before the handshake is complete the frame waits; after the close handler nothing is
-// sent.
+// Sends one text frame. Before the handshake is complete the frame waits; after the close handler, or behind
+// a frame that did not go out whole, nothing is sent.
 void SendText(WebSocketLinkEntry* entry, const char* data, std::size_t length);
+
+// Sends one text frame to every connection, oldest first. No lock of the list is held meanwhile.
+void SendTextToAll(const char* data, std::size_t length);
 
 }  // namespace sdkapi

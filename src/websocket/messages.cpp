@@ -55,12 +55,6 @@ void LogOther(int opcode, const mg_connection* conn) {
   }
 }
 
-// The loop's callback: one frame of length bytes to one connection.
-int WsSendDataFunc(void* entry, uint32_t length, void* dataReference) {
-  SendText(static_cast<WebSocketLinkEntry*>(entry), *static_cast<const char**>(dataReference), length);
-  return 0;
-}
-
 // The oldest connection of a token, pinned; null when there is none.
 WebSocketLinkEntry* PinByToken(const char* token) {
   HandleManage* const list = WebSocketLink();
@@ -98,6 +92,6 @@ int WebSocketSendData(const char* token, const char* data, int len) {
 int WebSocketSendDataALL(const char* data, int len) {
   if (data == nullptr || len < 1) return 0;
   kLog.info()("data = %s dataLen = %d", data, len);
-  HandleManagePostLoop(WebSocketLink(), WsSendDataFunc, static_cast<uint32_t>(len), &data);
+  SendTextToAll(data, static_cast<std::size_t>(len));
   return 0;
 }

@@ -264,9 +264,11 @@ int mg_handle_form_request(mg_connection* conn, mg_form_data_handler* handler) {
 }
 
 int mg_websocket_write(mg_connection* conn, int opcode, const char* data, size_t length) {
+  if (conn->whileWriting != nullptr) conn->whileWriting();
   const std::lock_guard lock(conn->frameMutex);
   if (conn->closeReturned) ++conn->framesAfterClose;
-  if (++conn->frameCalls >= conn->failFrameFrom) return -1;
+  if (++conn->frameCalls == conn->cutFrame) length /= 2;
+  if (conn->frameCalls >= conn->failFrameFrom) return -1;
   conn->frames.push_back({opcode, std::string(data, length)});
   return length == 0 ? 2 : static_cast<int>(length);
 }

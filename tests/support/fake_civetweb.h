@@ -100,6 +100,7 @@ struct mg_connection {
   int failWriteFrom = sdktest::kNever;
   int failReadFrom = sdktest::kNever;
   int failFrameFrom = sdktest::kNever;
+  int cutFrame = sdktest::kNever;  // of this call's frame one half is written
 
   // What came of it.
   std::string output;
@@ -119,6 +120,9 @@ struct mg_connection {
   int frameCalls = 0;
   int framesAfterClose = 0;
   bool closeReturned = false;
+
+  // Runs while a frame is being written, before anything else.
+  std::function<void()> whileWriting;
 
   std::vector<sdktest::WebSocketFrame> Frames();
   void NoteCloseReturned();

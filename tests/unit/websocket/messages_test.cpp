@@ -3,6 +3,7 @@
 
 #include "library_fixture.h"
 #include "server/lifecycle.h"
+#include "websocket/connections.h"
 
 namespace {
 
@@ -220,6 +221,48 @@ TEST_F(SendTest, AFailedWriteDoesNotStopTheOthers) {
   EXPECT_EQ(one_.Frames(), Frames{});
   EXPECT_EQ(two_.Frames(), (Frames{{1, "x"}}));
   EXPECT_EQ(WebSocketSendData("tok", "x", 1), 0);
+}
+
+TEST_F(SendTest, NothingFollowsAFrameThatDidNotGoOutWhole) {
+  one_.cutFrame = 2;
+  three_.failFrameFrom = 2;
+  for (const char* const text : {"1234", "5678", "9012"}) WebSocketSendDataALL(text, 4);
+  WebSocketSendData("tok", "", 0);
+  EXPECT_EQ(one_.Frames(), (Frames{{1, "1234"}, {1, "56"}}));
+  EXPECT_EQ(two_.Frames(), (Frames{{1, "1234"}, {1, "5678"}, {1, "9012"}}));
+  EXPECT_EQ(three_.Frames(), (Frames{{1, "1234"}}));
+}
+
+TEST_F(SendTest, NoLockIsHeldWhileAFrameIsWritten) {
+  int written = 0;
+  for (mg_connection* const conn : {&one_, &two_, &three_}) {
+    conn->whileWriting = [&written] {
+      ++written;
+      ASSERT_EQ(pthread_mutex_trylock(&sdkapi::WebSocketLink()->mutex), 0) << "the list is locked";
+      pthread_mutex_unlock(&sdkapi::WebSocketLink()->mutex);
+      EXPECT_EQ(sdktest::Server().context.depth, 0) << "the context is locked";
+    };
+  }
+  WebSocketSendDataALL("x", 1);
+  WebSocketSendData("tok", "x", 1);
+  EXPECT_EQ(written, 4);
+}
+
+// A connection may close, and others come, while a frame to all is on its way.
+TEST_F(SendTest, AFrameToAllReachesThoseThatWereThereWhenItWasSent) {
+  mg_connection late("GET", "/websocket");
+  one_.whileWriting = [this, &late] {
+    WebSocketCloseHandler(&two_, nullptr);
+    Open(late, "late");
+  };
+  WebSocketSendDataALL("x", 1);
+  one_.whileWriting = nullptr;
+  EXPECT_EQ(one_.Frames(), (Frames{{1, "x"}}));
+  EXPECT_EQ(two_.Frames(), Frames{});
+  EXPECT_EQ(three_.Frames(), (Frames{{1, "x"}}));
+  EXPECT_EQ(late.Frames(), Frames{});
+  WebSocketCloseHandler(&late, nullptr);
+  Open(two_, "tok");
 }
 
 TEST_F(MessagesTest, WithoutConnectionsToAllStillLogs) {
