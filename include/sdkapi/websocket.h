@@ -8,6 +8,13 @@
  * frames. A frame sent while a client's handshake is not complete (from event 0, or from another thread
  * at that instant) is kept and follows the handshake answer, in order; at most 65536 bytes wait per
  * connection, a frame beyond that is dropped with a level-4 log line.
+ *
+ * No send waits for a client. What a client does not take at once is kept for it, in order: one frame of any
+ * size, and beside it 1 MiB or 512 frames. One frame more, or no memory for one, ends the connection: the
+ * client reads whole frames and then the end, and the host gets event 2. What was sent before a connection
+ * ends for another reason still goes out first, for 10 seconds at most; SdkAPISer_Stop() does not wait for
+ * it. A web server that the integrator brought (docs/civetweb.md) lacks this: there a send waits about 10
+ * seconds for a client that does not read.
  */
 #ifndef SDKAPI_WEBSOCKET_H
 #define SDKAPI_WEBSOCKET_H
@@ -21,8 +28,7 @@ SDKAPI_BEGIN
 /**
  * Sends one text frame to the oldest open connection of a token.
  *
- * Callable from any thread, host functions included. It may block for about 10 seconds when the client does
- * not read.
+ * Callable from any thread, host functions included. It does not wait for the client.
  *
  * @param token the token that the client connected with; NULL finds no connection.
  * @param data  the text, need not be NUL-terminated; NULL with a length sends nothing.
@@ -34,8 +40,8 @@ SDKAPI_EXPORT int WebSocketSendData(const char* token, const char* data, int len
 /**
  * Sends one text frame to every open connection, oldest first.
  *
- * Callable from any thread, host functions included. A slow client delays the clients behind it, and
- * connects and closes, for as long as its write takes (about 10 seconds at the most without progress).
+ * Callable from any thread, host functions included. It waits for no client; calls of several threads follow
+ * each other, so that all clients read the texts in one order.
  *
  * @param data NUL-terminated text (it is also logged at level 1); NULL sends nothing.
  * @param len  number of bytes of it to send; below 1 sends nothing.

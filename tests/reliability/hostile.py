@@ -52,7 +52,31 @@ def connections_500(server):
     return hold(server, 500, b"")
 
 
-SLOW = [slow_headers, slow_bodies, slow_readers, half_closed]
+def open_websocket(server, token):
+    connection = server.connect()
+    connection.sendall(WEBSOCKET.replace(b"Protocol: t", b"Protocol: " + token.encode()))
+    while not connection.recv(1000).endswith(b"\r\n\r\n"):
+        pass
+    return connection
+
+
+def stuck_websockets(server):
+    """Each is sent back 4 MiB, and does not read."""
+    held = [open_websocket(server, f"stuck{i}") for i in range(20)]
+    for connection in held:
+        connection.sendall(b"\x81\xff" + (1 << 22).to_bytes(8, "big") + bytes(4) + b"x" * (1 << 22))
+    return held
+
+
+def dripping_websockets(server):
+    held = stuck_websockets(server)
+    for _ in range(100):
+        for connection in held:
+            assert connection.recv(1), "the server closed"
+    return held
+
+
+SLOW = [stuck_websockets, dripping_websockets, slow_headers, slow_bodies, slow_readers, half_closed]
 FULL = [all_headers_then_nothing, connections_500]
 
 

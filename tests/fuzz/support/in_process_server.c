@@ -34,7 +34,8 @@ static ssize_t FuzzSend(int fd, const void* bytes, size_t length, int flags) {
 }
 
 static int FuzzPoll(struct pollfd* entries, nfds_t count, int timeout) {
-  if (count != 1 || entries[0].fd != kNoSocket) return poll(entries, count, timeout);
+  if (entries[0].fd != kNoSocket) return poll(entries, count, timeout);
+  for (nfds_t i = 1; i < count; ++i) entries[i].revents = 0;
   entries[0].revents = (short)(entries[0].events & (POLLIN | POLLOUT));
   return 1;
 }
