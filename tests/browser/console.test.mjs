@@ -517,6 +517,31 @@ for (const scheme of ['http', 'https']) {
   });
 }
 
+for (const scheme of ['http', 'https']) {
+  describe(`the README over ${scheme}`, () => {
+    let device;
+    before(async () => (device = await Simulator.start(scheme)));
+    after(async () => assert.equal(await device?.remove(), 0));
+
+    flow('its WebSocket lines work when pasted into the console, twice', () => device, [], async (person) => {
+      const readme = await readFile(new URL('../../README.md', import.meta.url), 'utf8');
+      const lines = /```js\n(.*?)```/s.exec(readme)[1];
+      const page = await openTab(person);
+      const messages = [];
+      page.on('console', (message) => messages.push(message.text()));
+      const session = await page.context().newCDPSession(page);
+      for (const times of [1, 2]) {
+        // What the console does with its input.
+        const result = await session.send('Runtime.evaluate', { expression: lines, replMode: true, awaitPromise: true });
+        assert.equal(result.exceptionDetails, undefined);
+        for (const type of ['hello', 'status', 'pong']) {
+          await until(type, () => messages.filter((text) => text.includes(`"type":"${type}"`)).length >= times);
+        }
+      }
+    });
+  });
+}
+
 describe('the console without a login', () => {
   let device;
   before(async () => (device = await Simulator.start('http', '--no-auth')));

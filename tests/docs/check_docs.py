@@ -1,7 +1,7 @@
 #!/usr/bin/python3
 """What the documents name exists: links, anchors, files, commands, options, and every slot has its row.
 
-usage: check_docs.py SOURCES CHECK, with CHECK one of links, names, slots, sizes, quotes, exports
+usage: check_docs.py SOURCES CHECK, with CHECK one of links, names, slots, sizes, quotes, exports, licence
 """
 import pathlib
 import re
@@ -101,7 +101,14 @@ def exports():
             yield f"{name} has no comment"
 
 
-CHECKS = {check.__name__: check for check in (links, names, slots, sizes, quotes, exports)}
+def licence():
+    """The repository and its packages state the same terms."""
+    terms = re.search(r"License: sdkapi\n(.*?)\n\n", (ROOT / "packaging/copyright").read_text(), re.S).group(1)
+    if terms.split() != (ROOT / "LICENSE").read_text().partition("\n\n")[2].split():
+        yield "LICENSE: other terms than packaging/copyright"
+
+
+CHECKS = {check.__name__: check for check in (links, names, slots, sizes, quotes, exports, licence)}
 
 
 def main():

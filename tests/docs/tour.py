@@ -14,15 +14,16 @@ import tempfile
 from program import free_port, wait_for
 
 
-def commands():
-    page = pathlib.Path("README.md").read_text()
-    return re.search(r"## A tour with curl.*?```sh\n(.*?)```", page, re.S).group(1)
+def blocks():
+    """The steps, one block each."""
+    section = re.search(r"## A tour with curl\n(.*?)\n## ", pathlib.Path("README.md").read_text(), re.S).group(1)
+    return re.findall(r"```sh\n(.*?)```", section, re.S)
 
 
-def run(port, script):
+def run(port, steps):
+    # A mark behind each step tells the answers apart.
+    script = "".join(step + "echo '<end>'\n" for step in steps)
     script = script.replace("http://localhost:8080", f"http://127.0.0.1:{port}").replace("curl ", "curl -sS ")
-    # A mark behind each command tells the answers apart.
-    script = "\n".join(line + "\necho '<end>'" for line in script.strip().splitlines())
     output = subprocess.run(["bash", "-euc", script], capture_output=True, text=True, check=True, timeout=60).stdout
     return [answer.strip() for answer in output.split("<end>\n")]
 
@@ -34,11 +35,10 @@ def main():
         with subprocess.Popen(arguments, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL) as process:
             try:
                 wait_for(port, process)
-                token, information, upload, download, log_out, rest = run(port, commands())
-                assert token == "", token
+                log_in, information, picture, log_out, rest = run(port, blocks())
+                assert log_in == "", log_in
                 assert "model" in json.loads(information), information
-                assert upload == "", upload
-                assert download == "the same, byte for byte", download
+                assert picture == "the same, byte for byte", picture
                 assert json.loads(log_out) == {"code": "0"}, log_out
                 assert rest == "", rest
                 process.send_signal(signal.SIGTERM)
