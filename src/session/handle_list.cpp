@@ -3,18 +3,9 @@
 
 #include "base/owned.h"
 #include "base/scoped_lock.h"
-#include "sdkapi/session.h"
+#include "session/handle_nodes.h"
 
 namespace {
-
-using sdkapi::ScopedLock;
-
-// Nodes carry an unused mutex: head and node are one record type in the interface.
-HandleManage* NewNode(void* value) {
-  auto* const node = static_cast<HandleManage*>(std::calloc(1, sizeof(HandleManage)));
-  if (node != nullptr) node->value = value;
-  return node;
-}
 
 // The place may be the head, whose link is also looked at without the lock.
 void SetNext(HandleManage* place, HandleManage* node) {
@@ -23,6 +14,17 @@ void SetNext(HandleManage* place, HandleManage* node) {
 
 bool IsEmpty(HandleManage* head) {
   return std::atomic_ref(head->next).load(std::memory_order_relaxed) == nullptr;
+}
+
+}  // namespace
+
+namespace sdkapi {
+
+// Nodes carry an unused mutex: head and node are one record type in the interface.
+HandleManage* NewHandleNode(void* value) {
+  auto* const node = static_cast<HandleManage*>(std::calloc(1, sizeof(HandleManage)));
+  if (node != nullptr) node->value = value;
+  return node;
 }
 
 void LinkBehind(HandleManage* place, HandleManage* node) {
@@ -36,6 +38,14 @@ void Unlink(HandleManage* node) {
   SetNext(node->prev, node->next);
   if (node->next != nullptr) node->next->prev = node->prev;
 }
+
+}  // namespace sdkapi
+
+namespace {
+
+using sdkapi::LinkBehind;
+using sdkapi::NewHandleNode;
+using sdkapi::ScopedLock;
 
 HandleManage* Tail(HandleManage* head) {
   while (head->next != nullptr) head = head->next;
@@ -62,7 +72,7 @@ int HandleManageInitHead(HandleManage* head) {
 
 int HandleManageAddHandle(HandleManage* head, void* value) {
   if (head == nullptr || value == nullptr) return -1;
-  HandleManage* const node = NewNode(value);
+  HandleManage* const node = NewHandleNode(value);
   if (node == nullptr) return -1;
   const ScopedLock lock(head->mutex);
   LinkBehind(Tail(head), node);
@@ -71,7 +81,7 @@ int HandleManageAddHandle(HandleManage* head, void* value) {
 
 int HandleManageAddHandle1(HandleManage* head, void* value) {
   if (head == nullptr || value == nullptr) return -1;
-  HandleManage* const node = NewNode(value);
+  HandleManage* const node = NewHandleNode(value);
   if (node == nullptr) return -1;
   const ScopedLock lock(head->mutex);
   LinkBehind(head, node);
@@ -83,7 +93,7 @@ int HandleManageDelHandle(HandleManage* head, void* value) {
   const ScopedLock lock(head->mutex);
   HandleManage* const node = Find(head, value);
   if (node == nullptr) return -1;
-  Unlink(node);
+  sdkapi::Unlink(node);
   std::free(node);
   return 0;
 }

@@ -6,6 +6,7 @@
 #include <atomic>
 #include <cstddef>
 #include <cstring>
+#include <utility>
 
 #include "base/owned.h"
 #include "base/scoped_lock.h"
@@ -15,6 +16,8 @@
 #include "server/host_table.h"
 #include "server/lifecycle.h"
 #include "server/log.h"
+#include "session/handle_nodes.h"
+#include "session/token_index.h"
 #include "session/user_stack.h"
 
 namespace sdkapi {
@@ -26,19 +29,54 @@ constexpr LogSource kLog{"sdkapi"};
 struct LoginBlock {
   SdkAPISerHandle table;
   int users;
+  HandleManage* node;  // its place in the list; null when it is not registered
+  TokenEntry entry;    // its place in the index
 };
 static_assert(offsetof(LoginBlock, table) == 0);
 
+// A request walks no list: its login is found by the index, a new one joins at the place that is kept. Both
+// are guarded by the list's own lock.
 struct JsonApi {
   pthread_mutex_t mutex;  // outer lock: list and session stack change together under it
   HandleManage list;
+  HandleManage* last;  // the list's last node, or its head
+  TokenIndex index;    // of the list's logins
 };
-JsonApi g_JsonApi;
+constinit JsonApi g_JsonApi{PTHREAD_MUTEX_INITIALIZER, {}, &g_JsonApi.list, {}};
 bool registryIsReady = false;
 
-std::atomic_ref<int> Users(SdkAPISerHandle* table) {
+LoginBlock* BlockOf(SdkAPISerHandle* table) {
   void* const block = table;
-  return std::atomic_ref<int>(static_cast<LoginBlock*>(block)->users);
+  return static_cast<LoginBlock*>(block);
+}
+
+std::atomic_ref<int> Users(SdkAPISerHandle* table) { return std::atomic_ref<int>(BlockOf(table)->users); }
+
+LoginBlock* BlockWith(TokenEntry* entry) {
+  void* const block = static_cast<char*>(static_cast<void*>(entry)) - offsetof(LoginBlock, entry);
+  return static_cast<LoginBlock*>(block);
+}
+
+// Joins list and index, the list at its end.
+bool Append(LoginBlock* login) {
+  login->node = NewHandleNode(login);
+  if (login->node == nullptr) return false;
+  const ScopedLock lock(g_JsonApi.list.mutex);
+  LinkBehind(g_JsonApi.last, login->node);
+  g_JsonApi.last = login->node;
+  g_JsonApi.index.Add(&login->entry, login->table.data);
+  return true;
+}
+
+// False when the login is in neither.
+bool TakeOut(LoginBlock* login) {
+  const ScopedLock lock(g_JsonApi.list.mutex);
+  if (login->node == nullptr) return false;
+  if (g_JsonApi.last == login->node) g_JsonApi.last = login->node->prev;
+  Unlink(login->node);
+  g_JsonApi.index.Remove(&login->entry);
+  std::free(std::exchange(login->node, nullptr));
+  return true;
 }
 
 void DropAllLogins() {
@@ -57,14 +95,13 @@ void ReleaseLogin::operator()(SdkAPISerHandle* table) const {
 LoginPtr FindLogin(const char* token) {
   if (AuthenticationIsOff()) return LoginPtr(GetSerHandle());
   if (token == nullptr || token[0] == '\0') return nullptr;
+  if (strnlen(token, sizeof SdkAPISerHandle::data) == sizeof SdkAPISerHandle::data) return nullptr;
   const ScopedLock lock(g_JsonApi.list.mutex);
-  for (const HandleManage* node = g_JsonApi.list.next; node != nullptr; node = node->next) {
-    auto* const table = static_cast<SdkAPISerHandle*>(node->value);
-    if (std::strcmp(table->data, token) != 0) continue;
-    Users(table).fetch_add(1, std::memory_order_relaxed);
-    return LoginPtr(table);
-  }
-  return nullptr;
+  TokenEntry* const entry = g_JsonApi.index.Find(token);
+  if (entry == nullptr) return nullptr;
+  SdkAPISerHandle* const table = &BlockWith(entry)->table;
+  Users(table).fetch_add(1, std::memory_order_relaxed);
+  return LoginPtr(table);
 }
 
 LoginPtr NewLogin() {
@@ -72,6 +109,7 @@ LoginPtr NewLogin() {
   if (block == nullptr) return nullptr;
   block->table = *GetSerHandle();
   block->users = 1;
+  block->node = nullptr;
   return LoginPtr(&block->table);
 }
 
@@ -79,7 +117,7 @@ Registration RegisterLogin(const LoginPtr& login, const char* token) {
   CopyText(login->data, token);
   const ScopedLock lock(g_JsonApi.mutex);
   Users(login.get()).fetch_add(1, std::memory_order_relaxed);  // the registry's share
-  if (HandleManageAddHandle(&g_JsonApi.list, login.get()) != 0) {
+  if (!Append(BlockOf(login.get()))) {
     Users(login.get()).fetch_sub(1, std::memory_order_relaxed);
     return Registration::kListFailed;
   }
@@ -88,9 +126,10 @@ Registration RegisterLogin(const LoginPtr& login, const char* token) {
 }
 
 bool RemoveLogin(SdkAPISerHandle* login) {
+  if (login == GetSerHandle()) return false;
   {
     const ScopedLock lock(g_JsonApi.mutex);
-    if (HandleManageDelHandle(&g_JsonApi.list, login) != 0) return false;
+    if (!TakeOut(BlockOf(login))) return false;
   }
   ReleaseLogin{}(login);
   return true;
@@ -126,6 +165,7 @@ int UsrManageTask() {
     pthread_mutex_init(&g_JsonApi.mutex, nullptr);
     const ScopedLock lock(g_JsonApi.mutex);
     HandleManageInitHead(&g_JsonApi.list);
+    g_JsonApi.index.SetKey(RandomHashKey());
     registryIsReady = true;
   }
   return InitUsrIdStack(LoginTimeOutTaskCb);

@@ -1,11 +1,14 @@
 // Every allocation fails in turn: the specified answer or a clean refusal, and nothing is left behind.
 #include <cstring>
 #include <memory>
+#include <string>
+#include <vector>
 
 #include "failing_allocator.h"
 #include "http/handlers.h"
 #include "scenarios.h"
 #include "server/lifecycle.h"
+#include "session/token_index.h"
 
 namespace {
 
@@ -165,6 +168,20 @@ TEST_F(NamedAllocationTest, AListIsUnchangedWhenANodeCannotBeMade) {
   EXPECT_EQ(HandleManageGetUsrCount(&head), 0);
   EXPECT_EQ(pthread_mutex_trylock(&head.mutex), 0);
   pthread_mutex_unlock(&head.mutex);
+}
+
+TEST_F(NamedAllocationTest, AnIndexThatCannotGrowStillFindsEveryToken) {
+  sdkapi::TokenIndex index;
+  std::vector<std::string> tokens;
+  for (int i = 0; i < 200; ++i) tokens.push_back("token " + std::to_string(i));
+  std::vector<sdkapi::TokenEntry> entries(tokens.size());
+  FailingAllocator allocator(1, Failing::kFromThenOn);
+  for (std::size_t i = 0; i < tokens.size(); ++i) index.Add(&entries[i], tokens[i].c_str());
+  EXPECT_TRUE(allocator.hasFailed());
+  for (std::size_t i = 0; i < tokens.size(); ++i) EXPECT_EQ(index.Find(tokens[i].c_str()), &entries[i]);
+  allocator.Relent();
+  for (std::size_t i = 0; i < tokens.size(); ++i) index.Remove(&entries[i]);
+  EXPECT_EQ(allocator.stillAllocated(), 0U);
 }
 
 TEST_F(NamedAllocationTest, TheVersionStaysWithoutMemory) {

@@ -2,8 +2,10 @@
 #include "session/login_registry.h"
 
 #include <atomic>
+#include <chrono>
 #include <cstring>
 #include <thread>
+#include <vector>
 
 #include "library_fixture.h"
 #include "server/host_table.h"
@@ -62,6 +64,82 @@ TEST_F(LoginRegistryTest, OfTwoLoginsWithOneTokenTheOlderIsFound) {
   LogIn("tok");
   EXPECT_EQ(GetLoginHandle("tok"), older);
   EXPECT_EQ(sdkapi::LoginCount(), 2);
+}
+
+TEST_F(LoginRegistryTest, OfThreeLoginsWithOneTokenTheOldestEndsFirst) {
+  RequireLogin();
+  std::vector<const SdkAPISerHandle*> order;
+  for (int i = 0; i < 3; ++i) {
+    const sdkapi::LoginPtr login = sdkapi::NewLogin();
+    order.push_back(login.get());
+    sdkapi::RegisterLogin(login, "tok");
+    LogIn("other " + std::to_string(i));
+  }
+  for (const SdkAPISerHandle* const login : order) {
+    EXPECT_EQ(GetLoginHandle("tok"), login);
+    EXPECT_EQ(sdkapi::LoginTimeOutTaskCb("tok"), 0);
+  }
+  EXPECT_EQ(GetLoginHandle("tok"), nullptr);
+  EXPECT_EQ(sdkapi::LoginCount(), 3);
+}
+
+TEST_F(LoginRegistryTest, LoginsThatEndInAnyOrderLeaveTheOthers) {
+  RequireLogin();
+  for (const char* const last : {"c", "b", "a"}) {
+    for (const char* const token : {"a", "b", "c"}) LogIn(token);
+    EXPECT_EQ(sdkapi::LoginTimeOutTaskCb(last), 0);
+    LogIn("d");  // joins behind what is last now
+    EXPECT_EQ(sdkapi::LoginCount(), 3);
+    for (const char* const token : {"a", "b", "c", "d"}) {
+      EXPECT_EQ(GetLoginHandle(token) != nullptr, std::strcmp(token, last) != 0) << token << last;
+    }
+    sdkapi::UsrManageTask();
+    EXPECT_EQ(sdkapi::LoginCount(), 0);
+  }
+}
+
+TEST_F(LoginRegistryTest, OnlyWhatIsRegisteredCanBeRemoved) {
+  const sdkapi::LoginPtr login = sdkapi::NewLogin();
+  EXPECT_FALSE(sdkapi::RemoveLogin(login.get()));
+  EXPECT_FALSE(sdkapi::RemoveLogin(sdkapi::GetSerHandle()));
+  sdkapi::RegisterLogin(login, "tok");
+  EXPECT_TRUE(sdkapi::RemoveLogin(login.get()));
+  EXPECT_FALSE(sdkapi::RemoveLogin(login.get()));
+}
+
+TEST_F(LoginRegistryTest, ATokenIsComparedWhole) {
+  RequireLogin();
+  LogIn(std::string(1023, 't'));
+  EXPECT_NE(GetLoginHandle(std::string(1023, 't').c_str()), nullptr);
+  for (const std::size_t length : {1022U, 1024U, 1031U})
+    EXPECT_EQ(GetLoginHandle(std::string(length, 't').c_str()), nullptr) << length;
+}
+
+TEST_F(LoginRegistryTest, AHostsOwnListsAreNoneOfTheRegistrys) {
+  RequireLogin();
+  LogIn("tok");
+  HandleManage list{};
+  HandleManageInitHead(&list);
+  EXPECT_EQ(HandleManageAddHandle(&list, GetLoginHandle("tok")), 0);
+  EXPECT_EQ(HandleManageAddHandle1(&list, GetLoginHandle("tok")), 0);
+  EXPECT_EQ(HandleManageDelHandle(&list, GetLoginHandle("tok")), 0);
+  EXPECT_NE(GetLoginHandle("tok"), nullptr);
+  EXPECT_EQ(sdkapi::LoginTimeOutTaskCb("tok"), 0);
+  EXPECT_EQ(HandleManageGetUsrCount(&list), 1);
+  HandleManageDelHandle(&list, HandleManageGetNextHandle(&list));
+}
+
+// Walking to a login, or to the list's end, took minutes here. The bound leaves room for a busy machine.
+TEST_F(LoginRegistryTest, SixtyThousandLoginsStallNobody) {
+  RequireLogin();
+  SdkApiSer_Printf(nullptr);
+  const auto start = std::chrono::steady_clock::now();
+  const auto token = [](int i) { return "token " + std::to_string(i); };
+  for (int i = 0; i < 60000; ++i) sdkapi::RegisterLogin(sdkapi::NewLogin(), token(i).c_str());
+  for (int i = 0; i < 60000; ++i) ASSERT_NE(sdkapi::FindLogin(token(i).c_str()), nullptr) << i;
+  for (int i = 60000; i-- > 0;) ASSERT_EQ(sdkapi::LoginTimeOutTaskCb(token(i).c_str()), 0) << i;
+  EXPECT_EQ(sdkapi::LoginCount(), 0);
+  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(20));
 }
 
 TEST_F(LoginRegistryTest, TimeOutTellsTheHostAndRemovesTheLogin) {
