@@ -1,11 +1,13 @@
-// Owners of C resources: JSON trees and texts, malloc'ed memory, files.
+// Owners of C resources: JSON trees and texts, malloc'ed memory, files and their descriptors.
 #pragma once
 
 #include <cjson/cJSON.h>
+#include <unistd.h>
 
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
+#include <utility>
 
 namespace sdkapi {
 
@@ -29,5 +31,24 @@ struct CloseFile {
   void operator()(std::FILE* file) const { std::fclose(file); }
 };
 using FilePtr = std::unique_ptr<std::FILE, CloseFile>;
+
+// -1 is no descriptor.
+class FileDescriptor {
+ public:
+  explicit FileDescriptor(int number = -1) : number_(number) {}
+  ~FileDescriptor() {
+    if (number_ >= 0) close(number_);
+  }
+  FileDescriptor(FileDescriptor&& other) noexcept : number_(std::exchange(other.number_, -1)) {}
+  FileDescriptor& operator=(FileDescriptor&& other) noexcept {
+    std::swap(number_, other.number_);
+    return *this;
+  }
+
+  int get() const { return number_; }
+
+ private:
+  int number_;
+};
 
 }  // namespace sdkapi

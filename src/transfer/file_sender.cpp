@@ -1,12 +1,14 @@
-// The chunked file sender: many 1500-byte chunks in few writes.
+// The chunked file sender: what is read goes straight between the frames of many chunks, one write for all.
 #include "transfer/file_sender.h"
 
 #include <civetweb.h>
+#include <fcntl.h>
 #include <sys/stat.h>
+#include <sys/uio.h>
 
-#include <algorithm>
-#include <cstdio>
+#include <cerrno>
 #include <cstring>
+#include <string_view>
 
 #include "base/owned.h"
 #include "base/text_writer.h"
@@ -17,89 +19,153 @@ namespace {
 
 constexpr LogSource kLog{"sdkapi"};
 
-constexpr std::size_t kChunkSize = 1500;
-constexpr std::size_t kReadSize = 10 * kChunkSize;
-constexpr std::size_t kGatherSize = 16384;
-
-constexpr char kHeadFront[] = "HTTP/1.1 200 OK\r\nContent-Disposition: attachment;filename=\"";
-constexpr char kHeadBack[] =
+constexpr std::string_view kHeadFront = "HTTP/1.1 200 OK\r\nContent-Disposition: attachment;filename=\"";
+constexpr std::string_view kHeadBack =
     "\"\r\nContent-Type: application/octet-stream\r\nTransfer-Encoding: chunked\r\n\r\n";
 
-// Collects bytes and writes them when the buffer is full and at the end: a write of its own for every chunk
-// would cost most of the speed, and wait for the client's acknowledgements.
-class GatheredWriter {
+constexpr std::size_t kChunk = 1500;
+constexpr std::string_view kFront = "5dc\r\n";  // of a full chunk
+constexpr std::string_view kBack = "\r\n";
+constexpr std::string_view kTerminator = "0\r\n\r\n";
+constexpr std::size_t kSlot = kFront.size() + kChunk + kBack.size();
+constexpr std::size_t kMostHead = 512;
+constexpr std::size_t kSlotsPerWrite = 43;
+// One more than a write takes: whoever writes full slots still has bytes in hand, and the terminator leaves
+// with the last of them. Alone it would wait for the client's acknowledgement.
+constexpr std::size_t kSlots = kSlotsPerWrite + 1;
+
+// The body under way: head, slots with their chunks, terminator, in one piece of memory.
+class ChunkedBody {
  public:
-  explicit GatheredWriter(mg_connection* conn) : conn_(conn) {}
+  explicit ChunkedBody(mg_connection* conn) : conn_(conn) {}
 
-  void Append(const char* bytes, std::size_t length) {
-    while (length > 0) {
-      if (used_ == sizeof buffer_) Flush();
-      const std::size_t part = std::min(length, sizeof buffer_ - used_);
-      std::memcpy(buffer_ + used_, bytes, part);
-      used_ += part;
-      bytes += part;
-      length -= part;
+  // Waits in front of the first slot; a name without room there goes out on its own.
+  void AddHead(std::string_view name) {
+    const std::string_view parts[] = {kHeadFront, name, kHeadBack};
+    if (name.size() > kMostHead - kHeadFront.size() - kHeadBack.size()) {
+      for (const std::string_view part : parts) Write(part.data(), part.size());
+      return;
     }
+    begin_ = Slot(0) - kHeadFront.size() - name.size() - kHeadBack.size();
+    char* at = begin_;
+    for (const std::string_view part : parts) at = Put(at, part);
   }
 
-  void AppendChunk(const char* bytes, std::size_t length) {
-    char size[24];
-    Append(size, TextWriter(size).AddUnsigned(length, 16).Add("\r\n").Finish());
-    Append(bytes, length);
-    Append("\r\n", 2);
+  void SendHead() { SendUpTo(Slot(0)); }
+
+  // The free places of the first slots, in their order.
+  int FreePlaces(std::size_t slots, iovec (&places)[kSlots]) {
+    int count = 0;
+    std::size_t taken = filled_ % kChunk;
+    for (std::size_t slot = filled_ / kChunk; slot < slots; ++slot) {
+      places[count++] = {Slot(slot) + kFront.size() + taken, kChunk - taken};
+      taken = 0;
+    }
+    return count;
+  }
+  void NoteFilled(std::size_t bytes) { filled_ += bytes; }
+  bool HasFilled(std::size_t slots) const { return filled_ >= slots * kChunk; }
+
+  // Sends full slots; what is behind them moves to the front.
+  void SendSlots(std::size_t slots) {
+    FrameSlots(slots);
+    SendUpTo(Slot(slots));
+    filled_ -= slots * kChunk;
+    std::memcpy(Slot(0) + kFront.size(), Slot(slots) + kFront.size(), filled_);
   }
 
-  void Flush() {
-    if (!failed_ && used_ > 0) failed_ = mg_write(conn_, buffer_, used_) != static_cast<int>(used_);
-    used_ = 0;
+  void SendRest() {
+    const std::size_t full = filled_ / kChunk;
+    FrameSlots(full);
+    SendUpTo(Put(FrameShort(Slot(full), filled_ % kChunk), kTerminator));
   }
 
   bool failed() const { return failed_; }
 
  private:
+  static char* Put(char* at, std::string_view text) {
+    std::memcpy(at, text.data(), text.size());
+    return at + text.size();
+  }
+
+  char* Slot(std::size_t slot) { return memory_ + kMostHead + slot * kSlot; }
+
+  void FrameSlots(std::size_t slots) {
+    for (std::size_t slot = 0; slot < slots; ++slot) Put(Put(Slot(slot), kFront) + kChunk, kBack);
+  }
+
+  // Returns where the chunk ends. A shorter size draws its bytes nearer.
+  static char* FrameShort(char* slot, std::size_t length) {
+    if (length == 0) return slot;
+    char size[24];
+    const std::size_t digits = TextWriter(size).AddUnsigned(length, 16).Add("\r\n").Finish();
+    std::memmove(slot + digits, slot + kFront.size(), length);
+    return Put(Put(slot, {size, digits}) + length, kBack);
+  }
+
+  void SendUpTo(const char* end) {
+    Write(begin_, static_cast<std::size_t>(end - begin_));
+    begin_ = Slot(0);
+  }
+
+  void Write(const char* bytes, std::size_t length) {
+    if (failed_ || length == 0) return;
+    failed_ = mg_write(conn_, bytes, length) != static_cast<int>(length);
+  }
+
   mg_connection* conn_;
-  char buffer_[kGatherSize];
-  std::size_t used_ = 0;
+  char memory_[kMostHead + kSlots * kSlot + kTerminator.size()];
+  char* begin_ = Slot(0);  // of what is to be sent
+  std::size_t filled_ = 0;
   bool failed_ = false;
 };
 
-FilePtr OpenFile(const char* path) {
+FileDescriptor OpenFile(const char* path) {
   struct stat status {};
-  return FilePtr(path != nullptr && stat(path, &status) == 0 ? std::fopen(path, "rb") : nullptr);
+  const bool exists = path != nullptr && stat(path, &status) == 0;
+  return FileDescriptor(exists ? open(path, O_RDONLY | O_CLOEXEC) : -1);
 }
 
 // A read error ends the body like the end of the file.
-void SendChunks(std::FILE* file, GatheredWriter& writer) {
-  char data[kReadSize];
-  std::size_t got = 0;
-  std::setvbuf(file, nullptr, _IONBF, 0);  // read straight into the array
-  while (!writer.failed() && (got = std::fread(data, 1, sizeof data, file)) > 0) {
-    for (std::size_t at = 0; at < got; at += kChunkSize) {
-      writer.AppendChunk(data + at, std::min(kChunkSize, got - at));
-    }
+std::size_t Read(int file, const iovec* places, int count) {
+  ssize_t got = 0;
+  do got = readv(file, places, count);
+  while (got < 0 && errno == EINTR);
+  return got > 0 ? static_cast<std::size_t>(got) : 0;
+}
+
+// False at the end of the file.
+bool Fill(ChunkedBody& body, std::size_t slots, int file) {
+  iovec places[kSlots];
+  while (!body.HasFilled(slots)) {
+    const std::size_t got = Read(file, places, body.FreePlaces(slots, places));
+    if (got == 0) return false;
+    body.NoteFilled(got);
   }
-  writer.AppendChunk("", 0);
-  writer.Flush();
+  return true;
+}
+
+void SendChunks(int file, ChunkedBody& body) {
+  while (!body.failed() && Fill(body, kSlots, file)) body.SendSlots(kSlotsPerWrite);
+  body.SendRest();
 }
 
 }  // namespace
 
 int SendFile(mg_connection* conn, const char* path, const char* name, const LogSource& log) {
-  GatheredWriter writer(conn);
-  writer.Append(kHeadFront, sizeof kHeadFront - 1);
-  if (name != nullptr) writer.Append(name, std::strlen(name));
-  writer.Append(kHeadBack, sizeof kHeadBack - 1);
+  ChunkedBody body(conn);
+  body.AddHead(name != nullptr ? name : "");
 
   // The head goes out before the file is looked at: a file that cannot be read leaves a 200 without a body.
-  const FilePtr file = OpenFile(path);
-  if (file == nullptr) {
-    writer.Flush();
+  const FileDescriptor file = OpenFile(path);
+  if (file.get() < 0) {
+    body.SendHead();
     log.error()("open file error");
     mg_disable_connection_keep_alive(conn);
     return -1;
   }
-  SendChunks(file.get(), writer);
-  if (!writer.failed()) return 0;
+  SendChunks(file.get(), body);
+  if (!body.failed()) return 0;
   log.error()("mg_send_chunk error");
   mg_disable_connection_keep_alive(conn);
   return -1;

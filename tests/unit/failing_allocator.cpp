@@ -51,12 +51,14 @@ void* __real_calloc(std::size_t count, std::size_t size);
 void* __real_realloc(void* block, std::size_t size);
 void __real_free(void* block);
 std::FILE* __real_fopen(const char* path, const char* mode);
+int __real_open(const char* path, int flags, ...);
 
 void* __wrap_malloc(std::size_t size);
 void* __wrap_calloc(std::size_t count, std::size_t size);
 void* __wrap_realloc(void* block, std::size_t size);
 void __wrap_free(void* block);
 std::FILE* __wrap_fopen(const char* path, const char* mode);
+int __wrap_open(const char* path, int flags, ...);
 
 void* __wrap_malloc(std::size_t size) { return MustFail() ? nullptr : Note(__real_malloc(size)); }
 
@@ -78,6 +80,9 @@ void __wrap_free(void* block) {
 std::FILE* __wrap_fopen(const char* path, const char* mode) {
   return MustFail() ? nullptr : __real_fopen(path, mode);
 }
+
+// Nothing here makes a file, so there is no third argument.
+int __wrap_open(const char* path, int flags, ...) { return MustFail() ? -1 : __real_open(path, flags); }
 }
 
 namespace sdktest {

@@ -1,4 +1,5 @@
 // The downloads: replies, host calls, log lines, and the bytes of a file that is sent.
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cstring>
@@ -101,11 +102,36 @@ TEST_P(SenderTest, AnEmptyFileIsHeadAndTerminator) {
 }
 
 TEST_P(SenderTest, ChunksCarry1500Bytes) {
-  for (const std::size_t size : {1U, 1499U, 1500U, 1501U, 3000U, 3001U, 16384U, 50000U, 1000000U}) {
-    const std::string bytes = Fill(size);
+  // Around a chunk, sizes of one, two and three digits, and what one, two and three writes take.
+  const std::size_t edges[] = {0,     15,    255,    1500,   3000,   16384, 63000,
+                               64500, 66000, 129000, 130500, 193500, 195000};
+  for (const std::size_t edge : edges) {
+    for (const std::size_t size : {edge, edge + 1, edge + 2, edge + 1499}) {
+      const std::string bytes = Fill(size);
+      mg_connection conn;
+      EXPECT_EQ(GetParam().send(&conn, path_.c_str(), "f"), 0);
+      EXPECT_TRUE(conn.output == Head("f") + Chunks(bytes)) << size;
+    }
+  }
+}
+
+TEST_P(SenderTest, TheTerminatorLeavesWithTheLastData) {
+  for (const std::size_t size : {0U, 1U, 1500U, 64500U, 66000U, 129000U, 645000U}) {
+    Fill(size);
     mg_connection conn;
     EXPECT_EQ(GetParam().send(&conn, path_.c_str(), "f"), 0);
-    EXPECT_TRUE(conn.output == Head("f") + Chunks(bytes)) << size;
+    EXPECT_EQ(conn.writes.size(), size / 64500 + (size % 64500 != 0 || size == 0 ? 1 : 0)) << size;
+    EXPECT_GE(conn.writes.back().size(), size == 0 ? 0U : 7U) << "a small write alone waits for the client";
+  }
+}
+
+TEST_P(SenderTest, LongNamesGoOutWhole) {
+  Fill(10);
+  for (const std::size_t length : {255U, 376U, 377U, 378U, 379U, 380U, 381U, 382U, 5000U, 100000U}) {
+    const std::string name(length, 'n');
+    mg_connection conn;
+    EXPECT_EQ(GetParam().send(&conn, path_.c_str(), name.c_str()), 0);
+    EXPECT_TRUE(conn.output == Head(name) + Chunks(Fill(10))) << length;
   }
 }
 
@@ -262,7 +288,7 @@ TEST_P(RouteTest, AMissingFileLeavesTheHeadAlone) {
 }
 
 TEST_P(RouteTest, AFailedWriteIsLoggedAndCutOff) {
-  const std::string bytes = Fill(100000);
+  const std::string bytes = Fill(200000);
   Offer("f");
   conn_.failWriteFrom = 3;
   EXPECT_EQ(Handle(conn_), GetParam().leavesFailures ? 0 : 1);

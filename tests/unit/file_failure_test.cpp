@@ -1,0 +1,121 @@
+// Reading a download's file: errors, interruptions and short reads at every call.
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <sys/uio.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <fstream>
+
+#include "library_fixture.h"
+
+namespace {
+
+// What the n-th read and all later ones do.
+struct ReadScript {
+  int from = sdktest::kNever;
+  int error = 0;         // 0: reads
+  std::size_t most = 0;  // bytes of one read; 0: as asked for
+  int calls = 0;
+};
+
+ReadScript& Reads() {
+  static ReadScript script;
+  return script;
+}
+
+}  // namespace
+
+extern "C" {
+
+ssize_t __real_readv(int file, const iovec* places, int count);
+ssize_t __wrap_readv(int file, const iovec* places, int count);
+
+ssize_t __wrap_readv(int file, const iovec* places, int count) {
+  ReadScript& script = Reads();
+  const bool due = ++script.calls >= script.from;
+  if (due && script.error == EINTR) script.from = sdktest::kNever;
+  if (due && script.error != 0) {
+    errno = script.error;
+    return -1;
+  }
+  if (script.most == 0) return __real_readv(file, places, count);
+  return read(file, places->iov_base, std::min(places->iov_len, script.most));
+}
+}
+
+namespace {
+
+constexpr std::size_t kSize = 200000;
+constexpr char kHead[] =
+    "HTTP/1.1 200 OK\r\nContent-Disposition: attachment;filename=\"f\"\r\n"
+    "Content-Type: application/octet-stream\r\nTransfer-Encoding: chunked\r\n\r\n";
+
+class FileFailureTest : public sdktest::LibraryTest {
+ protected:
+  FileFailureTest() {
+    char pattern[] = "/tmp/sdkapi-download-XXXXXX";
+    close(mkstemp(pattern));
+    path_ = pattern;
+    for (std::size_t i = 0; i < kSize; ++i) bytes_ += static_cast<char>(i * 7 + i / 251);
+    std::ofstream(path_, std::ios::binary) << bytes_;
+    Reads() = ReadScript{};
+  }
+  ~FileFailureTest() override {
+    Reads() = ReadScript{};
+    unlink(path_.c_str());
+  }
+
+  static std::string Body(const std::string& bytes) {
+    std::string text;
+    for (std::size_t at = 0; at < bytes.size(); at += 1500) {
+      const std::string chunk = bytes.substr(at, 1500);
+      char size[16];
+      std::snprintf(size, sizeof size, "%zx\r\n", chunk.size());
+      text += size + chunk + "\r\n";
+    }
+    return text + "0\r\n\r\n";
+  }
+
+  int Send(mg_connection& conn) const { return SendHttpDownLoadFile(&conn, path_.c_str(), "f"); }
+
+  std::string path_;
+  std::string bytes_;
+};
+
+TEST_F(FileFailureTest, AReadErrorInTheMiddleEndsTheBodyLikeTheEndOfTheFile) {
+  Reads().most = 1000;
+  for (const int from : {1, 2, 3, 4, 44, 66, 67, 150}) {
+    Reads().from = from;
+    Reads().error = EIO;
+    Reads().calls = 0;
+    mg_connection conn;
+    EXPECT_EQ(Send(conn), 0);
+    // A read ends with its chunk: 1000 and 500 bytes in turn.
+    const std::size_t read = static_cast<std::size_t>(from - 1);
+    EXPECT_TRUE(conn.output == kHead + Body(bytes_.substr(0, read / 2 * 1500 + read % 2 * 1000))) << from;
+    EXPECT_TRUE(conn.keepAlive);
+    EXPECT_EQ(Log(), sdktest::Strings{});
+  }
+}
+
+TEST_F(FileFailureTest, AnInterruptedReadIsRepeated) {
+  for (const int from : {1, 2, 3}) {
+    Reads() = ReadScript{.from = from, .error = EINTR};
+    mg_connection conn;
+    EXPECT_EQ(Send(conn), 0);
+    EXPECT_TRUE(conn.output == kHead + Body(bytes_)) << from;
+  }
+}
+
+TEST_F(FileFailureTest, ShortReadsGiveTheSameBytes) {
+  for (const std::size_t most : {1U, 7U, 1499U, 1500U}) {
+    Reads() = ReadScript{.most = most};
+    mg_connection conn;
+    EXPECT_EQ(Send(conn), 0);
+    EXPECT_TRUE(conn.output == kHead + Body(bytes_)) << most;
+  }
+}
+
+}  // namespace
