@@ -2,17 +2,14 @@
 #include "transfer/file_sender.h"
 
 #include <civetweb.h>
-#include <fcntl.h>
-#include <sys/stat.h>
 #include <sys/uio.h>
 
-#include <cerrno>
 #include <cstring>
 #include <string_view>
 
-#include "base/owned.h"
 #include "base/text_writer.h"
 #include "sdkapi/transfer.h"
+#include "transfer/file_source.h"
 
 namespace sdkapi {
 namespace {
@@ -120,34 +117,24 @@ class ChunkedBody {
   bool failed_ = false;
 };
 
-FileDescriptor OpenFile(const char* path) {
-  struct stat status {};
-  const bool exists = path != nullptr && stat(path, &status) == 0;
-  return FileDescriptor(exists ? open(path, O_RDONLY | O_CLOEXEC) : -1);
-}
-
-// A read error ends the body like the end of the file.
-std::size_t Read(int file, const iovec* places, int count) {
-  ssize_t got = 0;
-  do got = readv(file, places, count);
-  while (got < 0 && errno == EINTR);
-  return got > 0 ? static_cast<std::size_t>(got) : 0;
-}
-
 // False at the end of the file.
-bool Fill(ChunkedBody& body, std::size_t slots, int file) {
+bool Fill(ChunkedBody& body, std::size_t slots, FileSource& file) {
   iovec places[kSlots];
   while (!body.HasFilled(slots)) {
-    const std::size_t got = Read(file, places, body.FreePlaces(slots, places));
+    const std::size_t got = file.Read(places, body.FreePlaces(slots, places));
     if (got == 0) return false;
     body.NoteFilled(got);
   }
   return true;
 }
 
-void SendChunks(int file, ChunkedBody& body) {
-  while (!body.failed() && Fill(body, kSlots, file)) body.SendSlots(kSlotsPerWrite);
-  body.SendRest();
+// What keeps its reader waiting must not keep the client waiting for what it gave already.
+bool SendChunks(FileSource& file, ChunkedBody& body) {
+  const std::size_t wanted = file.MayWait() ? 1 : kSlots;
+  const std::size_t sent = file.MayWait() ? 1 : kSlotsPerWrite;
+  while (!body.failed() && Fill(body, wanted, file)) body.SendSlots(sent);
+  if (!file.GivenUp()) body.SendRest();
+  return !body.failed() && !file.GivenUp();
 }
 
 }  // namespace
@@ -157,15 +144,16 @@ int SendFile(mg_connection* conn, const char* path, const char* name, const LogS
   body.AddHead(name != nullptr ? name : "");
 
   // The head goes out before the file is looked at: a file that cannot be read leaves a 200 without a body.
-  const FileDescriptor file = OpenFile(path);
-  if (file.get() < 0) {
+  // Only a file on a disk is so quick that its first chunks may travel with the head.
+  FileSource file(path);
+  if (file.MayWait()) body.SendHead();
+  if (!file.Open()) {
     body.SendHead();
     log.error()("open file error");
     mg_disable_connection_keep_alive(conn);
     return -1;
   }
-  SendChunks(file.get(), body);
-  if (!body.failed()) return 0;
+  if (SendChunks(file, body)) return 0;
   log.error()("mg_send_chunk error");
   mg_disable_connection_keep_alive(conn);
   return -1;

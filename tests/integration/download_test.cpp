@@ -1,5 +1,7 @@
 // Downloads: exact bytes of head and chunks, failures of host and file, clients that leave.
+#include <fcntl.h>
 #include <sys/socket.h>
+#include <sys/stat.h>
 #include <sys/un.h>
 #include <unistd.h>
 
@@ -231,6 +233,122 @@ TEST_P(DownloadTest, AClientThatLeavesInTheMiddleLeaksNoFile) {
     client.Abort();
     EXPECT_TRUE(LogLines::Wait(4, "mg_send_chunk error", route.source));
     EXPECT_TRUE(Eventually([&] { return OpenFiles() <= files; }));
+  }
+}
+
+// A named pipe whose other end the test holds.
+class Pipe {
+ public:
+  Pipe() : path_(Workspace::Get().Path("pipe")) {
+    unlink(path_.c_str());
+    EXPECT_EQ(mkfifo(path_.c_str(), 0600), 0);
+  }
+  ~Pipe() {
+    Close();
+    unlink(path_.c_str());
+  }
+
+  const std::string& path() const { return path_; }
+  // Fails until somebody reads; never waits.
+  bool Open() {
+    writer_ = open(path_.c_str(), O_WRONLY | O_CLOEXEC | O_NONBLOCK);
+    return writer_ >= 0;
+  }
+  bool Write(const std::string& bytes) const {
+    return write(writer_, bytes.data(), bytes.size()) == static_cast<ssize_t>(bytes.size());
+  }
+  void Close() {
+    if (writer_ >= 0) close(writer_);
+    writer_ = -1;
+  }
+
+ private:
+  std::string path_;
+  int writer_ = -1;
+};
+
+class PipeTest : public DownloadTest {};
+INSTANTIATE_TEST_SUITE_P(Schemes, PipeTest, BothSchemes(), ModeName);
+
+TEST_P(PipeTest, HeadAndChunksTravelAsTheyCome) {
+  for (const Route& route : kRoutes) {
+    SCOPED_TRACE(route.target);
+    Pipe pipe;
+    Offer(pipe.path(), "pipe");
+    Connection client(Server::Get().port(mode().https), mode().https);
+    ASSERT_TRUE(
+        client.Send(HttpRequest{"GET", route.target, {Authorization(), "Connection: close"}, ""}.Bytes()));
+    std::string expected = DownloadHead("pipe");
+    ASSERT_TRUE(client.ReadUntilSize(expected.size())) << "before there is a writer";
+    ASSERT_TRUE(Eventually([&] { return pipe.Open(); }));
+    for (const char letter : {'a', 'b', 'c'}) {
+      const std::string chunk(1500, letter);
+      ASSERT_TRUE(pipe.Write(chunk));
+      expected += "5dc\r\n" + chunk + "\r\n";
+      ASSERT_TRUE(client.ReadUntilSize(expected.size())) << "before the next one is written";
+    }
+    ASSERT_TRUE(pipe.Write("drip"));
+    ASSERT_TRUE(pipe.Write("drop"));
+    pipe.Close();
+    EXPECT_EQ(client.ReadToEnd(), expected + "8\r\ndripdrop\r\n0\r\n\r\n");
+  }
+}
+
+TEST_P(PipeTest, AWriterWithoutAWordIsAnEmptyFile) {
+  Pipe pipe;
+  Offer(pipe.path(), "pipe");
+  Connection client(Server::Get().port(mode().https), mode().https);
+  ASSERT_TRUE(client.Send(HttpRequest{"GET", "/log", {Authorization(), "Connection: close"}, ""}.Bytes()));
+  ASSERT_TRUE(Eventually([&] { return pipe.Open(); }));
+  pipe.Close();
+  EXPECT_EQ(client.ReadToEnd(), DownloadHead("pipe") + "0\r\n\r\n");
+}
+
+TEST_P(PipeTest, AStopEndsTheWait) {
+  for (const bool writes : {false, true}) {
+    Prepare(mode());
+    Pipe pipe;
+    Offer(pipe.path(), "pipe");
+    Connection client(Server::Get().port(mode().https), mode().https);
+    ASSERT_TRUE(client.Send(HttpRequest{"GET", "/log", {Authorization()}, ""}.Bytes()));
+    ASSERT_TRUE(client.ReadUntilSize(DownloadHead("pipe").size()));
+    if (writes) {
+      ASSERT_TRUE(Eventually([&] { return pipe.Open(); }));
+      ASSERT_TRUE(pipe.Write("half a chunk"));
+    }
+    LogLines::Clear();
+    const Clock::time_point start = Clock::now();
+    Server::Get().Stop();
+    EXPECT_LT(Clock::now() - start, std::chrono::seconds(15));
+    EXPECT_EQ(client.ReadToEnd(), DownloadHead("pipe")) << "nothing says that the file was whole";
+    EXPECT_TRUE(LogLines::Wait(4, "mg_send_chunk error", "sdkapidownload"));
+  }
+}
+
+TEST_P(LargeDownloadTest, AFileThatShrinksOrGrowsIsSentAsItIsRead) {
+  const std::string content = SampleBytes(40000000);
+  for (const std::size_t size : {30000000U, 30000001U, 50000000U}) {
+    SCOPED_TRACE(size);
+    const std::string path = Workspace::Get().WriteFile("changing.bin", content);
+    Offer(path, "changing.bin");
+    Connection client(Server::Get().port(mode().https), mode().https);
+    ASSERT_TRUE(client.Send(HttpRequest{"GET", "/log", {Authorization(), "Connection: close"}, ""}.Bytes()));
+    ASSERT_TRUE(client.ReadUntilSize(100000));
+    ASSERT_EQ(truncate(path.c_str(), static_cast<off_t>(size)), 0);
+    std::string expected = content;
+    expected.resize(size, '\0');
+    ExpectFile(ParseResponse(client.ReadToEnd()), "changing.bin", expected);
+  }
+}
+
+TEST_P(DownloadTest, SizesAroundEveryEdgeOfABuffer) {
+  for (const std::size_t edge : {15U, 255U, 1500U, 63000U, 64500U, 66000U, 129000U, 130500U}) {
+    for (const std::size_t size : {edge - 1, edge, edge + 1}) {
+      SCOPED_TRACE(size);
+      const std::string content = SampleBytes(size);
+      Offer(Workspace::Get().WriteFile("file.bin", content), "file.bin");
+      ExpectFile(Fetch("/log"), "file.bin", content);
+    }
   }
 }
 

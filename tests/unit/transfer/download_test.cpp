@@ -125,6 +125,34 @@ TEST_P(SenderTest, TheTerminatorLeavesWithTheLastData) {
   }
 }
 
+// What the kernel writes while it is read looks like a regular file, and can take its time.
+TEST_P(SenderTest, TheHeadLeavesBeforeAFileThatMayWaitIsRead) {
+  for (const char* const path : {"/proc/self/maps", "/proc/self/cmdline", "/dev/null", "/tmp"}) {
+    mg_connection conn;
+    EXPECT_EQ(GetParam().send(&conn, path, "f"), 0);
+    ASSERT_GE(conn.writes.size(), 2U) << path;
+    EXPECT_EQ(conn.writes.front(), Head("f"));
+    for (std::size_t i = 1; i + 1 < conn.writes.size(); ++i) EXPECT_EQ(conn.writes[i].size(), 1507U) << path;
+    EXPECT_TRUE(conn.output.ends_with("0\r\n\r\n"));
+  }
+}
+
+TEST_P(SenderTest, AnEmptyFileOnADiskIsOneWrite) {
+  mg_connection conn;
+  EXPECT_EQ(GetParam().send(&conn, path_.c_str(), "f"), 0);
+  EXPECT_EQ(conn.writes.size(), 1U);
+}
+
+TEST_P(SenderTest, ADownloadThatIsStoppedWhileItWaitsEndsWithoutATerminator) {
+  unlink(path_.c_str());
+  ASSERT_EQ(mkfifo(path_.c_str(), 0600), 0);
+  mg_connection conn;
+  EXPECT_EQ(GetParam().send(&conn, path_.c_str(), "f"), -1) << "no server runs, and nobody writes";
+  EXPECT_EQ(conn.output, Head("f"));
+  EXPECT_EQ(Log(), Strings{Line("mg_send_chunk error")});
+  EXPECT_FALSE(conn.keepAlive);
+}
+
 TEST_P(SenderTest, LongNamesGoOutWhole) {
   Fill(10);
   for (const std::size_t length : {255U, 376U, 377U, 378U, 379U, 380U, 381U, 382U, 5000U, 100000U}) {
