@@ -5,6 +5,7 @@
 #include <sys/uio.h>
 
 #include <cstring>
+#include <span>
 #include <string_view>
 
 #include "base/text_writer.h"
@@ -34,7 +35,9 @@ constexpr std::size_t kSlots = kSlotsPerWrite + 1;
 // The body under way: head, slots with their chunks, terminator, in one piece of memory.
 class ChunkedBody {
  public:
-  explicit ChunkedBody(mg_connection* conn) : conn_(conn) {}
+  explicit ChunkedBody(mg_connection* conn) : conn_(conn) {
+    for (std::size_t slot = 0; slot < kSlots; ++slot) MakePlace(slot, 0);
+  }
 
   // Waits in front of the first slot; a name without room there goes out on its own.
   void AddHead(std::string_view name) {
@@ -51,14 +54,12 @@ class ChunkedBody {
   void SendHead() { SendUpTo(Slot(0)); }
 
   // The free places of the first slots, in their order.
-  int FreePlaces(std::size_t slots, iovec (&places)[kSlots]) {
-    int count = 0;
-    std::size_t taken = filled_ % kChunk;
-    for (std::size_t slot = filled_ / kChunk; slot < slots; ++slot) {
-      places[count++] = {Slot(slot) + kFront.size() + taken, kChunk - taken};
-      taken = 0;
-    }
-    return count;
+  std::span<const iovec> FreePlaces(std::size_t slots) {
+    const std::size_t slot = filled_ / kChunk;
+    MakePlace(begun_, 0);
+    begun_ = slot;
+    MakePlace(begun_, filled_ % kChunk);
+    return {places_ + slot, slots - slot};
   }
   void NoteFilled(std::size_t bytes) { filled_ += bytes; }
   bool HasFilled(std::size_t slots) const { return filled_ >= slots * kChunk; }
@@ -87,8 +88,13 @@ class ChunkedBody {
 
   char* Slot(std::size_t slot) { return memory_ + kMostHead + slot * kSlot; }
 
+  void MakePlace(std::size_t slot, std::size_t taken) {
+    places_[slot] = {Slot(slot) + kFront.size() + taken, kChunk - taken};
+  }
+
+  // Reading and writing leave the frames of full slots as they are.
   void FrameSlots(std::size_t slots) {
-    for (std::size_t slot = 0; slot < slots; ++slot) Put(Put(Slot(slot), kFront) + kChunk, kBack);
+    for (; framed_ < slots; ++framed_) Put(Put(Slot(framed_), kFront) + kChunk, kBack);
   }
 
   // Returns where the chunk ends. A shorter size draws its bytes nearer.
@@ -114,14 +120,16 @@ class ChunkedBody {
   char memory_[kMostHead + kSlots * kSlot + kTerminator.size()];
   char* begin_ = Slot(0);  // of what is to be sent
   std::size_t filled_ = 0;
+  std::size_t framed_ = 0;  // slots
+  iovec places_[kSlots];    // of the slots' data
+  std::size_t begun_ = 0;   // the slot whose place is not whole
   bool failed_ = false;
 };
 
 // False at the end of the file.
 bool Fill(ChunkedBody& body, std::size_t slots, FileSource& file) {
-  iovec places[kSlots];
   while (!body.HasFilled(slots)) {
-    const std::size_t got = file.Read(places, body.FreePlaces(slots, places));
+    const std::size_t got = file.Read(body.FreePlaces(slots));
     if (got == 0) return false;
     body.NoteFilled(got);
   }

@@ -53,12 +53,12 @@ bool FileSource::Open() {
   return file_.get() >= 0;
 }
 
-std::size_t FileSource::Read(const iovec* places, int count) {
+std::size_t FileSource::Read(std::span<const iovec> places) {
   ssize_t got = 0;
   do {
     givenUp_ = mayWait_ && !WaitForData(file_.get());
     if (givenUp_) return 0;
-    got = readv(file_.get(), places, count);
+    got = readv(file_.get(), places.data(), static_cast<int>(places.size()));
     // Another reader of the pipe may have been faster.
   } while (got < 0 && (errno == EINTR || (errno == EAGAIN && mayWait_)));
   return got > 0 ? static_cast<std::size_t>(got) : 0;

@@ -4,6 +4,7 @@
 #include <sys/uio.h>
 
 #include <cstddef>
+#include <span>
 
 #include "base/owned.h"
 
@@ -22,7 +23,7 @@ class FileSource {
 
   // Reads into the places in turn, waiting for the first byte. Returns what was read: 0 at the end, at an
   // error, and when the wait was given up.
-  std::size_t Read(const iovec* places, int count);
+  std::size_t Read(std::span<const iovec> places);
 
   // The server was stopped during a wait; the file has not ended.
   bool GivenUp() const { return givenUp_; }
