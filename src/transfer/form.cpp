@@ -1,4 +1,4 @@
-// Tells multipart forms from everything else.
+// Keeps requests out of a form parser that they could stall.
 #include "transfer/form.h"
 
 #include <strings.h>
@@ -9,6 +9,12 @@
 
 namespace sdkapi {
 namespace {
+
+#ifdef SDKAPI_MULTIPART_ONLY
+constexpr bool kMultipartOnly = true;
+#else
+constexpr bool kMultipartOnly = false;
+#endif
 
 constexpr char kMultipart[] = "multipart/form-data;";
 constexpr char kBoundary[] = "boundary=";
@@ -25,5 +31,7 @@ bool HasMultipartBody(const mg_connection* conn) {
   return type != nullptr && strncasecmp(type, kMultipart, sizeof kMultipart - 1) == 0 &&
          strcasestr(type, kBoundary) != nullptr && HasBody(conn);
 }
+
+bool MayBeParsed(const mg_connection* conn) { return !kMultipartOnly || HasMultipartBody(conn); }
 
 }  // namespace sdkapi

@@ -5,8 +5,11 @@ struct mg_connection;
 
 namespace sdkapi {
 
-// True for a body of type multipart/form-data with a boundary. Everything else is kept out: the parser spins
-// for ever on some urlencoded bodies and offers a GET's query as fields.
+// True for a body of type multipart/form-data with a boundary.
 bool HasMultipartBody(const mg_connection* conn);
+
+// True for every request with the pinned web server. With another one only for multipart bodies: an unmended
+// parser spins for ever on some urlencoded ones.
+bool MayBeParsed(const mg_connection* conn);
 
 }  // namespace sdkapi

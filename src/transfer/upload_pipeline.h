@@ -96,7 +96,7 @@ int OnFieldFound(const char* key, const char* fileName, void* conn, const char* 
 }
 
 // CR LF behind a piece marks the end of its field; inside a file it may appear earlier. The second byte is
-// looked at only behind a CR: the buffer may end with the first.
+// looked at only behind a CR: behind an urlencoded value stands one NUL, and then nothing of ours.
 inline int PieceState(const char* behind) { return behind[0] == '\r' && behind[1] == '\n' ? 1 : 2; }
 
 template <class Family>
@@ -135,7 +135,7 @@ using FieldStore = int (*)(const char*, long long, void*);
 template <class Family>
 bool ParseForm(mg_connection* conn, Upload<Family>& upload, FieldFound found, FieldGet get,
                FieldStore store) {
-  if (!HasMultipartBody(conn)) return false;
+  if (!MayBeParsed(conn)) return false;
   mg_form_data_handler handler{found, get, store, conn};
   mg_set_user_connection_data(conn, &upload);
   const int fields = mg_handle_form_request(conn, &handler);

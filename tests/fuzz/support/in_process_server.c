@@ -1,4 +1,6 @@
 // The real web server's source with sockets replaced by memory for one connection of the fuzzer.
+#define _GNU_SOURCE  // as the source says, before the first header
+
 #include "in_process_server.h"
 
 #include <poll.h>
