@@ -23,7 +23,7 @@ message(STATUS "CivetWeb: ${SDKAPI_CIVETWEB_VERSION} (pinned, ${patchCount} patc
 # What every build of CivetWeb's source is compiled with, the fuzz targets' too.
 # The quantum is how often a sleeping connection looks whether the server is to stop.
 set(SDKAPI_CIVETWEB_DEFINITIONS OPENSSL_API_3_0 NO_SSL_DL USE_WEBSOCKET USE_IPV6 NO_CGI USE_STACK_SIZE=1048576
-                                SOCKET_TIMEOUT_QUANTUM=500)
+                                SOCKET_TIMEOUT_QUANTUM=500 REENTRANT_TIME)
 # Every TLS call goes through a lock per TLS object: reads and writes happen on different threads.
 set(SDKAPI_CIVETWEB_TLS_NAMES
     SSL_new=sdkapi_tls_new SSL_read=sdkapi_tls_read SSL_write=sdkapi_tls_write SSL_pending=sdkapi_tls_pending
