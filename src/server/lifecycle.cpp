@@ -149,6 +149,8 @@ int init_ssl(void* sslContext, void* userData) {
   } else {
     SSL_CTX_set_default_passwd_cb(context, RefusePassPhrase);
   }
+  // An idle connection keeps no record buffers: 34 KiB less for each.
+  SSL_CTX_set_mode(context, SSL_MODE_RELEASE_BUFFERS);
   kLog.info()("ssl_ctx_st = [%p]", sslContext);
   return 0;
 }
