@@ -9,6 +9,10 @@
 #include "sdkapi/http.h"
 #include "server/log.h"
 
+// Our build of the web server has it: without it mg_read waits until the whole buffer is full, however long
+// that takes.
+extern "C" void mg_set_body_deadline(mg_connection* conn, int milliseconds) __attribute__((weak));
+
 namespace sdkapi {
 namespace {
 
@@ -17,7 +21,7 @@ constexpr LogSource kLog{"sdkapi"};
 constexpr std::size_t kHeadSize = 512;       // the longest head has 380 characters
 constexpr std::size_t kOnePieceSize = 4096;  // heads with bodies up to this size leave in one write
 constexpr int64_t kDrainBytes = int64_t{64} * 1024 * 1024;
-constexpr std::time_t kDrainSeconds = 10;
+constexpr int kDrainSeconds = 10;
 
 enum ContentType : int { kHtml = 0, kJson = 1, kXml = 2 };
 
@@ -82,6 +86,7 @@ std::time_t MonotonicSeconds() {
 
 void DrainBody(mg_connection* conn) {
   char discarded[8192];
+  if (mg_set_body_deadline != nullptr) mg_set_body_deadline(conn, kDrainSeconds * 1000);
   int64_t drained = 0;
   std::time_t deadline = 0;
   int got = 0;

@@ -28,8 +28,9 @@ SSL_CTX* ClientContext() {
 
 }  // namespace
 
-Connection::Connection(int port, bool tls) {
+Connection::Connection(int port, bool tls, int receiveBuffer) {
   fd_ = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+  if (receiveBuffer > 0) setsockopt(fd_, SOL_SOCKET, SO_RCVBUF, &receiveBuffer, sizeof receiveBuffer);
   sockaddr_in address{};
   address.sin_family = AF_INET;
   address.sin_port = htons(static_cast<uint16_t>(port));
@@ -98,6 +99,44 @@ bool Connection::Send(const std::string& bytes) {
     }
   }
   return true;
+}
+
+std::string Connection::OnTheWire(const std::string& bytes) {
+  if (ssl_ == nullptr) return bytes;
+  BIO* const memory = BIO_new(BIO_s_mem());
+  SSL_set0_wbio(ssl_, memory);
+  for (std::size_t sent = 0; sent < bytes.size(); sent += 16384) {
+    SSL_write(ssl_, bytes.data() + sent, static_cast<int>(std::min<std::size_t>(bytes.size() - sent, 16384)));
+  }
+  char* wire = nullptr;
+  const long size = BIO_get_mem_data(memory, &wire);
+  const std::string result(wire, static_cast<std::size_t>(size));
+  SSL_set0_wbio(ssl_, BIO_new_socket(fd_, BIO_NOCLOSE));
+  return result;
+}
+
+bool Connection::SendRaw(const std::string& bytes) {
+  const auto deadline = Clock::now() + kPatience;
+  std::size_t sent = 0;
+  while (sent < bytes.size()) {
+    const ssize_t result = send(fd_, bytes.data() + sent, bytes.size() - sent, MSG_NOSIGNAL);
+    if (result > 0) {
+      sent += static_cast<std::size_t>(result);
+    } else if (errno != EAGAIN || !WaitFor(POLLOUT, deadline)) {
+      end_ = End::kReset;
+      return false;
+    }
+  }
+  return true;
+}
+
+std::string Connection::TakeRaw(std::size_t most) {
+  std::string bytes(most, '\0');
+  const ssize_t result = recv(fd_, bytes.data(), bytes.size(), 0);
+  if (result == 0) end_ = End::kEof;
+  if (result < 0 && errno != EAGAIN) end_ = End::kReset;
+  bytes.resize(static_cast<std::size_t>(std::max<ssize_t>(result, 0)));
+  return bytes;
 }
 
 bool Connection::ReadSome(Clock::time_point deadline) {

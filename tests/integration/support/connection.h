@@ -15,7 +15,8 @@ class Connection {
   // How reading came to its end.
   enum class End { kOpen, kEof, kReset, kTimeout };
 
-  Connection(int port, bool tls);
+  // A receive buffer other than the system's makes a slow reader felt at once.
+  Connection(int port, bool tls, int receiveBuffer = 0);
   ~Connection();
   Connection(const Connection&) = delete;
   Connection& operator=(const Connection&) = delete;
@@ -35,6 +36,12 @@ class Connection {
   std::size_t DropReceived();
   // True when nothing arrives and the connection stays open for the given time.
   bool StaysOpen(std::chrono::milliseconds time);
+
+  // For clients that count single bytes of what TLS makes of theirs: the bytes that would go on the wire, and
+  // bytes of the wire itself. SendRaw gives false when the peer went away; TakeRaw what came, or nothing.
+  std::string OnTheWire(const std::string& bytes);
+  bool SendRaw(const std::string& bytes);
+  std::string TakeRaw(std::size_t most);
 
   // Ends our side; the server can still answer.
   void FinishSending();
