@@ -8,6 +8,7 @@
 #include "base/text.h"
 #include "http/handlers.h"
 #include "http/request.h"
+#include "http/stream_room.h"
 #include "sdkapi/transfer.h"
 #include "server/host_table.h"
 #include "server/lifecycle.h"
@@ -64,6 +65,8 @@ extern "C" int FuncPreview(mg_connection* conn, void* /*cbdata*/) {
   stream->table = *GetSerHandle();
   if (stream->table.PreviewCb == nullptr) return NotRegistered(kLog.error(), __func__);
   NameSource(conn, stream->frame);
+  const StreamPlace place(conn);
+  if (!place.granted()) return Reply(conn, 503, "");
   if (CallHost(*stream, kOpen) != 0) return 0;
 
   SendHttpMjpegHead(conn);

@@ -13,6 +13,7 @@
 #include "http/accessors.h"
 #include "http/login_ptr.h"
 #include "http/request.h"
+#include "http/stream_room.h"
 #include "sdkapi/websocket.h"
 #include "server/authentication.h"
 #include "server/lifecycle.h"
@@ -277,7 +278,11 @@ int WebSocketConnectHandler(const mg_connection* conn, void* /*cbdata*/) {
     NotRegistered(kLog.error(), __func__);
     return kRefuse;
   }
-  return AcceptLogin(conn, token, *login);
+  StreamPlace place(conn);
+  if (!place.granted()) return kRefuse;
+  const int answer = AcceptLogin(conn, token, *login);
+  if (answer == kAccept) place.Keep();
+  return answer;
 }
 
 void WebSocketReadyHandler(mg_connection* conn, void* /*cbdata*/) {
@@ -293,5 +298,7 @@ void WebSocketReadyHandler(mg_connection* conn, void* /*cbdata*/) {
 void WebSocketCloseHandler(const mg_connection* conn, void* /*cbdata*/) {
   using namespace sdkapi;
   const EntryPtr entry = CloseEntry(conn);
-  if (entry != nullptr) StopSending(*ConnectionOf(entry.get()));
+  if (entry == nullptr) return;
+  StopSending(*ConnectionOf(entry.get()));
+  GiveBackStreamPlace();
 }

@@ -256,7 +256,7 @@ TEST_F(StartTest, RestartsWithClientsConnectedLeakNothing) {
 }
 
 TEST_F(StartTest, ClosesConnectionsThatWaitForAWorker) {
-  constexpr int kServed = 50;
+  constexpr int kServed = 200;
   constexpr int kAccepted = kServed + 20 + 1;  // with the queue, and the one that does not fit into it
   Prepare({false, false});
   Server::Get().Stop();

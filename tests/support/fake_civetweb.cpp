@@ -275,6 +275,10 @@ int mg_websocket_write(mg_connection* conn, int opcode, const char* data, size_t
 
 mg_context* mg_get_context(const mg_connection* /*conn*/) { return &server->context; }
 
+const char* mg_get_option(const mg_context* /*ctx*/, const char* name) {
+  return std::strcmp(name, "num_threads") == 0 ? server->workers.c_str() : nullptr;
+}
+
 void mg_lock_context(mg_context* ctx) {
   ctx->mutex.lock();
   server->deepestLock = std::max(server->deepestLock, ++ctx->depth);

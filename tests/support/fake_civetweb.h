@@ -142,6 +142,7 @@ struct FakeServer {
   bool otherCallbacksAreNull = true;
   void* userData = nullptr;
   std::vector<std::string> options;  // key, value, key, value ...
+  std::string workers = "200";
   std::vector<Route> routes;
   std::vector<WebSocketEndpoint> endpoints;
   std::vector<std::string> journal;  // start, routes and endpoints, stop in order

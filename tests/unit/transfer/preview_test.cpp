@@ -55,6 +55,27 @@ TEST_F(PreviewTest, PicturesFollowTheHead) {
   EXPECT_EQ(Log(), Strings{});
 }
 
+TEST_F(PreviewTest, SixteenWorkersAreLeftToOthers) {
+  for (const char* const workers : {"16", "0", ""}) {
+    sdktest::Server().workers = workers;
+    mg_connection conn("GET", "/stream");
+    EXPECT_EQ(FuncPreview(&conn, nullptr), 1);
+    EXPECT_EQ(conn.output, sdktest::JsonReply(503));
+    EXPECT_FALSE(conn.keepAlive);
+    EXPECT_EQ(Log(), (Strings{"4 sdkapi no room for another stream!!!!",
+                              "1 sdkapi send =>" + sdktest::JsonReply(503)}));
+    sdktest::LogCapture::Clear();
+  }
+  EXPECT_EQ(TestHost::Calls(), Strings{}) << "a stream without room is not opened";
+  sdktest::Server().workers = "17";
+  for (int i = 0; i < 3; ++i) {
+    mg_connection conn("GET", "/stream");
+    Show({"picture"});
+    EXPECT_EQ(FuncPreview(&conn, nullptr), 1);
+    EXPECT_EQ(conn.output, kStreamHead + Part("picture")) << "an ended stream makes room";
+  }
+}
+
 TEST_F(PreviewTest, TheRecordIsZeroedAndTheSameInAllCalls) {
   const PreviewFrame* first = nullptr;
   TestHost::Script().preview = [&first](PreviewFrame& frame) {

@@ -61,6 +61,23 @@ TEST_F(WebSocketTest, WithAuthenticationOffAnyTokenIsAccepted) {
   Close(conn_);
 }
 
+TEST_F(WebSocketTest, SixteenWorkersAreLeftToOthers) {
+  Server().workers = "18";
+  mg_connection second("GET", "/websocket");
+  mg_connection third("GET", "/websocket");
+  EXPECT_EQ(Connect(conn_, "a"), 0);
+  EXPECT_EQ(Connect(second, "b"), 0);
+  LogCapture::Clear();
+  EXPECT_EQ(Connect(third, "c"), 1);
+  EXPECT_EQ(Log(),
+            (Strings{"1 sdkapi token = c and g_NoLogin = [1]", "4 sdkapi no room for another stream!!!!"}));
+  EXPECT_EQ(Listed(), 2);
+  Close(second);
+  EXPECT_EQ(WebSocketConnectHandler(&third, nullptr), 0);
+  Close(conn_);
+  Close(third);
+}
+
 TEST_F(WebSocketTest, WithoutTheHeaderTheConnectionIsRefused) {
   EXPECT_EQ(WebSocketConnectHandler(&conn_, nullptr), 1);
   EXPECT_EQ(Listed(), 0);
