@@ -4,6 +4,7 @@ import resource
 import socket
 import ssl
 import sys
+import threading
 import time
 
 from server_process import PATIENCE, Server, exchange, read_to_end
@@ -208,16 +209,69 @@ QUICK = [pipelined, oversized_head, oversized_uri, oversized_body, negative_leng
          random_bytes, resets, hostile_uploads]
 
 
-def count_until_unreachable(server, request):
+class Drippers:
+    """Clients that send a byte a second each, in a thread, until the server lets each of them go."""
+
+    def __init__(self, server, count, request):
+        self.open = hold(server, count, request)
+        self.begin = time.monotonic()
+        self.thread = threading.Thread(target=self.drip)
+        self.thread.start()
+
+    def drip(self):
+        while self.open and time.monotonic() - self.begin < 2 * PATIENCE:
+            self.open = [connection for connection in self.open if self.send(connection)]
+            time.sleep(1)
+
+    @staticmethod
+    def send(connection):
+        try:
+            connection.sendall(b"x")
+            return True
+        except OSError:
+            connection.close()
+            return False
+
+    def seconds_until_let_go(self):
+        self.thread.join()
+        assert not self.open, "dripping clients are not let go"
+        return time.monotonic() - self.begin
+
+
+def drip_behind_a_reply(server):
+    """The route reads no body: its reply is there, and the body goes on."""
+    return Drippers(server, 150, b"POST /dev_info HTTP/1.1\r\nHost: d\r\nContent-Length: 1000000\r\n\r\n")
+
+
+FORM = (b"POST /upload/logo HTTP/1.1\r\nHost: d\r\nContent-Length: 1000000\r\n"
+        b"Content-Type: multipart/form-data; boundary=BBBB\r\n\r\n"
+        b'--BBBB\r\nContent-Disposition: form-data; name="f"; filename="f"\r\n\r\n')
+
+
+def drip_uploads(server):
+    return Drippers(server, 150, FORM)
+
+
+def drip_uploads_to_all_workers(server):
+    """More than there are workers: the others wait until the first are let go."""
+    return Drippers(server, 250, FORM)
+
+
+DRIPPING = [drip_behind_a_reply, drip_uploads, drip_uploads_to_all_workers]
+
+
+def open_streams(server, request, accepted):
+    """As many as are let in, and how the next one is answered."""
     held = []
-    while len(held) < 100:
-        held += hold(server, 1, request)
-        held[-1].recv(20)
-        if len(held) >= 45 and not server.healthy(timeout=2):
-            break
-    drop(held)
-    server.seconds_until_healthy()
-    return len(held)
+    while True:
+        assert len(held) < 200, "streams take every worker"
+        connection = server.connect()
+        connection.sendall(request)
+        answer = connection.recv(20)
+        if not answer.startswith(accepted):
+            connection.close()
+            return held, answer
+        held.append(connection)
 
 
 WEBSOCKET = (b"GET /ws HTTP/1.1\r\nHost: d\r\nUpgrade: websocket\r\nConnection: Upgrade\r\nSec-WebSocket-Version: 13\r\n"
@@ -229,6 +283,7 @@ def main():
     server = Server()
     server.seconds_until_healthy()
     before = server.open_files()
+    print(f"{'at start':26} {server.memory()}", flush=True)
     for attack in QUICK:
         attack(server)
         print(f"{attack.__name__:26} healthy after {server.seconds_until_healthy():5.1f} s", flush=True)
@@ -238,8 +293,19 @@ def main():
         assert beside < PROMPTLY, f"{attack.__name__} delays others by {beside:.1f} s"
         drop(held)
         print(f"{attack.__name__:26} healthy beside {beside:5.1f} s, after {server.seconds_until_healthy():5.1f} s", flush=True)
-    for name, request in (("previews", b"GET /preview/TX01 HTTP/1.1\r\nHost: d\r\n\r\n"), ("websockets", WEBSOCKET)):
-        print(f"{name + ' that block the API':26} {count_until_unreachable(server, request)}", flush=True)
+    for attack in DRIPPING:
+        drippers = attack(server)
+        beside = server.seconds_until_healthy()
+        print(f"{attack.__name__:26} healthy beside {beside:5.1f} s, let go after {drippers.seconds_until_let_go():5.1f} s", flush=True)
+    for name, request, accepted in (("previews", b"GET /preview/TX01 HTTP/1.1\r\nHost: d\r\n\r\n", b"HTTP/1.1 200"),
+                                    ("websockets", WEBSOCKET, b"HTTP/1.1 101")):
+        held, answer = open_streams(server, request, accepted)
+        assert len(held) == 184, len(held)
+        beside = server.seconds_until_healthy()
+        print(f"{name:26} {server.memory()}", flush=True)
+        drop(held)
+        server.seconds_until_healthy()
+        print(f"{name:26} {len(held)} are let in, the next gets {answer[:12]!r}, healthy beside {beside:5.1f} s", flush=True)
     deadline = time.monotonic() + PATIENCE
     while server.open_files() > before:
         assert time.monotonic() < deadline, "file handles are left over"

@@ -32,6 +32,12 @@ class Server:
             assert self.process.poll() is None, "the server is gone"
         return time.monotonic() - begin
 
+    def memory(self):
+        """Resident and virtual memory and threads, as the system words them."""
+        with open(f"/proc/{self.process.pid}/status") as status:
+            lines = [line.split() for line in status if line.startswith(("VmRSS", "VmSize", "Threads"))]
+        return ", ".join(f"{words[0]} {words[1]}" for words in lines)
+
     def open_files(self):
         return len(os.listdir(f"/proc/{self.process.pid}/fd"))
 
