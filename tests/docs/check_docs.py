@@ -1,7 +1,7 @@
 #!/usr/bin/python3
 """What the documents name exists: links, anchors, files, commands, options, and every slot has its row.
 
-usage: check_docs.py SOURCES CHECK, with CHECK one of links, names, slots, sizes, quotes, exports, licence
+usage: check_docs.py SOURCES CHECK, with CHECK one of links, names, slots, sizes, quotes, exports, licence, log_lines
 """
 import pathlib
 import re
@@ -108,7 +108,18 @@ def licence():
         yield "LICENSE: other terms than packaging/copyright"
 
 
-CHECKS = {check.__name__: check for check in (links, names, slots, sizes, quotes, exports, licence)}
+def log_lines():
+    """The page of log lines has the texts of the sources, all of them and no others."""
+    sources = "".join(path.read_text() for path in sorted(ROOT.glob("src/*/*")))
+    logged = {text.replace("%s%s", "%s") for text in re.findall(r'(?:\(\)|\blog)\("([^"]*)"', sources)}
+    tables = re.findall(r"^\| (`[^|]*) \|", (ROOT / "docs/log.md").read_text(), re.M)
+    described = {text for cell in tables for text in re.findall(r"`([^`]*)`", cell)}
+    assert len(logged) > 20
+    yield from (f"log.md: no row for {text!r}" for text in sorted(logged - described))
+    yield from (f"log.md: no source logs {text!r}" for text in sorted(described - logged))
+
+
+CHECKS = {check.__name__: check for check in (links, names, slots, sizes, quotes, exports, licence, log_lines)}
 
 
 def main():
