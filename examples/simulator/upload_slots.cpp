@@ -20,8 +20,6 @@
 namespace sim {
 namespace {
 
-constexpr int kUnnamed = -1;
-
 PieceCheck CheckPem() {
   return [reader = std::make_shared<PemReader>()](std::string_view piece) {
     return reader->Feed(piece) ? 0 : kRefused;
@@ -69,47 +67,42 @@ constexpr UploadKind Certificate(int funcId, const char* route) {
 }
 
 constexpr UploadKind kPictures[] = {
-    Picture(1, "/upload/logo", "files/logo"),
-    Picture(2, "/upload/bg", "files/bg"),
-    Picture(3, "/upload/sub/bg", "files/bg"),
-    Picture(4, "/upload/sub/logo", "files/logo"),
-    Picture(5, "/upload/sub/png", "files/png"),
-    Picture(6, "/upload/sub/setbgimage", "files/setbgimage"),
-    Picture(7, "/upload/sub/setbaseimage", "files/setbaseimage"),
-    {8, "/upload/priv", Access::kWrite, kPictureLimit, nullptr, IsPicture, StorePrivilegePicture, nullptr,
-     nullptr},
+    Picture(kImageLogo, "/upload/logo", "files/logo"),
+    Picture(kImageBackground, "/upload/bg", "files/bg"),
+    Picture(kImageSubBackground, "/upload/sub/bg", "files/bg"),
+    Picture(kImageSubLogo, "/upload/sub/logo", "files/logo"),
+    Picture(kImageSubPng, "/upload/sub/png", "files/png"),
+    Picture(kImageSubSetBackground, "/upload/sub/setbgimage", "files/setbgimage"),
+    Picture(kImageSubSetBase, "/upload/sub/setbaseimage", "files/setbaseimage"),
+    {kImagePrivilege, "/upload/priv", Access::kWrite, kPictureLimit, nullptr, IsPicture,
+     StorePrivilegePicture, nullptr, nullptr},
 };
 
 constexpr UploadKind kTexts[] = {
-    Text(1, "/upload/xyte", "files/xyte.json"),
-    Text(2, "/upload/scene", "files/scene.json"),
-    {3, "/upload/edid", Access::kWrite, kEdidLimit, nullptr, IsEdid, ReplaceTarget, "files/edid.bin",
+    Text(kTextXyte, "/upload/xyte", "files/xyte.json"),
+    Text(kTextScene, "/upload/scene", "files/scene.json"),
+    {kTextEdid, "/upload/edid", Access::kWrite, kEdidLimit, nullptr, IsEdid, ReplaceTarget, "files/edid.bin",
      nullptr},
 };
 
 constexpr UploadKind kCertificates[] = {
-    Certificate(0, "/api/v1/security/https_setting"),
-    {1, "/api/v1/security/ieee802_1x_setting", Access::kWrite, kCertificateLimit, CheckPem,
+    Certificate(kCertificateHttps, "/api/v1/security/https_setting"),
+    {kCertificate8021x, "/api/v1/security/ieee802_1x_setting", Access::kWrite, kCertificateLimit, CheckPem,
      IsCertificateWithKey, StorePortCertificate, kPortCertificate, nullptr},
-    Certificate(2, "/upload/security"),
-    Certificate(3, "/upload/sub/security"),
+    Certificate(kCertificateSecurity, "/upload/security"),
+    Certificate(kCertificateSubSecurity, "/upload/sub/security"),
 };
 
 constexpr UploadKind kArchives[] = {
-    Settings(kUnnamed, "/upload/setting"),
-    Settings(1, "/upload/sub/upgrade"),
-    Settings(2, "/api/v1/settings/import"),
+    Settings(kUploadUnnamed, "/upload/setting"),
+    Settings(kArchiveSubUpgrade, "/upload/sub/upgrade"),
+    Settings(kArchiveSettingsImport, "/api/v1/settings/import"),
 };
 
-constexpr UploadKind kFirmware = {kUnnamed,
-                                  "/api/v1/fw_upload",
-                                  Access::kAdministrator,
-                                  kFirmwareLimit,
-                                  CheckFirmware,
-                                  IsWholeFirmware,
-                                  StoreFirmware,
-                                  nullptr,
-                                  ReportFirmwareFailure};
+constexpr UploadKind kFirmware = {
+    kUploadUnnamed,       "/api/v1/fw_upload", Access::kAdministrator, kFirmwareLimit,
+    CheckFirmware,        IsWholeFirmware,     StoreFirmware,          nullptr,
+    ReportFirmwareFailure};
 
 bool MayUpload(const UploadKind& kind, const char* token) {
   return kind.access == Access::kAdministrator ? IsAdministrator(token) : MayWrite(token);

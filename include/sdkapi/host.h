@@ -115,6 +115,47 @@ typedef struct PreviewFrame {
   int64_t length;
 } PreviewFrame;
 
+/** What images are uploaded for: `funcId` of @ref SdkAPISerHandle::UploadImageFileCb, told from the URL. */
+typedef enum UploadImageKind {
+  kImageSleep = 0,         /**< `/upload/sleepimage`: the picture of a sleeping output; no built-in route. */
+  kImageLogo = 1,          /**< `/upload/logo`: the logo. */
+  kImageBackground = 2,    /**< `/upload/bg`: the background. */
+  kImageSubBackground = 3, /**< `/upload/sub/bg`: a unit's background. */
+  kImageSubLogo = 4,       /**< `/upload/sub/logo`: a unit's logo. */
+  kImageSubPng = 5,        /**< `/upload/sub/png`: a unit's PNG picture. */
+  kImageSubSetBackground = 6, /**< `/upload/sub/setbgimage`: a unit's background, set at once. */
+  kImageSubSetBase = 7,       /**< `/upload/sub/setbaseimage`: a unit's base picture, set at once. */
+  kImagePrivilege = 8,        /**< `/upload/priv`: a privilege picture. */
+} UploadImageKind;
+
+/** What certificates are uploaded for: `funcId` of @ref SdkAPISerHandle::UploadCertFileCb, told from the
+ * URL. */
+typedef enum UploadCertificateKind {
+  kCertificateHttps = 0,       /**< `/api/v1/security/https_setting`: the server's own, for HTTPS. */
+  kCertificate8021x = 1,       /**< `/api/v1/security/ieee802_1x_setting`: for IEEE 802.1X. */
+  kCertificateSecurity = 2,    /**< `/upload/security`: by the older URL. */
+  kCertificateSubSecurity = 3, /**< `/upload/sub/security`: a unit's. */
+} UploadCertificateKind;
+
+/** What archives are uploaded for: `funcId` of @ref SdkAPISerHandle::UploadZipFileCb, told from the URL. */
+typedef enum UploadArchiveKind {
+  kArchiveSettings = 0,       /**< `/settings/import`: settings; no built-in route. */
+  kArchiveSubUpgrade = 1,     /**< `/upload/sub/upgrade`: a unit's upgrade. */
+  kArchiveSettingsImport = 2, /**< `/api/v1/settings/import`: settings, by the newer URL. */
+} UploadArchiveKind;
+
+/** What texts are uploaded for: `funcId` of @ref SdkAPISerHandle::UploadTxtFileCb, told from the URL. */
+typedef enum UploadTextKind {
+  kTextChannel = 0, /**< `/upload/channel`: the channel list; no built-in route. */
+  kTextXyte = 1,    /**< `/upload/xyte`. */
+  kTextScene = 2,   /**< `/upload/scene`: scenes. */
+  kTextEdid = 3,    /**< `/upload/edid`: EDID data. */
+} UploadTextKind;
+
+/** `funcId` of an upload whose URL names no kind: `/upload/setting`, a route's other spelling, a URI below a
+ * route. */
+enum { kUploadUnnamed = -1 };
+
 /**
  * The state of one upload, the same object in every call of one upload.
  *
@@ -148,14 +189,15 @@ typedef struct UploadFileCtx {
    */
   struct SdkAPISerHandle* loginHandle;
   int32_t error;  /**< 0, or the last non-zero result of a slot in this upload. */
-  int32_t funcId; /**< number of the file's kind within its family, -1 when it has none. */
+  int32_t funcId; /**< the file's kind within its family, kUploadUnnamed when the URL names none. */
 } UploadFileCtx;
 
 /**
  * An upload slot: see @ref UploadFileCtx for the sequence of calls.
  *
  * @param token  the request's token, at most 255 characters; valid during the call.
- * @param funcId number of the file's kind within its family, -1 when it has none.
+ * @param funcId the file's kind: an @ref UploadImageKind, @ref UploadTextKind, @ref UploadCertificateKind or
+ * @ref UploadArchiveKind by slot; kUploadUnnamed when the URL names none.
  * @param ctx    the upload's state, the same object in every call of one upload, owned by the library.
  * @return 0 to accept, -2 for 401, any other value is an error (500).
  */
@@ -306,11 +348,14 @@ typedef struct SdkAPISerHandle {
   int (*DownloadSettingFileCb)(const char* token, DownloadSettingInfo* info);
   /** 27: logo; asks for no token (always empty); failure leaves the request to the web server. */
   DownloadSlot DownloadImageFileCb;
-  UploadSlot UploadImageFileCb; /**< 28: images. funcId 1 to 8 by URL. */
-  UploadSlot UploadTxtFileCb;   /**< 29: text files. funcId 1 to 3 by URL. */
-  UploadSlot
-      UploadCertFileCb;       /**< 30: certificates. funcId 0 to 3; a negative error gives 406 for 0 and 1. */
-  UploadSlot UploadZipFileCb; /**< 31: archives. funcId 1, 2 or -1 by URL. */
+  UploadSlot UploadImageFileCb; /**< 28: images; funcId is an @ref UploadImageKind. */
+  UploadSlot UploadTxtFileCb;   /**< 29: text files; funcId is an @ref UploadTextKind. */
+  /**
+   * 30: certificates; funcId is an @ref UploadCertificateKind. A negative error gives 406 for
+   * kCertificateHttps and kCertificate8021x.
+   */
+  UploadSlot UploadCertFileCb;
+  UploadSlot UploadZipFileCb; /**< 31: archives; funcId is an @ref UploadArchiveKind, or kUploadUnnamed. */
   /**
    * 32: firmware, called as an upload slot; an error other than -1 and -2 while parsing gives 406.
    *

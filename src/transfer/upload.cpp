@@ -49,7 +49,7 @@ bool CopyPortHeader(const mg_connection* conn, UploadFileCtx& ctx) {
 template <class Family>
 bool ReadExtra(const mg_connection* conn, UploadFileCtx& ctx) {
   if constexpr (std::is_same_v<Family, CertificateFamily>) {
-    if (ctx.funcId == k8021xCertificate) return CopyPortHeader(conn, ctx);
+    if (ctx.funcId == kCertificate8021x) return CopyPortHeader(conn, ctx);
   }
   return true;
 }

@@ -27,13 +27,11 @@ using ImageFamily = SlotFamily<&SdkAPISerHandle::UploadImageFileCb>;
 using TextFamily = SlotFamily<&SdkAPISerHandle::UploadTxtFileCb>;
 using ArchiveFamily = SlotFamily<&SdkAPISerHandle::UploadZipFileCb>;
 
-enum CertificateKind : int { kHttpsCertificate = 0, k8021xCertificate = 1 };
-
 // A positive error during the parse still gets the final call; two kinds answer "Invalid File".
 struct CertificateFamily : SlotFamily<&SdkAPISerHandle::UploadCertFileCb> {
   static bool Accepts(int error) { return error >= 0; }
   static UploadAnswer Refusal(const Context& ctx) {
-    const bool named = ctx.funcId == kHttpsCertificate || ctx.funcId == k8021xCertificate;
+    const bool named = ctx.funcId == kCertificateHttps || ctx.funcId == kCertificate8021x;
     return named ? UploadAnswer{406, kInvalidFile} : UploadAnswer{500, ""};
   }
 };

@@ -1,6 +1,7 @@
 // Which kind of file an upload URL stands for.
 #include <cstring>
 
+#include "sdkapi/host.h"
 #include "sdkapi/transfer.h"
 
 namespace {
@@ -14,37 +15,37 @@ struct UploadUrl {
 // route stay: a host's own route may lead here with them.
 constexpr UploadUrl kUploadUrls[] = {
     // images
-    {"/upload/sleepimage", 0},
-    {"/upload/logo", 1},
-    {"/upload/bg", 2},
-    {"/upload/sub/bg", 3},
-    {"/upload/sub/logo", 4},
-    {"/upload/sub/png", 5},
-    {"/upload/sub/setbgimage", 6},
-    {"/upload/sub/setbaseimage", 7},
-    {"/upload/priv", 8},
+    {"/upload/sleepimage", kImageSleep},
+    {"/upload/logo", kImageLogo},
+    {"/upload/bg", kImageBackground},
+    {"/upload/sub/bg", kImageSubBackground},
+    {"/upload/sub/logo", kImageSubLogo},
+    {"/upload/sub/png", kImageSubPng},
+    {"/upload/sub/setbgimage", kImageSubSetBackground},
+    {"/upload/sub/setbaseimage", kImageSubSetBase},
+    {"/upload/priv", kImagePrivilege},
     // certificates
-    {"/api/v1/security/https_setting", 0},
-    {"/api/v1/security/ieee802_1x_setting", 1},
-    {"/upload/security", 2},
-    {"/upload/sub/security", 3},
+    {"/api/v1/security/https_setting", kCertificateHttps},
+    {"/api/v1/security/ieee802_1x_setting", kCertificate8021x},
+    {"/upload/security", kCertificateSecurity},
+    {"/upload/sub/security", kCertificateSubSecurity},
     // archives
-    {"/settings/import", 0},
-    {"/upload/sub/upgrade", 1},
-    {"/api/v1/settings/import", 2},
+    {"/settings/import", kArchiveSettings},
+    {"/upload/sub/upgrade", kArchiveSubUpgrade},
+    {"/api/v1/settings/import", kArchiveSettingsImport},
     // texts
-    {"/upload/channel", 0},
-    {"/upload/xyte", 1},
-    {"/upload/scene", 2},
-    {"/upload/edid", 3},
+    {"/upload/channel", kTextChannel},
+    {"/upload/xyte", kTextXyte},
+    {"/upload/scene", kTextScene},
+    {"/upload/edid", kTextEdid},
 };
 
 }  // namespace
 
 int UploadUrlConversionFuncID(const char* url) {
-  if (url == nullptr) return -1;
+  if (url == nullptr) return kUploadUnnamed;
   for (const UploadUrl& row : kUploadUrls) {
     if (std::strcmp(row.url, url) == 0) return row.funcId;
   }
-  return -1;
+  return kUploadUnnamed;
 }

@@ -46,6 +46,31 @@ def custom_routes_of_page():
     return {re.sub(r"/?[A-Z]+$", "", path) for path in re.findall(r"^\| `(/[^`]*)` \|", section, re.M)}
 
 
+def kinds_of_library():
+    """Number and name of the kind of file by URI, from the table and the public enumerations."""
+    numbers = dict(re.findall(r"\b(k\w+) = (-?\d+)", read("include/sdkapi/host.h")))
+    rows = re.findall(r'\{"([^"]+)", (k\w+)\}', read("src/transfer/upload_route.cpp"))
+    return {uri: (int(numbers[name]), name) for uri, name in rows}
+
+
+def kinds_of_page():
+    rows = re.findall(r"^\| `([^`]+)` \| `\w+` \| (\d+) \| `(k\w+)` \|", read("docs/routes.md"), re.M)
+    return {uri: (int(number), name) for uri, number, name in rows}
+
+
+def kind_faults(paths):
+    """The page names every kind; the description has the number of each route that takes a file of a kind, and -1 where none is named."""
+    library = kinds_of_library()
+    yield from faults("the table of kinds", "docs/routes.md", library.items(), kinds_of_page().items())
+    if not library:
+        yield "no kind of file was read"
+    for item in paths.values():
+        uri = item["x-sdkapi-route"].rstrip("$")
+        expected = library.get(uri, (-1 if uri == "/upload/setting" else None, ""))[0]
+        if item.get("x-sdkapi-upload-kind") != expected:
+            yield f"{uri}: x-sdkapi-upload-kind is {item.get('x-sdkapi-upload-kind')}, not {expected}"
+
+
 def faults(first, second, here, there):
     yield from (f"{pattern}: in {first}, not in {second}" for pattern in sorted(set(here) - set(there)))
     yield from (f"{pattern}: in {second}, not in {first}" for pattern in sorted(set(there) - set(here)))
@@ -95,7 +120,7 @@ def main():
              *faults("the simulated device", "the events' description", [(socket_url, socket_url + "$")],
                      [(one["address"], one["x-sdkapi-route"]) for one in events["channels"].values()]),
              *doubles("the route table", library), *doubles("docs/routes.md", guide_routes()),
-             *shape_faults(paths), *example_faults(events)]
+             *shape_faults(paths), *kind_faults(paths), *example_faults(events)]
     if not library or calls != len(simulator):
         found.append(f"{len(library)} routes of the library, {len(simulator)} of {calls} of the simulated device were read")
     print("\n".join(map(str, found)) or f"{len(library)} + {len(simulator)} routes and the channel are described")
