@@ -27,7 +27,9 @@ constexpr LogSource kLog{"sdkapi"};
 
 constexpr int kAccept = 0;
 constexpr int kRefuse = 1;
-constexpr std::size_t kMostWaitingBytes = 65536;
+// What waits for the end of the handshake behind a first frame of any size, as behind a stalled client later.
+constexpr std::size_t kMostWaitingBytes = 1048576;
+constexpr int kMostWaitingFrames = 512;
 constexpr std::size_t kLongestKey =
     63;  // the web server fails a handshake with a longer one, after our accept
 
@@ -53,7 +55,8 @@ struct Connection {
   pthread_mutex_t sendMutex;  // orders sends, the end of the handshake and the close
   Phase phase;
   WaitingFrame* waiting;
-  std::size_t waitingBytes;
+  std::size_t waitingBytes;  // behind the first frame
+  int waitingFrames;
   int users;
   Connection* nextToSend;  // in a frame's way to all; guarded by g_SendAllMutex
 };
@@ -97,6 +100,7 @@ void DropWaiting(Connection& connection) {
     std::free(frame);
   }
   connection.waitingBytes = 0;
+  connection.waitingFrames = 0;
 }
 
 // A frame that did not go out whole was this connection's last: its client must never read one inside
@@ -116,7 +120,9 @@ WaitingFrame* NewFrame(const char* data, std::size_t length) {
 }
 
 void AppendWaiting(Connection& connection, const char* data, std::size_t length) {
-  const bool fits = length <= kMostWaitingBytes - connection.waitingBytes;
+  const bool isFirst = connection.waiting == nullptr;
+  const bool fits = isFirst || (connection.waitingFrames <= kMostWaitingFrames &&
+                                length <= kMostWaitingBytes - connection.waitingBytes);
   WaitingFrame* const frame = fits ? NewFrame(data, length) : nullptr;
   if (frame == nullptr) {
     kLog.error()("websocket handshake not complete, frame of %zu bytes dropped", length);
@@ -125,7 +131,8 @@ void AppendWaiting(Connection& connection, const char* data, std::size_t length)
   WaitingFrame** last = &connection.waiting;
   while (*last != nullptr) last = &(*last)->next;
   *last = frame;
-  connection.waitingBytes += length;
+  if (!isFirst) connection.waitingBytes += length;
+  ++connection.waitingFrames;
 }
 
 void WriteWaiting(Connection& connection) {

@@ -283,16 +283,16 @@ TEST_P(WebSocketTest, FramesSentDuringTheConnectEventFollowTheHandshake) {
 TEST_P(WebSocketTest, FramesBeyondTheBoundAreDropped) {
   host().webSocket = [](int event, const char* token, const char*, int) {
     if (event != 0) return 0;
-    const std::string half(32768, 'h');
-    WebSocketSendData(token, half.c_str(), 32768);
-    WebSocketSendData(token, half.c_str(), 32768);
+    const std::string large(1048576, 'h');
+    WebSocketSendData(token, large.c_str(), 1048576);
+    WebSocketSendData(token, large.c_str(), 1048576);
     WebSocketSendData(token, "over", 4);
     return 0;
   };
   Socket socket = Connect();
-  const std::string half(32768, 'h');
-  EXPECT_EQ(socket->Read(), (Frame{true, 1, half}));
-  EXPECT_EQ(socket->Read(), (Frame{true, 1, half}));
+  const std::string large(1048576, 'h');
+  ASSERT_TRUE(socket->Read() == (Frame{true, 1, large}));
+  ASSERT_TRUE(socket->Read() == (Frame{true, 1, large}));
   ExpectAlive(*socket);
   int dropped = 0;
   for (const LogLine& line : LogLines::All()) dropped += line.level == 4 ? 1 : 0;

@@ -141,12 +141,15 @@ struct WaitingRow {
 
 TEST_P(WireTest, TheBoundCountsWaitingBytesAndNamesWhatItDrops) {
   const WaitingRow rows[] = {
-      {"exactly full", {65536}, {65536}, {}},
-      {"one too long", {65537}, {}, {65537}},
-      {"full, then one byte", {65535, 1, 1}, {65535, 1}, {1}},
-      {"a smaller one still fits behind a dropped one", {60000, 6000, 5536}, {60000, 5536}, {6000}},
-      {"an empty one always fits", {65536, 0, 1}, {65536, 0}, {1}},
-      {"1 MB", {1048576, 3}, {3}, {1048576}},
+      {"the first may have any size", {3000000, 3}, {3000000, 3}, {}},
+      {"exactly full behind the first", {2, 1048576}, {2, 1048576}, {}},
+      {"one too long", {2, 1048577}, {2}, {1048577}},
+      {"full, then one byte", {2, 1048575, 1, 1}, {2, 1048575, 1}, {1}},
+      {"a smaller one still fits behind a dropped one",
+       {2, 1000000, 60000, 48576},
+       {2, 1000000, 48576},
+       {60000}},
+      {"an empty one fits where no byte does", {2, 1048576, 0, 1}, {2, 1048576, 0}, {1}},
   };
   for (const WaitingRow& row : rows) {
     SCOPED_TRACE(row.what);

@@ -271,27 +271,42 @@ TEST_F(WebSocketTest, FramesSentBeforeTheHandshakeIsCompleteFollowItInOrder) {
   Close(conn_);
 }
 
-TEST_F(WebSocketTest, AtMost65536BytesWait) {
+TEST_F(WebSocketTest, AtMost512FramesWaitBehindTheFirst) {
   Connect(conn_, "tok");
-  const std::string most(65536, 'm');
-  WebSocketSendData("tok", most.c_str(), 65536);
+  for (int i = 0; i < 513; ++i) WebSocketSendData("tok", "", 0);
+  LogCapture::Clear();
+  WebSocketSendData("tok", "", 0);
+  ASSERT_EQ(LogCapture::Records().size(), 1U);
+  EXPECT_EQ(LogCapture::Records()[0].level, 4);
+  WebSocketReadyHandler(&conn_, nullptr);
+  EXPECT_EQ(conn_.Frames().size(), 513U);
+  Close(conn_);
+}
+
+TEST_F(WebSocketTest, AtMostOneMebibyteWaitsBehindTheFirst) {
+  Connect(conn_, "tok");
+  WebSocketSendData("tok", "first", 5);
+  const std::string most(1048576, 'm');
+  WebSocketSendData("tok", most.c_str(), 1048576);
   LogCapture::Clear();
   WebSocketSendData("tok", "x", 1);
   ASSERT_EQ(LogCapture::Records().size(), 1U);
   EXPECT_EQ(LogCapture::Records()[0].level, 4);
   WebSocketReadyHandler(&conn_, nullptr);
-  EXPECT_EQ(conn_.Frames(), (Frames{{1, most}}));
+  EXPECT_EQ(conn_.Frames(), (Frames{{1, "first"}, {1, most}}));
   WebSocketSendData("tok", "x", 1);
-  EXPECT_EQ(conn_.Frames().size(), 2U);
+  EXPECT_EQ(conn_.Frames().size(), 3U);
   Close(conn_);
 }
 
 TEST_F(WebSocketTest, AFrameLargerThanTheBoundIsDroppedAndLaterOnesWait) {
   Connect(conn_, "tok");
-  WebSocketSendData("tok", std::string(65537, 'm').c_str(), 65537);
+  const std::string huge(3000000, 'm');
+  WebSocketSendData("tok", huge.c_str(), 3000000);
+  WebSocketSendData("tok", huge.c_str(), 1048577);
   WebSocketSendData("tok", "small", 5);
   WebSocketReadyHandler(&conn_, nullptr);
-  EXPECT_EQ(conn_.Frames(), (Frames{{1, "small"}}));
+  EXPECT_EQ(conn_.Frames(), (Frames{{1, huge}, {1, "small"}}));
   Close(conn_);
 }
 
