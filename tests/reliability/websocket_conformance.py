@@ -105,9 +105,9 @@ GOOD_KEY = base64.b64encode(b"k" * 16)
 HANDSHAKES = [
     ("a good one", {}, b"HTTP/1.1 101 "),
     ("without a token", {"protocol": b""}, b""),
-    ("different: version 12 is refused without a status line", {"version": b"12"}, b"Error 426: "),
+    ("version 12 is refused by a whole reply", {"version": b"12"}, b"HTTP/1.1 426 Upgrade Required\r\n"),
     ("key of 64 characters", {"key": b"k" * 64}, b""),
-    ("different: a missing key is refused without a status line", {"key": b""}, b"Error 400: "),
+    ("a missing key is refused by a whole reply", {"key": b""}, b"HTTP/1.1 400 Bad Request\r\n"),
 ]
 
 

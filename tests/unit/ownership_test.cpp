@@ -18,7 +18,8 @@ using sdktest::ScenarioTest;
 using sdktest::TestHost;
 using sdktest::UploadStep;
 
-char* NewBlock() { return static_cast<char*>(std::malloc(64)); }
+// A text, as the test host reads it.
+char* NewBlock() { return static_cast<char*>(std::calloc(64, 1)); }
 
 // What a host does with the pointer in its record.
 struct Habit {
