@@ -11,6 +11,7 @@
 
 // Our build of the web server has it: without it mg_read waits until the whole buffer is full, however long
 // that takes.
+// NOLINTNEXTLINE(readability-redundant-declaration): another build's header does not declare it.
 extern "C" void mg_set_body_deadline(mg_connection* conn, int milliseconds) __attribute__((weak));
 
 namespace sdkapi {

@@ -18,7 +18,7 @@ std::atomic<int> g_streams{0};
 // The web server knows how many workers it has.
 int MostStreams(const mg_connection* conn) {
   const char* const workers = mg_get_option(mg_get_context(conn), "num_threads");
-  return workers != nullptr ? std::atoi(workers) - kWorkersForRequests : 0;
+  return workers != nullptr ? static_cast<int>(std::strtol(workers, nullptr, 10)) - kWorkersForRequests : 0;
 }
 
 }  // namespace
