@@ -6,7 +6,7 @@
  *
  * A client connects with its token as the only value of "Sec-WebSocket-Protocol". All frames sent are text
  * frames. A frame sent while a client's handshake is not complete (from event 0, or from another thread
- * at that instant) is kept and follows the handshake answer, in order: one frame of any size, and behind it
+ * at that instant) is kept and follows the handshake answer, in order: one frame of any size, and beside it
  * 1 MiB and 512 frames; a frame beyond that is dropped with a level-4 log line.
  *
  * No send waits for a client. What a client does not take at once is kept for it, in order: one frame of any

@@ -3,6 +3,7 @@
 
 #include <civetweb.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <new>
@@ -27,7 +28,8 @@ constexpr LogSource kLog{"sdkapi"};
 
 constexpr int kAccept = 0;
 constexpr int kRefuse = 1;
-// What waits for the end of the handshake behind a first frame of any size, as behind a stalled client later.
+// What waits for the end of the handshake beside one frame of any size; a client that stalls later has the
+// same.
 constexpr std::size_t kMostWaitingBytes = 1048576;
 constexpr int kMostWaitingFrames = 512;
 constexpr std::size_t kLongestKey =
@@ -55,7 +57,8 @@ struct Connection {
   pthread_mutex_t sendMutex;  // orders sends, the end of the handshake and the close
   Phase phase;
   WaitingFrame* waiting;
-  std::size_t waitingBytes;  // behind the first frame
+  std::size_t waitingBytes;
+  std::size_t largestWaiting;  // bytes of the largest of these frames
   int waitingFrames;
   int users;
   Connection* nextToSend;  // in a frame's way to all; guarded by g_SendAllMutex
@@ -100,6 +103,7 @@ void DropWaiting(Connection& connection) {
     std::free(frame);
   }
   connection.waitingBytes = 0;
+  connection.largestWaiting = 0;
   connection.waitingFrames = 0;
 }
 
@@ -120,9 +124,9 @@ WaitingFrame* NewFrame(const char* data, std::size_t length) {
 }
 
 void AppendWaiting(Connection& connection, const char* data, std::size_t length) {
-  const bool isFirst = connection.waiting == nullptr;
-  const bool fits = isFirst || (connection.waitingFrames <= kMostWaitingFrames &&
-                                length <= kMostWaitingBytes - connection.waitingBytes);
+  const std::size_t bytes = connection.waitingBytes + length;
+  const std::size_t largest = std::max(connection.largestWaiting, length);
+  const bool fits = connection.waitingFrames <= kMostWaitingFrames && bytes - largest <= kMostWaitingBytes;
   WaitingFrame* const frame = fits ? NewFrame(data, length) : nullptr;
   if (frame == nullptr) {
     kLog.error()("websocket handshake not complete, frame of %zu bytes dropped", length);
@@ -131,7 +135,8 @@ void AppendWaiting(Connection& connection, const char* data, std::size_t length)
   WaitingFrame** last = &connection.waiting;
   while (*last != nullptr) last = &(*last)->next;
   *last = frame;
-  if (!isFirst) connection.waitingBytes += length;
+  connection.waitingBytes = bytes;
+  connection.largestWaiting = largest;
   ++connection.waitingFrames;
 }
 

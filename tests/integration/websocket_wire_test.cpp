@@ -142,14 +142,15 @@ struct WaitingRow {
 TEST_P(WireTest, TheBoundCountsWaitingBytesAndNamesWhatItDrops) {
   const WaitingRow rows[] = {
       {"the first may have any size", {3000000, 3}, {3000000, 3}, {}},
-      {"exactly full behind the first", {2, 1048576}, {2, 1048576}, {}},
-      {"one too long", {2, 1048577}, {2}, {1048577}},
-      {"full, then one byte", {2, 1048575, 1, 1}, {2, 1048575, 1}, {1}},
+      {"a later one, too", {3, 3000000}, {3, 3000000}, {}},
+      {"exactly full beside the largest", {2000000, 1048576}, {2000000, 1048576}, {}},
+      {"one byte too many", {2000000, 1048577}, {2000000}, {1048577}},
+      {"full, then one byte", {2000000, 1048575, 1, 1}, {2000000, 1048575, 1}, {1}},
       {"a smaller one still fits behind a dropped one",
-       {2, 1000000, 60000, 48576},
-       {2, 1000000, 48576},
+       {2000000, 1000000, 60000, 48576},
+       {2000000, 1000000, 48576},
        {60000}},
-      {"an empty one fits where no byte does", {2, 1048576, 0, 1}, {2, 1048576, 0}, {1}},
+      {"an empty one fits where no byte does", {2000000, 1048576, 0, 1}, {2000000, 1048576, 0}, {1}},
   };
   for (const WaitingRow& row : rows) {
     SCOPED_TRACE(row.what);

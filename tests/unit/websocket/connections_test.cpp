@@ -271,7 +271,7 @@ TEST_F(WebSocketTest, FramesSentBeforeTheHandshakeIsCompleteFollowItInOrder) {
   Close(conn_);
 }
 
-TEST_F(WebSocketTest, AtMost512FramesWaitBehindTheFirst) {
+TEST_F(WebSocketTest, AtMost512FramesWaitBesideOne) {
   Connect(conn_, "tok");
   for (int i = 0; i < 513; ++i) WebSocketSendData("tok", "", 0);
   LogCapture::Clear();
@@ -283,9 +283,10 @@ TEST_F(WebSocketTest, AtMost512FramesWaitBehindTheFirst) {
   Close(conn_);
 }
 
-TEST_F(WebSocketTest, AtMostOneMebibyteWaitsBehindTheFirst) {
+TEST_F(WebSocketTest, AtMostOneMebibyteWaitsBesideTheLargest) {
   Connect(conn_, "tok");
-  WebSocketSendData("tok", "first", 5);
+  const std::string largest(2000000, 'l');
+  WebSocketSendData("tok", largest.c_str(), 2000000);
   const std::string most(1048576, 'm');
   WebSocketSendData("tok", most.c_str(), 1048576);
   LogCapture::Clear();
@@ -293,7 +294,7 @@ TEST_F(WebSocketTest, AtMostOneMebibyteWaitsBehindTheFirst) {
   ASSERT_EQ(LogCapture::Records().size(), 1U);
   EXPECT_EQ(LogCapture::Records()[0].level, 4);
   WebSocketReadyHandler(&conn_, nullptr);
-  EXPECT_EQ(conn_.Frames(), (Frames{{1, "first"}, {1, most}}));
+  EXPECT_EQ(conn_.Frames(), (Frames{{1, largest}, {1, most}}));
   WebSocketSendData("tok", "x", 1);
   EXPECT_EQ(conn_.Frames().size(), 3U);
   Close(conn_);
