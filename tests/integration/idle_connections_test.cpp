@@ -254,15 +254,17 @@ TEST_P(IdleConnectionsTest, TheLongestWaitMakesRoom) {
   limit_.Set(kLimit);
   Server::Get().Ensure();
   limit_.Set(1 << 16);  // the clients live in the same process
+  // All of these have had an answer before there are too many: the kept ones go first.
+  auto kept = Kept(kMost - 1);
   Connection silent(port(), https());
-  auto kept = Kept(kMost + 9);
+  auto others = Kept(10);
   const auto closed = [&] {
     return std::count_if(kept.begin(), kept.end(),
                          [](Connection& client) { return !client.StaysOpen(std::chrono::milliseconds(0)); });
   };
   EXPECT_TRUE(Eventually([&] { return closed() == 10; }));
   EXPECT_TRUE(AskForPage(silent, 1));
-  EXPECT_TRUE(AskForPage(kept.back(), 2));
+  EXPECT_TRUE(AskForPage(others.back(), 2));
   ExpectPromptAnswer();
 }
 
