@@ -6,8 +6,8 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <fstream>
 
+#include "download_file.h"
 #include "library_fixture.h"
 
 namespace {
@@ -54,34 +54,16 @@ constexpr char kHead[] =
 
 class FileFailureTest : public sdktest::LibraryTest {
  protected:
-  FileFailureTest() {
-    char pattern[] = "/tmp/sdkapi-download-XXXXXX";
-    close(mkstemp(pattern));
-    path_ = pattern;
-    for (std::size_t i = 0; i < kSize; ++i) bytes_ += static_cast<char>(i * 7 + i / 251);
-    std::ofstream(path_, std::ios::binary) << bytes_;
-    Reads() = ReadScript{};
-  }
-  ~FileFailureTest() override {
-    Reads() = ReadScript{};
-    unlink(path_.c_str());
-  }
+  FileFailureTest() { Reads() = ReadScript{}; }
+  ~FileFailureTest() override { Reads() = ReadScript{}; }
 
-  static std::string Body(const std::string& bytes) {
-    std::string text;
-    for (std::size_t at = 0; at < bytes.size(); at += 1500) {
-      const std::string chunk = bytes.substr(at, 1500);
-      char size[16];
-      std::snprintf(size, sizeof size, "%zx\r\n", chunk.size());
-      text += size + chunk + "\r\n";
-    }
-    return text + "0\r\n\r\n";
-  }
+  static std::string Body(const std::string& bytes) { return sdktest::DownloadFile::Chunks(bytes); }
 
   int Send(mg_connection& conn) const { return SendHttpDownLoadFile(&conn, path_.c_str(), "f"); }
 
-  std::string path_;
-  std::string bytes_;
+  const sdktest::DownloadFile file_;
+  const std::string& path_ = file_.path();
+  const std::string bytes_ = file_.Fill(kSize);
 };
 
 TEST_F(FileFailureTest, AReadErrorInTheMiddleEndsTheBodyLikeTheEndOfTheFile) {

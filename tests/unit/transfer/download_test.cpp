@@ -3,9 +3,9 @@
 #include <unistd.h>
 
 #include <cstring>
-#include <fstream>
 
 #include "base/text.h"
+#include "download_file.h"
 #include "library_fixture.h"
 
 namespace {
@@ -20,34 +20,10 @@ std::string Head(const std::string& name) {
          "\"\r\nContent-Type: application/octet-stream\r\nTransfer-Encoding: chunked\r\n\r\n";
 }
 
-// A file of its own per test, with bytes that tell their place.
 class DownloadTest : public sdktest::LibraryTest {
  protected:
-  DownloadTest() {
-    char pattern[] = "/tmp/sdkapi-download-XXXXXX";
-    close(mkstemp(pattern));
-    path_ = pattern;
-  }
-  ~DownloadTest() override { unlink(path_.c_str()); }
-
-  std::string Fill(std::size_t size) const {
-    std::string bytes;
-    for (std::size_t i = 0; i < size; ++i) bytes += static_cast<char>(i * 7 + i / 251);
-    std::ofstream(path_, std::ios::binary) << bytes;
-    return bytes;
-  }
-
-  // The file in chunks of 1500 bytes and the terminating chunk.
-  static std::string Chunks(const std::string& bytes) {
-    std::string text;
-    for (std::size_t at = 0; at < bytes.size(); at += 1500) {
-      const std::string chunk = bytes.substr(at, 1500);
-      char size[16];
-      std::snprintf(size, sizeof size, "%zx\r\n", chunk.size());
-      text += size + chunk + "\r\n";
-    }
-    return text + "0\r\n\r\n";
-  }
+  std::string Fill(std::size_t size) const { return file_.Fill(size); }
+  static std::string Chunks(const std::string& bytes) { return sdktest::DownloadFile::Chunks(bytes); }
 
   // A host that offers the file under a name, in all slots.
   void Offer(const std::string& name) const { Offer(name, path_); }
@@ -72,7 +48,8 @@ class DownloadTest : public sdktest::LibraryTest {
     TestHost::Script().downloadSetting = [result](DownloadSettingInfo&) { return result; };
   }
 
-  std::string path_;
+  const sdktest::DownloadFile file_;
+  const std::string& path_ = file_.path();
 };
 
 using Sender = int (*)(mg_connection*, const char*, const char*);
