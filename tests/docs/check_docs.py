@@ -46,13 +46,13 @@ def names():
                              [ROOT / "CMakeLists.txt", *ROOT.glob("cmake/*.cmake"), *ROOT.glob("examples/*/CMakeLists.txt")])))
     for page in PAGES:
         text = page.read_text()
-        for word in re.findall(r"`([\w./*-]+\.(?:cpp|h|c|py|sh|md|cmake|txt|yaml|mjs))`", text):
+        for word in re.findall(r"`([\w./*-]+\.(?:cpp|h|c|py|sh|md|cmake|txt|map|yaml|mjs))`", text):
             if "*" not in word and word not in SERVED and not word.startswith("build/") and not any(file == word or file.endswith("/" + word) for file in files):
                 yield f"{page.name}: no file {word}"
         for command in re.findall(r"\./dev ([a-z]+)", text):
             if not (ROOT / "scripts" / command).exists() and not re.search(rf"^  (?:\S+ \| )*{command}(?: \| \S+)*\)", text_of_dev, re.M):
                 yield f"{page.name}: no command ./dev {command}"
-        for path in re.findall(r"`((?:\.ci|bench|cmake|docs|examples|include|scripts|src|tests)/[\w./-]*)`", text):
+        for path in re.findall(r"`((?:\.ci|abi|bench|cmake|docs|examples|include|scripts|src|tests)/[\w./-]*)`", text):
             if not (ROOT / path).exists() and not any(file.startswith(path + ".") for file in files):
                 yield f"{page.name}: no path {path}"
         for option in re.findall(r"(?:-D|`)(SDKAPI_[A-Z_]+)", text):
@@ -74,7 +74,7 @@ def slots():
 def sizes():
     """The guide's sizes are those that the library asserts, and its routes are those that the library binds."""
     guide = (ROOT / "docs/host-guide.md").read_text()
-    asserted = dict(re.findall(r"static_assert\(sizeof\((\w+)\) == (\d+)\);", (ROOT / "src/server/host_table.cpp").read_text()))
+    asserted = dict(re.findall(r"static_assert\(sizeof\((\w+)\) == (\d+)\);", (ROOT / "abi/layout.cpp").read_text()))
     stated = re.findall(r"`(\w+)`, (\d+) bytes", guide)
     assert len(stated) > 5
     for record, size in stated:
@@ -96,7 +96,9 @@ def quotes():
 def exports():
     """Every exported name is declared in a public header behind a comment."""
     text = "".join(path.read_text() for path in ROOT.glob("include/sdkapi/*.h"))
-    for name in (ROOT / "tests/abi/exports.txt").read_text().split():
+    exported = re.findall(r"^ +(\w+);$", (ROOT / "abi/exports.map").read_text(), re.M)
+    assert len(exported) >= 84
+    for name in exported:
         if not re.search(rf"\*/\s*SDKAPI_EXPORT [^;]*\b{name}\b", text):
             yield f"{name} has no comment"
 

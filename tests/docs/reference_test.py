@@ -1,9 +1,10 @@
 #!/usr/bin/python3
 """Every public name is documented: each argument, each result, each field, and each slot of the table.
 
-usage: reference_test.py XML EXPORTS, with Doxygen's XML folder and the list of exported names
+usage: reference_test.py XML EXPORTS, with Doxygen's XML folder and the version script
 """
 import pathlib
+import re
 import sys
 import xml.etree.ElementTree as tree
 
@@ -46,7 +47,9 @@ def is_function_pointer(member):
 
 
 def main():
-    folder, exports = pathlib.Path(sys.argv[1]), pathlib.Path(sys.argv[2]).read_text().split()
+    folder = pathlib.Path(sys.argv[1])
+    exports = re.findall(r"^ +(\w+);$", pathlib.Path(sys.argv[2]).read_text(), re.M)
+    assert len(exports) >= 84
     members = [member for page in sorted([*folder.glob("*_8h.xml"), *folder.glob("struct*.xml")])
                for member in tree.parse(page).iter("memberdef") if member.get("kind") != "define"]
     functions = {text_of(member.find("name")): member for member in members if member.get("kind") == "function"}
