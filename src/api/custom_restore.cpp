@@ -1,6 +1,8 @@
 // Restoring the device's custom settings.
 #include "http/handlers.h"
 #include "http/request.h"
+#include "sdkapi/host.h"
+#include "server/log.h"
 
 namespace {
 

@@ -1,9 +1,14 @@
 // Device information and up-time.
+#include "base/json_object.h"
+#include "base/owned.h"
 #include "base/text.h"
 #include "base/text_writer.h"
 #include "http/handlers.h"
 #include "http/request.h"
+#include "http/response.h"
 #include "sdkapi/device.h"
+#include "sdkapi/host.h"
+#include "server/log.h"
 
 namespace {
 

@@ -1,10 +1,15 @@
 // Privilege pictures: which hosts a picture is bound to.
 #include <algorithm>
 
+#include "base/json_object.h"
 #include "base/owned.h"
 #include "base/text.h"
+#include "http/accessors.h"
 #include "http/handlers.h"
 #include "http/request.h"
+#include "http/response.h"
+#include "sdkapi/host.h"
+#include "server/log.h"
 
 namespace {
 

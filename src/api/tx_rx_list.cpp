@@ -1,7 +1,10 @@
 // The list of transmitter and receiver units.
+#include "base/json_object.h"
 #include "base/owned.h"
 #include "http/handlers.h"
 #include "http/request.h"
+#include "http/response.h"
+#include "server/log.h"
 
 namespace {
 

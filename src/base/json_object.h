@@ -2,6 +2,7 @@
 #pragma once
 
 #include <concepts>
+#include <cstdint>
 
 #include "base/owned.h"
 #include "base/text_writer.h"

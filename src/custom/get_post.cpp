@@ -1,4 +1,5 @@
 // Requests of the host's own get/post routes.
+#include <civetweb.h>
 #include <strings.h>
 
 #include <cstdlib>
@@ -7,7 +8,10 @@
 #include "custom/host_function.h"
 #include "http/handlers.h"
 #include "http/request.h"
+#include "http/response.h"
 #include "sdkapi/custom.h"
+#include "sdkapi/http.h"
+#include "server/log.h"
 
 namespace {
 

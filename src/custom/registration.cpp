@@ -12,7 +12,7 @@ constexpr LogSource kLog{"sdkapi"};
 
 // The host's function travels as the route's callback data; POSIX lets a function pointer pass through void*.
 template <class HostFunction>
-int Add(const char* uri, mg_request_handler handler, HostFunction function, const LogLine& log) {
+int Add(const char* uri, RequestHandler handler, HostFunction function, const LogLine& log) {
   if (RegisterRoute(uri, handler, reinterpret_cast<void*>(function))) return uri != nullptr ? 0 : -1;
   log("ctx error..");
   return -1;

@@ -1,12 +1,15 @@
 // Uploads and downloads of the host's own routes.
 #include "sdkapi/transfer.h"
 
+#include <cstddef>
+
 #include "base/text.h"
 #include "custom/host_function.h"
 #include "custom/upload_callbacks.h"
 #include "http/handlers.h"
 #include "http/request.h"
 #include "sdkapi/custom.h"
+#include "server/log.h"
 #include "transfer/upload_pipeline.h"
 
 namespace {
@@ -40,7 +43,7 @@ extern "C" int FuncUploadCustomHandle(mg_connection* conn, void* cbdata) {
   upload.ctx.hostFunction = HostFunctionOf<CustomUploadFunction>(cbdata);
   const bool parsed =
       ParseForm(conn, upload, FuncUploadCustomFoundCb, FuncUploadCustomGetCb, FuncUploadCustomStoreCb);
-  return Finish(request, upload, parsed);
+  return ReplyToUpload(request, upload, parsed);
 }
 
 extern "C" int FuncDownloadCustomHandle(mg_connection* conn, void* cbdata) {

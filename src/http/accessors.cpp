@@ -4,6 +4,7 @@
 #include <civetweb.h>
 
 #include <algorithm>
+#include <cstdint>
 #include <cstring>
 
 #include "server/log.h"

@@ -2,7 +2,9 @@
 #pragma once
 
 #include <array>
+#include <cstddef>
 #include <ctime>
+#include <string_view>
 
 #include "base/text_writer.h"
 

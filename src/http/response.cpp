@@ -1,8 +1,12 @@
 // Replies with the fixed headers, and the bounded drain that lets a refused client read its answer.
 #include "http/response.h"
 
+#include <civetweb.h>
+
+#include <cstdint>
 #include <cstring>
 #include <ctime>
+#include <string_view>
 
 #include "base/text_writer.h"
 #include "http/http_date.h"

@@ -1,11 +1,11 @@
 // Composing and sending replies, and the end of a connection.
 #pragma once
 
-#include <civetweb.h>
-
 #include <cstddef>
 
-#include "base/json_object.h"
+#include "base/owned.h"
+
+struct mg_connection;
 
 namespace sdkapi {
 

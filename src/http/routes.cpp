@@ -1,6 +1,8 @@
 // Which handler serves which URL.
 #include "http/routes.h"
 
+#include <civetweb.h>
+
 #include "http/handlers.h"
 #include "sdkapi/transfer.h"
 

@@ -1,4 +1,6 @@
 // The composer for host code that knows every status code.
+#include <civetweb.h>
+
 #include <cstring>
 
 #include "base/text_writer.h"

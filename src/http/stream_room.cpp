@@ -1,6 +1,8 @@
 // Room for long-lived streams: some workers always stay free for ordinary requests.
 #include "http/stream_room.h"
 
+#include <civetweb.h>
+
 #include <atomic>
 #include <cstdlib>
 

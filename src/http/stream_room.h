@@ -1,7 +1,7 @@
 // Room for long-lived streams: some workers always stay free for ordinary requests.
 #pragma once
 
-#include <civetweb.h>
+struct mg_connection;
 
 namespace sdkapi {
 

@@ -1,6 +1,7 @@
 // Start and stop of the server.
 #include "server/lifecycle.h"
 
+#include <civetweb.h>
 #include <openssl/ssl.h>
 #include <pthread.h>
 
@@ -9,7 +10,6 @@
 #include <cstring>
 
 #include "base/scoped_lock.h"
-#include "http/routes.h"
 #include "sdkapi/server.h"
 #include "sdkapi/websocket.h"
 #include "server/config.h"
@@ -131,7 +131,7 @@ bool ServerIsRunning() { return gTaskExitFlag.load() != 0; }
 
 mg_context* GetMgContext() { return s_ctx.load(); }
 
-bool RegisterRoute(const char* uri, mg_request_handler handler, void* cbdata) {
+bool RegisterRoute(const char* uri, RequestHandler handler, void* cbdata) {
   if (!EnterRegistration()) return false;
   if (uri != nullptr) mg_set_request_handler(GetMgContext(), uri, handler, cbdata);
   LeaveRegistration();

@@ -1,9 +1,13 @@
 // The running server: its context, its running flag, and registration of routes while it runs.
 #pragma once
 
-#include <civetweb.h>
+struct mg_connection;
+struct mg_context;
 
 namespace sdkapi {
+
+// The web server's type of handler.
+using RequestHandler = int (*)(mg_connection* conn, void* cbdata);
 
 // False once the server is being stopped; streams end when they see it.
 bool ServerIsRunning();
@@ -14,7 +18,7 @@ mg_context* GetMgContext();
 // Registers a route unless the server is not running (never started, or stopped). Safe against a stop at
 // the same moment. Returns whether the server runs; a NULL pattern, which could match nothing, is not
 // registered.
-bool RegisterRoute(const char* uri, mg_request_handler handler, void* cbdata);
+bool RegisterRoute(const char* uri, RequestHandler handler, void* cbdata);
 
 // Starts the web server with its routes and its WebSocket endpoint. Returns 0 or -1.
 int CivetWebServerTask(const char** options, char* certPassword, const char* websocketUrl);
@@ -23,7 +27,9 @@ int CivetWebServerTask(const char** options, char* certPassword, const char* web
 int log_message(const mg_connection* conn, const char* message);
 int init_ssl(void* sslContext, void* userData);
 
-// Called at start, defined with what they start.
+// Called at start, defined on the floors above with what they start. All return 0; JsonSwitch hands every
+// route to the web server and returns -1 without a context.
+int JsonSwitch(mg_context* ctx);
 int UsrManageTask();
 int WebSocketInit();
 

@@ -1,6 +1,8 @@
 // The software version, read from the build configuration file.
 #include "server/version.h"
 
+#include <cstdio>
+
 #include "base/owned.h"
 #include "sdkapi/server.h"
 #include "sdkapi/values.h"

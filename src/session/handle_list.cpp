@@ -1,8 +1,12 @@
 // The locked list of opaque pointers.
-#include <atomic>
+#include <pthread.h>
 
-#include "base/owned.h"
+#include <atomic>
+#include <cstdint>
+#include <cstdlib>
+
 #include "base/scoped_lock.h"
+#include "sdkapi/session.h"
 #include "session/handle_nodes.h"
 
 namespace {

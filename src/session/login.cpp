@@ -1,12 +1,20 @@
 // Login, log-out and the question whether a login is required.
+#include <cstdint>
+
 #include "base/json_object.h"
+#include "base/owned.h"
 #include "base/text.h"
+#include "http/accessors.h"
 #include "http/handlers.h"
+#include "http/login_ptr.h"
 #include "http/request.h"
+#include "http/response.h"
+#include "sdkapi/host.h"
 #include "sdkapi/session.h"
 #include "sdkapi/values.h"
 #include "server/authentication.h"
 #include "server/host_table.h"
+#include "server/log.h"
 #include "session/login_registry.h"
 
 namespace {

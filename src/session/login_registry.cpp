@@ -5,10 +5,10 @@
 
 #include <atomic>
 #include <cstddef>
+#include <cstdlib>
 #include <cstring>
 #include <utility>
 
-#include "base/owned.h"
 #include "base/scoped_lock.h"
 #include "base/text.h"
 #include "sdkapi/session.h"
@@ -17,6 +17,7 @@
 #include "server/lifecycle.h"
 #include "server/log.h"
 #include "session/handle_nodes.h"
+#include "session/keyed_hash.h"
 #include "session/token_index.h"
 #include "session/user_stack.h"
 

@@ -1,6 +1,7 @@
 // A hash table from tokens to what they belong to; of equal tokens the oldest is found.
 #include "session/token_index.h"
 
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <utility>

@@ -2,10 +2,16 @@
 #include <cstring>
 
 #include "base/json_object.h"
+#include "base/owned.h"
 #include "base/text.h"
+#include "http/accessors.h"
 #include "http/handlers.h"
 #include "http/request.h"
+#include "http/response.h"
+#include "sdkapi/host.h"
+#include "sdkapi/http.h"
 #include "sdkapi/values.h"
+#include "server/log.h"
 
 namespace {
 

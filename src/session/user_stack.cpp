@@ -1,6 +1,7 @@
 // At most 20 live sessions with their expiry on the up-time clock.
 #include "session/user_stack.h"
 
+#include <pthread.h>
 #include <sys/sysinfo.h>
 #include <unistd.h>
 

@@ -1,10 +1,10 @@
 // The downloads that ask for a token: log, custom, scene and EDID files, and the settings export.
-#include <civetweb.h>
-
 #include "base/text.h"
-#include "http/handlers.h"
+#include "http/accessors.h"
 #include "http/request.h"
+#include "sdkapi/host.h"
 #include "sdkapi/transfer.h"
+#include "server/log.h"
 #include "transfer/download_end.h"
 #include "transfer/file_sender.h"
 

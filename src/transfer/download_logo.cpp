@@ -1,8 +1,10 @@
 // The logo download, open to every client.
 #include "base/text.h"
 #include "http/request.h"
+#include "sdkapi/host.h"
 #include "sdkapi/transfer.h"
 #include "server/host_table.h"
+#include "server/log.h"
 #include "transfer/download_end.h"
 
 namespace {

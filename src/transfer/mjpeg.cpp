@@ -3,8 +3,6 @@
 
 #include <civetweb.h>
 
-#include <cstring>
-
 #include "base/text_writer.h"
 #include "sdkapi/transfer.h"
 

@@ -1,6 +1,7 @@
 // The preview: a stream of the host's pictures, as long as host, client and server want it.
 #include <civetweb.h>
 
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 
@@ -8,10 +9,14 @@
 #include "base/text.h"
 #include "http/handlers.h"
 #include "http/request.h"
+#include "http/response.h"
 #include "http/stream_room.h"
+#include "sdkapi/host.h"
+#include "sdkapi/http.h"
 #include "sdkapi/transfer.h"
 #include "server/host_table.h"
 #include "server/lifecycle.h"
+#include "server/log.h"
 #include "transfer/mjpeg.h"
 
 namespace {

@@ -3,10 +3,15 @@
 #include <cstring>
 
 #include "http/handlers.h"
+#include "http/request.h"
+#include "sdkapi/host.h"
+#include "sdkapi/http.h"
 #include "sdkapi/transfer.h"
 #include "server/host_table.h"
+#include "server/log.h"
 #include "transfer/upload_callbacks.h"
 #include "transfer/upload_families.h"
+#include "transfer/upload_pipeline.h"
 
 namespace {
 
@@ -71,7 +76,7 @@ int HandleUpload(mg_connection* conn, const UploadNames& names) {
   const bool parsed = ParseForm(conn, upload, names.found, names.get, FuncUploadFileAndFileStoreCb);
   // The host may have cleared its slot, or the login handle, in the last field's calls.
   if (parsed && !Family::Bound(upload.ctx)) NotRegistered(kLog.error(), names.handler);
-  return Finish(request, upload, parsed);
+  return ReplyToUpload(request, upload, parsed);
 }
 
 }  // namespace

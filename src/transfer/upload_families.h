@@ -2,6 +2,7 @@
 #pragma once
 
 #include "sdkapi/host.h"
+#include "server/log.h"
 #include "transfer/upload_pipeline.h"
 
 namespace sdkapi {

@@ -15,6 +15,7 @@
 #include <algorithm>
 #include <climits>
 #include <cstddef>
+#include <cstdint>
 #include <cstring>
 #include <type_traits>
 #include <utility>
@@ -157,7 +158,7 @@ UploadAnswer Conclude(Upload<Family>& upload, bool parsed) {
 // Concludes and replies; returns the handler's result. What then stands in the record's extra is released:
 // the host may have taken the block that was there, or left one of its own.
 template <class Request, class Family>
-int Finish(const Request& request, Upload<Family>& upload, bool parsed) {
+int ReplyToUpload(const Request& request, Upload<Family>& upload, bool parsed) {
   const UploadAnswer answer = Conclude(upload, parsed);
   const MallocPtr<char> extra(std::exchange(upload.ctx.extra, nullptr));
   return request.Answer(answer.status, answer.json);

@@ -4,17 +4,18 @@
 #include <civetweb.h>
 
 #include <algorithm>
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
+#include <memory>
 #include <new>
 
-#include "base/owned.h"
 #include "base/scoped_lock.h"
 #include "base/text.h"
-#include "http/accessors.h"
 #include "http/login_ptr.h"
 #include "http/request.h"
 #include "http/stream_room.h"
+#include "sdkapi/http.h"
 #include "sdkapi/websocket.h"
 #include "server/authentication.h"
 #include "server/lifecycle.h"

@@ -6,8 +6,9 @@
 
 #include "base/owned.h"
 #include "base/scoped_lock.h"
-#include "http/accessors.h"
 #include "http/login_ptr.h"
+#include "sdkapi/http.h"
+#include "sdkapi/session.h"
 #include "sdkapi/websocket.h"
 #include "server/log.h"
 #include "websocket/connections.h"
