@@ -18,7 +18,7 @@ void FindNewestLogin(benchmark::State& state) {
   std::string token;
   for (int64_t i = 0; i < state.range(0); ++i) {
     token = "token-" + std::to_string(i) + std::string(32, 'x');
-    const sdkapi::LoginPtr login = sdkapi::NewLogin();
+    const sdkapi::LoginRef login = sdkapi::NewLogin();
     sdkapi::RegisterLogin(login, token.c_str());
   }
   for (auto _ : state) benchmark::DoNotOptimize(GetLoginHandle(token.c_str()));

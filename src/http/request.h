@@ -4,7 +4,7 @@
 #include <cstddef>
 
 #include "http/accessors.h"
-#include "http/login_ptr.h"
+#include "http/login_ref.h"
 #include "http/response.h"
 #include "server/log.h"
 
@@ -28,7 +28,7 @@ class Request {
  private:
   mg_connection* conn_;
   char token_[kTokenSize] = {};
-  LoginPtr login_;
+  LoginRef login_;
 };
 
 constexpr int kNotAuthorised = -2;

@@ -6,7 +6,7 @@
 #include "base/text.h"
 #include "http/accessors.h"
 #include "http/handlers.h"
-#include "http/login_ptr.h"
+#include "http/login_ref.h"
 #include "http/request.h"
 #include "http/response.h"
 #include "sdkapi/host.h"
@@ -55,7 +55,7 @@ JsonText SuccessBody(const LoginInfo& info) {
   return body.Print();
 }
 
-int CompleteLogin(mg_connection* conn, const LoginPtr& login, const LoginInfo& info) {
+int CompleteLogin(mg_connection* conn, const LoginRef& login, const LoginInfo& info) {
   const JsonText body = SuccessBody(info);
   if (body == nullptr) return Reply(conn, 500, "");
   if (info.token[0] != '\0') {
@@ -75,7 +75,7 @@ int CompleteLogin(mg_connection* conn, const LoginPtr& login, const LoginInfo& i
 }  // namespace
 
 extern "C" int FuncLogin(mg_connection* conn, void* /*cbdata*/) {
-  const LoginPtr login = NewLogin();
+  const LoginRef login = NewLogin();
   if (login == nullptr) return Reply(conn, 500, "");
   if (login->LoginCb == nullptr) return NotRegistered(kLog.error(), __func__);
 

@@ -3,12 +3,11 @@
 
 #include <pthread.h>
 
-#include <atomic>
-#include <cstddef>
 #include <cstdlib>
 #include <cstring>
 #include <utility>
 
+#include "base/counted.h"
 #include "base/scoped_lock.h"
 #include "base/text.h"
 #include "sdkapi/session.h"
@@ -26,14 +25,10 @@ namespace {
 
 constexpr LogSource kLog{"sdkapi"};
 
-// What is allocated per login. Users are the registry and every request that found the login.
-struct LoginBlock {
-  SdkAPISerHandle table;
-  int users;
+// What is allocated per login. Its users are the registry and every request that found it.
+struct Login : Counted<SdkAPISerHandle>, TokenEntry {
   HandleManage* node;  // its place in the list; null when it is not registered
-  TokenEntry entry;    // its place in the index
 };
-static_assert(offsetof(LoginBlock, table) == 0);
 
 // A request walks no list: its login is found by the index, a new one joins at the place that is kept. Both
 // are guarded by the list's own lock.
@@ -46,38 +41,30 @@ struct JsonApi {
 constinit JsonApi g_JsonApi{PTHREAD_MUTEX_INITIALIZER, {}, &g_JsonApi.list, {}};
 bool registryIsReady = false;
 
-LoginBlock* BlockOf(SdkAPISerHandle* table) {
-  void* const block = table;
-  return static_cast<LoginBlock*>(block);
-}
+Login* LoginOf(SdkAPISerHandle* table) { return static_cast<Login*>(Counted<SdkAPISerHandle>::Of(table)); }
 
-std::atomic_ref<int> Users(SdkAPISerHandle* table) { return std::atomic_ref<int>(BlockOf(table)->users); }
-
-LoginBlock* BlockWith(TokenEntry* entry) {
-  void* const block = static_cast<char*>(static_cast<void*>(entry)) - offsetof(LoginBlock, entry);
-  return static_cast<LoginBlock*>(block);
-}
-
-// Joins list and index, the list at its end.
-bool Append(LoginBlock* login) {
-  login->node = NewHandleNode(login);
-  if (login->node == nullptr) return false;
+// Joins list and index, the list at its end; both share one reference.
+bool Append(const LoginRef& ref) {
+  HandleManage* const node = NewHandleNode(ref.get());
+  if (node == nullptr) return false;
+  Login* const login = LoginOf(LoginRef(ref).Detach());  // the registry's reference
   const ScopedLock lock(g_JsonApi.list.mutex);
-  LinkBehind(g_JsonApi.last, login->node);
-  g_JsonApi.last = login->node;
-  g_JsonApi.index.Add(&login->entry, login->table.data);
+  LinkBehind(g_JsonApi.last, node);
+  g_JsonApi.last = node;
+  g_JsonApi.index.Add(login, ref->data);
+  login->node = node;
   return true;
 }
 
-// False when the login is in neither.
-bool TakeOut(LoginBlock* login) {
+// The registry's reference; null when the login is not registered.
+LoginRef TakeOut(Login* login) {
   const ScopedLock lock(g_JsonApi.list.mutex);
-  if (login->node == nullptr) return false;
+  if (login->node == nullptr) return nullptr;
   if (g_JsonApi.last == login->node) g_JsonApi.last = login->node->prev;
   Unlink(login->node);
-  g_JsonApi.index.Remove(&login->entry);
+  g_JsonApi.index.Remove(login);
   std::free(std::exchange(login->node, nullptr));
-  return true;
+  return LoginRef::Adopt(&login->record);
 }
 
 void DropAllLogins() {
@@ -88,52 +75,33 @@ void DropAllLogins() {
 
 }  // namespace
 
-void ReleaseLogin::operator()(SdkAPISerHandle* table) const {
-  if (table == GetSerHandle()) return;
-  if (Users(table).fetch_sub(1, std::memory_order_acq_rel) == 1) std::free(table);
-}
-
-LoginPtr FindLogin(const char* token) {
-  if (AuthenticationIsOff()) return LoginPtr(GetSerHandle());
+LoginRef FindLogin(const char* token) {
+  if (AuthenticationIsOff()) return LoginRef::Share(GetSerHandle());
   if (token == nullptr || token[0] == '\0') return nullptr;
   if (strnlen(token, sizeof SdkAPISerHandle::data) == sizeof SdkAPISerHandle::data) return nullptr;
   const ScopedLock lock(g_JsonApi.list.mutex);
   TokenEntry* const entry = g_JsonApi.index.Find(token);
-  if (entry == nullptr) return nullptr;
-  SdkAPISerHandle* const table = &BlockWith(entry)->table;
-  Users(table).fetch_add(1, std::memory_order_relaxed);
-  return LoginPtr(table);
+  return entry != nullptr ? LoginRef::Share(&static_cast<Login*>(entry)->record) : nullptr;
 }
 
-LoginPtr NewLogin() {
-  auto* const block = static_cast<LoginBlock*>(std::malloc(sizeof(LoginBlock)));
-  if (block == nullptr) return nullptr;
-  block->table = *GetSerHandle();
-  block->users = 1;
-  block->node = nullptr;
-  return LoginPtr(&block->table);
+LoginRef NewLogin() {
+  LoginRef login = LoginRef::New<Login>();
+  if (login != nullptr) *login = *GetSerHandle();
+  return login;
 }
 
-Registration RegisterLogin(const LoginPtr& login, const char* token) {
+Registration RegisterLogin(const LoginRef& login, const char* token) {
   CopyText(login->data, token);
   const ScopedLock lock(g_JsonApi.mutex);
-  Users(login.get()).fetch_add(1, std::memory_order_relaxed);  // the registry's share
-  if (!Append(BlockOf(login.get()))) {
-    Users(login.get()).fetch_sub(1, std::memory_order_relaxed);
-    return Registration::kListFailed;
-  }
+  if (!Append(login)) return Registration::kListFailed;
   const bool full = AddUsrIdToStack(token) == kUserStackFull;
   return full ? Registration::kSessionsFull : Registration::kDone;
 }
 
 bool RemoveLogin(SdkAPISerHandle* login) {
   if (login == GetSerHandle()) return false;
-  {
-    const ScopedLock lock(g_JsonApi.mutex);
-    if (!TakeOut(BlockOf(login))) return false;
-  }
-  ReleaseLogin{}(login);
-  return true;
+  const ScopedLock lock(g_JsonApi.mutex);
+  return TakeOut(LoginOf(login)) != nullptr;
 }
 
 void RemoveSession(const char* token) {
@@ -143,7 +111,7 @@ void RemoveSession(const char* token) {
 
 int LoginTimeOutTaskCb(const char* userid) {
   kLog.info()("userid [%s] login time out.. ", userid);
-  const LoginPtr login = FindLogin(userid);
+  const LoginRef login = FindLogin(userid);
   if (login == nullptr) {
     kLog.error()("GetLoginHandle err!!!!");
     return -1;
@@ -176,7 +144,7 @@ int UsrManageTask() {
 
 SdkAPISerHandle* GetLoginHandle(const char* token) {
   // The registry's own share keeps the table after this one is given back.
-  const sdkapi::LoginPtr login = sdkapi::FindLogin(token);
+  const sdkapi::LoginRef login = sdkapi::FindLogin(token);
   SdkAPISerHandle* const table = login.get();
   return table;
 }

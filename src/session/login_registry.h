@@ -1,18 +1,18 @@
 // The registry of logins: one private table per login, found by its token.
 #pragma once
 
-#include "http/login_ptr.h"
+#include "http/login_ref.h"
 
 namespace sdkapi {
 
 // A copy of the host's table for a login in the making; null when memory is short.
-LoginPtr NewLogin();
+LoginRef NewLogin();
 
 enum class Registration { kDone, kListFailed, kSessionsFull };
 
 // Writes the token into the login's table and registers both it and a session. The registry then shares the
 // login. With kSessionsFull it stays registered without a session, as clients expect.
-Registration RegisterLogin(const LoginPtr& login, const char* token);
+Registration RegisterLogin(const LoginRef& login, const char* token);
 
 // Takes a login out of the registry; whoever still uses it keeps it alive. False when it is not registered.
 bool RemoveLogin(SdkAPISerHandle* login);

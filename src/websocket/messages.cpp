@@ -5,12 +5,12 @@
 #include <cstring>
 
 #include "base/owned.h"
-#include "base/scoped_lock.h"
-#include "http/login_ptr.h"
+#include "http/login_ref.h"
+#include "sdkapi/host.h"
 #include "sdkapi/http.h"
-#include "sdkapi/session.h"
 #include "sdkapi/websocket.h"
 #include "server/log.h"
+#include "websocket/connection.h"
 #include "websocket/connections.h"
 
 namespace {
@@ -56,24 +56,11 @@ void LogOther(int opcode, const mg_connection* conn) {
   }
 }
 
-// The oldest connection of a token, pinned; null when there is none.
-WebSocketLinkEntry* PinByToken(const char* token) {
-  HandleManage* const list = WebSocketLink();
-  const ScopedLock lock(list->mutex);
-  for (const HandleManage* node = list->next; node != nullptr; node = node->next) {
-    auto* const entry = static_cast<WebSocketLinkEntry*>(node->value);
-    if (std::strcmp(entry->token, token) != 0) continue;
-    PinEntry(entry);
-    return entry;
-  }
-  return nullptr;
-}
-
 }  // namespace
 
 int WebsocketDataHandler(mg_connection* conn, int flags, char* data, size_t dataLen, void* /*cbdata*/) {
   const char* const token = GetHttpHeadValue(conn, "Sec-WebSocket-Protocol");
-  const LoginPtr login = FindLogin(token);
+  const LoginRef login = FindLogin(token);
   if (login == nullptr) return -1;
   const int opcode = flags & kOpcodeMask;
   if (opcode == MG_WEBSOCKET_OPCODE_TEXT) return DeliverText(*login, token, data, dataLen);
@@ -83,10 +70,9 @@ int WebsocketDataHandler(mg_connection* conn, int flags, char* data, size_t data
 
 int WebSocketSendData(const char* token, const char* data, int len) {
   if (token == nullptr || len < 0 || (data == nullptr && len > 0)) return 0;
-  WebSocketLinkEntry* const entry = PinByToken(token);
-  if (entry == nullptr) return 0;
-  SendText(entry, data != nullptr ? data : "", static_cast<std::size_t>(len));
-  UnpinEntry(entry);
+  const ConnectionRef connection = FindConnection(token);
+  if (connection != nullptr)
+    SendText(*connection, data != nullptr ? data : "", static_cast<std::size_t>(len));
   return 0;
 }
 

@@ -70,7 +70,7 @@ TEST_F(LoginRegistryTest, OfThreeLoginsWithOneTokenTheOldestEndsFirst) {
   RequireLogin();
   std::vector<const SdkAPISerHandle*> order;
   for (int i = 0; i < 3; ++i) {
-    const sdkapi::LoginPtr login = sdkapi::NewLogin();
+    const sdkapi::LoginRef login = sdkapi::NewLogin();
     order.push_back(login.get());
     sdkapi::RegisterLogin(login, "tok");
     LogIn("other " + std::to_string(i));
@@ -99,7 +99,7 @@ TEST_F(LoginRegistryTest, LoginsThatEndInAnyOrderLeaveTheOthers) {
 }
 
 TEST_F(LoginRegistryTest, OnlyWhatIsRegisteredCanBeRemoved) {
-  const sdkapi::LoginPtr login = sdkapi::NewLogin();
+  const sdkapi::LoginRef login = sdkapi::NewLogin();
   EXPECT_FALSE(sdkapi::RemoveLogin(login.get()));
   EXPECT_FALSE(sdkapi::RemoveLogin(sdkapi::GetSerHandle()));
   sdkapi::RegisterLogin(login, "tok");
@@ -203,7 +203,7 @@ TEST_F(LoginRegistryTest, StartUpInstallsTheTimeOutForTheSessionLoop) {
 TEST_F(LoginRegistryTest, ALoginFoundForARequestOutlivesItsLogOut) {
   RequireLogin();
   LogIn("tok");
-  const sdkapi::LoginPtr login = sdkapi::FindLogin("tok");
+  const sdkapi::LoginRef login = sdkapi::FindLogin("tok");
   ASSERT_NE(login, nullptr);
   EXPECT_EQ(sdkapi::LoginTimeOutTaskCb("tok"), 0);
   EXPECT_EQ(sdkapi::FindLogin("tok"), nullptr);
@@ -216,7 +216,7 @@ TEST_F(LoginRegistryTest, LookUpsRaceLogOutsCleanly) {
   std::atomic<bool> stop{false};
   const auto lookUp = [&stop] {
     while (!stop.load()) {
-      const sdkapi::LoginPtr login = sdkapi::FindLogin("tok");
+      const sdkapi::LoginRef login = sdkapi::FindLogin("tok");
       if (login == nullptr) continue;
       EXPECT_STREQ(login->data, "tok");
     }

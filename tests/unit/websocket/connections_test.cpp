@@ -335,15 +335,12 @@ TEST_F(WebSocketTest, ASendThatHoldsTheEntryAcrossTheCloseWritesNothing) {
     mg_connection conn("GET", "/websocket");
     EXPECT_EQ(Connect(conn, "tok"), 0);
     if (handshakeIsComplete) WebSocketReadyHandler(&conn, nullptr);
-    auto* const entry =
-        static_cast<sdkapi::WebSocketLinkEntry*>(HandleManageGetNextHandle(sdkapi::WebSocketLink()));
-    ASSERT_NE(entry, nullptr);
-    sdkapi::PinEntry(entry);
+    const sdkapi::ConnectionRef connection = sdkapi::FindConnection("tok");
+    ASSERT_NE(connection, nullptr);
     Close(conn);
-    sdkapi::SendText(entry, "late", 4);
+    sdkapi::SendText(*connection, "late", 4);
     EXPECT_EQ(conn.Frames(), Frames{});
     EXPECT_EQ(conn.frameCalls, 0);
-    sdkapi::UnpinEntry(entry);
   }
 }
 
