@@ -36,7 +36,7 @@ struct Reason {
 };
 
 // The only statuses that can be composed; the end row stops the search.
-constexpr Reason name[] = {
+constexpr Reason kReasons[] = {
     {"OK", 200},
     {"Bad Request", 400},
     {"Unauthorized", 401},
@@ -50,7 +50,7 @@ constexpr Reason name[] = {
 };
 
 const char* ReasonFor(int code) {
-  const Reason* row = name;
+  const Reason* row = kReasons;
   while (row->text != nullptr && row->code != code) ++row;
   return row->text;
 }

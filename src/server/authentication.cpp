@@ -16,15 +16,15 @@ pthread_mutex_t g_SecurMutex = PTHREAD_MUTEX_INITIALIZER;
 
 }  // namespace
 
-bool AuthenticationIsOff() { return g_NoLogin.load() != 0; }
+bool LoginIsRequired() { return g_NoLogin.load() == 0; }
 
-void SetAuthenticationOff(bool off) { g_NoLogin.store(off ? 1 : 0); }
+void SetLoginRequired(bool required) { g_NoLogin.store(required ? 0 : 1); }
 
 }  // namespace sdkapi
 
 int SdkAPISer_AuthenticationSwitch_Set(int on) {
   const sdkapi::ScopedLock lock(sdkapi::g_SecurMutex);
-  if (on == 0 || on == 1) sdkapi::SetAuthenticationOff(on == 0);
+  if (on == 0 || on == 1) sdkapi::SetLoginRequired(on == 1);
   return 0;
 }
 

@@ -3,10 +3,10 @@
 
 namespace sdkapi {
 
-// True until the host switches authentication on.
-bool AuthenticationIsOff();
+// False until the host switches authentication on.
+bool LoginIsRequired();
 
-// What the host answered to a client's question whether a login is required.
-void SetAuthenticationOff(bool off);
+// Also what the host answered to a client's question whether a login is required.
+void SetLoginRequired(bool required);
 
 }  // namespace sdkapi

@@ -12,7 +12,7 @@ namespace {
 using ConfigText = char[kConfigTextSize];
 
 ConfigText s_HttpHttpsPort;
-ConfigText s_CertParam;
+ConfigText s_CertPath;
 ConfigText s_CertPassword;
 ConfigText s_DocumentRootPath;
 ConfigText s_WebsocketUrl;
@@ -26,7 +26,7 @@ int Set(ConfigText& value, const char* text) {
 }  // namespace
 
 const char* ListeningPorts() { return s_HttpHttpsPort; }
-const char* CertificatePath() { return s_CertParam; }
+const char* CertificatePath() { return s_CertPath; }
 char* GetCertPassword() { return s_CertPassword; }
 const char* DocumentRootPath() { return s_DocumentRootPath; }
 const char* WebsocketUrl() { return s_WebsocketUrl; }
@@ -46,7 +46,7 @@ int SdkAPISer_Port_Set(int httpPort, int httpsPort) {
   return 0;
 }
 
-int SdkAPiSer_Cert_Set(const char* certPath) { return sdkapi::Set(sdkapi::s_CertParam, certPath); }
+int SdkAPiSer_Cert_Set(const char* certPath) { return sdkapi::Set(sdkapi::s_CertPath, certPath); }
 
 int SdkAPiSer_CertPassword_Set(const char* password) { return sdkapi::Set(sdkapi::s_CertPassword, password); }
 

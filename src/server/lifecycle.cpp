@@ -5,7 +5,6 @@
 #include <openssl/ssl.h>
 #include <pthread.h>
 
-#include <atomic>
 #include <cstdio>
 #include <cstring>
 
@@ -25,17 +24,15 @@ namespace {
 
 constexpr LogSource kLog{"sdkapi"};
 
-std::atomic<int> gTaskExitFlag{0};
-std::atomic<mg_context*> s_ctx{nullptr};
+enum class Phase { kStopped, kStarting, kRunning, kFailed, kStopping };
 
-enum class Phase { kStopped, kStarting, kRunning, kStopping };
-
-// Whether s_ctx may be used. A stop waits for the registrations that it finds in flight: the web server
-// frees its context at the end of the stop.
+// The one answer to "does it run". The context may be used while it does: a stop waits for the registrations
+// that it finds in flight, and the web server frees its context at the end of the stop.
 struct RunState {
   pthread_mutex_t mutex = PTHREAD_MUTEX_INITIALIZER;
   pthread_cond_t changed = PTHREAD_COND_INITIALIZER;
   Phase phase = Phase::kStopped;
+  mg_context* context = nullptr;
   int registrations = 0;
 };
 RunState runState;
@@ -71,9 +68,14 @@ void Enter(Phase phase) {
   pthread_cond_broadcast(&runState.changed);
 }
 
+void KeepContext(mg_context* context) {
+  const ScopedLock lock(runState.mutex);
+  runState.context = context;
+}
+
 bool BeginStart() {
   const ScopedLock lock(runState.mutex);
-  if (runState.phase != Phase::kStopped) return false;
+  if (runState.phase != Phase::kStopped && runState.phase != Phase::kFailed) return false;
   runState.phase = Phase::kStarting;
   return true;
 }
@@ -86,6 +88,7 @@ bool BeginStop() {
     runState.phase = Phase::kStopping;
     return true;
   }
+  if (runState.phase == Phase::kFailed) runState.phase = Phase::kStopped;
   WaitWhile(Phase::kStopping);
   return false;
 }
@@ -114,22 +117,29 @@ void StopServer(mg_context* ctx) {
   mg_stop(ctx);
 }
 
-bool StartServer(const SdkAPISerHandle* table) {
+// What the start leads to.
+Phase StartServer(const SdkAPISerHandle* table) {
   if (HttpsIsRefused()) {
     kLog.error()("https is not available with this web server");
-    return false;
+    return Phase::kStopped;
   }
-  gTaskExitFlag.store(1);
   SdkAPISerHandleInit(table);
   UsrManageTask();
-  return CivetWebServerTask(GetOptionsParam(), GetCertPassword(), WebsocketUrl()) == 0;
+  const int result = CivetWebServerTask(GetOptionsParam(), GetCertPassword(), WebsocketUrl());
+  return result == 0 ? Phase::kRunning : Phase::kFailed;
 }
 
 }  // namespace
 
-bool ServerIsRunning() { return gTaskExitFlag.load() != 0; }
+bool ServerIsRunning() {
+  const ScopedLock lock(runState.mutex);
+  return runState.phase != Phase::kStopped && runState.phase != Phase::kStopping;
+}
 
-mg_context* GetMgContext() { return s_ctx.load(); }
+mg_context* GetMgContext() {
+  const ScopedLock lock(runState.mutex);
+  return runState.context;
+}
 
 bool RegisterRoute(const char* uri, RequestHandler handler, void* cbdata) {
   if (!EnterRegistration()) return false;
@@ -160,7 +170,7 @@ int CivetWebServerTask(const char** options, char* certPassword, const char* web
   callbacks.log_message = log_message;
   callbacks.init_ssl = init_ssl;
   mg_context* const ctx = mg_start(&callbacks, certPassword, options);
-  s_ctx.store(ctx);
+  KeepContext(ctx);
   if (ctx == nullptr) return -1;
 
   JsonSwitch(ctx);
@@ -178,15 +188,14 @@ int SdkAPISer_Start(const SdkAPISerHandle* table) {
     return -1;
   }
   if (table == nullptr || !BeginStart()) return -1;
-  const bool started = StartServer(table);
-  Enter(started ? Phase::kRunning : Phase::kStopped);
-  return started ? 0 : -1;
+  const Phase outcome = StartServer(table);
+  Enter(outcome);
+  return outcome == Phase::kRunning ? 0 : -1;
 }
 
 int SdkAPISer_Stop(void* /*unused*/) {
   using namespace sdkapi;
   kLog.info()("SdkAPISer_Stop ..");
-  gTaskExitFlag.store(0);
   if (!BeginStop()) return 0;
   StopServer(GetMgContext());
   Enter(Phase::kStopped);

@@ -1,4 +1,4 @@
-// The running server: its context, its running flag, and registration of routes while it runs.
+// The running server: its context, whether it runs, and registration of routes while it does.
 #pragma once
 
 struct mg_connection;
@@ -9,10 +9,11 @@ namespace sdkapi {
 // The web server's type of handler.
 using RequestHandler = int (*)(mg_connection* conn, void* cbdata);
 
-// False once the server is being stopped; streams end when they see it.
+// False before the first start and once the server is being stopped; streams end when they see it. A start
+// that failed counts as running until the next stop: so the interface has it.
 bool ServerIsRunning();
 
-// The context of the last successful start; keeps its value after a stop.
+// The context of the last start, null if that failed; keeps its value after a stop.
 mg_context* GetMgContext();
 
 // Registers a route unless the server is not running (never started, or stopped). Safe against a stop at

@@ -13,12 +13,12 @@ namespace {
 constexpr int kLongestText = 2048;  // longer texts are dropped whole
 constexpr int kSuffixRoom = 64;
 
-std::atomic<SdkApiLogFunction> pPrinf_func{nullptr};
+std::atomic<SdkApiLogFunction> logHook{nullptr};
 
 }  // namespace
 
 void LogLine::operator()(const char* format, ...) const {
-  const SdkApiLogFunction hook = pPrinf_func.load(std::memory_order_acquire);
+  const SdkApiLogFunction hook = logHook.load(std::memory_order_acquire);
   if (hook == nullptr) return;
 
   char text[kLongestText + kSuffixRoom];
@@ -36,6 +36,6 @@ void LogLine::operator()(const char* format, ...) const {
 
 int SdkApiSer_Printf(SdkApiLogFunction function) {
   if (function == nullptr) return -1;
-  sdkapi::pPrinf_func.store(function, std::memory_order_release);
+  sdkapi::logHook.store(function, std::memory_order_release);
   return 0;
 }

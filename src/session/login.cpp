@@ -114,6 +114,6 @@ extern "C" int FuncNoLogin(mg_connection* conn, void* /*cbdata*/) {
 
   int flag = -1;
   query(&flag);
-  SetAuthenticationOff(flag == 1);
+  SetLoginRequired(flag != 1);
   return Reply(conn, 200, flag == 1 ? R"({"result":"off"})" : R"({"result":"on"})");
 }

@@ -32,13 +32,13 @@ struct Login : Counted<SdkAPISerHandle>, TokenEntry {
 
 // A request walks no list: its login is found by the index, a new one joins at the place that is kept. Both
 // are guarded by the list's own lock.
-struct JsonApi {
+struct Registry {
   pthread_mutex_t mutex;  // outer lock: list and session stack change together under it
   HandleManage list;
   HandleManage* last;  // the list's last node, or its head
   TokenIndex index;    // of the list's logins
 };
-constinit JsonApi g_JsonApi{PTHREAD_MUTEX_INITIALIZER, {}, &g_JsonApi.list, {}};
+constinit Registry registry{PTHREAD_MUTEX_INITIALIZER, {}, &registry.list, {}};
 bool registryIsReady = false;
 
 Login* LoginOf(SdkAPISerHandle* table) { return static_cast<Login*>(Counted<SdkAPISerHandle>::Of(table)); }
@@ -48,27 +48,27 @@ bool Append(const LoginRef& ref) {
   HandleManage* const node = NewHandleNode(ref.get());
   if (node == nullptr) return false;
   Login* const login = LoginOf(LoginRef(ref).Detach());  // the registry's reference
-  const ScopedLock lock(g_JsonApi.list.mutex);
-  LinkBehind(g_JsonApi.last, node);
-  g_JsonApi.last = node;
-  g_JsonApi.index.Add(login, ref->data);
+  const ScopedLock lock(registry.list.mutex);
+  LinkBehind(registry.last, node);
+  registry.last = node;
+  registry.index.Add(login, ref->data);
   login->node = node;
   return true;
 }
 
 // The registry's reference; null when the login is not registered.
 LoginRef TakeOut(Login* login) {
-  const ScopedLock lock(g_JsonApi.list.mutex);
+  const ScopedLock lock(registry.list.mutex);
   if (login->node == nullptr) return nullptr;
-  if (g_JsonApi.last == login->node) g_JsonApi.last = login->node->prev;
+  if (registry.last == login->node) registry.last = login->node->prev;
   Unlink(login->node);
-  g_JsonApi.index.Remove(login);
+  registry.index.Remove(login);
   std::free(std::exchange(login->node, nullptr));
   return LoginRef::Adopt(&login->record);
 }
 
 void DropAllLogins() {
-  while (void* const login = HandleManageGetNextHandle(&g_JsonApi.list)) {
+  while (void* const login = HandleManageGetNextHandle(&registry.list)) {
     RemoveLogin(static_cast<SdkAPISerHandle*>(login));
   }
 }
@@ -76,11 +76,11 @@ void DropAllLogins() {
 }  // namespace
 
 LoginRef FindLogin(const char* token) {
-  if (AuthenticationIsOff()) return LoginRef::Share(GetSerHandle());
+  if (!LoginIsRequired()) return LoginRef::Share(GetSerHandle());
   if (token == nullptr || token[0] == '\0') return nullptr;
   if (strnlen(token, sizeof SdkAPISerHandle::data) == sizeof SdkAPISerHandle::data) return nullptr;
-  const ScopedLock lock(g_JsonApi.list.mutex);
-  TokenEntry* const entry = g_JsonApi.index.Find(token);
+  const ScopedLock lock(registry.list.mutex);
+  TokenEntry* const entry = registry.index.Find(token);
   return entry != nullptr ? LoginRef::Share(&static_cast<Login*>(entry)->record) : nullptr;
 }
 
@@ -92,7 +92,7 @@ LoginRef NewLogin() {
 
 Registration RegisterLogin(const LoginRef& login, const char* token) {
   CopyText(login->data, token);
-  const ScopedLock lock(g_JsonApi.mutex);
+  const ScopedLock lock(registry.mutex);
   if (!Append(login)) return Registration::kListFailed;
   const bool full = AddUsrIdToStack(token) == kUserStackFull;
   return full ? Registration::kSessionsFull : Registration::kDone;
@@ -100,12 +100,12 @@ Registration RegisterLogin(const LoginRef& login, const char* token) {
 
 bool RemoveLogin(SdkAPISerHandle* login) {
   if (login == GetSerHandle()) return false;
-  const ScopedLock lock(g_JsonApi.mutex);
+  const ScopedLock lock(registry.mutex);
   return TakeOut(LoginOf(login)) != nullptr;
 }
 
 void RemoveSession(const char* token) {
-  const ScopedLock lock(g_JsonApi.mutex);
+  const ScopedLock lock(registry.mutex);
   DelUsrIdStack(token);
 }
 
@@ -124,17 +124,17 @@ int LoginTimeOutTaskCb(const char* userid) {
   return 0;
 }
 
-int LoginCount() { return HandleManageGetUsrCount(&g_JsonApi.list); }
+int LoginCount() { return HandleManageGetUsrCount(&registry.list); }
 
 // Logins of an earlier run are dropped: no request is running between two runs of the server.
 int UsrManageTask() {
   if (registryIsReady) {
     DropAllLogins();
   } else {
-    pthread_mutex_init(&g_JsonApi.mutex, nullptr);
-    const ScopedLock lock(g_JsonApi.mutex);
-    HandleManageInitHead(&g_JsonApi.list);
-    g_JsonApi.index.SetKey(RandomHashKey());
+    pthread_mutex_init(&registry.mutex, nullptr);
+    const ScopedLock lock(registry.mutex);
+    HandleManageInitHead(&registry.list);
+    registry.index.SetKey(RandomHashKey());
     registryIsReady = true;
   }
   return InitUsrIdStack(LoginTimeOutTaskCb);

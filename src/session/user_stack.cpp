@@ -25,8 +25,8 @@ constexpr useconds_t kRoundMicroseconds = 1000000;
 // Innermost lock: nothing is called while it is held.
 pthread_mutex_t stackMutex = PTHREAD_MUTEX_INITIALIZER;
 UserTable g_usr{};
-std::atomic<int> funcExitFlag{0};
-std::atomic<UserTimeoutCallback> gUsrTimeOutCb{nullptr};
+std::atomic<bool> loopMayRun{false};
+std::atomic<UserTimeoutCallback> timeOutCallback{nullptr};
 
 bool IsRefused(const char* id) {
   return id == nullptr || id[0] == '\0' || strnlen(id, kLongestId + 1) > kLongestId;
@@ -67,14 +67,14 @@ void ExpireEntry(std::size_t index) {
   GetUpTime(&now);
   const UserEntry entry = EntryAt(index);
   if (entry.id[0] == '\0' || entry.expiry >= now) return;
-  const UserTimeoutCallback callback = gUsrTimeOutCb.load();
+  const UserTimeoutCallback callback = timeOutCallback.load();
   if (callback != nullptr && callback(entry.id) != -1) DelUsrIdStack(entry.id);
 }
 
 }  // namespace
 
 int CheckUsrIdStack(void* /*unused*/) {
-  while (funcExitFlag.load() == 1) {
+  while (loopMayRun.load()) {
     for (std::size_t index = 0; index < std::size(g_usr.entries); ++index) ExpireEntry(index);
     usleep(kRoundMicroseconds);
   }
@@ -134,14 +134,14 @@ int DelUsrIdStack(const char* id) {
 
 int InitUsrIdStack(UserTimeoutCallback callback) {
   using namespace sdkapi;
-  funcExitFlag.store(1);
-  if (callback != nullptr) gUsrTimeOutCb.store(callback);
+  loopMayRun.store(true);
+  if (callback != nullptr) timeOutCallback.store(callback);
   const ScopedLock lock(stackMutex);
   g_usr = UserTable{};
   return 0;
 }
 
 int UnInitUsrIdStack(void) {
-  sdkapi::funcExitFlag.store(0);
+  sdkapi::loopMayRun.store(false);
   return 0;
 }

@@ -122,7 +122,7 @@ ConnectionRef TakeConnection(const mg_connection* conn) {
     return nullptr;
   }
   TellClosed(connection->entry);
-  if (!AuthenticationIsOff()) EndLogin(connection->entry.token);
+  if (LoginIsRequired()) EndLogin(connection->entry.token);
   TakeFromList(g_WebSocketLink, connection);
   return connection;
 }
@@ -159,7 +159,7 @@ int WebSocketConnectHandler(const mg_connection* conn, void* /*cbdata*/) {
   const ContextLock lock(conn);
   const char* const token = GetHttpHeadValue(conn, "Sec-WebSocket-Protocol");
   kLog.info()("token = %s and g_NoLogin = [%d]", token != nullptr ? token : "(null)",
-              AuthenticationIsOff() ? 1 : 0);
+              LoginIsRequired() ? 0 : 1);
   if (token == nullptr || HandshakeWillFail(conn)) return kRefuse;
   const LoginRef login = FindLogin(token);
   if (login == nullptr) {

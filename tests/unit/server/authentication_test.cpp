@@ -8,10 +8,10 @@ namespace {
 TEST(AuthenticationSwitch, ReadsTheOppositeOfWhatWasSet) {
   EXPECT_EQ(SdkAPISer_AuthenticationSwitch_Set(1), 0);
   EXPECT_EQ(SdkAPISer_AuthenticationSwitch_Get(), 0);
-  EXPECT_FALSE(sdkapi::AuthenticationIsOff());
+  EXPECT_TRUE(sdkapi::LoginIsRequired());
   EXPECT_EQ(SdkAPISer_AuthenticationSwitch_Set(0), 0);
   EXPECT_EQ(SdkAPISer_AuthenticationSwitch_Get(), 1);
-  EXPECT_TRUE(sdkapi::AuthenticationIsOff());
+  EXPECT_FALSE(sdkapi::LoginIsRequired());
 }
 
 TEST(AuthenticationSwitch, OtherValuesChangeNothing) {
