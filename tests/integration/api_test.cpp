@@ -21,10 +21,10 @@ TEST_P(ApiTest, UserChangesReachTheHostWithTheirType) {
   const std::string body = R"({"username":"u","newusername":"n","newpassword":"np","oldpassword":"op"})";
   for (const auto& [url, type] : {std::pair{"/change/password", 1}, std::pair{"/change/usrorpasswd", 2}}) {
     std::string seen;
-    host().changeUser = [&](ChangeUserRequest* request) {
-      seen = std::string(request->username) + "|" + request->newusername + "|" + request->newpassword + "|" +
-             request->oldpassword + "|" + std::to_string(request->changeType);
-      request->code = 3;
+    host().changeUser = [&](ChangeUserRequest& request) {
+      seen = std::string(request.username) + "|" + request.newusername + "|" + request.newpassword + "|" +
+             request.oldpassword + "|" + std::to_string(request.changeType);
+      request.code = 3;
       return 0;
     };
     ExpectReply(Post(url, body), 200, "{\n\t\"code\":\t3\n}");
@@ -33,18 +33,18 @@ TEST_P(ApiTest, UserChangesReachTheHostWithTheirType) {
 }
 
 TEST_P(ApiTest, FailedUserChangesAreAnsweredWithNothing) {
-  host().changeUser = [](ChangeUserRequest*) { return -1; };
+  host().changeUser = [](ChangeUserRequest&) { return -1; };
   EXPECT_EQ(Post("/change/password", "{}").raw, "") << "the connection ends at once, without a byte";
-  host().changeUser = [](ChangeUserRequest*) { return -2; };
+  host().changeUser = [](ChangeUserRequest&) { return -2; };
   ExpectReply(Post("/change/password", "{}"), 401);
 }
 
 TEST_P(ApiTest, UsersAreCreatedAndDeleted) {
   std::string seen;
-  host().manageUser = [&](ManageUserRequest* request) {
-    seen = std::string(request->username) + "|" + request->password + "|" + std::to_string(request->role) +
-           "|" + std::to_string(request->action);
-    request->code = 7;
+  host().manageUser = [&](ManageUserRequest& request) {
+    seen = std::string(request.username) + "|" + request.password + "|" + std::to_string(request.role) + "|" +
+           std::to_string(request.action);
+    request.code = 7;
     return 0;
   };
   const std::string body = R"({"username":"eve","password":"pw","role":2})";
@@ -65,8 +65,8 @@ TEST_P(ApiTest, ARoleThatIsNoNumberIsRoleZero) {
                          Row{"{}", 0}, Row{"1", 1}, Row{"-3", -3}}) {
     SCOPED_TRACE(row.json);
     int role = -1;
-    host().manageUser = [&role](ManageUserRequest* request) {
-      role = request->role;
+    host().manageUser = [&role](ManageUserRequest& request) {
+      role = request.role;
       return 0;
     };
     ExpectReply(
@@ -84,12 +84,12 @@ TEST_P(ApiTest, ResultsBecomeStatuses) {
   };
   for (const Row& row : {Row{-2, 401, 401}, Row{-1, 500, 503}, Row{5, 500, 503}}) {
     SCOPED_TRACE(row.result);
-    host().manageUser = [&](ManageUserRequest*) { return row.result; };
-    host().customRestore = [&] { return row.result; };
+    host().manageUser = [&](ManageUserRequest&) { return row.result; };
+    host().customRestore = [&](CustomRestoreArg&) { return row.result; };
     host().txRxList = [&](char*) { return row.result; };
-    host().privList = [&](PrivList*) { return row.result; };
-    host().specifyPriv = [&] { return row.result; };
-    host().deletePriv = [&] { return row.result; };
+    host().privJson = [&](PrivList&) { return row.result; };
+    host().specifyPriv = [&](const std::string&, const std::string&) { return row.result; };
+    host().deletePriv = [&](const std::string&) { return row.result; };
     ExpectReply(Post("/createuser", "{}"), row.readStatus);
     ExpectReply(Post("/custom_restore", ""), row.readStatus);
     ExpectReply(Get("/getTxRxList"), row.readStatus);
@@ -111,9 +111,9 @@ TEST_P(ApiTest, AnUnknownTokenIsRefusedEverywhere) {
         Row{"/custom_restore", "token err!!!!"}, Row{"/specifypriv", "GetLoginHandle err!!!!"},
         Row{"/delete_priv", "GetLoginHandle err!!!!"}}) {
     SCOPED_TRACE(row.target);
-    LogLines::Clear();
+    LogCapture::Clear();
     ExpectReply(SendBare({"GET", row.target, {}, ""}), 401);
-    EXPECT_TRUE(LogLines::Wait(4, row.log, "sdkapi"));
+    EXPECT_TRUE(LogCapture::Wait(4, row.log, "sdkapi"));
   }
   EXPECT_TRUE(host().Calls().empty());
 }
@@ -137,16 +137,16 @@ TEST_P(ApiTest, AUnitListOfQuotesArrivesWhole) {
 }
 
 TEST_P(ApiTest, PrivilegesAreListed) {
-  host().privList = [](PrivList* list) {
-    list->count = 2;
-    list->entries = static_cast<PrivEntry*>(std::calloc(2, sizeof(PrivEntry)));
-    list->entries[0].serialnum = 4;
-    list->entries[0].hostcount = 2;
-    std::strcpy(list->entries[0].hostname[0], "RX01");
-    std::strcpy(list->entries[0].hostname[1], "RX02");
-    std::strcpy(list->entries[0].picname, "a.png");
-    list->entries[1].hostcount = 100;
-    std::memset(list->entries[1].picname, 'p', sizeof list->entries[1].picname);  // no NUL at the end
+  host().privJson = [](PrivList& list) {
+    list.count = 2;
+    list.entries = static_cast<PrivEntry*>(std::calloc(2, sizeof(PrivEntry)));
+    list.entries[0].serialnum = 4;
+    list.entries[0].hostcount = 2;
+    std::strcpy(list.entries[0].hostname[0], "RX01");
+    std::strcpy(list.entries[0].hostname[1], "RX02");
+    std::strcpy(list.entries[0].picname, "a.png");
+    list.entries[1].hostcount = 100;
+    std::memset(list.entries[1].picname, 'p', sizeof list.entries[1].picname);  // no NUL at the end
     return 0;
   };
   ExpectReply(Get("/getprivjson"), 200,
@@ -157,17 +157,17 @@ TEST_P(ApiTest, PrivilegesAreListed) {
 
 TEST_P(ApiTest, OddPrivilegeListsDoNoHarm) {
   ExpectReply(Get("/getprivjson"), 200, R"({"picnum":0,"6000list":[]})");
-  host().privList = [](PrivList* list) { return list->count = 3, 0; };
+  host().privJson = [](PrivList& list) { return list.count = 3, 0; };
   ExpectReply(Get("/getprivjson"), 200, R"({"picnum":3,"6000list":[]})");
-  host().privList = [](PrivList* list) {
-    list->count = -1;
-    list->entries = static_cast<PrivEntry*>(std::calloc(1, sizeof(PrivEntry)));
+  host().privJson = [](PrivList& list) {
+    list.count = -1;
+    list.entries = static_cast<PrivEntry*>(std::calloc(1, sizeof(PrivEntry)));
     return 0;
   };
   ExpectReply(Get("/getprivjson"), 200, R"({"picnum":-1,"6000list":[]})");
-  host().privList = [](PrivList* list) {
-    list->count = 1;
-    list->entries = static_cast<PrivEntry*>(std::calloc(1, sizeof(PrivEntry)));
+  host().privJson = [](PrivList& list) {
+    list.count = 1;
+    list.entries = static_cast<PrivEntry*>(std::calloc(1, sizeof(PrivEntry)));
     return -2;  // the array is released all the same
   };
   ExpectReply(Get("/getprivjson"), 401);
@@ -176,12 +176,12 @@ TEST_P(ApiTest, OddPrivilegeListsDoNoHarm) {
 TEST_P(ApiTest, TwoHundredFullPrivilegesArriveWhole) {
   constexpr int kPictures = 200;
   constexpr int kHosts = 99;
-  host().privList = [](PrivList* list) {
-    list->count = kPictures;
-    list->entries = static_cast<PrivEntry*>(std::calloc(kPictures, sizeof(PrivEntry)));
+  host().privJson = [](PrivList& list) {
+    list.count = kPictures;
+    list.entries = static_cast<PrivEntry*>(std::calloc(kPictures, sizeof(PrivEntry)));
     for (int i = 0; i < kPictures; ++i) {
-      list->entries[i].hostcount = kHosts;
-      for (int row = 0; row < kHosts; ++row) std::strcpy(list->entries[i].hostname[row], "host");
+      list.entries[i].hostcount = kHosts;
+      for (int row = 0; row < kHosts; ++row) std::strcpy(list.entries[i].hostname[row], "host");
     }
     return 0;
   };
@@ -266,9 +266,9 @@ TEST_P(RouteTest, EachUriReachesItsSlot) {
       {"/api/v1/settings/export", "DownloadSettingFileCb"},
       {"/stream/2", "PreviewCb"},
   };
-  host().preview = [](PreviewFrame*) { return 1; };        // refused: nothing streams
-  host().download = [](DownloadFileInfo*) { return -1; };  // no file
-  host().downloadSetting = [](DownloadSettingInfo*) { return -1; };
+  host().preview = [](PreviewFrame&) { return 1; };        // refused: nothing streams
+  host().download = [](DownloadFileInfo&) { return -1; };  // no file
+  host().downloadSetting = [](DownloadSettingInfo&) { return -1; };
   host().authQuery = [this](int* flag) { return *flag = mode().auth ? 0 : 1, 0; };
   const HttpRequest form = UploadRequest("", MultipartBody({{"f", "data", "file"}}));
   for (const Row& row : rows) {
@@ -343,15 +343,15 @@ TEST_P(EmptyTableTest, EveryRouteIsLeftToTheWebServerAndNamesItsHandler) {
   };
   for (const Row& row : rows) {
     SCOPED_TRACE(row.target);
-    LogLines::Clear();
+    LogCapture::Clear();
     ExpectNotFound(Get(row.target));
-    EXPECT_EQ(LogLines::Count(4, std::string(row.handler) + " not registered!!!!", row.source), 1);
+    EXPECT_EQ(LogCapture::Count(4, std::string(row.handler) + " not registered!!!!", row.source), 1);
   }
 }
 
 TEST_P(EmptyTableTest, LogOutAndWebSocketDoWithoutTheirSlots) {
   ExpectNotFound(LogOut("any"));
-  EXPECT_TRUE(LogLines::Wait(4, "json api del handle fail", "sdkapi"));
+  EXPECT_TRUE(LogCapture::Wait(4, "json api del handle fail", "sdkapi"));
   Connection socket(Server::Get().port(GetParam()), GetParam());
   ASSERT_TRUE(
       socket.Send("GET /websocket HTTP/1.1\r\nHost: a\r\nUpgrade: websocket\r\nConnection: "
@@ -359,7 +359,7 @@ TEST_P(EmptyTableTest, LogOutAndWebSocketDoWithoutTheirSlots) {
                   "Sec-WebSocket-Key: dGhlIHNhbXBsZSBub25jZQ==\r\nSec-WebSocket-Protocol: anybody\r\n\r\n"));
   EXPECT_EQ(socket.ReadToEnd(), "");
   EXPECT_NE(socket.end(), Connection::End::kTimeout);
-  EXPECT_EQ(LogLines::Count(4, "WebSocketConnectHandler not registered!!!!", "sdkapi"), 1);
+  EXPECT_EQ(LogCapture::Count(4, "WebSocketConnectHandler not registered!!!!", "sdkapi"), 1);
 }
 
 }  // namespace

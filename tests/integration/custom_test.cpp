@@ -191,14 +191,14 @@ TEST_P(CustomTest, AnUnknownTokenReachesNoFunction) {
     const char* log;
   };
   int uploads = 0;
-  host().upload = [&](const UploadStep&) { return ++uploads, 0; };
-  ASSERT_EQ(SdkAPISer_Custom_Upload_Api_Add("/own/upload$", Host::CustomUpload), 0);
+  host().customUpload = [&](const UploadStep&, UploadCustomCtx&) { return ++uploads, 0; };
+  ASSERT_EQ(SdkAPISer_Custom_Upload_Api_Add("/own/upload$", TestHost::CustomUpload), 0);
   for (const Row& row : {Row{"/own/api", "token err!!!!"}, Row{"/own/file", "GetLoginHandle err!!!!"},
                          Row{"/own/upload", "GetLoginHandle err stranger!!!!"}}) {
     SCOPED_TRACE(row.target);
-    LogLines::Clear();
+    LogCapture::Clear();
     ExpectReply(SendBare({"GET", row.target, {"Authorization: Bearer stranger"}, ""}), 401);
-    EXPECT_EQ(LogLines::Count(4, row.log, "sdkapicustom"), 1);
+    EXPECT_EQ(LogCapture::Count(4, row.log, "sdkapicustom"), 1);
   }
   EXPECT_TRUE(seen_.empty());
   EXPECT_EQ(uploads, 0);
@@ -209,12 +209,12 @@ TEST_P(CustomTest, MissingFunctionsAreAnswered) {
   ASSERT_EQ(SdkAPISer_Custom_Upload_Api_Add("/null/upload$", nullptr), 0);
   ASSERT_EQ(SdkAPISer_Custom_Download_Api_Add("/null/file$", nullptr), 0);
   ExpectReply(Get("/null/api"), 500);
-  EXPECT_EQ(LogLines::Count(4, "no server func", "sdkapicustom"), 1);
+  EXPECT_EQ(LogCapture::Count(4, "no server func", "sdkapicustom"), 1);
   ExpectReply(Send(UploadRequest("/null/upload", MultipartBody({{"f", "x", "f"}}))), 500);
-  EXPECT_EQ(LogLines::Count(4, "FuncUploadCustomFoundCb not registered!!!!", "sdkapicustom"), 1);
+  EXPECT_EQ(LogCapture::Count(4, "FuncUploadCustomFoundCb not registered!!!!", "sdkapicustom"), 1);
   ExpectReply(Send(UploadRequest("/null/upload", "--BOUNDARYxyz--\r\n")), 500);
   ExpectNotFound(Get("/null/file"));
-  EXPECT_EQ(LogLines::Count(4, "FuncDownloadCustomHandle not registered!!!!", "sdkapicustom"), 1);
+  EXPECT_EQ(LogCapture::Count(4, "FuncDownloadCustomHandle not registered!!!!", "sdkapicustom"), 1);
 }
 
 TEST_P(CustomTest, DownloadsAreSentAndRefused) {
@@ -243,7 +243,7 @@ TEST_P(CustomTest, DownloadsAreSentAndRefused) {
     return 0;
   };
   EXPECT_EQ(Get("/own/file").raw, DownloadHead(std::string(255, 'd')));
-  EXPECT_TRUE(LogLines::Wait(4, "open file error", "sdkapidownload"));
+  EXPECT_TRUE(LogCapture::Wait(4, "open file error", "sdkapidownload"));
 }
 
 TEST_P(CustomTest, RegisteringAgainReplacesTheFunction) {
@@ -283,7 +283,7 @@ TEST_P(CustomTest, TheFunctionCanUseTheCallersTable) {
     char token[1032] = {};
     GetHttpToken(conn, token);
     const SdkAPISerHandle* const table = GetLoginHandle(token);
-    const bool good = table != nullptr && table->DeviceInfoCb == Host::Table().DeviceInfoCb;
+    const bool good = table != nullptr && table->DeviceInfoCb == TestHost::Table().DeviceInfoCb;
     return SendReponseInfo(conn, good ? 200 : 500, 1, "{}", 2);
   };
   ExpectServed(Get("/own/api"));
@@ -292,28 +292,28 @@ TEST_P(CustomTest, TheFunctionCanUseTheCallersTable) {
 class RegistrationTest : public ServerTest {};
 
 TEST_F(RegistrationTest, IsRefusedUnlessTheServerRuns) {
-  LogLines::Install();
+  LogCapture::Install();
   Server::Get().Stop();
-  LogLines::Clear();
+  LogCapture::Clear();
   const auto refused = [](const char* uri) {
     return SdkAPISer_Custom_Get_Post_Api_Add(uri, SayHello) == -1 &&
-           SdkAPISer_Custom_Upload_Api_Add(uri, Host::CustomUpload) == -1 &&
+           SdkAPISer_Custom_Upload_Api_Add(uri, TestHost::CustomUpload) == -1 &&
            SdkAPISer_Custom_Download_Api_Add(uri, FindFile) == -1;
   };
   EXPECT_TRUE(refused("/early$"));
-  EXPECT_EQ(LogLines::Count(4, "ctx error..", "sdkapi"), 3);
+  EXPECT_EQ(LogCapture::Count(4, "ctx error..", "sdkapi"), 3);
   EXPECT_TRUE(refused(nullptr));
-  EXPECT_EQ(LogLines::Count(4, "ctx error..", "sdkapi"), 6);
+  EXPECT_EQ(LogCapture::Count(4, "ctx error..", "sdkapi"), 6);
   Prepare({false, false});
   EXPECT_TRUE(refused(nullptr));
-  EXPECT_EQ(LogLines::Count(4, "ctx error..", "sdkapi"), 0);
+  EXPECT_EQ(LogCapture::Count(4, "ctx error..", "sdkapi"), 0);
   ExpectNotFound(Get("/early"));
   ASSERT_EQ(SdkAPISer_Custom_Get_Post_Api_Add("/early$", SayHello), 0);
   EXPECT_TRUE(Get("/early").raw.ends_with("hello"));
   Server::Get().Stop();
-  LogLines::Clear();
+  LogCapture::Clear();
   EXPECT_TRUE(refused("/late$"));
-  EXPECT_EQ(LogLines::Count(4, "ctx error..", "sdkapi"), 3);
+  EXPECT_EQ(LogCapture::Count(4, "ctx error..", "sdkapi"), 3);
   Prepare({false, false});
   ExpectNotFound(Get("/early"));  // registrations are lost at stop
 }
@@ -325,7 +325,7 @@ TEST_F(RegistrationTest, ACustomPatternCanHideABuiltInRoute) {
   EXPECT_EQ(host().Count("DownloadLogFileCb"), 0);
   Server::Get().Stop();
   Prepare({false, false});
-  host().download = [](DownloadFileInfo*) { return -1; };
+  host().download = [](DownloadFileInfo&) { return -1; };
   ExpectReply(Get("/api/v1/log"), 500);
 }
 

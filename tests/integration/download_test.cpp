@@ -52,21 +52,21 @@ std::string UnopenablePath() {
 class DownloadTest : public ModeTest {
  protected:
   void Offer(const std::string& path, const std::string& name) {
-    host().download = [path, name](DownloadFileInfo* info) {
-      path.copy(info->path, sizeof info->path);
-      name.copy(info->name, sizeof info->name);
+    host().download = [path, name](DownloadFileInfo& info) {
+      path.copy(info.path, sizeof info.path);
+      name.copy(info.name, sizeof info.name);
       return 0;
     };
-    host().downloadSetting = [path, name](DownloadSettingInfo* info) {
-      path.copy(info->path, sizeof info->path);
-      name.copy(info->name, sizeof info->name);
+    host().downloadSetting = [path, name](DownloadSettingInfo& info) {
+      path.copy(info.path, sizeof info.path);
+      name.copy(info.name, sizeof info.name);
       return 0;
     };
   }
 
   void Fail(int result) {
-    host().download = [result](DownloadFileInfo*) { return result; };
-    host().downloadSetting = [result](DownloadSettingInfo*) { return result; };
+    host().download = [result](DownloadFileInfo&) { return result; };
+    host().downloadSetting = [result](DownloadSettingInfo&) { return result; };
   }
 
   Response Fetch(const std::string& target) {
@@ -149,14 +149,14 @@ TEST_P(DownloadTest, AFileThatCannotBeReadLeavesAHeadWithoutABody) {
        {Workspace::Get().Path("missing"), folder + "/below a file", UnopenablePath(), std::string()}) {
     for (const Route& route : kRoutes) {
       SCOPED_TRACE(path + " " + route.target);
-      LogLines::Clear();
+      LogCapture::Clear();
       Offer(path, "gone.bin");
       // Without a Connection header of ours: the server itself has to end the connection.
       Connection client(Server::Get().port(mode().https), mode().https);
       ASSERT_TRUE(client.Send(HttpRequest{"GET", route.target, {Authorization()}, ""}.Bytes()));
       EXPECT_EQ(client.ReadToEnd(), DownloadHead("gone.bin"));
       EXPECT_EQ(client.end(), Connection::End::kEof);
-      EXPECT_TRUE(LogLines::Wait(4, "open file error", route.source));
+      EXPECT_TRUE(LogCapture::Wait(4, "open file error", route.source));
     }
   }
 }
@@ -186,13 +186,13 @@ TEST_P(DownloadTest, OnlyTheLogoNeedsNoToken) {
   Offer(Workspace::Get().WriteFile("f", "x"), "f");
   for (const Route& route : kRoutes) {
     SCOPED_TRACE(route.target);
-    LogLines::Clear();
+    LogCapture::Clear();
     const Response response = SendBare({"GET", route.target, {"Connection: close"}, ""});
     if (IsLogo(route)) {
       ExpectFile(response, "f", "x");
     } else {
       ExpectReply(response, 401);
-      EXPECT_EQ(LogLines::Count(4, "GetLoginHandle err!!!!", route.source), 1);
+      EXPECT_EQ(LogCapture::Count(4, "GetLoginHandle err!!!!", route.source), 1);
       EXPECT_EQ(host().Count(route.slot), 0);
     }
   }
@@ -226,12 +226,12 @@ TEST_P(DownloadTest, AClientThatLeavesInTheMiddleLeaksNoFile) {
   const int files = OpenFiles();
   for (const Route& route : kRoutes) {
     SCOPED_TRACE(route.target);
-    LogLines::Clear();
+    LogCapture::Clear();
     Connection client(Server::Get().port(mode().https), mode().https);
     ASSERT_TRUE(client.Send(HttpRequest{"GET", route.target, {Authorization()}, ""}.Bytes()));
     ASSERT_TRUE(client.ReadUntilSize(100000));
     client.Abort();
-    EXPECT_TRUE(LogLines::Wait(4, "mg_send_chunk error", route.source));
+    EXPECT_TRUE(LogCapture::Wait(4, "mg_send_chunk error", route.source));
     EXPECT_TRUE(Eventually([&] { return OpenFiles() <= files; }));
   }
 }
@@ -316,12 +316,12 @@ TEST_P(PipeTest, AStopEndsTheWait) {
       ASSERT_TRUE(Eventually([&] { return pipe.Open(); }));
       ASSERT_TRUE(pipe.Write("half a chunk"));
     }
-    LogLines::Clear();
+    LogCapture::Clear();
     const Clock::time_point start = Clock::now();
     Server::Get().Stop();
     EXPECT_LT(Clock::now() - start, std::chrono::seconds(15));
     EXPECT_EQ(client.ReadToEnd(), DownloadHead("pipe")) << "nothing says that the file was whole";
-    EXPECT_TRUE(LogLines::Wait(4, "mg_send_chunk error", "sdkapidownload"));
+    EXPECT_TRUE(LogCapture::Wait(4, "mg_send_chunk error", "sdkapidownload"));
   }
 }
 
@@ -370,8 +370,8 @@ TEST_P(DownloadTest, TwentyDownloadsAtOnceAreWhole) {
 TEST_P(DownloadTest, AnOrdinaryClientLogsInUploadsAndDownloads) {
   const std::string content = SampleBytes(300000);
   std::string stored;
-  host().upload = [&](const UploadStep& step) {
-    stored.append(step.data, static_cast<std::size_t>(step.length));
+  host().upload = [&](const UploadStep& step, UploadFileCtx&) {
+    stored += step.data;
     return 0;
   };
   const std::vector<std::string> headers{Authorization()};
@@ -379,7 +379,7 @@ TEST_P(DownloadTest, AnOrdinaryClientLogsInUploadsAndDownloads) {
   EXPECT_EQ(sent.code, 0);
   EXPECT_EQ(sent.status, 200);
   EXPECT_TRUE(stored == content);
-  EXPECT_EQ(host().Calls("UploadImageFileCb").back().args[5], "my logo.png");
+  EXPECT_EQ(host().Uploads().back().fileName, "my logo.png");
 
   Offer(Workspace::Get().WriteFile("logo", stored), "logo.png");
   const CurlResult got = CurlGet(mode(), "/download/logo", headers);
@@ -390,8 +390,8 @@ TEST_P(DownloadTest, AnOrdinaryClientLogsInUploadsAndDownloads) {
   const CurlResult info = CurlGet(mode(), "/dev_info", headers);
   EXPECT_EQ(info.code, 0);
   EXPECT_EQ(info.body, "{}");
-  host().login = [](LoginInfo* login) {
-    login->code = 1;
+  host().login = [](LoginInfo& login) {
+    login.code = 1;
     return 0;
   };
   const CurlResult refused = CurlPost(mode(), "/api/v1/auth/login", {}, R"({"username":"a","password":"b"})");

@@ -2,8 +2,7 @@
 #include <gtest/gtest.h>
 #include <sdkapi/sdkapi.h>
 
-#include "host.h"
-#include "log_lines.h"
+#include "shared.h"
 
 namespace integration {
 namespace {
@@ -11,10 +10,10 @@ namespace {
 TEST(FirstStartTest, StopBeforeAnyStartIsHarmless) { EXPECT_EQ(SdkAPISer_Stop(nullptr), 0); }
 
 TEST(FirstStartTest, IsRefusedBeforeInit) {
-  LogLines::Install();
-  const SdkAPISerHandle table = Host::Table();
+  LogCapture::Install();
+  const SdkAPISerHandle table = TestHost::Table();
   EXPECT_EQ(SdkAPISer_Start(&table), -1);
-  EXPECT_EQ(LogLines::Count(4, "http no init..", "sdkapi"), 1);
+  EXPECT_EQ(LogCapture::Count(4, "http no init..", "sdkapi"), 1);
 }
 
 }  // namespace

@@ -72,8 +72,8 @@ class IdleConnectionsTest : public ServerTest, public ::testing::WithParamInterf
   void SetUp() override {
     Workspace::Get().WriteFile("www/index.html", kPage);
     Prepare({https(), false});
-    host().deviceInfo = [](DeviceInfo* info) {
-      info->timeout = 300;
+    host().deviceInfo = [](DeviceInfo& info) {
+      info.timeout = 300;
       return 0;
     };
   }
@@ -200,8 +200,8 @@ TEST_P(IdleConnectionsTest, PipelinedRequestsAreAnsweredInOrder) {
 }
 
 TEST_P(IdleConnectionsTest, AnIdleConnectionBecomesAWebSocket) {
-  host().webSocket = [](int event, const char* token, const char* data, int length) {
-    if (event == 1) WebSocketSendData(token, data, length);
+  host().webSocket = [](int event, const std::string& token, const std::string& data) {
+    if (event == 1) WebSocketSendData(token.c_str(), data.c_str(), static_cast<int>(data.size()));
     return 0;
   };
   RawWebSocket socket({https(), false});

@@ -24,13 +24,13 @@ class Pictures {
  public:
   explicit Pictures(std::vector<std::string> pictures) : pictures_(std::move(pictures)) {}
 
-  int operator()(PreviewFrame* frame) {
-    if (frame->state == 0) next_ = 0;
-    if (frame->state != 1) return 0;
+  int operator()(PreviewFrame& frame) {
+    if (frame.state == 0) next_ = 0;
+    if (frame.state != 1) return 0;
     if (next_ == pictures_.size()) return 1;
     const std::string& picture = pictures_[next_++];
-    std::memcpy(frame->frame, picture.data(), picture.size());
-    frame->length = static_cast<int64_t>(picture.size());
+    std::memcpy(frame.frame, picture.data(), picture.size());
+    frame.length = static_cast<int64_t>(picture.size());
     return 0;
   }
 
@@ -61,9 +61,9 @@ class PreviewTest : public ModeTest {
 
   // Pictures without end, at a pace that leaves the machine to others.
   void StreamForEver(std::size_t size) {
-    host().preview = [size](PreviewFrame* frame) {
-      if (frame->state == 1) std::this_thread::sleep_for(std::chrono::milliseconds(2));
-      frame->length = static_cast<int64_t>(size);
+    host().preview = [size](PreviewFrame& frame) {
+      if (frame.state == 1) std::this_thread::sleep_for(std::chrono::milliseconds(2));
+      frame.length = static_cast<int64_t>(size);
       return 0;
     };
   }
@@ -105,14 +105,14 @@ TEST_P(PreviewTest, TheUrlNamesTheSource) {
   host().preview = Pictures({"p"});
   for (const Row& row : rows) {
     SCOPED_TRACE(row.target);
-    LogLines::Clear();
+    LogCapture::Clear();
     const std::size_t before = host().Calls().size();
     EXPECT_EQ(Watch(row.target).raw, StreamHead() + Part("p"));
     const std::vector<Call> all = host().Calls();
     EXPECT_EQ(std::vector<Call>(all.begin() + static_cast<std::ptrdiff_t>(before), all.end()),
               (std::vector<Call>{State(0, row.hostname), State(1, row.hostname), State(1, row.hostname),
                                  State(2, row.hostname)}));
-    EXPECT_EQ(LogLines::Count(1, "FuncPreview hostname is [" + row.hostname + "]", "sdkapi"),
+    EXPECT_EQ(LogCapture::Count(1, "FuncPreview hostname is [" + row.hostname + "]", "sdkapi"),
               row.logged ? 1 : 0);
   }
 }
@@ -134,11 +134,11 @@ TEST_P(PreviewTest, LengthsOutsideTheRecord) {
     SCOPED_TRACE(row.length);
     host().Reset();
     int asked = 0;
-    host().preview = [&](PreviewFrame* frame) {
-      if (frame->state != 1) return 0;
+    host().preview = [&](PreviewFrame& frame) {
+      if (frame.state != 1) return 0;
       ++asked;
-      frame->length = asked == 1 ? row.length : 4;
-      std::memcpy(frame->frame, "good", 4);
+      frame.length = asked == 1 ? row.length : 4;
+      std::memcpy(frame.frame, "good", 4);
       return asked > 2 ? 1 : 0;
     };
     EXPECT_EQ(Watch("/stream").raw, StreamHead() + row.sent + (row.goesOn ? Part("good") : ""));
@@ -155,7 +155,7 @@ TEST_P(PreviewTest, TheLargestPictureArrivesWhole) {
 TEST_P(PreviewTest, ARefusedStreamIsLeftToTheWebServer) {
   for (const int result : {1, -1, -2}) {
     host().Reset();
-    host().preview = [result](PreviewFrame*) { return result; };
+    host().preview = [result](PreviewFrame&) { return result; };
     ExpectNotFound(Watch("/stream"));
     ExpectNotFound(Watch("/preview/RX"));
     EXPECT_EQ(host().Calls(), (std::vector<Call>{State(0), State(0, "RX")}));
@@ -165,16 +165,16 @@ TEST_P(PreviewTest, ARefusedStreamIsLeftToTheWebServer) {
 TEST_P(PreviewTest, OneZeroedRecordServesAStreamWhole) {
   std::vector<const PreviewFrame*> records;
   bool zeroed = true;
-  host().preview = [&](PreviewFrame* frame) {
-    records.push_back(frame);
-    if (frame->state == 0) {
-      const unsigned char* const bytes = frame->frame;
-      zeroed = frame->length == 0 &&
+  host().preview = [&](PreviewFrame& frame) {
+    records.push_back(&frame);
+    if (frame.state == 0) {
+      const unsigned char* const bytes = frame.frame;
+      zeroed = frame.length == 0 &&
                std::all_of(bytes, bytes + kLargestPicture, [](unsigned char b) { return b == 0; });
-      std::memcpy(frame->frame, "kept", 4);
-      frame->length = 4;
+      std::memcpy(frame.frame, "kept", 4);
+      frame.length = 4;
     }
-    return frame->state == 1 && records.size() > 3 ? 1 : 0;
+    return frame.state == 1 && records.size() > 3 ? 1 : 0;
   };
   EXPECT_EQ(Watch("/stream").raw, StreamHead() + Part("kept") + Part("kept"));
   EXPECT_TRUE(zeroed);
@@ -292,10 +292,10 @@ INSTANTIATE_TEST_SUITE_P(Schemes, NoPreviewTest, ::testing::Values(Mode{false, f
 TEST_P(NoPreviewTest, AHostWithoutTheFunctionHasNoStreams) {
   for (const char* const target : {"/stream", "/preview/RX", "/preview"}) {
     SCOPED_TRACE(target);
-    LogLines::Clear();
+    LogCapture::Clear();
     ExpectNotFound(SendBare({"GET", target, {}, ""}));
-    EXPECT_EQ(LogLines::Count(4, "FuncPreview not registered!!!!", "sdkapi"), 1);
-    EXPECT_EQ(LogLines::Count(1, "FuncPreview hostname is [RX]", "sdkapi"), 0);
+    EXPECT_EQ(LogCapture::Count(4, "FuncPreview not registered!!!!", "sdkapi"), 1);
+    EXPECT_EQ(LogCapture::Count(1, "FuncPreview hostname is [RX]", "sdkapi"), 0);
   }
 }
 
@@ -329,11 +329,11 @@ TEST_P(PreviewTest, AnOrdinaryPlayerDecodesFiftyPictures) {
   for (const char* const target : {"/stream", "/preview/RX01"}) {
     SCOPED_TRACE(target);
     host().Reset();
-    host().preview = [&pictures, next = std::size_t{0}](PreviewFrame* frame) mutable {
-      if (frame->state != 1) return 0;
+    host().preview = [&pictures, next = std::size_t{0}](PreviewFrame& frame) mutable {
+      if (frame.state != 1) return 0;
       const std::string& picture = pictures[next++ % pictures.size()];
-      std::memcpy(frame->frame, picture.data(), picture.size());
-      frame->length = static_cast<int64_t>(picture.size());
+      std::memcpy(frame.frame, picture.data(), picture.size());
+      frame.length = static_cast<int64_t>(picture.size());
       std::this_thread::sleep_for(std::chrono::milliseconds(1));
       return 0;
     };

@@ -34,16 +34,16 @@ class StartTest : public ServerTest {
  protected:
   void SetUp() override {
     Server::Get().Stop();
-    Host::Get().Reset();
-    LogLines::Install();
-    LogLines::Clear();
+    TestHost::Get().Reset();
+    LogCapture::Install();
+    LogCapture::Clear();
   }
 
   // What every failed start must leave behind: a process that can start.
   void ExpectThatItCanStart() {
     Prepare({true, true});
-    host().deviceInfo = [](DeviceInfo* info) {
-      info->timeout = 300;
+    host().deviceInfo = [](DeviceInfo& info) {
+      info.timeout = 300;
       return 0;
     };
     ExpectReply(Get("/dev_info"), 200, R"({"timeout":"300"})");
@@ -54,7 +54,7 @@ class StartTest : public ServerTest {
     SdkAPiSer_Cert_Set(certificateFile.c_str());
     SdkAPiSer_CertPassword_Set(passPhrase.c_str());
     SdkAPISer_Init();
-    const SdkAPISerHandle table = Host::Table();
+    const SdkAPISerHandle table = TestHost::Table();
     return SdkAPISer_Start(&table);
   }
 };
@@ -95,11 +95,12 @@ TEST_F(StartTest, FailsWithAWrongCertificate) {
 TEST_F(StartTest, LogsThePassPhraseAndTheContext) {
   Prepare({true, false});
   Server::Get().Stop();
-  LogLines::Clear();
+  LogCapture::Clear();
   Server::Get().Ensure();
-  EXPECT_EQ(LogLines::Count(1, "https cert passwd is [open sesame 42]", "sdkapi"), 1);
+  EXPECT_EQ(LogCapture::Count(1, "https cert passwd is [open sesame 42]", "sdkapi"), 1);
   int contexts = 0;
-  for (const LogLine& line : LogLines::All()) contexts += line.text.starts_with("ssl_ctx_st = [") ? 1 : 0;
+  for (const LogRecord& line : LogCapture::Records())
+    contexts += line.text.starts_with("ssl_ctx_st = [") ? 1 : 0;
   EXPECT_EQ(contexts, 1);
 }
 
@@ -108,7 +109,7 @@ TEST_F(StartTest, OpensAnUnencryptedKeyWithoutAPassPhrase) {
   const std::string file = Workspace::Get().WriteFile("open.pem", made.certificate + made.key);
   ASSERT_EQ(StartWith(file, ""), 0);
   SdkAPISer_Stop(nullptr);
-  EXPECT_EQ(LogLines::Count(1, "https cert passwd is []", "sdkapi"), 0);
+  EXPECT_EQ(LogCapture::Count(1, "https cert passwd is []", "sdkapi"), 0);
   ExpectThatItCanStart();
 }
 
@@ -117,7 +118,7 @@ TEST_F(StartTest, ServesNoTlsWithoutACertificate) {
   SdkAPISer_Port_Set(0, port);
   SdkAPiSer_Cert_Set("");
   SdkAPISer_Init();
-  const SdkAPISerHandle table = Host::Table();
+  const SdkAPISerHandle table = TestHost::Table();
   ASSERT_EQ(SdkAPISer_Start(&table), 0);
   const Connection client(port, true);
   EXPECT_FALSE(client.connected());
@@ -135,7 +136,7 @@ TEST_F(StartTest, FailsOnATakenPort) {
   ASSERT_EQ(listen(fd, 1), 0);
   ASSERT_EQ(getsockname(fd, reinterpret_cast<sockaddr*>(&address), &length), 0);
   const int files = OpenFiles();
-  const SdkAPISerHandle table = Host::Table();
+  const SdkAPISerHandle table = TestHost::Table();
   SdkAPiSer_Cert_Set(Server::CertificateFile().c_str());
   SdkAPiSer_CertPassword_Set(Server::PassPhrase());
   for (const bool https : {false, true}) {
@@ -158,11 +159,11 @@ TEST_F(StartTest, IsRefusedWhileRunning) {
 TEST_F(StartTest, StopsTwiceAndLogsEachStop) {
   Prepare({false, false});
   Server::Get().Stop();
-  LogLines::Clear();
+  LogCapture::Clear();
   int notLookedAt = 0;
   EXPECT_EQ(SdkAPISer_Stop(nullptr), 0);
   EXPECT_EQ(SdkAPISer_Stop(&notLookedAt), 0);
-  EXPECT_EQ(LogLines::Count(1, "SdkAPISer_Stop ..", "sdkapi"), 2);
+  EXPECT_EQ(LogCapture::Count(1, "SdkAPISer_Stop ..", "sdkapi"), 2);
   const Connection client(Server::Get().port(false), false);
   EXPECT_FALSE(client.connected());
 }
@@ -183,7 +184,7 @@ TEST_F(StartTest, ServesPlainHttpOnlyWhenNoTlsPortIsSet) {
   const int port = FreePort();
   SdkAPISer_Port_Set(port, 0);
   SdkAPISer_Init();
-  const SdkAPISerHandle table = Host::Table();
+  const SdkAPISerHandle table = TestHost::Table();
   ASSERT_EQ(SdkAPISer_Start(&table), 0);
   Connection client(port, false);
   ASSERT_TRUE(client.Send("GET /nowhere HTTP/1.1\r\nHost: a\r\nConnection: close\r\n\r\n"));
@@ -222,8 +223,8 @@ TEST_F(StartTest, RestartsWithClientsConnectedLeakNothing) {
   const int cycles = Cycles();
   for (int cycle = 0; cycle < cycles; ++cycle) {
     Prepare({false, false});
-    host().preview = [](PreviewFrame* frame) {
-      frame->length = 1000;
+    host().preview = [](PreviewFrame& frame) {
+      frame.length = 1000;
       std::this_thread::sleep_for(std::chrono::milliseconds(2));
       return 0;
     };
@@ -282,10 +283,10 @@ TEST_F(StartTest, ClosesConnectionsThatWaitForAWorker) {
 TEST_F(StartTest, ReadsTheSoftwareVersion) {
   Workspace& workspace = Workspace::Get();
   EXPECT_STREQ(SdkAPiSer_Version_Get(), "");
-  EXPECT_EQ(LogLines::Count(4, "fopen:", "sdkapimain"), 1);
+  EXPECT_EQ(LogCapture::Count(4, "fopen:", "sdkapimain"), 1);
   workspace.WriteFile("build.config", R"({"SoftwareVersion":"1.2.3"})");
   EXPECT_STREQ(SdkAPiSer_Version_Get(), "1.2.3");
-  EXPECT_EQ(LogLines::Count(1, "sdk api ser version 1.2.3", "sdkapimain"), 1);
+  EXPECT_EQ(LogCapture::Count(1, "sdk api ser version 1.2.3", "sdkapimain"), 1);
   workspace.WriteFile("build.config", R"({"softwareversion":"12345678901234567890"})");
   EXPECT_STREQ(SdkAPiSer_Version_Get(), "123456789012345");
   workspace.WriteFile("build.config", R"({"other":1})");

@@ -10,14 +10,6 @@ namespace {
 
 constexpr char kLogin[] = "/api/v1/auth/login";
 
-// How many places the session stack has left.
-int FreeSessions() {
-  int taken = 0;
-  while (AddUsrIdToStack("probe") == 0) ++taken;
-  for (int i = 0; i < taken; ++i) DelUsrIdStack("probe");
-  return taken;
-}
-
 class SessionTest : public ModeTest {
  protected:
   int UsedSessions() const { return mode().auth ? 1 : 0; }
@@ -58,13 +50,13 @@ TEST_P(SessionTest, LoginAnswersByTheHostsCode) {
   const int freeBefore = FreeSessions();
   for (const LoginRow& row : rows) {
     SCOPED_TRACE(row.what);
-    LogLines::Clear();
-    host().login = [row](LoginInfo* info) {
-      std::strcpy(info->token, row.token);
-      std::strcpy(info->wizard, row.wizard);
-      info->firstlogin = row.firstlogin;
-      info->lockTime = row.lockTime;
-      info->code = row.code;
+    LogCapture::Clear();
+    host().login = [row](LoginInfo& info) {
+      std::strcpy(info.token, row.token);
+      std::strcpy(info.wizard, row.wizard);
+      info.firstlogin = row.firstlogin;
+      info.lockTime = row.lockTime;
+      info.code = row.code;
       return row.result;
     };
     const Response response = Post(kLogin, R"({"username":"ann","password":"pw"})");
@@ -73,17 +65,17 @@ TEST_P(SessionTest, LoginAnswersByTheHostsCode) {
     } else {
       ExpectNotFound(response);
     }
-    EXPECT_EQ(LogLines::Count(1, "iretCode = " + std::to_string(row.result), "sdkapi"), 1);
+    EXPECT_EQ(LogCapture::Count(1, "iretCode = " + std::to_string(row.result), "sdkapi"), 1);
     EXPECT_EQ(host().Calls("LoginCb").back().args, (std::vector<std::string>{"ann", "pw"}));
   }
   EXPECT_EQ(FreeSessions(), freeBefore);  // none of these registered anything
 }
 
 TEST_P(SessionTest, LoginRegistersATokenAndLogOutRemovesIt) {
-  host().login = [](LoginInfo* info) {
-    std::strcpy(info->token, "fresh \"quoted\" token");
-    std::strcpy(info->wizard, "w");
-    info->firstlogin = 1;
+  host().login = [](LoginInfo& info) {
+    std::strcpy(info.token, "fresh \"quoted\" token");
+    std::strcpy(info.wizard, "w");
+    info.firstlogin = 1;
     return 0;
   };
   ExpectReply(Post(kLogin, "{}"), 200,
@@ -154,8 +146,8 @@ TEST_P(SessionTest, LoginReadsItsBodyWithinBounds) {
        {std::string(31, 'u'), std::string(255, 'p')}},
       {"NUL in the body", sized(std::string("{\"username\":\"ann\"\0,\"password\":\"pw\"}", 36)), none},
   };
-  host().login = [](LoginInfo* info) {
-    info->code = 1;
+  host().login = [](LoginInfo& info) {
+    info.code = 1;
     return 0;
   };
   for (const Row& row : rows) {
@@ -198,11 +190,11 @@ TEST_P(SessionTest, LogOutOfAnUnknownToken) {
   if (mode().auth) {
     ExpectReply(response, 401);
     EXPECT_EQ(host().Count("LogOutCb"), 0);
-    EXPECT_TRUE(LogLines::Wait(4, "token err!!!!", "sdkapi"));
+    EXPECT_TRUE(LogCapture::Wait(4, "token err!!!!", "sdkapi"));
   } else {
     ExpectNotFound(response);  // the global table is no login that could be removed
     EXPECT_EQ(host().Count("LogOutCb"), 1);
-    EXPECT_TRUE(LogLines::Wait(4, "json api del handle fail", "sdkapi"));
+    EXPECT_TRUE(LogCapture::Wait(4, "json api del handle fail", "sdkapi"));
   }
 }
 
@@ -233,8 +225,8 @@ TEST_P(SessionTest, DeviceInformationReportsWhatTheHostSet) {
   for (const Row& row : rows) {
     for (const char* const target : {"/dev_info", "/getdevicetime"}) {
       SCOPED_TRACE(std::string(row.what) + " " + target);
-      host().deviceInfo = [row](DeviceInfo* info) {
-        row.fill(*info);
+      host().deviceInfo = [row](DeviceInfo& info) {
+        row.fill(info);
         return row.result;
       };
       ExpectReply(Get(target), row.status, row.body);
@@ -244,9 +236,9 @@ TEST_P(SessionTest, DeviceInformationReportsWhatTheHostSet) {
 }
 
 TEST_P(SessionTest, DeviceInformationSurvivesAHostThatForgetsTheNul) {
-  host().deviceInfo = [](DeviceInfo* info) {
-    std::memset(info->model, 'm', sizeof info->model);
-    std::memset(info->devicetime, 'd', sizeof info->devicetime);
+  host().deviceInfo = [](DeviceInfo& info) {
+    std::memset(info.model, 'm', sizeof info.model);
+    std::memset(info.devicetime, 'd', sizeof info.devicetime);
     return 0;
   };
   ExpectReply(
@@ -288,18 +280,18 @@ TEST_P(SessionTest, TheTokenIsTheHeaderBehindSevenCharacters) {
                            {"X-Other: Bearer abc", ""}};
   for (const TokenRow& row : rows) {
     SCOPED_TRACE(row.header);
-    LogLines::Clear();
+    LogCapture::Clear();
     const Response response = SendBare({"GET", "/dev_info", {row.header}, ""});
     if (mode().auth) {
       ExpectReply(response, 401);
       EXPECT_EQ(host().Count("DeviceInfoCb"), 0);
-      EXPECT_TRUE(LogLines::Wait(4, "token err!!!!", "sdkapi"));
+      EXPECT_TRUE(LogCapture::Wait(4, "token err!!!!", "sdkapi"));
     } else {
       ExpectReply(response, 200, "{}");
       EXPECT_EQ(host().Calls("DeviceInfoCb").back().token, row.token);
     }
     const bool present = row.header[0] != 'X';
-    EXPECT_EQ(LogLines::Count(1, std::string("req http token ") + row.token, "sdkapi"), present ? 1 : 0);
+    EXPECT_EQ(LogCapture::Count(1, std::string("req http token ") + row.token, "sdkapi"), present ? 1 : 0);
   }
 }
 
@@ -335,7 +327,7 @@ TEST_P(AuthenticatedTest, TokensUpToTheirLimitWork) {
     const std::string text(row.length, 't');
     host().Reset();
     ASSERT_TRUE(LogIn(text));
-    host().download = [](DownloadFileInfo*) { return -1; };
+    host().download = [](DownloadFileInfo&) { return -1; };
     EXPECT_EQ(FreeSessions(), 18);
     ExpectReply(DeviceInfoAs(text), row.json, "{}");
     ExpectReply(DeviceInfoAs(text, "/download/scene"), row.transfer);
@@ -347,8 +339,8 @@ TEST_P(AuthenticatedTest, TokensUpToTheirLimitWork) {
 }
 
 TEST_P(AuthenticatedTest, ATokenWithoutItsNulIsCutToTheField) {
-  host().login = [](LoginInfo* info) {
-    std::memset(info->token, 'z', sizeof info->token);
+  host().login = [](LoginInfo& info) {
+    std::memset(info.token, 'z', sizeof info.token);
     return 0;
   };
   const std::string stored(1023, 'z');
@@ -361,13 +353,13 @@ TEST_P(AuthenticatedTest, ATokenWithoutItsNulIsCutToTheField) {
 TEST_P(AuthenticatedTest, TwentySessionsAndTheTwentyFirstLogin) {
   // The login of the frame is the first.
   for (int i = 2; i <= 20; ++i) ASSERT_TRUE(LogIn("session-" + std::to_string(i)));
-  LogLines::Clear();
-  host().login = [](LoginInfo* info) {
-    std::strcpy(info->token, "session-21");
+  LogCapture::Clear();
+  host().login = [](LoginInfo& info) {
+    std::strcpy(info.token, "session-21");
     return 0;
   };
   ExpectReply(Post(kLogin, "{}"), 500);
-  EXPECT_EQ(LogLines::Count(4, "The maximum number of users exceeded.", "user"), 1);
+  EXPECT_EQ(LogCapture::Count(4, "The maximum number of users exceeded.", "user"), 1);
   ExpectReply(DeviceInfoAs("session-21"), 200, "{}");  // its table stays registered on purpose
 
   ExpectReply(LogOut("session-5"), 200, R"({"code":"0"})");
@@ -411,10 +403,10 @@ TEST_P(AuthenticatedTest, LogOutDuringARequestLeavesThatRequestItsTable) {
   std::atomic<bool> entered{false};
   std::atomic<bool> release{false};
   ASSERT_TRUE(LogIn("busy"));
-  host().deviceInfo = [&](DeviceInfo* info) {
+  host().deviceInfo = [&](DeviceInfo& info) {
     entered.store(true);
     Eventually([&] { return release.load(); });
-    info->timeout = 1;
+    info.timeout = 1;
     return 0;
   };
   Connection slow(Server::Get().port(mode().https), mode().https);

@@ -36,21 +36,21 @@ class SlowClientsTest : public ServerTest {
   void SetUp() override {
     Prepare({false, true});
     file_ = Workspace::Get().WriteFile("large.bin", std::string(kFileSize, 'd'));
-    host().download = [this](DownloadFileInfo* info) {
-      file_.copy(info->path, sizeof info->path);
+    host().download = [this](DownloadFileInfo& info) {
+      file_.copy(info.path, sizeof info.path);
       return 0;
     };
     const std::string settings = Workspace::Get().WriteFile("settings", "short");
-    host().downloadSetting = [settings](DownloadSettingInfo* info) {
-      settings.copy(info->path, sizeof info->path);
+    host().downloadSetting = [settings](DownloadSettingInfo& info) {
+      settings.copy(info.path, sizeof info.path);
       return 0;
     };
-    host().preview = [](PreviewFrame* frame) {
-      frame->length = 100000;
+    host().preview = [](PreviewFrame& frame) {
+      frame.length = 100000;
       return 0;
     };
-    host().upload = [this](const UploadStep& step) {
-      const bool slow = std::strcmp(step.fileName, "slow host") == 0;
+    host().upload = [](const UploadStep& step, UploadFileCtx&) {
+      const bool slow = step.fileName == "slow host";
       if (slow && step.pieceState == 0) std::this_thread::sleep_for(kSteadyTime);
       return 0;
     };
@@ -163,7 +163,7 @@ class SlowClientsTest : public ServerTest {
     EXPECT_TRUE(DripUntilTheEnd(client, "GET /dev_info HTTP/1.1\r\nX-Long: " + std::string(10000, 'x'), 1,
                                 https ? kLetGo : kHeadLetGo));
   }
-  static int BrokenFiles() { return LogLines::Count(4, "mg_send_chunk error", "sdkapidownload"); }
+  static int BrokenFiles() { return LogCapture::Count(4, "mg_send_chunk error", "sdkapidownload"); }
   void DripFromAFile(bool https) {
     Connection client(Port(https), https, kLeastBuffer);
     ASSERT_TRUE(client.Send(Head("GET /log")));

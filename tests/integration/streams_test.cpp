@@ -16,13 +16,13 @@ class StreamsTest : public ModeTest {
  protected:
   void SetUp() override {
     ModeTest::SetUp();
-    host().deviceInfo = [](DeviceInfo* info) {
-      info->timeout = 300;
+    host().deviceInfo = [](DeviceInfo& info) {
+      info.timeout = 300;
       return 0;
     };
-    host().preview = [](PreviewFrame* frame) {
-      if (frame->state == 1) std::this_thread::sleep_for(std::chrono::milliseconds(100));
-      frame->length = 100;
+    host().preview = [](PreviewFrame& frame) {
+      if (frame.state == 1) std::this_thread::sleep_for(std::chrono::milliseconds(100));
+      frame.length = 100;
       return 0;
     };
   }
@@ -70,12 +70,12 @@ TEST_P(StreamsTest, LeaveWorkersForOthers) {
     ExpectReply(Get("/dev_info"), 200, R"({"timeout":"300"})");
   }
   EXPECT_EQ(Opened(), static_cast<int>(kPreviews)) << "a preview without room is not opened";
-  EXPECT_EQ(LogLines::Count(4, "no room for another stream!!!!", "sdkapi"), 6);
+  EXPECT_EQ(LogCapture::Count(4, "no room for another stream!!!!", "sdkapi"), 6);
 
   viewers_.pop_back();
   EXPECT_TRUE(Eventually([&] { return TryToListen() == RawWebSocket::Accepted("anybody"); }));
   listeners_.pop_back();
-  host().preview = [](PreviewFrame* frame) { return frame->state; };  // a stream without pictures
+  host().preview = [](PreviewFrame& frame) { return frame.state; };  // a stream without pictures
   EXPECT_TRUE(Eventually([&] { return TryToWatch().raw == StreamHead(); }));
 }
 

@@ -29,8 +29,12 @@ class UploadTest : public ModeTest {
  protected:
   void SetUp() override {
     ModeTest::SetUp();
-    ASSERT_EQ(SdkAPISer_Custom_Upload_Api_Add("/custom/upload$", Host::CustomUpload), 0);
-    host().upload = [this](const UploadStep& step) { return receiver_.Take(step); };
+    ASSERT_EQ(SdkAPISer_Custom_Upload_Api_Add("/custom/upload$", TestHost::CustomUpload), 0);
+    Receive();
+  }
+
+  void Receive() {
+    host().OnEveryUpload([this](const UploadStep& step, auto&) { return receiver_.Take(step); });
   }
 
   void ExpectRefused(const Response& response, const UploadRoute& route) {
@@ -38,23 +42,25 @@ class UploadTest : public ModeTest {
     ExpectReply(response, status, status == 406 ? kInvalidFile : "");
   }
 
-  // The call that a route's slot sees; custom functions get no token.
-  Call Step(const UploadRoute& route, const std::vector<std::string>& args) const {
-    std::vector<std::string> all{route.funcId};
-    all.insert(all.end(), args.begin(), args.end());
-    return {route.slot, route.refusal == Refusal::kCustom ? "" : token(), all};
+  // The host's calls for these steps; custom functions get neither token nor number.
+  std::vector<std::string> StepsOf(const UploadRoute& route, const std::vector<std::string>& steps) const {
+    const bool custom = route.refusal == Refusal::kCustom;
+    const std::string arguments = custom ? "" : token() + ", " + std::to_string(route.funcId);
+    std::vector<std::string> lines;
+    for (const std::string& step : steps) lines.push_back(route.slot + ("(" + arguments + ") ") + step);
+    return lines;
   }
 
-  int FinalCalls(const UploadRoute& route) {
-    int count = 0;
-    for (const Call& call : host().Calls(route.slot)) count += call.args[3] == "1" ? 1 : 0;
-    return count;
+  int FinalCalls() {
+    const auto steps = host().Uploads();
+    return static_cast<int>(
+        std::count_if(steps.begin(), steps.end(), [](const UploadStep& step) { return step.endFlag == 1; }));
   }
 
   void StartAfresh() {
     receiver_.Clear();
     host().Reset();
-    host().upload = [this](const UploadStep& step) { return receiver_.Take(step); };
+    Receive();
   }
 
   Receiver receiver_;
@@ -68,13 +74,13 @@ TEST_P(UploadTest, EachRouteShowsItsHostTheSameSteps) {
     SCOPED_TRACE(route.target);
     StartAfresh();
     ExpectReply(Send(UploadRequest(route.target, body)), 200);
-    EXPECT_EQ(host().Calls(), (std::vector<Call>{
-                                  Step(route, {"0", "0", "0", "file", "a.bin", "0"}),
-                                  Step(route, {"1", "7", "0", "file", "a.bin", "0"}),
-                                  Step(route, {"0", "0", "0", "note", "a.bin", "1"}),
-                                  Step(route, {"1", "4", "0", "note", "a.bin", "1"}),
-                                  Step(route, {"1", "0", "1", "note", "a.bin", "1"}),
-                              }));
+    EXPECT_EQ(host().Lines(), StepsOf(route, {
+                                                 "found file a.bin",
+                                                 "piece 7 last file a.bin",
+                                                 "found note (none) after a.bin",
+                                                 "piece 4 last note (none) after a.bin",
+                                                 "final last note (none) after a.bin",
+                                             }));
   }
 }
 
@@ -84,8 +90,8 @@ TEST_P(UploadTest, PrefixRoutesServeLongerUrisWithoutAnIdentifier) {
     SCOPED_TRACE(target);
     StartAfresh();
     ExpectReply(Send(UploadRequest(target, MultipartBody({{"f", "x", "f"}}))), 200);
-    ASSERT_FALSE(host().Calls().empty());
-    EXPECT_EQ(host().Calls().back().args[0], "-1");
+    ASSERT_FALSE(host().Uploads().empty());
+    EXPECT_EQ(host().Uploads().back().funcId, -1);
   }
 }
 
@@ -153,7 +159,7 @@ TEST_P(LargeUploadTest, ARefusalReachesAClientThatIsStillSending) {
   for (const char* const target : {"/upload/logo", "/custom/upload"}) {
     for (const Row& row : rows) {
       SCOPED_TRACE(std::string(target) + " " + row.what);
-      host().upload = [&](const UploadStep&) { return row.result; };
+      host().OnEveryUpload([&](const UploadStep&, auto&) { return row.result; });
       const std::string authorization = row.stranger ? "Authorization: Bearer stranger" : Authorization();
       Connection client(Server::Get().port(mode().https), mode().https);
       EXPECT_TRUE(client.Send(HttpRequest{"POST", target, {row.contentType, authorization}, body}.Bytes()));
@@ -199,13 +205,12 @@ TEST_P(UploadTest, AFieldWithoutAFileNameKeepsTheOneBefore) {
   const std::string body =
       MultipartBody({{"a", "1", ""}, {"b", "2", "first.png"}, {"c", "3", ""}, {"d", "4", "next"}});
   ExpectReply(Send(UploadRequest("/upload/bg", body)), 200);
-  std::vector<std::vector<std::string>> found;
-  for (const Call& call : host().Calls()) {
-    if (call.args[1] == "0") found.push_back({call.args[4], call.args[5], call.args[6]});
+  std::vector<std::string> found;
+  for (const UploadStep& step : host().Uploads()) {
+    if (step.pieceState == 0) found.push_back(step.Describe());
   }
-  EXPECT_EQ(found,
-            (std::vector<std::vector<std::string>>{
-                {"a", "", "1"}, {"b", "first.png", "0"}, {"c", "first.png", "1"}, {"d", "next", "0"}}));
+  EXPECT_EQ(found, (std::vector<std::string>{"found a (none)", "found b first.png",
+                                             "found c (none) after first.png", "found d next"}));
 }
 
 TEST_P(UploadTest, AFormWithoutFieldsGetsTheFinalCallOnly) {
@@ -213,7 +218,7 @@ TEST_P(UploadTest, AFormWithoutFieldsGetsTheFinalCallOnly) {
     SCOPED_TRACE(route.target);
     StartAfresh();
     ExpectReply(Send(UploadRequest(route.target, "--BOUNDARYxyz--\r\n")), 200);
-    EXPECT_EQ(host().Calls(), std::vector<Call>{Step(route, {"0", "0", "1", "", "", "0"})});
+    EXPECT_EQ(host().Lines(), StepsOf(route, {"final  "}));
   }
 }
 
@@ -278,19 +283,20 @@ TEST_P(UploadTest, HostErrorsAreAnsweredAsTheirFamilySays) {
         SCOPED_TRACE(std::string(route.target) + " step " + std::to_string(static_cast<int>(at)) +
                      " result " + std::to_string(result));
         StartAfresh();
-        host().upload = [&](const UploadStep& step) {
+        host().OnEveryUpload([&](const UploadStep& step, auto&) {
           if (step.endFlag == 1) return at == At::kFinal ? result : 0;
           const At now = step.pieceState == 0 ? At::kFound : At::kGet;
-          return now == at && std::strcmp(step.name, "bad") == 0 ? result : 0;
-        };
+          return now == at && step.name == "bad" ? result : 0;
+        });
         const Outcome expected = ExpectedOutcome(route.refusal, at, result);
         ExpectReply(Send(UploadRequest(route.target, body)), expected.status,
                     expected.status == 406 ? kInvalidFile : "");
-        EXPECT_EQ(FinalCalls(route), expected.finalCall ? 1 : 0);
+        EXPECT_EQ(FinalCalls(), expected.finalCall ? 1 : 0);
         int bad = 0;
         int good = 0;
-        for (const Call& call : host().Calls())
-          (call.args[4] == "bad" ? bad : good) += call.args[3] == "0" ? 1 : 0;
+        for (const UploadStep& step : host().Uploads()) {
+          (step.name == "bad" ? bad : good) += step.endFlag == 0 ? 1 : 0;
+        }
         EXPECT_EQ(good, 2) << "the field behind the refused one is still offered";
         EXPECT_EQ(bad, at == At::kFound ? 1 : at == At::kGet ? 2 : 4) << "its rest is skipped";
       }
@@ -307,17 +313,11 @@ TEST_P(UploadTest, TheLastErrorDecides) {
   for (const Row& row :
        {Row{-1, 5, 406}, Row{5, -1, 500}, Row{5, -2, 401}, Row{-2, 0, 401}, Row{-1, 0, 500}}) {
     SCOPED_TRACE(std::to_string(row.first) + " then " + std::to_string(row.second));
-    host().upload = [&](const UploadStep& step) {
-      return std::strcmp(step.name, "1") == 0 ? row.first : row.second;
-    };
+    host().OnEveryUpload(
+        [&](const UploadStep& step, auto&) { return step.name == "1" ? row.first : row.second; });
     ExpectReply(Send(UploadRequest("/api/v1/fw_upload", MultipartBody({{"1", "x", "f"}, {"2", "y", "g"}}))),
                 row.status, row.status == 406 ? kInvalidFile : "");
   }
-}
-
-// The record behind a step; the first eight fields are the same in both kinds of record.
-UploadFileCtx& RecordOf(const UploadStep& step) {
-  return *static_cast<UploadFileCtx*>(const_cast<void*>(step.upload));
 }
 
 TEST_P(UploadTest, WhatTheHostWritesIntoTheDataIsGoneAtTheNextCall) {
@@ -327,14 +327,13 @@ TEST_P(UploadTest, WhatTheHostWritesIntoTheDataIsGoneAtTheNextCall) {
     SCOPED_TRACE(route.target);
     StartAfresh();
     int dirty = 0;
-    host().upload = [&](const UploadStep& step) {
-      UploadFileCtx& record = RecordOf(step);
+    host().OnEveryUpload([&](const UploadStep& step, auto& record) {
       const std::string behind(record.data + record.length, record.data + sizeof record.data);
       if (step.endFlag == 0 && behind.find_first_not_of('\0') != std::string::npos) ++dirty;
       receiver_.Take(step);
       std::memset(record.data, 'h', sizeof record.data);
       return 0;
-    };
+    });
     ExpectReply(Send(UploadRequest(route.target, body)), 200);
     EXPECT_EQ(dirty, 0);
     ASSERT_EQ(receiver_.Finished().size(), 1U);
@@ -347,12 +346,11 @@ TEST_P(UploadTest, TheExtraBlockIsTheHostsToTakeOrToReplace) {
   for (const UploadRoute& route : UploadRoutes()) {
     for (const bool replace : {false, true}) {
       SCOPED_TRACE(std::string(route.target) + (replace ? " replaced" : " taken"));
-      host().upload = [&](const UploadStep& step) {
-        char*& extra = RecordOf(step).extra;
-        std::free(extra);
-        extra = replace ? static_cast<char*>(std::calloc(1, 100)) : nullptr;
+      host().OnEveryUpload([&](const UploadStep&, auto& record) {
+        std::free(record.extra);
+        record.extra = replace ? static_cast<char*>(std::calloc(1, 100)) : nullptr;
         return 0;
-      };
+      });
       HttpRequest request = UploadRequest(route.target, MultipartBody({{"f", "x", "f"}}));
       request.headers.emplace_back("Port: eth0");
       ExpectReply(Send(request), 200);
@@ -366,18 +364,18 @@ TEST_P(UploadTest, AHostThatClearsItsLoginHandleIsNotCalledAgain) {
     if (route.refusal == Refusal::kCustom) continue;
     for (const bool inFound : {true, false}) {
       SCOPED_TRACE(std::string(route.target) + (inFound ? " found" : " get"));
-      LogLines::Clear();
+      LogCapture::Clear();
       int calls = 0;
-      host().upload = [&](const UploadStep& step) {
+      host().upload = [&](const UploadStep& step, UploadFileCtx& record) {
         ++calls;
-        if (inFound || step.pieceState != 0) RecordOf(step).loginHandle = nullptr;
+        if (inFound || step.pieceState != 0) record.loginHandle = nullptr;
         return 0;
       };
       ExpectRefused(Send(UploadRequest(route.target, body)), route);
       EXPECT_EQ(calls, inFound ? 1 : 2);
       // The parser asks once more after an abort in a long field.
-      const auto lines = LogLines::All();
-      EXPECT_TRUE(std::any_of(lines.begin(), lines.end(), [](const LogLine& line) {
+      const auto lines = LogCapture::Records();
+      EXPECT_TRUE(std::any_of(lines.begin(), lines.end(), [](const LogRecord& line) {
         return line.level == 4 && line.text.find("FileGetCb not registered!!!!") != std::string::npos;
       }));
     }
@@ -434,9 +432,9 @@ TEST_P(UploadTest, MalformedFormsFailAsAWholeOnEveryRoute) {
       SCOPED_TRACE(std::string(route.target) + ": " + form.what);
       StartAfresh();
       ExpectRefused(Send(HttpRequest{"POST", route.target, {form.contentType}, form.body}), route);
-      EXPECT_EQ(FinalCalls(route), 0);
-      for (const Call& call : host().Calls(route.slot)) {
-        EXPECT_NE(call.args[4], "x") << "a part without a body is no field";
+      EXPECT_EQ(FinalCalls(), 0);
+      for (const UploadStep& step : host().Uploads()) {
+        EXPECT_NE(step.name, "x") << "a part without a body is no field";
       }
     }
   }
@@ -528,12 +526,12 @@ TEST_P(UploadTest, EachRouteShowsItsHostTheStepsOfAnUrlencodedForm) {
     SCOPED_TRACE(route.target);
     StartAfresh();
     ExpectReply(Send(HttpRequest{"POST", route.target, {kUrlencodedType}, "a=text&b="}), 200);
-    EXPECT_EQ(host().Calls(), (std::vector<Call>{
-                                  Step(route, {"0", "0", "0", "a", "", "1"}),
-                                  Step(route, {"2", "4", "0", "a", "", "1"}),
-                                  Step(route, {"0", "0", "0", "b", "", "1"}),
-                                  Step(route, {"0", "0", "1", "b", "", "1"}),
-                              }));
+    EXPECT_EQ(host().Lines(), StepsOf(route, {
+                                                 "found a (none)",
+                                                 "piece 4 more a (none)",
+                                                 "found b (none)",
+                                                 "final b (none)",
+                                             }));
   }
 }
 
@@ -558,7 +556,7 @@ TEST_P(UploadTest, AnUrlencodedBodyCutShortFailsAsAWhole) {
                               Authorization() + "\r\nContent-Length: 100\r\n\r\n" + part));
       client.FinishSending();
       ExpectRefused(ParseResponse(client.ReadToEnd()), route);
-      EXPECT_EQ(FinalCalls(route), 0);
+      EXPECT_EQ(FinalCalls(), 0);
     }
   }
 }
@@ -569,13 +567,13 @@ TEST_P(UploadTest, ErrorsOfUrlencodedFieldsAreAnsweredAsOthersAre) {
       for (const int state : {0, 2}) {
         SCOPED_TRACE(std::string(route.target) + " " + std::to_string(result) + " " + std::to_string(state));
         StartAfresh();
-        host().upload = [&](const UploadStep& step) {
+        host().OnEveryUpload([&](const UploadStep& step, auto&) {
           return step.endFlag == 0 && step.pieceState == state ? result : 0;
-        };
+        });
         const Outcome expected = ExpectedOutcome(route.refusal, state == 0 ? At::kFound : At::kGet, result);
         ExpectReply(Send(HttpRequest{"POST", route.target, {kUrlencodedType}, "a=1&b=2"}), expected.status,
                     expected.status == 406 ? kInvalidFile : "");
-        EXPECT_EQ(FinalCalls(route), expected.finalCall ? 1 : 0);
+        EXPECT_EQ(FinalCalls(), expected.finalCall ? 1 : 0);
       }
     }
   }
@@ -650,12 +648,12 @@ TEST_P(UploadTest, AnUnknownTokenIsRefusedBeforeTheHostIsAsked) {
   if (!mode().auth) return;
   for (const UploadRoute& route : UploadRoutes()) {
     SCOPED_TRACE(route.target);
-    LogLines::Clear();
+    LogCapture::Clear();
     HttpRequest request = UploadRequest(route.target, MultipartBody({{"f", "x", "f"}}));
     request.headers.push_back("Authorization: Bearer stranger");
     ExpectReply(SendBare(request), 401);
-    EXPECT_EQ(LogLines::Count(4, "GetLoginHandle err stranger!!!!",
-                              route.refusal == Refusal::kCustom ? "sdkapicustom" : "sdkapiupload"),
+    EXPECT_EQ(LogCapture::Count(4, "GetLoginHandle err stranger!!!!",
+                                route.refusal == Refusal::kCustom ? "sdkapicustom" : "sdkapiupload"),
               1);
   }
   EXPECT_TRUE(host().Calls().empty());
@@ -666,10 +664,10 @@ TEST_P(UploadTest, ThePortHeaderReachesThe8021xCertificateOnly) {
     for (const std::string& port : {std::string("LAN 2"), std::string(300, 'p'), std::string()}) {
       SCOPED_TRACE(std::string(route.target) + " " + port);
       std::vector<std::string> seen;
-      host().upload = [&](const UploadStep& step) {
-        seen.emplace_back(step.extra != nullptr ? step.extra : "<null>");
+      host().OnEveryUpload([&](const UploadStep& step, auto&) {
+        seen.push_back(step.extra.value_or("<null>"));
         return 0;
-      };
+      });
       HttpRequest request = UploadRequest(route.target, MultipartBody({{"f", "x", "f"}}));
       if (!port.empty()) request.headers.push_back("Port: " + port);
       ExpectReply(Send(request), 200);
@@ -717,13 +715,13 @@ TEST_P(UploadTest, AVanishingClientIsForgotten) {
       client.Abort();
     }
     EXPECT_TRUE(Eventually([&] { return OpenFiles() <= files; }));
-    EXPECT_EQ(FinalCalls(route), 0);
+    EXPECT_EQ(FinalCalls(), 0);
     ExpectReply(Send(UploadRequest(route.target, MultipartBody({{"f", "x", "f"}}))), 200);
   }
 }
 
 TEST_P(UploadTest, ARefusedFileIsReadToItsEnd) {
-  host().upload = [](const UploadStep&) { return 5; };
+  host().OnEveryUpload([](const UploadStep&, auto&) { return 5; });
   const std::string body = MultipartBody({{"f", std::string(5000000, 'x'), "f"}});
   for (const char* const target : {"/upload/logo", "/api/v1/fw_upload", "/custom/upload"}) {
     SCOPED_TRACE(target);

@@ -43,8 +43,8 @@ std::string Numbered(int number) {
   return std::to_string(number) + ":" + std::string(static_cast<std::size_t>(number * 37 % 1500), 'n');
 }
 
-void SendTo(const char* token, const std::string& text) {
-  EXPECT_EQ(WebSocketSendData(token, text.c_str(), static_cast<int>(text.size())), 0);
+void SendTo(const std::string& token, const std::string& text) {
+  EXPECT_EQ(WebSocketSendData(token.c_str(), text.c_str(), static_cast<int>(text.size())), 0);
 }
 
 void SendToAll(const std::string& text) {
@@ -69,7 +69,7 @@ class StallTest : public ServerTest, public ::testing::WithParamInterface<Mode> 
   }
   // The client may see the end of the handshake before the server does: until then only a little waits.
   static void WaitUntilReady(RawWebSocket& socket, const std::string& name) {
-    SendTo(name.c_str(), "ready");
+    SendTo(name, "ready");
     auto frame = socket.Read();
     while (frame.has_value() && frame->payload != "ready") frame = socket.Read();
     EXPECT_EQ(frame, Text("ready"));
@@ -213,8 +213,8 @@ TEST_P(StallTest, AStalledClientIsStillHeard) {
 // An echo to a client that is slow to read holds back the client, it does not end it.
 TEST_P(StallTest, AnEchoHoldsItsClientBack) {
   if (mode().https) return;  // the client reads and writes on two threads
-  host().webSocket = [](int event, const char* token, const char* data, int length) {
-    return event == 1 ? WebSocketSendData(token, data, length) : 0;
+  host().webSocket = [](int event, const std::string& token, const std::string& data) {
+    return event == 1 ? WebSocketSendData(token.c_str(), data.c_str(), static_cast<int>(data.size())) : 0;
   };
   const Socket socket = Connect("echo");
   const std::string text(300000, 'e');
@@ -228,7 +228,7 @@ TEST_P(StallTest, AnEchoHoldsItsClientBack) {
 }
 
 TEST_P(StallTest, WhatWasSentBeforeTheHostsCloseStillArrives) {
-  host().webSocket = [this](int event, const char* token, const char*, int) {
+  host().webSocket = [this](int event, const std::string& token, const std::string&) {
     if (event != 1) return 0;
     SendTo(token, huge_);
     SendTo(token, "bye");
@@ -274,9 +274,9 @@ TEST_P(StallTest, AStopWaitsForNoClient) {
 // The answer to a client comes at once, also when it is two frames: the second must not wait until the client
 // acknowledges the first, which takes it 40 ms.
 TEST_P(StallTest, TheSecondOfTwoFramesDoesNotWait) {
-  host().webSocket = [](int event, const char* token, const char* data, int length) {
-    if (event == 1) WebSocketSendData(token, data, length);
-    if (event == 1) WebSocketSendData(token, "second", 6);
+  host().webSocket = [](int event, const std::string& token, const std::string& data) {
+    if (event == 1) WebSocketSendData(token.c_str(), data.c_str(), static_cast<int>(data.size()));
+    if (event == 1) WebSocketSendData(token.c_str(), "second", 6);
     return 0;
   };
   const Socket socket = Connect("two");

@@ -20,13 +20,6 @@
 namespace integration {
 namespace {
 
-int FreeSessions() {
-  int taken = 0;
-  while (AddUsrIdToStack("probe") == 0) ++taken;
-  for (int i = 0; i < taken; ++i) DelUsrIdStack("probe");
-  return taken;
-}
-
 Call Event(const std::string& token, int event, const std::string& data = "") {
   return {"WebSocketCb", token, {std::to_string(event), data, std::to_string(data.size())}};
 }
@@ -65,7 +58,7 @@ class WebSocketTest : public ModeTest {
       const auto events = Events();
       return std::count_if(events.begin(), events.end(), isEvent("0")) <=
                  std::count_if(events.begin(), events.end(), isEvent("2")) + orphans_ &&
-             LogLines::Count(4, "GetLoginHandle err!!!!", "sdkapi") >= orphans_;
+             LogCapture::Count(4, "GetLoginHandle err!!!!", "sdkapi") >= orphans_;
     });
     ModeTest::TearDown();
   }
@@ -85,7 +78,7 @@ TEST_P(WebSocketTest, TheHandshakeIsTheseBytes) {
   ExpectAlive(socket);
   const std::string line =
       "token = token-of-the-test and g_NoLogin = [" + std::string(mode().auth ? "0]" : "1]");
-  EXPECT_EQ(LogLines::Count(1, line, "sdkapi"), 1);
+  EXPECT_EQ(LogCapture::Count(1, line, "sdkapi"), 1);
 }
 
 TEST_P(WebSocketTest, EventsAreConnectTextAndClose) {
@@ -117,12 +110,12 @@ TEST_P(WebSocketTest, RefusedConnectionsGetNothing) {
   }
   for (const Row& row : rows) {
     SCOPED_TRACE(row.what);
-    LogLines::Clear();
+    LogCapture::Clear();
     Connection client(Server::Get().port(mode().https), mode().https);
     ASSERT_TRUE(client.Send(row.request));
     EXPECT_EQ(client.ReadToEnd(), "");
     EXPECT_EQ(client.end(), Connection::End::kEof);
-    EXPECT_EQ(LogLines::Count(4, "Token is invalid!!!", "sdkapi"), row.tokenInvalid ? 1 : 0);
+    EXPECT_EQ(LogCapture::Count(4, "Token is invalid!!!", "sdkapi"), row.tokenInvalid ? 1 : 0);
   }
   EXPECT_TRUE(Events().empty());
   // Nothing was left in the list: the next connection is the oldest one of its token, and nobody else is
@@ -197,27 +190,25 @@ TEST_P(WebSocketTest, FramesOfEveryOpcode) {
                       {15, "unknown(fh)"}};
   for (const Row& row : rows) {
     SCOPED_TRACE(row.opcode);
-    LogLines::Clear();
+    LogCapture::Clear();
     ASSERT_TRUE(socket->Send(row.opcode, "payload"));
     ExpectAlive(*socket);
-    EXPECT_EQ(LogLines::Count(1, row.log != nullptr ? row.log : "", "sdkapi"), row.log != nullptr ? 1 : 0);
-    EXPECT_EQ(LogLines::All().size(), row.log != nullptr ? 1U : 0U);
+    EXPECT_EQ(LogCapture::Count(1, row.log != nullptr ? row.log : "", "sdkapi"), row.log != nullptr ? 1 : 0);
+    EXPECT_EQ(LogCapture::Records().size(), row.log != nullptr ? 1U : 0U);
   }
   EXPECT_EQ(Events(), std::vector<Call>{Event(token(), 0)});  // none of them reached the host
   ASSERT_TRUE(socket->Send(8, std::string("\x03\xe8", 2)));
   EXPECT_TRUE(socket->ReadEnd());
-  EXPECT_TRUE(LogLines::Wait(1, "close", "sdkapi"));
+  EXPECT_TRUE(LogCapture::Wait(1, "close", "sdkapi"));
   EXPECT_TRUE(host().WaitForCount("WebSocketCb", 2));
   EXPECT_EQ(Events().back(), Event(token(), 2));
 }
 
 TEST_P(WebSocketTest, TextsOfAllSizesArriveTerminated) {
-  std::atomic<bool> terminated{true};
   std::vector<std::string> received;
-  host().webSocket = [&](int event, const char*, const char* data, int length) {
+  host().webSocket = [&](int event, const std::string&, const std::string& data) {
     if (event != 1) return 0;
-    if (data[length] != '\0') terminated = false;
-    received.emplace_back(data, static_cast<std::size_t>(length));
+    received.push_back(data);
     return 0;
   };
   Socket socket = Connect();
@@ -231,7 +222,7 @@ TEST_P(WebSocketTest, TextsOfAllSizesArriveTerminated) {
                                        std::string(1048576, 'e')};
   for (const std::string& text : texts) ASSERT_TRUE(socket->SendText(text));
   ExpectAlive(*socket);
-  EXPECT_TRUE(terminated);
+  EXPECT_EQ(host().Count("WebSocketCb without a NUL"), 0);
   EXPECT_TRUE(received == texts);
   EXPECT_EQ(Events()[1], Event(token(), 1, ""));
 }
@@ -253,7 +244,9 @@ TEST_P(WebSocketTest, ANonZeroResultClosesTheConnection) {
       ASSERT_TRUE(LogIn(token()));
     }
     host().Reset();
-    host().webSocket = [&](int event, const char*, const char*, int) { return event == 1 ? result : 99; };
+    host().webSocket = [&](int event, const std::string&, const std::string&) {
+      return event == 1 ? result : 99;
+    };
     Socket socket = Connect();
     ASSERT_TRUE(socket->SendText("bye"));
     EXPECT_TRUE(socket->ReadEnd());
@@ -265,12 +258,12 @@ TEST_P(WebSocketTest, ANonZeroResultClosesTheConnection) {
 }
 
 TEST_P(WebSocketTest, FramesSentDuringTheConnectEventFollowTheHandshake) {
-  host().webSocket = [](int event, const char* token, const char*, int) {
+  host().webSocket = [](int event, const std::string& token, const std::string&) {
     if (event != 0) return 0;
-    WebSocketSendData(token, "one", 3);
+    WebSocketSendData(token.c_str(), "one", 3);
     WebSocketSendDataALL("two", 3);
-    WebSocketSendData(token, "", 0);
-    WebSocketSendData(token, "four", 4);
+    WebSocketSendData(token.c_str(), "", 0);
+    WebSocketSendData(token.c_str(), "four", 4);
     return 0;
   };
   RawWebSocket socket(mode());
@@ -281,12 +274,12 @@ TEST_P(WebSocketTest, FramesSentDuringTheConnectEventFollowTheHandshake) {
 }
 
 TEST_P(WebSocketTest, FramesBeyondTheBoundAreDropped) {
-  host().webSocket = [](int event, const char* token, const char*, int) {
+  host().webSocket = [](int event, const std::string& token, const std::string&) {
     if (event != 0) return 0;
     const std::string large(1048576, 'h');
-    WebSocketSendData(token, large.c_str(), 1048576);
-    WebSocketSendData(token, large.c_str(), 1048576);
-    WebSocketSendData(token, "over", 4);
+    WebSocketSendData(token.c_str(), large.c_str(), 1048576);
+    WebSocketSendData(token.c_str(), large.c_str(), 1048576);
+    WebSocketSendData(token.c_str(), "over", 4);
     return 0;
   };
   Socket socket = Connect();
@@ -295,7 +288,7 @@ TEST_P(WebSocketTest, FramesBeyondTheBoundAreDropped) {
   ASSERT_TRUE(socket->Read() == (Frame{true, 1, large}));
   ExpectAlive(*socket);
   int dropped = 0;
-  for (const LogLine& line : LogLines::All()) dropped += line.level == 4 ? 1 : 0;
+  for (const LogRecord& line : LogCapture::Records()) dropped += line.level == 4 ? 1 : 0;
   EXPECT_EQ(dropped, 1);
 }
 
@@ -316,15 +309,15 @@ TEST_P(WebSocketTest, SendingByTokenReachesTheOldestConnectionOnly) {
 TEST_P(WebSocketTest, SendingToAllReachesEveryConnection) {
   std::vector<Socket> sockets;
   for (int i = 0; i < 5; ++i) sockets.push_back(Connect());
-  LogLines::Clear();
+  LogCapture::Clear();
   EXPECT_EQ(WebSocketSendDataALL("hello", 5), 0);
   EXPECT_EQ(WebSocketSendDataALL("hello", 2), 0);
-  EXPECT_EQ(LogLines::Count(1, "data = hello dataLen = 5", "sdkapi"), 1);
-  LogLines::Clear();
+  EXPECT_EQ(LogCapture::Count(1, "data = hello dataLen = 5", "sdkapi"), 1);
+  LogCapture::Clear();
   EXPECT_EQ(WebSocketSendDataALL("hello", 0), 0);
   EXPECT_EQ(WebSocketSendDataALL("hello", -1), 0);
   EXPECT_EQ(WebSocketSendDataALL(nullptr, 5), 0);
-  EXPECT_TRUE(LogLines::All().empty());
+  EXPECT_TRUE(LogCapture::Records().empty());
   for (const Socket& socket : sockets) {
     EXPECT_EQ(socket->Read(), (Frame{true, 1, "hello"}));
     EXPECT_EQ(socket->Read(), (Frame{true, 1, "he"}));
@@ -360,14 +353,14 @@ TEST_P(WebSocketTest, AClosedConnectionEndsTheLoginOnlyWithAuthentication) {
   const int free = FreeSessions();
   if (!mode().auth) SdkAPISer_AuthenticationSwitch_Set(0);
   host().Reset();
-  LogLines::Clear();
+  LogCapture::Clear();
   Socket socket = Connect("browser");
   socket->connection().Close();
   EXPECT_TRUE(host().WaitForCount("WebSocketCb", 2));
   EXPECT_EQ(Events().back(), Event("browser", 2));
   EXPECT_TRUE(Eventually([&] { return FreeSessions() == (mode().auth ? free + 1 : free); }));
   EXPECT_EQ(host().Count("LogOutCb"), mode().auth ? 1 : 0);
-  EXPECT_EQ(LogLines::Count(1, "userid [browser] login time out.. ", "sdkapi"), mode().auth ? 1 : 0);
+  EXPECT_EQ(LogCapture::Count(1, "userid [browser] login time out.. ", "sdkapi"), mode().auth ? 1 : 0);
   SdkAPISer_AuthenticationSwitch_Set(1);
   const Response after = SendBare({"GET", "/dev_info", {"Authorization: Bearer browser"}, ""});
   if (mode().auth) {
@@ -389,9 +382,9 @@ TEST_P(WebSocketTest, TheFirstCloseEndsTheLoginOfBothConnections) {
   ExpectAlive(*second);  // the text is dropped, the connection stays
   WebSocketSendData(token().c_str(), "still listed", 12);
   EXPECT_EQ(second->Read(), (Frame{true, 1, "still listed"}));
-  LogLines::Clear();
+  LogCapture::Clear();
   second->connection().Close();
-  EXPECT_TRUE(LogLines::Wait(4, "GetLoginHandle err!!!!", "sdkapi"));
+  EXPECT_TRUE(LogCapture::Wait(4, "GetLoginHandle err!!!!", "sdkapi"));
   EXPECT_EQ(Events(), (std::vector<Call>{Event(token(), 0), Event(token(), 0), Event(token(), 2)}));
   EXPECT_EQ(host().Count("LogOutCb"), 1);
   orphans_ = 1;
@@ -433,15 +426,15 @@ using Tcp = asio::ip::tcp;
 
 // A client that somebody else wrote, over either transport.
 template <class Stream>
-void TalkOver(beast::websocket::stream<Stream>& socket, const std::string& token, Host& host) {
+void TalkOver(beast::websocket::stream<Stream>& socket, const std::string& token, TestHost& host) {
   socket.set_option(beast::websocket::stream_base::decorator([&](beast::websocket::request_type& request) {
     request.set(beast::http::field::sec_websocket_protocol, token);
   }));
   beast::websocket::response_type answer;
   socket.handshake(answer, "127.0.0.1", "/websocket");
   EXPECT_EQ(answer[beast::http::field::sec_websocket_protocol], token);
-  host.webSocket = [](int event, const char* from, const char* data, int length) {
-    return event == 1 ? WebSocketSendData(from, data, length) : 0;
+  host.webSocket = [](int event, const std::string& from, const std::string& data) {
+    return event == 1 ? WebSocketSendData(from.c_str(), data.c_str(), static_cast<int>(data.size())) : 0;
   };
   for (int i = 0; i < 30; ++i) {
     const std::string text(static_cast<std::size_t>(i * 251), static_cast<char>('a' + i % 26));

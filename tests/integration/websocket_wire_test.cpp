@@ -14,14 +14,6 @@
 namespace integration {
 namespace {
 
-// How many places the session stack has left.
-int FreeSessions() {
-  int taken = 0;
-  while (AddUsrIdToStack("probe") == 0) ++taken;
-  for (int i = 0; i < taken; ++i) DelUsrIdStack("probe");
-  return taken;
-}
-
 bool SendByToken(const std::string& token, const std::string& text) {
   return WebSocketSendData(token.c_str(), text.c_str(), static_cast<int>(text.size())) == 0;
 }
@@ -69,10 +61,10 @@ INSTANTIATE_TEST_SUITE_P(Modes, WireTest, AllModes(), ModeName);
 TEST_P(WireTest, NothingIsWrittenIntoTheReplyOfAClientAfterARefusal) {
   std::atomic<bool> entered{false};
   std::atomic<bool> release{false};
-  host().deviceInfo = [&](DeviceInfo* info) {
+  host().deviceInfo = [&](DeviceInfo& info) {
     entered = true;
     Eventually([&] { return release.load(); });
-    info->timeout = 7;
+    info.timeout = 7;
     return 0;
   };
   for (const std::size_t keyLength : {64U, 65U, 1000U}) {
@@ -110,7 +102,7 @@ TEST_P(WireTest, TheLongestKeyIsAccepted) {
 
 // The host's other threads send while the connect event runs: the answer still comes first, then the frames.
 TEST_P(WireTest, FramesOfAnotherThreadDuringTheConnectEventFollowTheAnswer) {
-  host().webSocket = [](int event, const char* token, const char*, int) {
+  host().webSocket = [](int event, const std::string& token, const std::string&) {
     if (event != 0) return 0;
     const std::string to(token);
     std::thread other([&] {
@@ -159,8 +151,8 @@ TEST_P(WireTest, TheBoundCountsWaitingBytesAndNamesWhatItDrops) {
       ASSERT_TRUE(LogIn(token()));
       host().Reset();
     }
-    LogLines::Clear();
-    host().webSocket = [&row](int event, const char* token, const char*, int) {
+    LogCapture::Clear();
+    host().webSocket = [&row](int event, const std::string& token, const std::string&) {
       if (event != 0) return 0;
       for (const std::size_t size : row.sent) SendByToken(token, std::string(size, 'w'));
       return 0;
@@ -172,11 +164,11 @@ TEST_P(WireTest, TheBoundCountsWaitingBytesAndNamesWhatItDrops) {
     }
     ExpectAlive(*socket);
     int errors = 0;
-    for (const LogLine& line : LogLines::All()) errors += line.level == 4 ? 1 : 0;
+    for (const LogRecord& line : LogCapture::Records()) errors += line.level == 4 ? 1 : 0;
     EXPECT_EQ(errors, static_cast<int>(row.dropped.size()));
     for (const std::size_t size : row.dropped) {
       EXPECT_EQ(
-          LogLines::Count(
+          LogCapture::Count(
               4, "websocket handshake not complete, frame of " + std::to_string(size) + " bytes dropped",
               "sdkapi"),
           1);
@@ -216,7 +208,7 @@ TEST_P(WireTest, SendingByTokenMovesOnWhenTheOlderConnectionHasClosed) {
   third->connection().Close();
   // With authentication the first close ended the login, so the others have no event.
   EXPECT_TRUE(Eventually([&] {
-    return mode().auth ? LogLines::Count(4, "GetLoginHandle err!!!!", "sdkapi") == 2 : Events("2") == 3;
+    return mode().auth ? LogCapture::Count(4, "GetLoginHandle err!!!!", "sdkapi") == 2 : Events("2") == 3;
   }));
 }
 
@@ -248,8 +240,8 @@ INSTANTIATE_TEST_SUITE_P(Schemes, WireLoginTest, BothSchemes(), ModeName);
 
 TEST_P(WireLoginTest, ACloseGivesItsPlaceToTheNextLogin) {
   for (int i = 0; i < 19; ++i) ASSERT_EQ(AddUsrIdToStack("taken"), 0);
-  host().login = [](LoginInfo* info) {
-    std::strcpy(info->token, "one too many");
+  host().login = [](LoginInfo& info) {
+    std::strcpy(info.token, "one too many");
     return 0;
   };
   ExpectReply(Post("/api/v1/auth/login", "{}"), 500);
@@ -274,7 +266,7 @@ INSTANTIATE_TEST_SUITE_P(Schemes, EmptyTableTest, ::testing::Values(Mode{false, 
 TEST_P(EmptyTableTest, AHostWithoutTheFunctionRefusesAll) {
   RawWebSocket socket(mode());
   EXPECT_EQ(socket.Shake("/websocket", "anybody"), "");
-  EXPECT_TRUE(LogLines::Wait(4, "WebSocketConnectHandler not registered!!!!", "sdkapi"));
+  EXPECT_TRUE(LogCapture::Wait(4, "WebSocketConnectHandler not registered!!!!", "sdkapi"));
   EXPECT_TRUE(SendToAll("for nobody"));
 }
 

@@ -15,7 +15,7 @@ void LibraryTest::StartAfresh() {
   LogCapture::Install();
   SdkAPISer_Stop(nullptr);
   ResetServer();
-  TestHost::Reset();
+  TestHost::Get().Reset();
   System() = SystemCalls{};
   SdkAPISer_AuthenticationSwitch_Set(0);
   sdkapi::UsrManageTask();
@@ -34,17 +34,14 @@ void LibraryTest::Install(const SdkAPISerHandle& table) { sdkapi::SdkAPISerHandl
 void LibraryTest::RequireLogin() { SdkAPISer_AuthenticationSwitch_Set(1); }
 
 void LibraryTest::LogIn(const std::string& token) {
-  const auto script = TestHost::Script().login;
-  TestHost::Script().login = [&token](LoginInfo& info) {
+  mg_connection conn("POST", "/api/v1/auth/login");
+  const auto kept = TestHost::Get().login.Exchange([&token](LoginInfo& info) {
     std::snprintf(info.token, sizeof info.token, "%s", token.c_str());
     return 0;
-  };
-  mg_connection conn("POST", "/api/v1/auth/login");
+  });
   FuncLogin(&conn, nullptr);
-  const HostScript kept = TestHost::Script();
-  TestHost::Reset();
-  TestHost::Script() = kept;
-  TestHost::Script().login = script;
+  TestHost::Get().login = kept;
+  TestHost::Get().ForgetCalls();
   LogCapture::Clear();
 }
 

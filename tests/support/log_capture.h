@@ -27,6 +27,11 @@ class LogCapture {
 
   // The lines of Lines() without those that trace a reply ("send =>").
   static std::vector<std::string> LinesWithoutReplies();
+
+  // How many lines have this level, this text and this source.
+  static int Count(int level, const std::string& text, const std::string& source);
+  // Polls: a worker may log after its reply was read.
+  static bool Wait(int level, const std::string& text, const std::string& source);
 };
 
 }  // namespace sdktest

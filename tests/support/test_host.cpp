@@ -1,62 +1,47 @@
-// A host whose every function is scripted by the test: the slots and their records.
+// The host of all tests: the slots and their records.
 #include "test_host.h"
 
 #include <algorithm>
 #include <cstdlib>
-#include <mutex>
+#include <cstring>
 
 namespace sdktest {
 namespace {
 
-std::mutex mutex;
-std::vector<std::string> calls;
-std::vector<UploadStep> uploads;
-HostScript script;
+constexpr std::size_t kKeptBytes = 1 << 20;
 
-template <class Function, class... Arguments>
-int Run(const Function& function, Arguments&&... arguments) {
-  return function ? function(std::forward<Arguments>(arguments)...) : 0;
-}
+TestHost& Host() { return TestHost::Get(); }
 
 int AuthQuery(int* flag) {
-  TestHost::Record("AuthQueryCb(" + std::to_string(*flag) + ")");
-  return Run(script.authQuery, flag);
+  return Host().Answer(Host().authQuery, {"AuthQueryCb", "", {std::to_string(*flag)}}, flag);
 }
 
 int Login(LoginInfo* info) {
-  TestHost::Record("LoginCb(" + std::string(info->username) + ", " + info->password + ")");
-  return Run(script.login, *info);
+  return Host().Answer(Host().login, {"LoginCb", "", {info->username, info->password}}, *info);
 }
 
-int LogOut() {
-  TestHost::Record("LogOutCb()");
-  return Run(script.logOut);
-}
+int LogOut() { return Host().Answer(Host().logOut, {"LogOutCb", "", {}}); }
 
 int ChangeUser(const char* token, ChangeUserRequest* request) {
-  TestHost::Record("ChangeUserInfoCb(" + std::string(token) + ")");
-  return Run(script.changeUser, *request);
+  return Host().Answer(Host().changeUser, {"ChangeUserInfoCb", token, {}}, *request);
 }
 
 int ManageUser(const char* token, ManageUserRequest* request) {
-  TestHost::Record("ManageUserCb(" + std::string(token) + ")");
-  return Run(script.manageUser, *request);
+  return Host().Answer(Host().manageUser, {"ManageUserCb", token, {}}, *request);
 }
 
-int DeviceInfoSlot(const char* token, DeviceInfo* info) {
-  TestHost::Record("DeviceInfoCb(" + std::string(token) + ")");
-  return Run(script.deviceInfo, *info);
+int DescribeDevice(const char* token, DeviceInfo* info) {
+  return Host().Answer(Host().deviceInfo, {"DeviceInfoCb", token, {std::to_string(info->timeout)}}, *info);
 }
 
 int CustomRestore(const char* token, CustomRestoreArg* arg) {
-  TestHost::Record("CustomRestoreCb(" + std::string(token) + ", " + std::to_string(arg->code) + ", " +
-                   std::to_string(arg->reserved) + ")");
-  return Run(script.customRestore, *arg);
+  return Host().Answer(Host().customRestore,
+                       {"CustomRestoreCb", token, {std::to_string(arg->code), std::to_string(arg->reserved)}},
+                       *arg);
 }
 
 int DeviceStatus(char* uptime) {
-  TestHost::Record("DeviceStatusCb()");
-  return Run(script.deviceStatus, uptime);
+  return Host().Answer(Host().deviceStatus, {"DeviceStatusCb", "", {}}, uptime);
 }
 
 constexpr char kLogSlot[] = "DownloadLogFileCb";
@@ -67,73 +52,65 @@ constexpr char kLogoSlot[] = "DownloadImageFileCb";
 
 template <const char* kSlot>
 int Download(const char* token, DownloadFileInfo* info) {
-  TestHost::Record(std::string(kSlot) + "(" + token + ")");
-  return Run(script.download, *info);
+  return Host().Answer(Host().download, {kSlot, token, {}}, *info);
 }
 
 int DownloadSetting(const char* token, DownloadSettingInfo* info) {
-  TestHost::Record("DownloadSettingFileCb(" + std::string(token) + ", " + info->method + ")");
-  return Run(script.downloadSetting, *info);
+  return Host().Answer(Host().downloadSetting, {"DownloadSettingFileCb", token, {info->method}}, *info);
 }
 
 int Preview(PreviewFrame* frame) {
-  TestHost::Record("PreviewCb(" + std::string(frame->hostname) + ", " + std::to_string(frame->state) + ")");
-  return Run(script.preview, *frame);
+  return Host().Answer(Host().preview, {"PreviewCb", "", {frame->hostname, std::to_string(frame->state)}},
+                       *frame);
 }
 
 int TxRxList(const char* token, char* list) {
-  TestHost::Record("GetTxRxListCb(" + std::string(token) + ")");
-  return Run(script.txRxList, list);
+  return Host().Answer(Host().txRxList, {"GetTxRxListCb", token, {}}, list);
 }
 
 int PrivJson(const char* token, PrivList* list) {
-  TestHost::Record("GetPrivJsonCb(" + std::string(token) + ")");
-  return Run(script.privJson, *list);
+  return Host().Answer(Host().privJson, {"GetPrivJsonCb", token, {std::to_string(list->count)}}, *list);
 }
 
 int SpecifyPriv(const char* token, const char* hostname, const char* file) {
-  TestHost::Record("SpecifyPrivCb(" + std::string(token) + ", " + hostname + ", " + file + ")");
-  return Run(script.specifyPriv, hostname, file);
+  return Host().Answer(Host().specifyPriv, {"SpecifyPrivCb", token, {hostname, file}}, hostname, file);
 }
 
 int DeletePriv(const char* token, const char* file) {
-  TestHost::Record("DeletePrivCb(" + std::string(token) + ", " + file + ")");
-  return Run(script.deletePriv, file);
+  return Host().Answer(Host().deletePriv, {"DeletePrivCb", token, {file}}, file);
+}
+
+bool IsZero(const char* begin, const char* end) {
+  return begin == end ||
+         (*begin == 0 && std::memcmp(begin, begin + 1, static_cast<std::size_t>(end - begin) - 1) == 0);
 }
 
 // Both upload records begin with the same eight fields.
 template <class Context>
-UploadStep StepOf(const Context& ctx) {
+UploadStep StepOf(const char* slot, const char* token, int funcId, const Context& ctx) {
   UploadStep step;
+  step.slot = slot;
+  step.token = token;
+  step.funcId = funcId;
   step.name = ctx.name;
   step.fileName = ctx.fileName;
   const auto length = static_cast<std::size_t>(std::clamp<int64_t>(ctx.length, 0, sizeof ctx.data));
   step.data.assign(ctx.data, length);
-  step.restIsZero =
-      std::all_of(ctx.data + length, ctx.data + sizeof ctx.data, [](char byte) { return byte == 0; });
+  step.restIsZero = IsZero(ctx.data + length, ctx.data + sizeof ctx.data);
   step.length = ctx.length;
   step.noFileName = ctx.noFileName;
   step.pieceState = ctx.pieceState;
   step.endFlag = ctx.endFlag;
   step.error = ctx.error;
+  step.record = &ctx;
   if (ctx.extra != nullptr) step.extra = ctx.extra;
   return step;
 }
 
-void Keep(const UploadStep& step) {
-  const std::lock_guard lock(mutex);
-  calls.push_back(step.Describe());
-  uploads.push_back(step);
-}
-
-int RunUpload(const char* slot, const char* token, UploadFileCtx* ctx) {
-  UploadStep step = StepOf(*ctx);
-  step.slot = slot;
-  step.token = token;
-  step.funcId = ctx->funcId;
+int AnswerFile(const char* slot, const char* token, int funcId, UploadFileCtx* ctx) {
+  UploadStep step = StepOf(slot, token, funcId, *ctx);
   step.table = ctx->loginHandle;
-  Keep(step);
-  return Run(script.upload, step, *ctx);
+  return Host().AnswerUpload(Host().upload, step, *ctx);
 }
 
 constexpr char kImageSlot[] = "UploadImageFileCb";
@@ -143,32 +120,50 @@ constexpr char kZipSlot[] = "UploadZipFileCb";
 
 template <const char* kSlot>
 int Upload(const char* token, int funcId, UploadFileCtx* ctx) {
-  if (funcId != ctx->funcId) TestHost::Record("funcId differs from the record");
-  return RunUpload(kSlot, token, ctx);
+  // A number that the record does not show is recorded as none that there is.
+  return AnswerFile(kSlot, token, funcId == ctx->funcId ? funcId : -100, ctx);
 }
 
-int Upgrade(const char* token, UploadFileCtx* ctx) { return RunUpload("UpgradeCb", token, ctx); }
+int Upgrade(const char* token, UploadFileCtx* ctx) {
+  return AnswerFile("UpgradeCb", token, ctx->funcId, ctx);
+}
 
 int WebSocketEvent(int event, const char* token, const char* data, int length) {
-  TestHost::Record("WebSocketCb(" + std::to_string(event) + ", " + token + ", \"" + data + "\", " +
-                   std::to_string(length) + ")");
-  return Run(script.webSocket, event, token, std::string(data, static_cast<std::size_t>(length)));
+  const char* const slot = data[length] == '\0' ? "WebSocketCb" : "WebSocketCb without a NUL";
+  return Host().Answer(Host().webSocket, {slot, token, {std::to_string(event), data, std::to_string(length)}},
+                       event, token, std::string(data, static_cast<std::size_t>(length)));
+}
+
+bool HasToken(const std::string& slot) {
+  for (const char* const without : {"AuthQueryCb", "LoginCb", "LogOutCb", "DeviceStatusCb", "PreviewCb"}) {
+    if (slot == without) return false;
+  }
+  return !slot.starts_with("Custom") || slot == "CustomRestoreCb";
 }
 
 }  // namespace
 
 std::string UploadStep::Describe() const {
-  std::string what = "final";
-  if (endFlag == 0) {
-    what =
-        pieceState == 0 ? "found" : "piece " + std::to_string(length) + (pieceState == 1 ? " last" : " more");
-  }
-  const std::string arguments = slot == "CustomUpload" ? "" : token + ", " + std::to_string(funcId);
-  const std::string file = noFileName != 0 ? "(none)" : fileName;
-  return slot + "(" + arguments + ") " + what + " " + name + " " + file;
+  const char* const state = pieceState == 0 ? "" : pieceState == 1 ? " last" : " more";
+  std::string what = endFlag != 0 ? "final" : pieceState == 0 ? "found" : "piece";
+  if (what == "piece" || length != 0) what += " " + std::to_string(length);
+  what += state;
+  what += " " + name + " " + (noFileName != 0 ? "(none)" : fileName);
+  return noFileName != 0 && !fileName.empty() ? what + " after " + fileName : what;
 }
 
-HostScript& TestHost::Script() { return script; }
+std::string Call::Line() const {
+  std::vector<std::string> all = args;
+  if (HasToken(slot)) all.insert(all.begin(), token);
+  std::string line = slot + "(";
+  for (const std::string& argument : all) line += (&argument == &all.front() ? "" : ", ") + argument;
+  return line + (step.empty() ? ")" : ") " + step);
+}
+
+TestHost& TestHost::Get() {
+  static TestHost host;
+  return host;
+}
 
 SdkAPISerHandle TestHost::Table() {
   SdkAPISerHandle table{};
@@ -177,7 +172,7 @@ SdkAPISerHandle TestHost::Table() {
   table.LogOutCb = LogOut;
   table.ChangeUserInfoCb = ChangeUser;
   table.ManageUserCb = ManageUser;
-  table.DeviceInfoCb = DeviceInfoSlot;
+  table.DeviceInfoCb = DescribeDevice;
   table.CustomRestoreCb = CustomRestore;
   table.DeviceStatusCb = DeviceStatus;
   table.DownloadLogFileCb = Download<kLogSlot>;
@@ -200,47 +195,97 @@ SdkAPISerHandle TestHost::Table() {
   return table;
 }
 
-void TestHost::Reset() {
-  const std::lock_guard lock(mutex);
-  calls.clear();
-  uploads.clear();
-  script = HostScript{};
-}
-
-std::vector<std::string> TestHost::Calls() {
-  const std::lock_guard lock(mutex);
-  return calls;
-}
-
-std::vector<UploadStep> TestHost::Uploads() {
-  const std::lock_guard lock(mutex);
-  return uploads;
-}
-
-void TestHost::Record(const std::string& call) {
-  const std::lock_guard lock(mutex);
-  calls.push_back(call);
-}
-
 int TestHost::CustomGetPost(mg_connection* conn, CustomReqInfo* request) {
-  const std::string body = request->body == nullptr ? "NULL" : "body";
-  Record("CustomGetPost(" + body + ", " + std::to_string(request->bodyLength) + ", " +
-         std::to_string(request->method) + ")");
-  return Run(script.customGetPost, conn, *request);
+  return Host().Answer(Host().customGetPost,
+                       {"CustomGetPost",
+                        "",
+                        {request->body == nullptr ? "NULL" : "body", std::to_string(request->bodyLength),
+                         std::to_string(request->method)}},
+                       conn, *request);
 }
 
 int TestHost::CustomUpload(mg_connection* conn, UploadCustomCtx* ctx) {
-  UploadStep step = StepOf(*ctx);
-  step.slot = "CustomUpload";
+  const bool fits = ctx->conn == conn && ctx->hostFunction == CustomUpload;
+  UploadStep step = StepOf(fits ? "CustomUpload" : "CustomUpload with another's record", "", 0, *ctx);
   step.table = reinterpret_cast<const void*>(ctx->hostFunction);
-  if (conn != ctx->conn) Record("conn differs from the record");
-  Keep(step);
-  return Run(script.customUpload, step, *ctx);
+  return Host().AnswerUpload(Host().customUpload, step, *ctx);
 }
 
 int TestHost::CustomDownload(mg_connection* conn, CustomDownloadInfo* info) {
-  Record("CustomDownload()");
-  return Run(script.customDownload, conn, *info);
+  return Host().Answer(Host().customDownload, {"CustomDownload", "", {}}, conn, *info);
+}
+
+void TestHost::Reset() {
+  authQuery = nullptr;
+  login = nullptr;
+  logOut = nullptr;
+  changeUser = nullptr;
+  manageUser = nullptr;
+  deviceInfo = nullptr;
+  customRestore = nullptr;
+  deviceStatus = nullptr;
+  download = nullptr;
+  downloadSetting = nullptr;
+  preview = nullptr;
+  txRxList = nullptr;
+  privJson = nullptr;
+  specifyPriv = nullptr;
+  deletePriv = nullptr;
+  upload = nullptr;
+  webSocket = nullptr;
+  customGetPost = nullptr;
+  customUpload = nullptr;
+  customDownload = nullptr;
+  ForgetCalls();
+}
+
+void TestHost::ForgetCalls() {
+  const std::lock_guard lock(mutex_);
+  calls_.clear();
+  uploads_.clear();
+  keptBytes_ = 0;
+}
+
+std::vector<Call> TestHost::Calls() const {
+  const std::lock_guard lock(mutex_);
+  return calls_;
+}
+
+std::vector<Call> TestHost::Calls(const std::string& slot) const {
+  std::vector<Call> found;
+  const std::lock_guard lock(mutex_);
+  std::copy_if(calls_.begin(), calls_.end(), std::back_inserter(found),
+               [&](const Call& call) { return call.slot == slot; });
+  return found;
+}
+
+std::vector<std::string> TestHost::Lines() const {
+  std::vector<std::string> lines;
+  for (const Call& call : Calls()) lines.push_back(call.Line());
+  return lines;
+}
+
+int TestHost::Count(const std::string& slot) const { return static_cast<int>(Calls(slot).size()); }
+
+bool TestHost::WaitForCount(const std::string& slot, int count) const {
+  return Eventually([&] { return Count(slot) >= count; });
+}
+
+std::vector<UploadStep> TestHost::Uploads() const {
+  const std::lock_guard lock(mutex_);
+  return uploads_;
+}
+
+void TestHost::Record(Call call) {
+  const std::lock_guard lock(mutex_);
+  calls_.push_back(std::move(call));
+}
+
+void TestHost::Keep(UploadStep step) {
+  const std::lock_guard lock(mutex_);
+  keptBytes_ += step.data.size();
+  if (keptBytes_ > kKeptBytes) step.data.clear();
+  uploads_.push_back(std::move(step));
 }
 
 PrivEntry* AllocatePrivEntries(std::size_t count) {

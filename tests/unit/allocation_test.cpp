@@ -125,7 +125,7 @@ TEST_F(NamedAllocationTest, APreviewWithoutMemoryIsNotAuthorised) {
 TEST_F(NamedAllocationTest, ACustomRequestWithoutMemoryForItsBodyIsAServerErrorAndNotServed) {
   const Outcome outcome = RunWith(Named("CustomGetPost"), 1, Failing::kOnce);
   EXPECT_EQ(outcome.output, JsonReply(500));
-  EXPECT_EQ(TestHost::Calls(), Strings{});
+  EXPECT_EQ(TestHost::Get().Lines(), Strings{});
 }
 
 TEST_F(NamedAllocationTest, ADownloadThatCannotBeOpenedLeavesTheHeadAlone) {
@@ -139,7 +139,7 @@ TEST_F(NamedAllocationTest, ACertificateWithoutMemoryForItsPortIsAServerErrorAnd
   const Outcome outcome = RunWith(Named("UploadCertificate"), 1, Failing::kOnce);
   ASSERT_TRUE(outcome.failed);
   EXPECT_EQ(outcome.output, JsonReply(500));
-  EXPECT_EQ(TestHost::Uploads().size(), 0U);
+  EXPECT_EQ(TestHost::Get().Uploads().size(), 0U);
 }
 
 TEST_F(NamedAllocationTest, AWebSocketWithoutMemoryForItsEntryIsRefused) {
@@ -151,7 +151,7 @@ TEST_F(NamedAllocationTest, AWebSocketWithoutMemoryForItsEntryIsRefused) {
       EXPECT_EQ(WebSocketConnectHandler(&conn, nullptr), 1);
       EXPECT_EQ(allocator.stillAllocated(), 0U);
     }
-    EXPECT_EQ(TestHost::Calls(), Strings{}) << "no event for a refused connection";
+    EXPECT_EQ(TestHost::Get().Lines(), Strings{}) << "no event for a refused connection";
     EndScenario();
   }
 }

@@ -24,7 +24,7 @@ class ConnectionFailureTest : public sdktest::ScenarioTest, public testing::With
   }
 
   static std::ptrdiff_t CountOfCalls(const std::string& call) {
-    const Strings calls = TestHost::Calls();
+    const Strings calls = TestHost::Get().Lines();
     return std::count(calls.begin(), calls.end(), call);
   }
 };

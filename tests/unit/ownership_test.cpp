@@ -52,20 +52,20 @@ class UploadOwnershipTest : public OwnershipTest {};
 
 TEST_P(UploadOwnershipTest, WhateverStandsInExtraAtTheEndIsReleasedOnce) {
   for (const Habit& habit : kHabits) {
-    for (const char* const at : {") found file", ") piece 3 more", ") final"}) {
+    for (const char* const at : {"found file", "piece 3 more", "final"}) {
       for (const auto& [result, status] : {std::pair{0, 200}, {-1, 500}, {-2, 401}}) {
         SCOPED_TRACE(std::string(habit.name) + at + " " + std::to_string(result));
         mg_connection conn;
         StartScenario(GetParam(), conn);
         const auto answer = [&, result = result](const UploadStep& step, auto& ctx) {
-          if (step.Describe().find(at) == std::string::npos) return 0;
+          if (!step.Describe().starts_with(at)) return 0;
           habit.act(ctx.extra);
           return result;
         };
-        TestHost::Script().upload = answer;
-        TestHost::Script().customUpload = answer;
+        TestHost::Get().upload = answer;
+        TestHost::Get().customUpload = answer;
         EXPECT_EQ(Leaked(conn), 0U);
-        const bool inFinalCall = std::strcmp(at, ") final") == 0;
+        const bool inFinalCall = std::strcmp(at, "final") == 0;
         const bool invalidFile = result == -1 && !inFinalCall && conn.uri->ends_with("802_1x_setting");
         EXPECT_EQ(conn.output, invalidFile ? JsonReply(406, R"({"result":"Invalid File"})")
                                            : JsonReply(inFinalCall && result != 0 ? 500 : status));
@@ -84,7 +84,7 @@ TEST_P(BodyOwnershipTest, WhateverStandsInTheBodyAtTheEndIsReleasedOnce) {
         mg_connection conn;
         StartScenario(GetParam(), conn);
         conn.Body(text);
-        TestHost::Script().customGetPost = [&, result](mg_connection*, CustomReqInfo& request) {
+        TestHost::Get().customGetPost = [&, result](mg_connection*, CustomReqInfo& request) {
           EXPECT_EQ(request.body != nullptr, text[0] != '\0');
           habit.act(request.body);
           return result;

@@ -40,17 +40,17 @@ void Upload(mg_connection& conn, const char* uri) {
 
 void Download(mg_connection& conn, const char* uri) {
   Request(conn, "GET", uri);
-  TestHost::Script().download = [](DownloadFileInfo& info) {
+  TestHost::Get().download = [](DownloadFileInfo& info) {
     sdkapi::CopyText(info.name, "f.bin");
     sdkapi::CopyText(info.path, DownloadPath().c_str());
     return 0;
   };
-  TestHost::Script().downloadSetting = [](DownloadSettingInfo& info) {
+  TestHost::Get().downloadSetting = [](DownloadSettingInfo& info) {
     sdkapi::CopyText(info.name, "f.bin");
     sdkapi::CopyText(info.path, DownloadPath().c_str());
     return 0;
   };
-  TestHost::Script().customDownload = [](mg_connection*, CustomDownloadInfo& info) {
+  TestHost::Get().customDownload = [](mg_connection*, CustomDownloadInfo& info) {
     sdkapi::CopyText(info.downloadName, "f.bin");
     sdkapi::CopyText(info.filePath, DownloadPath().c_str());
     return 0;
@@ -59,7 +59,7 @@ void Download(mg_connection& conn, const char* uri) {
 
 void GrantLogin(mg_connection& conn) {
   Post(conn, "/api/v1/auth/login", R"({"username":"admin","password":"secret"})");
-  TestHost::Script().login = [](LoginInfo& info) {
+  TestHost::Get().login = [](LoginInfo& info) {
     sdkapi::CopyText(info.token, "new");
     sdkapi::CopyText(info.wizard, "step");
     return 0;
@@ -68,7 +68,7 @@ void GrantLogin(mg_connection& conn) {
 
 void LockLogin(mg_connection& conn) {
   GrantLogin(conn);
-  TestHost::Script().login = [](LoginInfo& info) {
+  TestHost::Get().login = [](LoginInfo& info) {
     info.code = 2;
     info.lockTime = 60;
     return 0;
@@ -77,7 +77,7 @@ void LockLogin(mg_connection& conn) {
 
 void FillDeviceInfo(mg_connection& conn) {
   Request(conn, "GET", "/dev_info");
-  TestHost::Script().deviceInfo = [](DeviceInfo& info) {
+  TestHost::Get().deviceInfo = [](DeviceInfo& info) {
     sdkapi::CopyText(info.model, "M1");
     sdkapi::CopyText(info.security, "high");
     info.timeout = 300;
@@ -88,7 +88,7 @@ void FillDeviceInfo(mg_connection& conn) {
 
 void FillPrivileges(mg_connection& conn) {
   Request(conn, "GET", "/getprivjson");
-  TestHost::Script().privJson = [](PrivList& list) {
+  TestHost::Get().privJson = [](PrivList& list) {
     list.entries = AllocatePrivEntries(2);
     if (list.entries == nullptr) return -1;
     list.count = 2;
@@ -104,7 +104,7 @@ void FillPrivileges(mg_connection& conn) {
 
 void ShowTwoPictures(mg_connection& conn) {
   Request(conn, "GET", "/preview/RX01");
-  TestHost::Script().preview = [left = 2](PreviewFrame& frame) mutable {
+  TestHost::Get().preview = [left = 2](PreviewFrame& frame) mutable {
     if (frame.state != 1) return 0;
     frame.length = 1000;
     return left-- > 0 ? 0 : 1;
@@ -113,7 +113,7 @@ void ShowTwoPictures(mg_connection& conn) {
 
 void OpenWebSocket(mg_connection& conn) {
   conn.Header("Sec-WebSocket-Protocol", "tok");
-  TestHost::Script().webSocket = [](int event, const std::string& token, const std::string&) {
+  TestHost::Get().webSocket = [](int event, const std::string& token, const std::string&) {
     if (event == 0) WebSocketSendData(token.c_str(), "early", 5);
     return 0;
   };

@@ -6,7 +6,7 @@
 #include <functional>
 #include <string>
 
-#include "waiting.h"
+#include "shared.h"
 
 namespace integration {
 

@@ -6,7 +6,7 @@
 #include <memory>
 
 #include "server.h"
-#include "waiting.h"
+#include "shared.h"
 
 namespace integration {
 namespace {

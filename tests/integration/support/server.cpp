@@ -10,8 +10,7 @@
 #include <stdexcept>
 
 #include "certificate.h"
-#include "host.h"
-#include "log_lines.h"
+#include "shared.h"
 #include "workspace.h"
 
 namespace integration {
@@ -72,14 +71,14 @@ bool Server::StartOnce(const ServerSetup& setup) {
   SdkAPiSer_DocumentRoot_Set(DocumentRoot().c_str());
   SdkAPISer_WebsocketUrl_Set(setup.webSocketUrl.c_str());
   SdkAPISer_Init();
-  const SdkAPISerHandle table = setup.emptyTable ? SdkAPISerHandle{} : Host::Table();
+  const SdkAPISerHandle table = setup.emptyTable ? SdkAPISerHandle{} : TestHost::Table();
   return SdkAPISer_Start(setup.table != nullptr ? setup.table : &table) == 0;
 }
 
 void Server::Ensure(const ServerSetup& setup) {
   if (running_ && setup == setup_) return;
   Stop();
-  LogLines::Install();
+  LogCapture::Install();
   // Somebody else may take a port between finding it and listening on it.
   for (int attempt = 0; attempt < 10 && !running_; ++attempt) running_ = StartOnce(setup);
   if (!running_) throw std::runtime_error("the server does not start");

@@ -7,8 +7,8 @@ namespace integration {
 namespace {
 
 Response LogInWith(const Mode& mode, const std::string& token) {
-  Host::Get().login = [token](LoginInfo* info) {
-    std::strncpy(info->token, token.c_str(), sizeof info->token - 1);
+  TestHost::Get().login = [token](LoginInfo& info) {
+    std::strncpy(info.token, token.c_str(), sizeof info.token - 1);
     return 0;
   };
   return Exchange(
@@ -20,7 +20,7 @@ Response LogInWith(const Mode& mode, const std::string& token) {
 void ServerTest::Prepare(const Mode& mode, const ServerSetup& setup) {
   mode_ = mode;
   Server::Get().Ensure(setup);
-  Host::Get().Reset();
+  TestHost::Get().Reset();
   token_ = "token-of-the-test";
   SdkAPISer_AuthenticationSwitch_Set(1);
   if (mode.auth) {
@@ -28,12 +28,12 @@ void ServerTest::Prepare(const Mode& mode, const ServerSetup& setup) {
   } else {
     SdkAPISer_AuthenticationSwitch_Set(0);
   }
-  Host::Get().Reset();
-  LogLines::Clear();
+  TestHost::Get().Reset();
+  LogCapture::Clear();
 }
 
 void ServerTest::TearDown() {
-  Host::Get().Reset();
+  TestHost::Get().Reset();
   if (!mode_.auth || !Server::Get().running()) return;
   SdkAPISer_AuthenticationSwitch_Set(1);
   LogOut(token_);

@@ -7,10 +7,8 @@
 #include <vector>
 
 #include "client.h"
-#include "host.h"
-#include "log_lines.h"
 #include "server.h"
-#include "waiting.h"
+#include "shared.h"
 #include "workspace.h"
 
 namespace integration {
@@ -24,7 +22,7 @@ class ServerTest : public ::testing::Test {
   bool LogIn(const std::string& token);
   Response LogOut(const std::string& token);
 
-  Host& host() { return Host::Get(); }
+  TestHost& host() { return TestHost::Get(); }
   const Mode& mode() const { return mode_; }
   // The token of the login that Prepare made; with authentication off a text that nobody knows.
   const std::string& token() const { return token_; }

@@ -11,7 +11,7 @@ using sdktest::TestHost;
 class CustomRestoreTest : public sdktest::LibraryTest {};
 
 TEST_F(CustomRestoreTest, TheHostSeesCode16OnEveryCallWhateverTheMethod) {
-  TestHost::Script().customRestore = [](CustomRestoreArg& arg) {
+  TestHost::Get().customRestore = [](CustomRestoreArg& arg) {
     arg.code = 99;  // not read back
     arg.reserved = 99;
     return 0;
@@ -21,7 +21,7 @@ TEST_F(CustomRestoreTest, TheHostSeesCode16OnEveryCallWhateverTheMethod) {
     EXPECT_EQ(FuncCustomRestore(&conn, nullptr), 1);
     EXPECT_EQ(conn.output, JsonReply(200));
   }
-  EXPECT_EQ(TestHost::Calls(), Strings(3, "CustomRestoreCb(, 16, 0)"));
+  EXPECT_EQ(TestHost::Get().Lines(), Strings(3, "CustomRestoreCb(, 16, 0)"));
 }
 
 }  // namespace

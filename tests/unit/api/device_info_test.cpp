@@ -19,7 +19,7 @@ struct InfoCase {
 class DeviceInfoTest : public sdktest::LibraryTest, public testing::WithParamInterface<InfoCase> {};
 
 TEST_P(DeviceInfoTest, ReportsWhatTheHostSet) {
-  TestHost::Script().deviceInfo = [](DeviceInfo& info) {
+  TestHost::Get().deviceInfo = [](DeviceInfo& info) {
     DeviceInfo expected{};
     expected.timeout = -1;
     EXPECT_EQ(std::memcmp(&info, &expected, sizeof expected), 0) << "zeroed, time-out preset";
@@ -70,7 +70,7 @@ INSTANTIATE_TEST_SUITE_P(
 class DeviceStatusTest : public sdktest::LibraryTest {};
 
 TEST_F(DeviceStatusTest, ReportsTheHostsText) {
-  TestHost::Script().deviceStatus = [](char* uptime) {
+  TestHost::Get().deviceStatus = [](char* uptime) {
     EXPECT_EQ(std::string(uptime, 32), std::string(32, '\0'));
     std::strcpy(uptime, "3 days");
     return 0;
@@ -87,7 +87,7 @@ TEST_F(DeviceStatusTest, ReportsAnEmptyText) {
 }
 
 TEST_F(DeviceStatusTest, AForgottenTerminatorDoesNoHarm) {
-  TestHost::Script().deviceStatus = [](char* uptime) {
+  TestHost::Get().deviceStatus = [](char* uptime) {
     std::memset(uptime, 'u', 32);
     return 0;
   };

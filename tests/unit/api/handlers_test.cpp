@@ -27,34 +27,32 @@ struct Handler {
 };
 
 const Handler kHandlers[] = {
-    {"FuncDeviceInfo", FuncDeviceInfo, "/dev_info", "token err!!!!", 1023, "DeviceInfoCb(tok)",
+    {"FuncDeviceInfo", FuncDeviceInfo, "/dev_info", "token err!!!!", 1023, "DeviceInfoCb(tok, -1)",
      [](SdkAPISerHandle& table) { table.DeviceInfoCb = nullptr; },
-     [](int result) { TestHost::Script().deviceInfo = [result](DeviceInfo&) { return result; }; }, 401, 500,
-     ""},
+     [](int result) { TestHost::Get().deviceInfo = [result](DeviceInfo&) { return result; }; }, 401, 500, ""},
     {"FunDeviceStatus", FunDeviceStatus, "/status", "token err!!!!", 1023, "DeviceStatusCb()",
      [](SdkAPISerHandle& table) { table.DeviceStatusCb = nullptr; },
-     [](int result) { TestHost::Script().deviceStatus = [result](char*) { return result; }; }, 500, 500,
-     "{}"},
+     [](int result) { TestHost::Get().deviceStatus = [result](char*) { return result; }; }, 500, 500, "{}"},
     {"FuncGetTxRxList", FuncGetTxRxList, "/getTxRxList", "token err!!!!", 1023, "GetTxRxListCb(tok)",
      [](SdkAPISerHandle& table) { table.GetTxRxListCb = nullptr; },
-     [](int result) { TestHost::Script().txRxList = [result](char*) { return result; }; }, 401, 500, ""},
-    {"FuncGetPrivJson", FuncGetPrivJson, "/getprivjson", "token err!!!!", 1023, "GetPrivJsonCb(tok)",
+     [](int result) { TestHost::Get().txRxList = [result](char*) { return result; }; }, 401, 500, ""},
+    {"FuncGetPrivJson", FuncGetPrivJson, "/getprivjson", "token err!!!!", 1023, "GetPrivJsonCb(tok, 0)",
      [](SdkAPISerHandle& table) { table.GetPrivJsonCb = nullptr; },
-     [](int result) { TestHost::Script().privJson = [result](PrivList&) { return result; }; }, 401, 500, ""},
+     [](int result) { TestHost::Get().privJson = [result](PrivList&) { return result; }; }, 401, 500, ""},
     {"FunSpecityPriv", FunSpecityPriv, "/specifypriv", "GetLoginHandle err!!!!", 255,
      "SpecifyPrivCb(tok, , )", [](SdkAPISerHandle& table) { table.SpecifyPrivCb = nullptr; },
      [](int result) {
-       TestHost::Script().specifyPriv = [result](const std::string&, const std::string&) { return result; };
+       TestHost::Get().specifyPriv = [result](const std::string&, const std::string&) { return result; };
      },
      401, 503, ""},
     {"FunDeletePriv", FunDeletePriv, "/delete_priv", "GetLoginHandle err!!!!", 255, "DeletePrivCb(tok, )",
      [](SdkAPISerHandle& table) { table.DeletePrivCb = nullptr; },
-     [](int result) { TestHost::Script().deletePriv = [result](const std::string&) { return result; }; }, 401,
+     [](int result) { TestHost::Get().deletePriv = [result](const std::string&) { return result; }; }, 401,
      503, ""},
     {"FuncCustomRestore", FuncCustomRestore, "/custom_restore", "token err!!!!", 1023,
      "CustomRestoreCb(tok, 16, 0)", [](SdkAPISerHandle& table) { table.CustomRestoreCb = nullptr; },
-     [](int result) { TestHost::Script().customRestore = [result](CustomRestoreArg&) { return result; }; },
-     401, 500, ""},
+     [](int result) { TestHost::Get().customRestore = [result](CustomRestoreArg&) { return result; }; }, 401,
+     500, ""},
 };
 
 void PrintTo(const Handler& handler, std::ostream* out) { *out << handler.name; }
@@ -74,14 +72,14 @@ TEST_P(DeviceHandlerTest, AnUnknownTokenIsNotAuthorised) {
   EXPECT_EQ(conn_.output, JsonReply(401));
   EXPECT_EQ(Log(), (Strings{"1 sdkapi req http token nobody", std::string("4 sdkapi ") + GetParam().refusal,
                             "1 sdkapi send =>" + JsonReply(401)}));
-  EXPECT_EQ(TestHost::Calls(), Strings{});
+  EXPECT_EQ(TestHost::Get().Lines(), Strings{});
 }
 
 TEST_P(DeviceHandlerTest, WithoutATokenNothingIsAuthorised) {
   RequireLogin();
   EXPECT_EQ(Handle(conn_), 1);
   EXPECT_EQ(conn_.output, JsonReply(401));
-  EXPECT_EQ(TestHost::Calls(), Strings{});
+  EXPECT_EQ(TestHost::Get().Lines(), Strings{});
 }
 
 TEST_P(DeviceHandlerTest, TheLoginsTokenReachesTheHost) {
@@ -89,7 +87,7 @@ TEST_P(DeviceHandlerTest, TheLoginsTokenReachesTheHost) {
   LogIn("tok");
   conn_.Token("tok");
   EXPECT_EQ(Handle(conn_), 1);
-  EXPECT_EQ(TestHost::Calls(), Strings{GetParam().call});
+  EXPECT_EQ(TestHost::Get().Lines(), Strings{GetParam().call});
   EXPECT_EQ(conn_.output.substr(0, 17), "HTTP/1.1 200 OK\r\n");
   EXPECT_FALSE(conn_.keepAlive);
 }
@@ -97,7 +95,7 @@ TEST_P(DeviceHandlerTest, TheLoginsTokenReachesTheHost) {
 TEST_P(DeviceHandlerTest, WithAuthenticationOffAnyTokenReachesTheHost) {
   conn_.Token("tok");
   EXPECT_EQ(Handle(conn_), 1);
-  EXPECT_EQ(TestHost::Calls(), Strings{GetParam().call});
+  EXPECT_EQ(TestHost::Get().Lines(), Strings{GetParam().call});
 }
 
 TEST_P(DeviceHandlerTest, ATokenLongerThanItsRoomIsCut) {
@@ -124,7 +122,7 @@ TEST_P(DeviceHandlerTest, TheSlotOfTheLoginsCopyCounts) {
   Install(table);
   conn_.Token("tok");
   EXPECT_EQ(Handle(conn_), 1);
-  EXPECT_EQ(TestHost::Calls(), Strings{GetParam().call});
+  EXPECT_EQ(TestHost::Get().Lines(), Strings{GetParam().call});
 }
 
 TEST_P(DeviceHandlerTest, TheHostsRefusalGivesItsStatus) {

@@ -22,7 +22,7 @@ class PrivilegesTest : public sdktest::LibraryTest {
 };
 
 TEST_F(PrivilegesTest, TheRecordIsZeroed) {
-  TestHost::Script().privJson = [](PrivList& list) {
+  TestHost::Get().privJson = [](PrivList& list) {
     EXPECT_EQ(list.count, 0);
     EXPECT_EQ(list.entries, nullptr);
     return 0;
@@ -31,7 +31,7 @@ TEST_F(PrivilegesTest, TheRecordIsZeroed) {
 }
 
 TEST_F(PrivilegesTest, EntriesAreListedInOrder) {
-  TestHost::Script().privJson = [](PrivList& list) {
+  TestHost::Get().privJson = [](PrivList& list) {
     list.count = 2;
     list.entries = AllocatePrivEntries(2);
     list.entries[0].serialnum = 7;
@@ -56,7 +56,7 @@ struct CountCase {
 class HostCountTest : public PrivilegesTest, public testing::WithParamInterface<CountCase> {};
 
 TEST_P(HostCountTest, ListsUpTo99Names) {
-  TestHost::Script().privJson = [](PrivList& list) {
+  TestHost::Get().privJson = [](PrivList& list) {
     list.count = 1;
     list.entries = AllocatePrivEntries(1);
     list.entries[0].hostcount = GetParam().hostcount;
@@ -76,7 +76,7 @@ INSTANTIATE_TEST_SUITE_P(Counts, HostCountTest,
                          sdktest::ByName{});
 
 TEST_F(PrivilegesTest, ANullArrayEndsTheWalk) {
-  TestHost::Script().privJson = [](PrivList& list) {
+  TestHost::Get().privJson = [](PrivList& list) {
     list.count = 3;
     return 0;
   };
@@ -84,7 +84,7 @@ TEST_F(PrivilegesTest, ANullArrayEndsTheWalk) {
 }
 
 TEST_F(PrivilegesTest, ANegativeCountListsNothing) {
-  TestHost::Script().privJson = [](PrivList& list) {
+  TestHost::Get().privJson = [](PrivList& list) {
     list.count = -4;
     list.entries = AllocatePrivEntries(1);
     return 0;
@@ -93,7 +93,7 @@ TEST_F(PrivilegesTest, ANegativeCountListsNothing) {
 }
 
 TEST_F(PrivilegesTest, ForgottenTerminatorsDoNoHarm) {
-  TestHost::Script().privJson = [](PrivList& list) {
+  TestHost::Get().privJson = [](PrivList& list) {
     list.count = 1;
     list.entries = AllocatePrivEntries(1);
     list.entries[0].hostcount = 1;
@@ -107,7 +107,7 @@ TEST_F(PrivilegesTest, ForgottenTerminatorsDoNoHarm) {
 }
 
 TEST_F(PrivilegesTest, TheLargestListArrivesWhole) {
-  TestHost::Script().privJson = [](PrivList& list) {
+  TestHost::Get().privJson = [](PrivList& list) {
     list.count = 200;
     list.entries = AllocatePrivEntries(200);
     for (int i = 0; i < 200; ++i) {
@@ -131,7 +131,7 @@ TEST_F(PrivilegesTest, TheLargestListArrivesWhole) {
 // The sanitizer's leak check tells whether the array was released.
 TEST_F(PrivilegesTest, TheArrayIsReleasedAfterAFailureToo) {
   for (const int result : {-2, -1}) {
-    TestHost::Script().privJson = [result](PrivList& list) {
+    TestHost::Get().privJson = [result](PrivList& list) {
       list.count = 1;
       list.entries = AllocatePrivEntries(1);
       return result;
@@ -155,8 +155,8 @@ TEST_P(PrivParamTest, ReachesTheHost) {
   remove.Token("tok").Query(GetParam().query);
   EXPECT_EQ(FunSpecityPriv(&specify, nullptr), 1);
   EXPECT_EQ(FunDeletePriv(&remove, nullptr), 1);
-  EXPECT_EQ(TestHost::Calls(), (Strings{"SpecifyPrivCb(tok, " + GetParam().specify + ")",
-                                        "DeletePrivCb(tok, " + GetParam().remove + ")"}));
+  EXPECT_EQ(TestHost::Get().Lines(), (Strings{"SpecifyPrivCb(tok, " + GetParam().specify + ")",
+                                              "DeletePrivCb(tok, " + GetParam().remove + ")"}));
   EXPECT_EQ(specify.output, JsonReply(200));
   EXPECT_EQ(remove.output, JsonReply(200));
 }
@@ -182,7 +182,7 @@ INSTANTIATE_TEST_SUITE_P(
     sdktest::ByName{});
 
 TEST_F(PrivilegesTest, AWriteFailureOfTheHostIsUnavailable) {
-  TestHost::Script().deletePriv = [](const std::string&) { return -1; };
+  TestHost::Get().deletePriv = [](const std::string&) { return -1; };
   mg_connection conn("GET", "/delete_priv");
   conn.Query("file=a.png");
   EXPECT_EQ(FunDeletePriv(&conn, nullptr), 1);

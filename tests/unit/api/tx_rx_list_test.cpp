@@ -23,7 +23,7 @@ std::string Repeat(const std::string& text, int count) {
 }
 
 TEST_P(TxRxListTest, IsOneString) {
-  TestHost::Script().txRxList = [](char* list) {
+  TestHost::Get().txRxList = [](char* list) {
     EXPECT_EQ(std::string(list, 20480), std::string(20480, '\0'));
     std::memcpy(list, GetParam().text.data(), GetParam().text.size());
     return 0;

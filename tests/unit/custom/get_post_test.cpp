@@ -13,7 +13,7 @@ void* const kHost = reinterpret_cast<void*>(TestHost::CustomGetPost);
 class CustomGetPostTest : public sdktest::LibraryTest {};
 
 TEST_F(CustomGetPostTest, ABodyReachesTheHost) {
-  TestHost::Script().customGetPost = [](mg_connection* conn, CustomReqInfo& request) {
+  TestHost::Get().customGetPost = [](mg_connection* conn, CustomReqInfo& request) {
     EXPECT_EQ(std::string(request.body, static_cast<std::size_t>(request.bodyLength)),
               std::string("a\0b\r\n", 5));
     EXPECT_EQ(request.reserved, 0);
@@ -22,7 +22,7 @@ TEST_F(CustomGetPostTest, ABodyReachesTheHost) {
   mg_connection conn("POST", "/own");
   conn.Body(std::string("a\0b\r\n", 5));
   EXPECT_EQ(FuncCustomGetPost(&conn, kHost), 1);
-  EXPECT_EQ(TestHost::Calls(), Strings{"CustomGetPost(body, 5, 1)"});
+  EXPECT_EQ(TestHost::Get().Lines(), Strings{"CustomGetPost(body, 5, 1)"});
   EXPECT_EQ(conn.output,
             "HTTP/1.1 200 OK\r\nDate: Sun, 06 Nov 1994 08:49:37 GMT\r\nContent-Length: 4\r\nConnection: "
             "close\r\n\r\nmine");
@@ -37,7 +37,8 @@ class MethodTest : public CustomGetPostTest, public testing::WithParamInterface<
 TEST_P(MethodTest, IsReadWithoutRegardToCase) {
   mg_connection conn(GetParam().text, "/own");
   EXPECT_EQ(FuncCustomGetPost(&conn, kHost), 1);
-  EXPECT_EQ(TestHost::Calls(), Strings{"CustomGetPost(NULL, 0, " + std::to_string(GetParam().method) + ")"});
+  EXPECT_EQ(TestHost::Get().Lines(),
+            Strings{"CustomGetPost(NULL, 0, " + std::to_string(GetParam().method) + ")"});
 }
 
 INSTANTIATE_TEST_SUITE_P(Methods, MethodTest,
@@ -56,7 +57,7 @@ TEST_P(NoBodyTest, CallsTheHostWithoutABody) {
   conn.Body("unread");
   conn.contentLength = GetParam().length;
   EXPECT_EQ(FuncCustomGetPost(&conn, kHost), 1);
-  EXPECT_EQ(TestHost::Calls(), Strings{"CustomGetPost(NULL, 0, 1)"});
+  EXPECT_EQ(TestHost::Get().Lines(), Strings{"CustomGetPost(NULL, 0, 1)"});
 }
 
 INSTANTIATE_TEST_SUITE_P(Lengths, NoBodyTest,
@@ -70,7 +71,7 @@ TEST_F(CustomGetPostTest, AShortBodyReportsWhatWasRead) {
   conn.Body("abc");
   conn.contentLength = 100;
   EXPECT_EQ(FuncCustomGetPost(&conn, kHost), 1);
-  EXPECT_EQ(TestHost::Calls(), Strings{"CustomGetPost(body, 3, 1)"});
+  EXPECT_EQ(TestHost::Get().Lines(), Strings{"CustomGetPost(body, 3, 1)"});
 }
 
 TEST_F(CustomGetPostTest, AFailedReadIsReported) {
@@ -78,19 +79,19 @@ TEST_F(CustomGetPostTest, AFailedReadIsReported) {
   conn.Body("abc");
   conn.failReadFrom = 1;
   EXPECT_EQ(FuncCustomGetPost(&conn, kHost), 1);
-  EXPECT_EQ(TestHost::Calls(), Strings{"CustomGetPost(body, -1, 1)"});
+  EXPECT_EQ(TestHost::Get().Lines(), Strings{"CustomGetPost(body, -1, 1)"});
 }
 
 TEST_F(CustomGetPostTest, ALargeBodyArrivesWhole) {
   const std::string body(1000000, 'b');
-  TestHost::Script().customGetPost = [&body](mg_connection*, CustomReqInfo& request) {
+  TestHost::Get().customGetPost = [&body](mg_connection*, CustomReqInfo& request) {
     EXPECT_TRUE(std::string(request.body, static_cast<std::size_t>(request.bodyLength)) == body);
     return 0;
   };
   mg_connection conn("POST", "/own");
   conn.Body(body);
   EXPECT_EQ(FuncCustomGetPost(&conn, kHost), 1);
-  EXPECT_EQ(TestHost::Calls(), Strings{"CustomGetPost(body, 1000000, 1)"});
+  EXPECT_EQ(TestHost::Get().Lines(), Strings{"CustomGetPost(body, 1000000, 1)"});
 }
 
 TEST_F(CustomGetPostTest, AnUnknownTokenIsNotAuthorised) {
@@ -101,7 +102,7 @@ TEST_F(CustomGetPostTest, AnUnknownTokenIsNotAuthorised) {
   EXPECT_EQ(conn.output, JsonReply(401));
   EXPECT_EQ(Log(), (Strings{"1 sdkapi req http token nobody", "4 sdkapicustom token err!!!!",
                             "1 sdkapi send =>" + JsonReply(401)}));
-  EXPECT_EQ(TestHost::Calls(), Strings{});
+  EXPECT_EQ(TestHost::Get().Lines(), Strings{});
 }
 
 TEST_F(CustomGetPostTest, AnyLoginReachesTheHost) {
@@ -110,7 +111,7 @@ TEST_F(CustomGetPostTest, AnyLoginReachesTheHost) {
   mg_connection conn("GET", "/own");
   conn.Token("tok");
   EXPECT_EQ(FuncCustomGetPost(&conn, kHost), 1);
-  EXPECT_EQ(TestHost::Calls(), Strings{"CustomGetPost(NULL, 0, 0)"});
+  EXPECT_EQ(TestHost::Get().Lines(), Strings{"CustomGetPost(NULL, 0, 0)"});
 }
 
 TEST_F(CustomGetPostTest, WithoutAHostFunctionItIsAServerError) {
@@ -128,7 +129,7 @@ TEST_F(CustomGetPostTest, WithoutAHostFunctionTheTokenIsCheckedFirst) {
 }
 
 TEST_F(CustomGetPostTest, TheHostsRefusalSendsNothingAndEndsTheConnection) {
-  TestHost::Script().customGetPost = [](mg_connection*, CustomReqInfo&) { return -2; };
+  TestHost::Get().customGetPost = [](mg_connection*, CustomReqInfo&) { return -2; };
   mg_connection conn("GET", "/own");
   EXPECT_EQ(FuncCustomGetPost(&conn, kHost), 1);
   EXPECT_EQ(conn.output, "");
@@ -138,7 +139,7 @@ TEST_F(CustomGetPostTest, TheHostsRefusalSendsNothingAndEndsTheConnection) {
 
 TEST_F(CustomGetPostTest, AnyOtherResultLeavesTheReplyToTheHost) {
   for (const int result : {0, -1, 1, 500}) {
-    TestHost::Script().customGetPost = [result](mg_connection*, CustomReqInfo&) { return result; };
+    TestHost::Get().customGetPost = [result](mg_connection*, CustomReqInfo&) { return result; };
     mg_connection conn("GET", "/own");
     EXPECT_EQ(FuncCustomGetPost(&conn, kHost), 1);
     EXPECT_EQ(conn.output, "") << result;

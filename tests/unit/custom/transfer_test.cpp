@@ -28,8 +28,8 @@ FormScript OneFile() { return {{FormField{"file", "a.png", {{"abc", "defg"}, {"d
 class CustomUploadTest : public sdktest::LibraryTest {
  protected:
   static void AnswerAt(const std::string& what, int result) {
-    TestHost::Script().customUpload = [what, result](const UploadStep& step, UploadCustomCtx&) {
-      return step.Describe().find(") " + what) != std::string::npos ? result : 0;
+    TestHost::Get().customUpload = [what, result](const UploadStep& step, UploadCustomCtx&) {
+      return step.Describe().starts_with(what) ? result : 0;
     };
   }
 
@@ -37,7 +37,7 @@ class CustomUploadTest : public sdktest::LibraryTest {
 };
 
 TEST_F(CustomUploadTest, AFileReachesTheHostPieceByPiece) {
-  TestHost::Script().customUpload = [this](const UploadStep& step, UploadCustomCtx& ctx) {
+  TestHost::Get().customUpload = [this](const UploadStep& step, UploadCustomCtx& ctx) {
     EXPECT_EQ(step.table, kUploadHost);
     EXPECT_EQ(ctx.conn, &conn_);
     EXPECT_EQ(ctx.extra, nullptr);
@@ -46,12 +46,12 @@ TEST_F(CustomUploadTest, AFileReachesTheHostPieceByPiece) {
   };
   conn_.Token("tok").Multipart(OneFile());
   EXPECT_EQ(FuncUploadCustomHandle(&conn_, kUploadHost), 1);
-  EXPECT_EQ(TestHost::Calls(),
+  EXPECT_EQ(TestHost::Get().Lines(),
             (Strings{"CustomUpload() found file a.png", "CustomUpload() piece 3 more file a.png",
-                     "CustomUpload() piece 4 last file a.png", "CustomUpload() final file a.png"}));
-  EXPECT_EQ(TestHost::Uploads()[1].data, "abc");
-  EXPECT_EQ(TestHost::Uploads()[2].data, "defg");
-  EXPECT_EQ(TestHost::Uploads()[3].length, 0);
+                     "CustomUpload() piece 4 last file a.png", "CustomUpload() final last file a.png"}));
+  EXPECT_EQ(TestHost::Get().Uploads()[1].data, "abc");
+  EXPECT_EQ(TestHost::Get().Uploads()[2].data, "defg");
+  EXPECT_EQ(TestHost::Get().Uploads()[3].length, 0);
   EXPECT_EQ(conn_.output, JsonReply(200));
   EXPECT_EQ(Log(), (Strings{"1 sdkapi req http token tok", "1 sdkapicustom KEY = file start.",
                             "1 sdkapi send =>" + JsonReply(200)}));
@@ -70,16 +70,16 @@ TEST_F(CustomUploadTest, TheParserGetsTheCustomCallbacks) {
 TEST_F(CustomUploadTest, AnEmptyFormGetsTheFinalCall) {
   conn_.Multipart({});
   EXPECT_EQ(FuncUploadCustomHandle(&conn_, kUploadHost), 1);
-  EXPECT_EQ(TestHost::Calls(), Strings{"CustomUpload() final  "});
+  EXPECT_EQ(TestHost::Get().Lines(), Strings{"CustomUpload() final  "});
   EXPECT_EQ(conn_.output, JsonReply(200));
 }
 
 TEST_F(CustomUploadTest, AFieldWithoutAFileNameKeepsTheOneBefore) {
   conn_.Multipart({{FormField{"file", "a.png", {{"x"}}}, FormField{"note", "", {{"y"}}}}});
   FuncUploadCustomHandle(&conn_, kUploadHost);
-  ASSERT_EQ(TestHost::Uploads().size(), 5U);
-  EXPECT_EQ(TestHost::Uploads()[2].noFileName, 1);
-  EXPECT_EQ(TestHost::Uploads()[2].fileName, "a.png");
+  ASSERT_EQ(TestHost::Get().Uploads().size(), 5U);
+  EXPECT_EQ(TestHost::Get().Uploads()[2].noFileName, 1);
+  EXPECT_EQ(TestHost::Get().Uploads()[2].fileName, "a.png");
 }
 
 TEST_F(CustomUploadTest, LargeValuesAreSplitIntoConsecutivePieces) {
@@ -87,9 +87,9 @@ TEST_F(CustomUploadTest, LargeValuesAreSplitIntoConsecutivePieces) {
   for (std::size_t i = 0; i < 40000; ++i) bytes += static_cast<char>('a' + i % 23);
   conn_.Multipart({{FormField{"file", "a.png", {{bytes}}}}});
   FuncUploadCustomHandle(&conn_, kUploadHost);
-  ASSERT_EQ(TestHost::Uploads().size(), 4U);
-  EXPECT_EQ(TestHost::Uploads()[1].length, 32768);
-  EXPECT_TRUE(TestHost::Uploads()[1].data + TestHost::Uploads()[2].data == bytes);
+  ASSERT_EQ(TestHost::Get().Uploads().size(), 4U);
+  EXPECT_EQ(TestHost::Get().Uploads()[1].length, 32768);
+  EXPECT_TRUE(TestHost::Get().Uploads()[1].data + TestHost::Get().Uploads()[2].data == bytes);
 }
 
 struct ErrorCase {
@@ -105,7 +105,7 @@ TEST_P(CustomErrorTest, OfTheHostDecidesTheAnswer) {
   EXPECT_EQ(FuncUploadCustomHandle(&conn_, kUploadHost), 1);
   EXPECT_EQ(conn_.output, JsonReply(GetParam().status));
   const bool inFinalCall = std::strcmp(GetParam().what, "final") == 0;
-  EXPECT_EQ(TestHost::Uploads().back().endFlag, inFinalCall ? 1 : 0);
+  EXPECT_EQ(TestHost::Get().Uploads().back().endFlag, inFinalCall ? 1 : 0);
 }
 
 INSTANTIATE_TEST_SUITE_P(Errors, CustomErrorTest,
@@ -122,7 +122,7 @@ TEST_F(CustomUploadTest, AnUnknownTokenIsNotAuthorised) {
   EXPECT_EQ(conn_.output, JsonReply(401));
   EXPECT_EQ(Log(), (Strings{"1 sdkapi req http token nobody", "4 sdkapicustom GetLoginHandle err nobody!!!!",
                             "1 sdkapi send =>" + JsonReply(401)}));
-  EXPECT_EQ(TestHost::Calls(), Strings{});
+  EXPECT_EQ(TestHost::Get().Lines(), Strings{});
 }
 
 TEST_F(CustomUploadTest, AnyLoginReachesTheHostWhateverItsTable) {
@@ -153,7 +153,7 @@ TEST_F(CustomUploadTest, WithoutAHostFunctionAnEmptyFormIsAServerError) {
 }
 
 TEST_F(CustomUploadTest, AFunctionThatVanishesBeforeAPieceAbortsTheParse) {
-  TestHost::Script().customUpload = [](const UploadStep&, UploadCustomCtx& ctx) {
+  TestHost::Get().customUpload = [](const UploadStep&, UploadCustomCtx& ctx) {
     ctx.hostFunction = nullptr;
     return 0;
   };
@@ -166,7 +166,7 @@ TEST_F(CustomUploadTest, AFunctionThatVanishesBeforeAPieceAbortsTheParse) {
 }
 
 TEST_F(CustomUploadTest, AFunctionClearedBetweenThePiecesOfOneValueAbortsTheParse) {
-  TestHost::Script().customUpload = [](const UploadStep& step, UploadCustomCtx& ctx) {
+  TestHost::Get().customUpload = [](const UploadStep& step, UploadCustomCtx& ctx) {
     if (step.pieceState == 2) ctx.hostFunction = nullptr;
     return 0;
   };
@@ -177,13 +177,13 @@ TEST_F(CustomUploadTest, AFunctionClearedBetweenThePiecesOfOneValueAbortsThePars
 }
 
 TEST_F(CustomUploadTest, WhatTheHostWritesIntoTheRecordIsGoneAtTheNextCall) {
-  TestHost::Script().customUpload = [](const UploadStep&, UploadCustomCtx& ctx) {
+  TestHost::Get().customUpload = [](const UploadStep&, UploadCustomCtx& ctx) {
     std::memset(ctx.data, 'h', sizeof ctx.data);
     return 0;
   };
   conn_.Multipart({{FormField{"one", "a", {{"xyz"}}}, FormField{"two", "b", {{"y"}}}}});
   EXPECT_EQ(FuncUploadCustomHandle(&conn_, kUploadHost), 1);
-  const auto steps = TestHost::Uploads();
+  const auto steps = TestHost::Get().Uploads();
   ASSERT_EQ(steps.size(), 5U);
   EXPECT_EQ(steps[1].data, "xyz");
   EXPECT_EQ(steps[3].data, "y");
@@ -199,12 +199,12 @@ TEST_F(CustomUploadTest, WhatTheParserCannotReadIsAServerError) {
   impossible.length = std::size_t{0} - 2;
   for (const FormScript& form : {malformed, FormScript{{FormField{"one", "a", {{"x"}}}, lost}},
                                  FormScript{{FormField{"one", "a", {impossible}}}}}) {
-    TestHost::Reset();
+    TestHost::Get().Reset();
     mg_connection conn("POST", "/own/upload");
     conn.Multipart(form);
     EXPECT_EQ(FuncUploadCustomHandle(&conn, kUploadHost), 1);
     EXPECT_EQ(conn.output, JsonReply(500));
-    EXPECT_EQ(TestHost::Uploads().back().endFlag, 0);
+    EXPECT_EQ(TestHost::Get().Uploads().back().endFlag, 0);
   }
 }
 
@@ -235,7 +235,7 @@ class CustomDownloadTest : public sdktest::LibraryTest {
            "\"\r\nContent-Type: application/octet-stream\r\nTransfer-Encoding: chunked\r\n\r\n";
   }
   static void Offer(const std::string& path) {
-    TestHost::Script().customDownload = [path](mg_connection*, CustomDownloadInfo& info) {
+    TestHost::Get().customDownload = [path](mg_connection*, CustomDownloadInfo& info) {
       const CustomDownloadInfo zero{};
       EXPECT_EQ(std::memcmp(&info, &zero, sizeof zero), 0);
       sdkapi::CopyText(info.downloadName, "own.txt");
@@ -254,7 +254,7 @@ TEST_F(CustomDownloadTest, SendsTheHostsFile) {
   conn_.Token("tok");
   EXPECT_EQ(FuncDownloadCustomHandle(&conn_, kDownloadHost), 1);
   EXPECT_EQ(conn_.output, Head("own.txt") + "7\r\ncontent\r\n0\r\n\r\n");
-  EXPECT_EQ(TestHost::Calls(), Strings{"CustomDownload()"});
+  EXPECT_EQ(TestHost::Get().Lines(), Strings{"CustomDownload()"});
   EXPECT_EQ(Log(), Strings{"1 sdkapi req http token tok"});
 }
 
@@ -268,7 +268,7 @@ TEST_F(CustomDownloadTest, AMissingFileLeavesTheHeadAlone) {
 
 TEST_F(CustomDownloadTest, TheHostsResultsGiveTheirStatus) {
   for (const auto& [result, status] : {std::pair{-2, 401}, {-1, 500}, {1, 500}, {5, 500}}) {
-    TestHost::Script().customDownload = [result = result](mg_connection*, CustomDownloadInfo&) {
+    TestHost::Get().customDownload = [result = result](mg_connection*, CustomDownloadInfo&) {
       return result;
     };
     mg_connection conn("GET", "/own/download");
@@ -293,7 +293,7 @@ TEST_F(CustomDownloadTest, WithoutAHostFunctionItIsLeftToTheWebServer) {
 }
 
 TEST_F(CustomDownloadTest, ForgottenTerminatorsDoNoHarm) {
-  TestHost::Script().customDownload = [](mg_connection*, CustomDownloadInfo& info) {
+  TestHost::Get().customDownload = [](mg_connection*, CustomDownloadInfo& info) {
     std::memset(&info, 'x', sizeof info);
     return 0;
   };

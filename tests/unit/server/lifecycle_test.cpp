@@ -54,7 +54,7 @@ TEST_F(LifecycleTest, StartHandsOptionsAndCallbacksToTheWebServer) {
 }
 
 TEST_F(LifecycleTest, StartCopiesTheTable) {
-  TestHost::Script().deviceInfo = [](DeviceInfo&) { return 0; };
+  TestHost::Get().deviceInfo = [](DeviceInfo&) { return 0; };
   EXPECT_EQ(SdkAPISer_Start(&table_), 0);
   EXPECT_EQ(sdkapi::GetSerHandle()->DeviceInfoCb, table_.DeviceInfoCb);
   const auto deviceInfo = table_.DeviceInfoCb;

@@ -146,7 +146,7 @@ TEST_F(LoginRegistryTest, TimeOutTellsTheHostAndRemovesTheLogin) {
   RequireLogin();
   LogIn("tok");
   EXPECT_EQ(sdkapi::LoginTimeOutTaskCb("tok"), 0);
-  EXPECT_EQ(TestHost::Calls(), Strings{"LogOutCb()"});
+  EXPECT_EQ(TestHost::Get().Lines(), Strings{"LogOutCb()"});
   EXPECT_EQ(Log(), Strings{"1 sdkapi userid [tok] login time out.. "});
   EXPECT_EQ(GetLoginHandle("tok"), nullptr);
   EXPECT_EQ(Sessions(), Strings{"tok"}) << "the session stack is its caller's business";
@@ -159,7 +159,7 @@ TEST_F(LoginRegistryTest, TheSecondTimeOutFindsNothing) {
   sdktest::LogCapture::Clear();
   EXPECT_EQ(sdkapi::LoginTimeOutTaskCb("tok"), -1);
   EXPECT_EQ(Log(), (Strings{"1 sdkapi userid [tok] login time out.. ", "4 sdkapi GetLoginHandle err!!!!"}));
-  EXPECT_EQ(TestHost::Calls(), Strings{"LogOutCb()"});
+  EXPECT_EQ(TestHost::Get().Lines(), Strings{"LogOutCb()"});
 }
 
 TEST_F(LoginRegistryTest, TimeOutWithoutALogOutSlotStillRemovesTheLogin) {
@@ -169,13 +169,13 @@ TEST_F(LoginRegistryTest, TimeOutWithoutALogOutSlotStillRemovesTheLogin) {
   RequireLogin();
   LogIn("tok");
   EXPECT_EQ(sdkapi::LoginTimeOutTaskCb("tok"), 0);
-  EXPECT_EQ(TestHost::Calls(), Strings{});
+  EXPECT_EQ(TestHost::Get().Lines(), Strings{});
   EXPECT_EQ(GetLoginHandle("tok"), nullptr);
 }
 
 TEST_F(LoginRegistryTest, TimeOutWithAuthenticationOffFailsToRemoveTheGlobalTable) {
   EXPECT_EQ(sdkapi::LoginTimeOutTaskCb("tok"), -1);
-  EXPECT_EQ(TestHost::Calls(), Strings{"LogOutCb()"});
+  EXPECT_EQ(TestHost::Get().Lines(), Strings{"LogOutCb()"});
   EXPECT_EQ(Log(), (Strings{"1 sdkapi userid [tok] login time out.. ", "1 sdkapi json api del handle fail"}));
 }
 
@@ -195,7 +195,7 @@ TEST_F(LoginRegistryTest, StartUpInstallsTheTimeOutForTheSessionLoop) {
   sdktest::System().upTime = 100000;
   sdktest::System().onSleep = [](unsigned) { UnInitUsrIdStack(); };
   sdkapi::CheckUsrIdStack(nullptr);
-  EXPECT_EQ(TestHost::Calls(), Strings{"LogOutCb()"});
+  EXPECT_EQ(TestHost::Get().Lines(), Strings{"LogOutCb()"});
   EXPECT_EQ(sdkapi::LoginCount(), 0);
   EXPECT_EQ(Sessions(), Strings{});
 }

@@ -26,7 +26,7 @@ class LoginTest : public sdktest::LibraryTest {
 
   // A host that hands out this token.
   static void Grant(const std::string& token) {
-    TestHost::Script().login = [token](LoginInfo& info) {
+    TestHost::Get().login = [token](LoginInfo& info) {
       sdkapi::CopyText(info.token, token.c_str());
       return 0;
     };
@@ -36,7 +36,7 @@ class LoginTest : public sdktest::LibraryTest {
 };
 
 TEST_F(LoginTest, ASuccessfulLoginReportsTokenFirstLoginAndCode) {
-  TestHost::Script().login = [](LoginInfo& info) {
+  TestHost::Get().login = [](LoginInfo& info) {
     sdkapi::CopyText(info.token, "tok");
     info.firstlogin = 1;
     return 0;
@@ -44,7 +44,7 @@ TEST_F(LoginTest, ASuccessfulLoginReportsTokenFirstLoginAndCode) {
   conn_.Body(R"({"username":"admin","password":"secret"})");
   EXPECT_EQ(FuncLogin(&conn_, nullptr), 1);
   EXPECT_EQ(conn_.output, JsonReply(200, R"({"token":"tok","firstlogin":1,"code":0})"));
-  EXPECT_EQ(TestHost::Calls(), Strings{"LoginCb(admin, secret)"});
+  EXPECT_EQ(TestHost::Get().Lines(), Strings{"LoginCb(admin, secret)"});
   EXPECT_EQ(Log(), (Strings{"1 sdkapi iretCode = 0", "1 sdkapi send =>" + conn_.output}));
   EXPECT_EQ(sdkapi::LoginCount(), 1);
   EXPECT_EQ(Sessions(), Strings{"tok"});
@@ -52,7 +52,7 @@ TEST_F(LoginTest, ASuccessfulLoginReportsTokenFirstLoginAndCode) {
 }
 
 TEST_F(LoginTest, TheWizardTextComesLast) {
-  TestHost::Script().login = [](LoginInfo& info) {
+  TestHost::Get().login = [](LoginInfo& info) {
     sdkapi::CopyText(info.token, "tok");
     sdkapi::CopyText(info.wizard, "step \"2\"");
     info.firstlogin = -3;
@@ -64,7 +64,7 @@ TEST_F(LoginTest, TheWizardTextComesLast) {
 }
 
 TEST_F(LoginTest, WithoutATokenNothingIsRegistered) {
-  TestHost::Script().login = [](LoginInfo& info) {
+  TestHost::Get().login = [](LoginInfo& info) {
     info.firstlogin = 7;
     return 0;
   };
@@ -82,7 +82,7 @@ struct CodeCase {
 class RefusedTest : public LoginTest, public testing::WithParamInterface<CodeCase> {};
 
 TEST_P(RefusedTest, ReportsTheCodeAndRegistersNothing) {
-  TestHost::Script().login = [](LoginInfo& info) {
+  TestHost::Get().login = [](LoginInfo& info) {
     info.code = GetParam().code;
     info.lockTime = GetParam().lockTime;
     sdkapi::CopyText(info.token, "tok");
@@ -102,7 +102,7 @@ INSTANTIATE_TEST_SUITE_P(Codes, RefusedTest,
 class UnknownLoginCodeTest : public LoginTest, public testing::WithParamInterface<uint32_t> {};
 
 TEST_P(UnknownLoginCodeTest, GivesNoReply) {
-  TestHost::Script().login = [](LoginInfo& info) {
+  TestHost::Get().login = [](LoginInfo& info) {
     info.code = GetParam();
     sdkapi::CopyText(info.token, "tok");
     return 0;
@@ -118,7 +118,7 @@ INSTANTIATE_TEST_SUITE_P(Codes, UnknownLoginCodeTest, testing::Values(3U, 100U, 
 class NegativeResultTest : public LoginTest, public testing::WithParamInterface<int> {};
 
 TEST_P(NegativeResultTest, GivesNoReply) {
-  TestHost::Script().login = [](LoginInfo& info) {
+  TestHost::Get().login = [](LoginInfo& info) {
     sdkapi::CopyText(info.token, "tok");
     return GetParam();
   };
@@ -131,7 +131,7 @@ TEST_P(NegativeResultTest, GivesNoReply) {
 INSTANTIATE_TEST_SUITE_P(Results, NegativeResultTest, testing::Values(-1, -2, -2147483647));
 
 TEST_F(LoginTest, APositiveResultCountsAsSuccess) {
-  TestHost::Script().login = [](LoginInfo& info) {
+  TestHost::Get().login = [](LoginInfo& info) {
     sdkapi::CopyText(info.token, "tok");
     return 5;
   };
@@ -157,7 +157,7 @@ struct BodyCase {
 class BodyTest : public LoginTest, public testing::WithParamInterface<BodyCase> {};
 
 TEST_P(BodyTest, FillsTheRecord) {
-  TestHost::Script().login = [](LoginInfo& info) {
+  TestHost::Get().login = [](LoginInfo& info) {
     LoginInfo others = info;
     std::memset(others.username, 0, sizeof others.username);
     std::memset(others.password, 0, sizeof others.password);
@@ -168,7 +168,7 @@ TEST_P(BodyTest, FillsTheRecord) {
   };
   conn_.Body(GetParam().body);
   EXPECT_EQ(FuncLogin(&conn_, nullptr), 1);
-  EXPECT_EQ(TestHost::Calls(), Strings{GetParam().call});
+  EXPECT_EQ(TestHost::Get().Lines(), Strings{GetParam().call});
   EXPECT_EQ(conn_.bodyRead, conn_.body.size()) << "the rest of the body is drained";
 }
 
@@ -233,7 +233,7 @@ INSTANTIATE_TEST_SUITE_P(Lengths, TokenLengthTest, testing::Values(2U, 255U, 256
 
 TEST_F(LoginTest, ATokenWithoutATerminatorIsCutAtTheRecordsEnd) {
   RequireLogin();
-  TestHost::Script().login = [](LoginInfo& info) {
+  TestHost::Get().login = [](LoginInfo& info) {
     std::memset(info.token, 't', sizeof info.token);
     return 0;
   };
@@ -253,7 +253,7 @@ TEST_F(LogOutTest, EndsTheLoginOfTheToken) {
   conn.Token("tok");
   EXPECT_EQ(FuncLogOut(&conn, nullptr), 1);
   EXPECT_EQ(conn.output, JsonReply(200, R"({"code":"0"})"));
-  EXPECT_EQ(TestHost::Calls(), Strings{"LogOutCb()"});
+  EXPECT_EQ(TestHost::Get().Lines(), Strings{"LogOutCb()"});
   EXPECT_EQ(Log(), (Strings{"1 sdkapi req http token tok", "1 sdkapi send =>" + conn.output}));
   EXPECT_EQ(GetLoginHandle("tok"), nullptr);
   EXPECT_NE(GetLoginHandle("other"), nullptr);
@@ -269,7 +269,7 @@ TEST_F(LogOutTest, AnUnknownTokenIsNotAuthorised) {
   EXPECT_EQ(conn.output, JsonReply(401));
   EXPECT_EQ(Log(), (Strings{"1 sdkapi req http token nobody", "4 sdkapi token err!!!!",
                             "1 sdkapi send =>" + JsonReply(401)}));
-  EXPECT_EQ(TestHost::Calls(), Strings{});
+  EXPECT_EQ(TestHost::Get().Lines(), Strings{});
 }
 
 TEST_F(LogOutTest, WithoutATokenNothingIsTraced) {
@@ -299,7 +299,7 @@ TEST_F(LogOutTest, WithAuthenticationOffTheHostIsToldButNothingIsRemoved) {
   conn.Token("tok");
   EXPECT_EQ(FuncLogOut(&conn, nullptr), 0);
   EXPECT_EQ(conn.output, "");
-  EXPECT_EQ(TestHost::Calls(), Strings{"LogOutCb()"});
+  EXPECT_EQ(TestHost::Get().Lines(), Strings{"LogOutCb()"});
   EXPECT_EQ(Log(), (Strings{"1 sdkapi req http token tok", "4 sdkapi json api del handle fail"}));
   EXPECT_EQ(sdkapi::LoginCount(), 1);
   EXPECT_EQ(Sessions(), Strings{"tok"});
@@ -331,7 +331,7 @@ struct QueryCase {
 class NoLoginTest : public LoginTest, public testing::WithParamInterface<QueryCase> {};
 
 TEST_P(NoLoginTest, TheHostsAnswerSwitchesAuthentication) {
-  TestHost::Script().authQuery = [](int* flag) {
+  TestHost::Get().authQuery = [](int* flag) {
     if (GetParam().writes) *flag = GetParam().written;
     return -1;  // the result is ignored
   };
@@ -342,7 +342,7 @@ TEST_P(NoLoginTest, TheHostsAnswerSwitchesAuthentication) {
     EXPECT_EQ(conn.output, JsonReply(200, GetParam().body));
     EXPECT_EQ(SdkAPISer_AuthenticationSwitch_Get(), GetParam().off);
   }
-  EXPECT_EQ(TestHost::Calls(), (Strings{"AuthQueryCb(-1)", "AuthQueryCb(-1)"}));
+  EXPECT_EQ(TestHost::Get().Lines(), (Strings{"AuthQueryCb(-1)", "AuthQueryCb(-1)"}));
 }
 
 INSTANTIATE_TEST_SUITE_P(Answers, NoLoginTest,

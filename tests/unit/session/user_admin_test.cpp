@@ -20,7 +20,7 @@ struct ChangePath {
 class ChangePathTest : public ChangeUserTest, public testing::WithParamInterface<ChangePath> {};
 
 TEST_P(ChangePathTest, AllFourTextsReachTheHostWithTheType) {
-  TestHost::Script().changeUser = [](ChangeUserRequest& request) {
+  TestHost::Get().changeUser = [](ChangeUserRequest& request) {
     EXPECT_STREQ(request.username, "u");
     EXPECT_STREQ(request.newusername, "nu");
     EXPECT_STREQ(request.newpassword, "np");
@@ -34,7 +34,7 @@ TEST_P(ChangePathTest, AllFourTextsReachTheHostWithTheType) {
   conn.Token("tok").Body(R"({"username":"u","newusername":"nu","newpassword":"np","oldpassword":"op"})");
   EXPECT_EQ(FuncChangeUserInfo(&conn, nullptr), 1);
   EXPECT_EQ(conn.output, JsonReply(200, "{\n\t\"code\":\t-7\n}"));
-  EXPECT_EQ(TestHost::Calls(), Strings{"ChangeUserInfoCb(tok)"});
+  EXPECT_EQ(TestHost::Get().Lines(), Strings{"ChangeUserInfoCb(tok)"});
   EXPECT_FALSE(conn.keepAlive);
 }
 
@@ -43,7 +43,7 @@ INSTANTIATE_TEST_SUITE_P(Paths, ChangePathTest,
                                          ChangePath{"/change/usrorpasswd", 2}));
 
 TEST_F(ChangeUserTest, MissingTextsStayEmptyAndLongOnesAreCut) {
-  TestHost::Script().changeUser = [](ChangeUserRequest& request) {
+  TestHost::Get().changeUser = [](ChangeUserRequest& request) {
     EXPECT_EQ(std::string(request.username), std::string(31, 'u'));
     EXPECT_STREQ(request.newusername, "");
     EXPECT_EQ(std::string(request.newpassword), std::string(255, 'n'));
@@ -55,11 +55,11 @@ TEST_F(ChangeUserTest, MissingTextsStayEmptyAndLongOnesAreCut) {
   conn.Body(R"({"username":")" + std::string(60, 'u') + R"(","newpassword":")" + std::string(300, 'n') +
             "\"}");
   EXPECT_EQ(FuncChangeUserInfo(&conn, nullptr), 1);
-  EXPECT_EQ(TestHost::Calls().size(), 1U);
+  EXPECT_EQ(TestHost::Get().Lines().size(), 1U);
 }
 
 TEST_F(ChangeUserTest, ABodyThatDoesNotParseReachesTheHostAsEmptyTexts) {
-  TestHost::Script().changeUser = [](ChangeUserRequest& request) {
+  TestHost::Get().changeUser = [](ChangeUserRequest& request) {
     ChangeUserRequest expected{};
     expected.changeType = 2;
     EXPECT_EQ(std::memcmp(&request, &expected, sizeof expected), 0);
@@ -68,11 +68,11 @@ TEST_F(ChangeUserTest, ABodyThatDoesNotParseReachesTheHostAsEmptyTexts) {
   mg_connection conn("POST", "/change/usrorpasswd");
   conn.Body("{broken");
   EXPECT_EQ(FuncChangeUserInfo(&conn, nullptr), 1);
-  EXPECT_EQ(TestHost::Calls().size(), 1U);
+  EXPECT_EQ(TestHost::Get().Lines().size(), 1U);
 }
 
 TEST_F(ChangeUserTest, NotAuthorisedByTheHost) {
-  TestHost::Script().changeUser = [](ChangeUserRequest&) { return -2; };
+  TestHost::Get().changeUser = [](ChangeUserRequest&) { return -2; };
   mg_connection conn("POST", "/change/password");
   EXPECT_EQ(FuncChangeUserInfo(&conn, nullptr), 1);
   EXPECT_EQ(conn.output, JsonReply(401));
@@ -81,7 +81,7 @@ TEST_F(ChangeUserTest, NotAuthorisedByTheHost) {
 class ChangeFailureTest : public ChangeUserTest, public testing::WithParamInterface<int> {};
 
 TEST_P(ChangeFailureTest, SendsAnEmptyReply) {
-  TestHost::Script().changeUser = [](ChangeUserRequest&) { return GetParam(); };
+  TestHost::Get().changeUser = [](ChangeUserRequest&) { return GetParam(); };
   mg_connection conn("POST", "/change/password");
   EXPECT_EQ(FuncChangeUserInfo(&conn, nullptr), 1);
   EXPECT_EQ(conn.output, "");
@@ -98,7 +98,7 @@ TEST_P(UnknownPathTest, IsLeftToTheWebServer) {
     conn.Body(R"({"username":"u"})");
     EXPECT_EQ(handler(&conn, nullptr), 0);
     EXPECT_EQ(conn.output, "");
-    EXPECT_EQ(TestHost::Calls(), Strings{});
+    EXPECT_EQ(TestHost::Get().Lines(), Strings{});
   }
 }
 
@@ -122,7 +122,7 @@ TEST_P(UserHandlerTest, AnUnknownTokenIsNotAuthorised) {
   EXPECT_EQ(conn.output, JsonReply(401));
   EXPECT_EQ(Log(), (Strings{"1 sdkapi req http token nobody", "4 sdkapi token err!!!!",
                             "1 sdkapi send =>" + JsonReply(401)}));
-  EXPECT_EQ(TestHost::Calls(), Strings{});
+  EXPECT_EQ(TestHost::Get().Lines(), Strings{});
 }
 
 TEST_P(UserHandlerTest, AnEmptySlotIsLeftToTheWebServer) {
@@ -145,7 +145,7 @@ INSTANTIATE_TEST_SUITE_P(Handlers, UserHandlerTest,
 class ManageUserTest : public sdktest::LibraryTest {};
 
 TEST_F(ManageUserTest, CreateTakesNamePasswordAndRole) {
-  TestHost::Script().manageUser = [](ManageUserRequest& request) {
+  TestHost::Get().manageUser = [](ManageUserRequest& request) {
     EXPECT_EQ(request.role, 2);
     EXPECT_STREQ(request.username, "u");
     EXPECT_STREQ(request.password, "p");
@@ -157,11 +157,11 @@ TEST_F(ManageUserTest, CreateTakesNamePasswordAndRole) {
   conn.Token("tok").Body(R"({"username":"u","password":"p","role":2})");
   EXPECT_EQ(FuncManageUser(&conn, nullptr), 1);
   EXPECT_EQ(conn.output, JsonReply(200, R"({"code":3000000000})"));
-  EXPECT_EQ(TestHost::Calls(), Strings{"ManageUserCb(tok)"});
+  EXPECT_EQ(TestHost::Get().Lines(), Strings{"ManageUserCb(tok)"});
 }
 
 TEST_F(ManageUserTest, DeleteTakesTheNameOnly) {
-  TestHost::Script().manageUser = [](ManageUserRequest& request) {
+  TestHost::Get().manageUser = [](ManageUserRequest& request) {
     ManageUserRequest expected{};
     std::strcpy(expected.username, "u");
     expected.action = 1;
@@ -175,18 +175,18 @@ TEST_F(ManageUserTest, DeleteTakesTheNameOnly) {
 }
 
 TEST_F(ManageUserTest, ABodyThatDoesNotParseReachesTheHostEmpty) {
-  TestHost::Script().manageUser = [](ManageUserRequest& request) {
+  TestHost::Get().manageUser = [](ManageUserRequest& request) {
     const ManageUserRequest expected{};
     EXPECT_EQ(std::memcmp(&request, &expected, sizeof expected), 0);
     return 0;
   };
   mg_connection conn("POST", "/createuser");
   EXPECT_EQ(FuncManageUser(&conn, nullptr), 1);
-  EXPECT_EQ(TestHost::Calls().size(), 1U);
+  EXPECT_EQ(TestHost::Get().Lines().size(), 1U);
 }
 
 TEST_F(ManageUserTest, LongTextsAreCut) {
-  TestHost::Script().manageUser = [](ManageUserRequest& request) {
+  TestHost::Get().manageUser = [](ManageUserRequest& request) {
     EXPECT_EQ(std::string(request.username), std::string(31, 'u'));
     EXPECT_EQ(std::string(request.password), std::string(255, 'p'));
     return 0;
@@ -194,7 +194,7 @@ TEST_F(ManageUserTest, LongTextsAreCut) {
   mg_connection conn("POST", "/createuser");
   conn.Body(R"({"username":")" + std::string(40, 'u') + R"(","password":")" + std::string(300, 'p') + "\"}");
   FuncManageUser(&conn, nullptr);
-  EXPECT_EQ(TestHost::Calls().size(), 1U);
+  EXPECT_EQ(TestHost::Get().Lines().size(), 1U);
 }
 
 struct ResultCase {
@@ -204,7 +204,7 @@ struct ResultCase {
 class ManageResultTest : public ManageUserTest, public testing::WithParamInterface<ResultCase> {};
 
 TEST_P(ManageResultTest, GivesTheStatus) {
-  TestHost::Script().manageUser = [](ManageUserRequest&) { return GetParam().result; };
+  TestHost::Get().manageUser = [](ManageUserRequest&) { return GetParam().result; };
   for (const char* const path : {"/createuser", "/deleteuser"}) {
     mg_connection conn("POST", path);
     EXPECT_EQ(FuncManageUser(&conn, nullptr), 1);

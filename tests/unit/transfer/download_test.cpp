@@ -28,14 +28,14 @@ class DownloadTest : public sdktest::LibraryTest {
   // A host that offers the file under a name, in all slots.
   void Offer(const std::string& name) const { Offer(name, path_); }
   static void Offer(const std::string& name, const std::string& path) {
-    TestHost::Script().download = [name, path](DownloadFileInfo& info) {
+    TestHost::Get().download = [name, path](DownloadFileInfo& info) {
       const DownloadFileInfo zero{};
       EXPECT_EQ(std::memcmp(&info, &zero, sizeof zero), 0);
       sdkapi::CopyText(info.name, name.c_str());
       sdkapi::CopyText(info.path, path.c_str());
       return 0;
     };
-    TestHost::Script().downloadSetting = [name, path](DownloadSettingInfo& info) {
+    TestHost::Get().downloadSetting = [name, path](DownloadSettingInfo& info) {
       EXPECT_EQ(info.name[0], '\0');
       EXPECT_EQ(info.path[0], '\0');
       sdkapi::CopyText(info.name, name.c_str());
@@ -44,8 +44,8 @@ class DownloadTest : public sdktest::LibraryTest {
     };
   }
   static void Refuse(int result) {
-    TestHost::Script().download = [result](DownloadFileInfo&) { return result; };
-    TestHost::Script().downloadSetting = [result](DownloadSettingInfo&) { return result; };
+    TestHost::Get().download = [result](DownloadFileInfo&) { return result; };
+    TestHost::Get().downloadSetting = [result](DownloadSettingInfo&) { return result; };
   }
 
   const sdktest::DownloadFile file_;
@@ -252,7 +252,7 @@ TEST_P(RouteTest, SendsTheHostsFile) {
   conn_.Token("tok");
   EXPECT_EQ(Handle(conn_), 1);
   EXPECT_TRUE(conn_.output == Head("name.bin") + Chunks(bytes));
-  EXPECT_EQ(TestHost::Calls(), Strings{GetParam().call});
+  EXPECT_EQ(TestHost::Get().Lines(), Strings{GetParam().call});
   EXPECT_EQ(Log(), IsLogo() ? Strings{} : Strings{"1 sdkapi req http token tok"});
 }
 
@@ -303,11 +303,11 @@ TEST_P(RouteTest, AFailedWriteIsLoggedAndCutOff) {
 }
 
 TEST_P(RouteTest, ForgottenTerminatorsDoNoHarm) {
-  TestHost::Script().download = [](DownloadFileInfo& info) {
+  TestHost::Get().download = [](DownloadFileInfo& info) {
     std::memset(&info, 'x', sizeof info);
     return 0;
   };
-  TestHost::Script().downloadSetting = [](DownloadSettingInfo& info) {
+  TestHost::Get().downloadSetting = [](DownloadSettingInfo& info) {
     std::memset(info.name, 'x', sizeof info.name);
     std::memset(info.path, 'x', sizeof info.path);
     return 0;
@@ -329,7 +329,7 @@ TEST_P(TokenRouteTest, AnUnknownTokenIsNotAuthorised) {
   EXPECT_EQ(conn_.output, JsonReply(401));
   EXPECT_EQ(Log(), (Strings{"1 sdkapi req http token nobody", "4 sdkapidownload GetLoginHandle err!!!!",
                             "1 sdkapi send =>" + JsonReply(401)}));
-  EXPECT_EQ(TestHost::Calls(), Strings{});
+  EXPECT_EQ(TestHost::Get().Lines(), Strings{});
 }
 
 TEST_P(TokenRouteTest, TheLoginsTokenReachesTheHost) {
@@ -338,7 +338,7 @@ TEST_P(TokenRouteTest, TheLoginsTokenReachesTheHost) {
   Offer("f");
   conn_.Token("tok");
   EXPECT_EQ(Handle(conn_), 1);
-  EXPECT_EQ(TestHost::Calls(), Strings{GetParam().call});
+  EXPECT_EQ(TestHost::Get().Lines(), Strings{GetParam().call});
 }
 
 TEST_P(TokenRouteTest, ALongTokenIsCutTo255Characters) {
@@ -362,7 +362,7 @@ TEST_P(SettingMethodTest, IsForwarded) {
   mg_connection conn("GET", "/api/v1/settings/export");
   conn.Token("tok").Query(GetParam().query);
   EXPECT_EQ(FuncDownloadSettingFile(&conn, nullptr), 1);
-  EXPECT_EQ(TestHost::Calls(), Strings{"DownloadSettingFileCb(tok, " + GetParam().method + ")"});
+  EXPECT_EQ(TestHost::Get().Lines(), Strings{"DownloadSettingFileCb(tok, " + GetParam().method + ")"});
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -384,7 +384,7 @@ TEST_F(DownloadTest, TheLogoNeedsNoTokenAndUsesTheGlobalTable) {
   mg_connection conn("GET", "/download/logo");
   EXPECT_EQ(FuncDownloadImageFile(&conn, nullptr), 1);
   EXPECT_EQ(conn.output, Head("logo.png") + "a\r\n" + bytes + "\r\n0\r\n\r\n");
-  EXPECT_EQ(TestHost::Calls(), Strings{"DownloadImageFileCb()"});
+  EXPECT_EQ(TestHost::Get().Lines(), Strings{"DownloadImageFileCb()"});
   EXPECT_EQ(Log(), Strings{});
 }
 

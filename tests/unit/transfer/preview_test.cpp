@@ -32,7 +32,7 @@ class PreviewTest : public sdktest::LibraryTest {
 
   // A host that shows these pictures and then ends the stream.
   static void Show(const Strings& pictures) {
-    TestHost::Script().preview = [pictures, next = std::size_t{0}](PreviewFrame& frame) mutable {
+    TestHost::Get().preview = [pictures, next = std::size_t{0}](PreviewFrame& frame) mutable {
       if (frame.state != 1) return 0;
       if (next == pictures.size()) return -1;
       std::memcpy(frame.frame, pictures[next].data(), pictures[next].size());
@@ -49,8 +49,8 @@ TEST_F(PreviewTest, PicturesFollowTheHead) {
   Show({"first", "second picture"});
   EXPECT_EQ(FuncPreview(&conn_, nullptr), 1);
   EXPECT_EQ(conn_.output, kStreamHead + Part("first") + Part("second picture"));
-  EXPECT_EQ(TestHost::Calls(), (Strings{"PreviewCb(, 0)", "PreviewCb(, 1)", "PreviewCb(, 1)",
-                                        "PreviewCb(, 1)", "PreviewCb(, 2)"}));
+  EXPECT_EQ(TestHost::Get().Lines(), (Strings{"PreviewCb(, 0)", "PreviewCb(, 1)", "PreviewCb(, 1)",
+                                              "PreviewCb(, 1)", "PreviewCb(, 2)"}));
   EXPECT_FALSE(conn_.keepAlive) << "the worker is released at once";
   EXPECT_EQ(Log(), Strings{});
 }
@@ -66,7 +66,7 @@ TEST_F(PreviewTest, SixteenWorkersAreLeftToOthers) {
                               "1 sdkapi send =>" + sdktest::JsonReply(503)}));
     sdktest::LogCapture::Clear();
   }
-  EXPECT_EQ(TestHost::Calls(), Strings{}) << "a stream without room is not opened";
+  EXPECT_EQ(TestHost::Get().Lines(), Strings{}) << "a stream without room is not opened";
   sdktest::Server().workers = "17";
   for (int i = 0; i < 3; ++i) {
     mg_connection conn("GET", "/stream");
@@ -78,7 +78,7 @@ TEST_F(PreviewTest, SixteenWorkersAreLeftToOthers) {
 
 TEST_F(PreviewTest, TheRecordIsZeroedAndTheSameInAllCalls) {
   const PreviewFrame* first = nullptr;
-  TestHost::Script().preview = [&first](PreviewFrame& frame) {
+  TestHost::Get().preview = [&first](PreviewFrame& frame) {
     if (frame.state == 0) {
       first = &frame;
       EXPECT_EQ(frame.length, 0);
@@ -93,10 +93,10 @@ TEST_F(PreviewTest, TheRecordIsZeroedAndTheSameInAllCalls) {
 }
 
 TEST_F(PreviewTest, ARefusedOpenSendsNothingAndGetsNoClose) {
-  TestHost::Script().preview = [](PreviewFrame&) { return 1; };
+  TestHost::Get().preview = [](PreviewFrame&) { return 1; };
   EXPECT_EQ(FuncPreview(&conn_, nullptr), 0);
   EXPECT_EQ(conn_.output, "");
-  EXPECT_EQ(TestHost::Calls(), Strings{"PreviewCb(, 0)"});
+  EXPECT_EQ(TestHost::Get().Lines(), Strings{"PreviewCb(, 0)"});
 }
 
 TEST_F(PreviewTest, AnEmptySlotIsLeftToTheWebServer) {
@@ -124,10 +124,10 @@ struct NameCase {
 class HostNameTest : public PreviewTest, public testing::WithParamInterface<NameCase> {};
 
 TEST_P(HostNameTest, IsTakenFromTheUri) {
-  TestHost::Script().preview = [](PreviewFrame&) { return 1; };
+  TestHost::Get().preview = [](PreviewFrame&) { return 1; };
   mg_connection conn("GET", GetParam().uri);
   FuncPreview(&conn, nullptr);
-  EXPECT_EQ(TestHost::Calls(), Strings{"PreviewCb(" + GetParam().hostname + ", 0)"});
+  EXPECT_EQ(TestHost::Get().Lines(), Strings{"PreviewCb(" + GetParam().hostname + ", 0)"});
   const Strings line{"1 sdkapi FuncPreview hostname is [" + GetParam().hostname + "]"};
   EXPECT_EQ(Log(), GetParam().logged ? line : Strings{});
 }
@@ -150,11 +150,11 @@ TEST_F(PreviewTest, APictureOfLengthZeroEndsTheStreamBehindItsHead) {
   EXPECT_EQ(FuncPreview(&conn_, nullptr), 1);
   EXPECT_EQ(conn_.output,
             kStreamHead + Part("p") + "--w00t\r\nContent-Type: image/jpeg\r\nContent-Length: 0\r\n\r\n");
-  EXPECT_EQ(TestHost::Calls().back(), "PreviewCb(, 2)");
+  EXPECT_EQ(TestHost::Get().Lines().back(), "PreviewCb(, 2)");
 }
 
 TEST_F(PreviewTest, ANegativeLengthSendsAPartWithoutAPicture) {
-  TestHost::Script().preview = [next = 0](PreviewFrame& frame) mutable {
+  TestHost::Get().preview = [next = 0](PreviewFrame& frame) mutable {
     if (frame.state != 1) return 0;
     frame.length = -1;
     return next++ == 0 ? 0 : 1;
@@ -173,20 +173,20 @@ TEST_F(PreviewTest, TheLargestPictureArrivesWhole) {
 
 TEST_F(PreviewTest, ALengthBeyondTheRecordEndsTheStreamBeforeThePart) {
   for (const int64_t length : {int64_t{655361}, int64_t{1} << 40}) {
-    TestHost::Reset();
-    TestHost::Script().preview = [length](PreviewFrame& frame) {
+    TestHost::Get().Reset();
+    TestHost::Get().preview = [length](PreviewFrame& frame) {
       frame.length = length;
       return 0;
     };
     mg_connection conn("GET", "/stream");
     EXPECT_EQ(FuncPreview(&conn, nullptr), 1);
     EXPECT_EQ(conn.output, kStreamHead);
-    EXPECT_EQ(TestHost::Calls(), (Strings{"PreviewCb(, 0)", "PreviewCb(, 1)", "PreviewCb(, 2)"}));
+    EXPECT_EQ(TestHost::Get().Lines(), (Strings{"PreviewCb(, 0)", "PreviewCb(, 1)", "PreviewCb(, 2)"}));
   }
 }
 
 TEST_F(PreviewTest, StopEndsTheStreamWithOneClose) {
-  TestHost::Script().preview = [pictures = 0](PreviewFrame& frame) mutable {
+  TestHost::Get().preview = [pictures = 0](PreviewFrame& frame) mutable {
     if (frame.state != 1) return 0;
     if (++pictures == 2) SdkAPISer_Stop(nullptr);
     frame.frame[0] = 'p';
@@ -195,7 +195,7 @@ TEST_F(PreviewTest, StopEndsTheStreamWithOneClose) {
   };
   EXPECT_EQ(FuncPreview(&conn_, nullptr), 1);
   EXPECT_EQ(conn_.output, kStreamHead + Part("p") + Part("p"));
-  EXPECT_EQ(TestHost::Calls(),
+  EXPECT_EQ(TestHost::Get().Lines(),
             (Strings{"PreviewCb(, 0)", "PreviewCb(, 1)", "PreviewCb(, 1)", "PreviewCb(, 2)"}));
 }
 
@@ -204,19 +204,19 @@ TEST_F(PreviewTest, WithoutARunningServerTheStreamEndsBehindItsHead) {
   Show({"p"});
   EXPECT_EQ(FuncPreview(&conn_, nullptr), 1);
   EXPECT_EQ(conn_.output, kStreamHead);
-  EXPECT_EQ(TestHost::Calls(), (Strings{"PreviewCb(, 0)", "PreviewCb(, 2)"}));
+  EXPECT_EQ(TestHost::Get().Lines(), (Strings{"PreviewCb(, 0)", "PreviewCb(, 2)"}));
 }
 
 TEST_F(PreviewTest, AClientThatIsGoneEndsTheStreamWithOneClose) {
   const std::string whole = kStreamHead + Part("one") + Part("two");
   for (int write = 1; write <= 7; ++write) {
-    TestHost::Reset();
+    TestHost::Get().Reset();
     Show({"one", "two"});
     mg_connection conn("GET", "/stream");
     conn.failWriteFrom = write;
     EXPECT_EQ(FuncPreview(&conn, nullptr), 1);
     EXPECT_EQ(conn.output, whole.substr(0, conn.output.size())) << write;
-    const Strings calls = TestHost::Calls();
+    const Strings calls = TestHost::Get().Lines();
     EXPECT_EQ(calls.back(), "PreviewCb(, 2)");
     EXPECT_EQ(std::count(calls.begin(), calls.end(), "PreviewCb(, 2)"), 1);
     EXPECT_LE(calls.size(), 5U);
@@ -225,7 +225,7 @@ TEST_F(PreviewTest, AClientThatIsGoneEndsTheStreamWithOneClose) {
 }
 
 TEST_F(PreviewTest, TheStreamKeepsTheTableItBeganWith) {
-  TestHost::Script().preview = [pictures = 0](PreviewFrame& frame) mutable {
+  TestHost::Get().preview = [pictures = 0](PreviewFrame& frame) mutable {
     if (frame.state != 1) return 0;
     SdkAPISerHandle table = TestHost::Table();
     table.PreviewCb = nullptr;
@@ -234,7 +234,7 @@ TEST_F(PreviewTest, TheStreamKeepsTheTableItBeganWith) {
     return ++pictures == 2 ? 1 : 0;
   };
   EXPECT_EQ(FuncPreview(&conn_, nullptr), 1);
-  EXPECT_EQ(TestHost::Calls(),
+  EXPECT_EQ(TestHost::Get().Lines(),
             (Strings{"PreviewCb(, 0)", "PreviewCb(, 1)", "PreviewCb(, 1)", "PreviewCb(, 2)"}));
 }
 

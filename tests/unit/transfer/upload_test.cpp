@@ -97,10 +97,10 @@ FormScript OneFile() { return {{FormField{"file", "a.png", {{"abc", "defg"}, {"d
 
 class UploadTest : public sdktest::LibraryTest {
  protected:
-  // Answers a result to the call that Describe() names without slot and arguments, 0 to the others.
+  // Answers a result to the call whose description begins so, 0 to the others.
   static void AnswerAt(const std::string& what, int result) {
-    TestHost::Script().upload = [what, result](const UploadStep& step, UploadFileCtx&) {
-      return step.Describe().find(") " + what) != std::string::npos ? result : 0;
+    TestHost::Get().upload = [what, result](const UploadStep& step, UploadFileCtx&) {
+      return step.Describe().starts_with(what) ? result : 0;
     };
   }
 };
@@ -127,8 +127,9 @@ INSTANTIATE_TEST_SUITE_P(Families, FamilyTest,
 TEST_P(FamilyTest, AFileReachesTheHostPieceByPiece) {
   conn_.Token("tok").Multipart(OneFile());
   EXPECT_EQ(Handle(conn_), 1);
-  EXPECT_EQ(TestHost::Calls(), (Strings{Call("found file a.png"), Call("piece 3 more file a.png"),
-                                        Call("piece 4 last file a.png"), Call("final file a.png")}));
+  EXPECT_EQ(TestHost::Get().Lines(),
+            (Strings{Call("found file a.png"), Call("piece 3 more file a.png"),
+                     Call("piece 4 last file a.png"), Call("final last file a.png")}));
   EXPECT_EQ(conn_.output, JsonReply(200));
   EXPECT_EQ(conn_.trace.lines, (Strings{"found file a.png -> 1", "get 3 -> 1", "get 4 -> 1"}));
   EXPECT_EQ(Log(), (Strings{"1 sdkapi req http token tok", "1 sdkapiupload KEY = file start.",
@@ -139,7 +140,7 @@ TEST_P(FamilyTest, AFileReachesTheHostPieceByPiece) {
 TEST_P(FamilyTest, EachStepShowsItsStateInTheRecord) {
   conn_.Token("tok").Multipart(OneFile());
   Handle(conn_);
-  const auto steps = TestHost::Uploads();
+  const auto steps = TestHost::Get().Uploads();
   ASSERT_EQ(steps.size(), 4U);
   EXPECT_EQ(steps[0].data, "");
   EXPECT_EQ(steps[1].data, "abc");
@@ -174,8 +175,8 @@ TEST_P(FamilyTest, WithAuthenticationOnTheLoginsTableAndTokenAreUsed) {
   LogIn("tok");
   conn_.Token("tok").Multipart(OneFile());
   EXPECT_EQ(Handle(conn_), 1);
-  EXPECT_EQ(TestHost::Calls().size(), 4U);
-  for (const UploadStep& step : TestHost::Uploads()) {
+  EXPECT_EQ(TestHost::Get().Lines().size(), 4U);
+  for (const UploadStep& step : TestHost::Get().Uploads()) {
     EXPECT_EQ(step.token, "tok");
     EXPECT_EQ(step.table, GetLoginHandle("tok"));
   }
@@ -187,8 +188,8 @@ TEST_P(FamilyTest, WithAuthenticationOffTheTablesDataIsNotReadAsAToken) {
   Install(table);
   conn_.Token("tok").Multipart(OneFile());
   Handle(conn_);
-  ASSERT_EQ(TestHost::Uploads().size(), 4U);
-  for (const UploadStep& step : TestHost::Uploads()) EXPECT_EQ(step.token, "tok");
+  ASSERT_EQ(TestHost::Get().Uploads().size(), 4U);
+  for (const UploadStep& step : TestHost::Get().Uploads()) EXPECT_EQ(step.token, "tok");
 }
 
 TEST_P(FamilyTest, AnUnknownTokenIsNotAuthorised) {
@@ -198,7 +199,7 @@ TEST_P(FamilyTest, AnUnknownTokenIsNotAuthorised) {
   EXPECT_EQ(conn_.output, JsonReply(401));
   EXPECT_EQ(Log(), (Strings{"1 sdkapi req http token nobody", "4 sdkapiupload GetLoginHandle err nobody!!!!",
                             "1 sdkapi send =>" + JsonReply(401)}));
-  EXPECT_EQ(TestHost::Calls(), Strings{});
+  EXPECT_EQ(TestHost::Get().Lines(), Strings{});
   EXPECT_FALSE(conn_.trace.ran);
 }
 
@@ -226,37 +227,38 @@ TEST_P(FamilyTest, WithoutAUriNothingIsDone) {
   conn_.Token("tok").Multipart(OneFile());
   EXPECT_EQ(Handle(conn_), 0);
   EXPECT_EQ(conn_.output, "");
-  EXPECT_EQ(TestHost::Calls(), Strings{});
+  EXPECT_EQ(TestHost::Get().Lines(), Strings{});
 }
 
 TEST_P(FamilyTest, AFormWithoutFieldsGetsTheFinalCallOnly) {
   conn_.Token("tok").Multipart({});
   EXPECT_EQ(Handle(conn_), 1);
-  EXPECT_EQ(TestHost::Calls(), Strings{Call("final  ")});
+  EXPECT_EQ(TestHost::Get().Lines(), Strings{Call("final  ")});
   EXPECT_EQ(conn_.output, JsonReply(200));
 }
 
 TEST_P(FamilyTest, AnEmptyFileHasAFoundCallOnly) {
   conn_.Token("tok").Multipart({{FormField{"file", "a.png", {{""}}}}});
   EXPECT_EQ(Handle(conn_), 1);
-  EXPECT_EQ(TestHost::Calls(), (Strings{Call("found file a.png"), Call("final file a.png")}));
+  EXPECT_EQ(TestHost::Get().Lines(), (Strings{Call("found file a.png"), Call("final file a.png")}));
   EXPECT_EQ(conn_.trace.lines, (Strings{"found file a.png -> 1", "get 0 -> 1"}));
 }
 
 TEST_P(FamilyTest, AFieldWithoutAFileNameKeepsTheOneBefore) {
   conn_.Token("tok").Multipart({{FormField{"file", "a.png", {{"x"}}}, FormField{"note", "", {{"y"}}}}});
   EXPECT_EQ(Handle(conn_), 1);
-  EXPECT_EQ(TestHost::Calls(),
-            (Strings{Call("found file a.png"), Call("piece 1 last file a.png"), Call("found note (none)"),
-                     Call("piece 1 last note (none)"), Call("final note (none)")}));
-  for (const UploadStep& step : TestHost::Uploads()) EXPECT_EQ(step.fileName, "a.png");
+  EXPECT_EQ(TestHost::Get().Lines(),
+            (Strings{Call("found file a.png"), Call("piece 1 last file a.png"),
+                     Call("found note (none) after a.png"), Call("piece 1 last note (none) after a.png"),
+                     Call("final last note (none) after a.png")}));
+  for (const UploadStep& step : TestHost::Get().Uploads()) EXPECT_EQ(step.fileName, "a.png");
 }
 
 TEST_P(FamilyTest, AFieldFoundAfterDataShowsNoDataOfTheFieldBefore) {
   conn_.Multipart(
       {{FormField{"file", "a.png", {{std::string(5000, 'x')}}}, FormField{"second", "b.png", {{"y"}}}}});
   Handle(conn_);
-  const auto steps = TestHost::Uploads();
+  const auto steps = TestHost::Get().Uploads();
   ASSERT_EQ(steps.size(), 5U);
   EXPECT_EQ(steps[2].pieceState, 0);
   EXPECT_EQ(steps[2].length, 0);
@@ -267,8 +269,8 @@ TEST_P(FamilyTest, AFieldFoundAfterDataShowsNoDataOfTheFieldBefore) {
 
 TEST_P(FamilyTest, WhatTheHostWritesIntoTheRecordIsGoneAtTheNextCall) {
   for (const std::size_t place : {std::size_t{0}, std::size_t{5}, sizeof(UploadFileCtx::data) - 1}) {
-    TestHost::Reset();
-    TestHost::Script().upload = [place](const UploadStep&, UploadFileCtx& ctx) {
+    TestHost::Get().Reset();
+    TestHost::Get().upload = [place](const UploadStep&, UploadFileCtx& ctx) {
       ctx.data[place] = 'h';
       std::memset(ctx.name, 'h', sizeof ctx.name);
       return 0;
@@ -276,7 +278,7 @@ TEST_P(FamilyTest, WhatTheHostWritesIntoTheRecordIsGoneAtTheNextCall) {
     mg_connection conn("POST", GetParam().url);
     conn.Multipart({{FormField{"one", "a", {{"xyz", "X"}, {"yz"}}}, FormField{"two", "b", {{"y"}}}}});
     EXPECT_EQ(Handle(conn), 1);
-    const auto steps = TestHost::Uploads();
+    const auto steps = TestHost::Get().Uploads();
     ASSERT_EQ(steps.size(), 6U);
     EXPECT_EQ(steps[0].name, "one");
     EXPECT_EQ(steps[2].data, "yz");
@@ -293,21 +295,21 @@ struct LongNameCase {
 
 TEST_P(FamilyTest, LongNamesAreCutTo127Characters) {
   for (const LongNameCase& row : {LongNameCase{127, 127}, LongNameCase{128, 127}, LongNameCase{1000, 127}}) {
-    TestHost::Reset();
+    TestHost::Get().Reset();
     mg_connection conn("POST", GetParam().url);
     conn.Multipart({{FormField{std::string(row.length, 'k'), std::string(row.length, 'f'), {{"x"}}}}});
     EXPECT_EQ(Handle(conn), 1);
-    ASSERT_EQ(TestHost::Uploads().size(), 3U);
-    EXPECT_EQ(TestHost::Uploads()[0].name, std::string(row.kept, 'k'));
-    EXPECT_EQ(TestHost::Uploads()[0].fileName, std::string(row.kept, 'f'));
+    ASSERT_EQ(TestHost::Get().Uploads().size(), 3U);
+    EXPECT_EQ(TestHost::Get().Uploads()[0].name, std::string(row.kept, 'k'));
+    EXPECT_EQ(TestHost::Get().Uploads()[0].fileName, std::string(row.kept, 'f'));
   }
 }
 
 TEST_P(FamilyTest, AnEmptyFieldNameClearsTheNameBefore) {
   conn_.Multipart({{FormField{"file", "a.png", {{"x"}}}, FormField{"", "b.png", {{"y"}}}}});
   Handle(conn_);
-  ASSERT_EQ(TestHost::Uploads().size(), 5U);
-  EXPECT_EQ(TestHost::Uploads()[2].name, "");
+  ASSERT_EQ(TestHost::Get().Uploads().size(), 5U);
+  EXPECT_EQ(TestHost::Get().Uploads()[2].name, "");
 }
 
 struct BehindCase {
@@ -319,12 +321,12 @@ TEST_P(FamilyTest, OnlyCrLfBehindAPieceMarksTheLast) {
   for (const BehindCase& row :
        {BehindCase{"\r\n--BBBB", 1}, BehindCase{"\r\n", 1}, BehindCase{"\r", 2}, BehindCase{"\rx", 2},
         BehindCase{"\n\r", 2}, BehindCase{"x\r\n", 2}, BehindCase{"", 2}, BehindCase{"\n", 2}}) {
-    TestHost::Reset();
+    TestHost::Get().Reset();
     mg_connection conn("POST", GetParam().url);
     conn.Multipart({{FormField{"file", "a.png", {{"abc", row.behind}}}}});
     Handle(conn);
-    ASSERT_EQ(TestHost::Uploads().size(), 3U);
-    EXPECT_EQ(TestHost::Uploads()[1].pieceState, row.pieceState) << testing::PrintToString(row.behind);
+    ASSERT_EQ(TestHost::Get().Uploads().size(), 3U);
+    EXPECT_EQ(TestHost::Get().Uploads()[1].pieceState, row.pieceState) << testing::PrintToString(row.behind);
   }
 }
 
@@ -335,8 +337,8 @@ TEST_P(FamilyTest, BytesOfAnyValueArriveAsTheyAre) {
   }
   conn_.Multipart({{FormField{"file", "a.png", {{bytes}}}}});
   Handle(conn_);
-  ASSERT_EQ(TestHost::Uploads().size(), 3U);
-  EXPECT_EQ(TestHost::Uploads()[1].data, bytes);
+  ASSERT_EQ(TestHost::Get().Uploads().size(), 3U);
+  EXPECT_EQ(TestHost::Get().Uploads()[1].data, bytes);
 }
 
 struct PieceCase {
@@ -348,7 +350,7 @@ TEST_P(FamilyTest, LargeValuesAreSplitIntoConsecutivePieces) {
   for (const PieceCase& row :
        {PieceCase{8191, {8191}}, PieceCase{32767, {32767}}, PieceCase{32768, {32768}},
         PieceCase{32769, {32768, 1}}, PieceCase{100000, {32768, 32768, 32768, 1696}}}) {
-    TestHost::Reset();
+    TestHost::Get().Reset();
     std::string bytes;
     for (std::size_t i = 0; i < row.length; ++i) bytes += static_cast<char>('a' + i % 23);
     mg_connection conn("POST", GetParam().url);
@@ -356,7 +358,7 @@ TEST_P(FamilyTest, LargeValuesAreSplitIntoConsecutivePieces) {
     EXPECT_EQ(Handle(conn), 1);
     std::vector<int64_t> lengths;
     std::string arrived;
-    for (const UploadStep& step : TestHost::Uploads()) {
+    for (const UploadStep& step : TestHost::Get().Uploads()) {
       if (step.length > 0) lengths.push_back(step.length);
       arrived += step.data;
     }
@@ -371,10 +373,10 @@ TEST_P(FamilyTest, AnErrorAtTheFoundCallSkipsTheFieldOnly) {
   conn_.Token("tok").Multipart({{FormField{"one", "a", {{"x"}}}, FormField{"two", "b", {{"y"}}}}});
   EXPECT_EQ(Handle(conn_), 1);
   EXPECT_EQ(conn_.trace.lines, (Strings{"found one a -> 0", "found two b -> 1", "get 1 -> 1"}));
-  EXPECT_EQ(TestHost::Calls(),
+  EXPECT_EQ(TestHost::Get().Lines(),
             (Strings{Call("found one a"), Call("found two b"), Call("piece 1 last two b")}));
   EXPECT_EQ(conn_.output, JsonReply(401)) << "-2 of any call makes it a 401";
-  EXPECT_EQ(TestHost::Uploads()[2].error, -2);
+  EXPECT_EQ(TestHost::Get().Uploads()[2].error, -2);
 }
 
 TEST_P(FamilyTest, AnErrorAtAPieceSkipsTheRestOfItsField) {
@@ -386,14 +388,14 @@ TEST_P(FamilyTest, AnErrorAtAPieceSkipsTheRestOfItsField) {
 }
 
 TEST_P(FamilyTest, TheLastErrorCounts) {
-  TestHost::Script().upload = [](const UploadStep& step, UploadFileCtx&) {
+  TestHost::Get().upload = [](const UploadStep& step, UploadFileCtx&) {
     if (step.pieceState != 0) return 0;
     return step.name == "one" ? -2 : -1;
   };
   conn_.Multipart({{FormField{"one", "a", {{"x"}}}, FormField{"two", "b", {{"y"}}}}});
   EXPECT_EQ(Handle(conn_), 1);
   EXPECT_EQ(conn_.output, JsonReply(500));
-  EXPECT_EQ(TestHost::Calls().size(), 2U) << "no final call";
+  EXPECT_EQ(TestHost::Get().Lines().size(), 2U) << "no final call";
 }
 
 TEST_P(FamilyTest, AnyErrorOfTheFinalCallIsAServerError) {
@@ -412,7 +414,7 @@ TEST_P(FamilyTest, AParseFailureGetsNoFinalCall) {
   conn_.Token("tok").Multipart(form);
   EXPECT_EQ(Handle(conn_), 1);
   EXPECT_EQ(conn_.output, ParseFailure());
-  EXPECT_EQ(TestHost::Calls().back(), Call("piece 4 last file a.png"));
+  EXPECT_EQ(TestHost::Get().Lines().back(), Call("piece 4 last file a.png"));
 }
 
 TEST_P(FamilyTest, AFieldThatWasCountedButNeverOfferedIsAParseFailure) {
@@ -421,13 +423,13 @@ TEST_P(FamilyTest, AFieldThatWasCountedButNeverOfferedIsAParseFailure) {
   conn_.Multipart({{FormField{"one", "a", {{"x"}}}, lost}});
   EXPECT_EQ(Handle(conn_), 1);
   EXPECT_EQ(conn_.output, ParseFailure());
-  EXPECT_EQ(TestHost::Calls().size(), 2U);
+  EXPECT_EQ(TestHost::Get().Lines().size(), 2U);
 }
 
 TEST_P(FamilyTest, AnImpossiblePieceLengthIsAParseFailureAndNothingIsCopied) {
   for (const std::size_t length :
        {std::size_t{0} - 2, std::size_t{0} - 1, std::size_t{1} << 31, std::size_t{1} << 40}) {
-    TestHost::Reset();
+    TestHost::Get().Reset();
     FormPiece piece{"x"};
     piece.length = length;
     mg_connection conn("POST", GetParam().url);
@@ -435,12 +437,12 @@ TEST_P(FamilyTest, AnImpossiblePieceLengthIsAParseFailureAndNothingIsCopied) {
     EXPECT_EQ(Handle(conn), 1);
     EXPECT_EQ(conn.trace.lines[1], "get " + std::to_string(length) + " -> 16");
     EXPECT_EQ(conn.output, ParseFailure());
-    EXPECT_EQ(TestHost::Calls().size(), 1U) << "the found call only";
+    EXPECT_EQ(TestHost::Get().Lines().size(), 1U) << "the found call only";
   }
 }
 
 TEST_P(FamilyTest, ASlotThatVanishesBeforeAFieldAbortsTheParse) {
-  TestHost::Script().upload = [clear = GetParam().clear](const UploadStep& step, UploadFileCtx& ctx) {
+  TestHost::Get().upload = [clear = GetParam().clear](const UploadStep& step, UploadFileCtx& ctx) {
     if (step.pieceState == 1) clear(*ctx.loginHandle);
     return 0;
   };
@@ -455,7 +457,7 @@ TEST_P(FamilyTest, ASlotThatVanishesBeforeAFieldAbortsTheParse) {
 }
 
 TEST_P(FamilyTest, ASlotThatVanishesBeforeAPieceAbortsTheParse) {
-  TestHost::Script().upload = [clear = GetParam().clear](const UploadStep&, UploadFileCtx& ctx) {
+  TestHost::Get().upload = [clear = GetParam().clear](const UploadStep&, UploadFileCtx& ctx) {
     clear(*ctx.loginHandle);
     return 0;
   };
@@ -469,7 +471,7 @@ TEST_P(FamilyTest, ASlotThatVanishesBeforeAPieceAbortsTheParse) {
 }
 
 TEST_P(FamilyTest, ASlotThatVanishesBeforeTheFinalCallIsNotCalled) {
-  TestHost::Script().upload = [clear = GetParam().clear](const UploadStep& step, UploadFileCtx& ctx) {
+  TestHost::Get().upload = [clear = GetParam().clear](const UploadStep& step, UploadFileCtx& ctx) {
     if (step.pieceState == 1) clear(*ctx.loginHandle);
     return 0;
   };
@@ -498,10 +500,10 @@ TEST_P(FamilyTest, ALoginHandleThatTheHostClearedIsNoHandle) {
                           {"found one a -> 1", "get 3 -> 1", "get 2 -> 1", "found two b -> 1", "get 1 -> 1"},
                           &Family::handler}}) {
     SCOPED_TRACE(row.at);
-    TestHost::Reset();
+    TestHost::Get().Reset();
     LogCapture::Clear();
-    TestHost::Script().upload = [&row](const UploadStep& step, UploadFileCtx& ctx) {
-      if (step.Describe().find(row.at) != std::string::npos) ctx.loginHandle = nullptr;
+    TestHost::Get().upload = [&row](const UploadStep& step, UploadFileCtx& ctx) {
+      if (step.Describe().starts_with(row.at)) ctx.loginHandle = nullptr;
       return 0;
     };
     mg_connection conn("POST", GetParam().url);
@@ -511,12 +513,12 @@ TEST_P(FamilyTest, ALoginHandleThatTheHostClearedIsNoHandle) {
     EXPECT_EQ(conn.output, ParseFailure());
     EXPECT_EQ(LogCapture::LinesWithoutReplies().back(),
               std::string("4 sdkapiupload ") + GetParam().*row.finder + " not registered!!!!");
-    EXPECT_EQ(TestHost::Uploads().back().endFlag, 0);
+    EXPECT_EQ(TestHost::Get().Uploads().back().endFlag, 0);
   }
 }
 
 TEST_P(FamilyTest, ALoginHandleClearedBetweenThePiecesOfOneValueIsNoHandle) {
-  TestHost::Script().upload = [](const UploadStep& step, UploadFileCtx& ctx) {
+  TestHost::Get().upload = [](const UploadStep& step, UploadFileCtx& ctx) {
     if (step.pieceState == 2) ctx.loginHandle = nullptr;
     return 0;
   };
@@ -529,7 +531,7 @@ TEST_P(FamilyTest, ALoginHandleClearedBetweenThePiecesOfOneValueIsNoHandle) {
 TEST_P(FamilyTest, EveryRequestReachesTheParser) {
   for (const char* const type :
        {"", "application/x-www-form-urlencoded", "multipart/form-data; boundary=B"}) {
-    TestHost::Reset();
+    TestHost::Get().Reset();
     mg_connection conn("POST", GetParam().url);
     conn.form = OneFile();
     conn.Body("a=%").Header("Content-Type", type);
@@ -579,14 +581,14 @@ class ErrorTest : public UploadTest, public testing::WithParamInterface<ErrorCas
 
 TEST_P(ErrorTest, OfAnyCallDecidesTheAnswer) {
   for (const char* const what : {"found", "piece 3", "piece 4"}) {
-    TestHost::Reset();
+    TestHost::Get().Reset();
     AnswerAt(what, GetParam().error);
     mg_connection conn("POST", GetParam().url);
     conn.Multipart(OneFile());
     EXPECT_EQ(GetParam().family->handle(&conn, nullptr), 1);
     EXPECT_EQ(conn.output, JsonReply(GetParam().status, GetParam().body)) << what;
-    EXPECT_EQ(TestHost::Uploads().back().endFlag, GetParam().finalCall ? 1 : 0) << what;
-    EXPECT_EQ(TestHost::Uploads().back().error, GetParam().finalCall ? GetParam().error : 0) << what;
+    EXPECT_EQ(TestHost::Get().Uploads().back().endFlag, GetParam().finalCall ? 1 : 0) << what;
+    EXPECT_EQ(TestHost::Get().Uploads().back().error, GetParam().finalCall ? GetParam().error : 0) << what;
   }
 }
 
@@ -632,8 +634,8 @@ TEST_P(UploadUrlTest, ReachesTheHostAsItsNumber) {
   mg_connection conn("POST", GetParam().url);
   conn.Multipart(OneFile());
   EXPECT_EQ(GetParam().family->handle(&conn, nullptr), 1);
-  ASSERT_EQ(TestHost::Uploads().size(), 4U);
-  for (const UploadStep& step : TestHost::Uploads()) EXPECT_EQ(step.funcId, GetParam().funcId);
+  ASSERT_EQ(TestHost::Get().Uploads().size(), 4U);
+  for (const UploadStep& step : TestHost::Get().Uploads()) EXPECT_EQ(step.funcId, GetParam().funcId);
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -666,14 +668,14 @@ class PortHeaderTest : public UploadTest, public testing::WithParamInterface<Por
 TEST_P(PortHeaderTest, ReachesTheHostForThe8021xCertificateOnly) {
   // Also after a refusal: the sanitizer's leak check tells whether the copy was released.
   for (const int result : {0, -2, -1}) {
-    TestHost::Reset();
+    TestHost::Get().Reset();
     AnswerAt("found", result);
     mg_connection conn("POST", GetParam().url);
     if (GetParam().header) conn.Header("Port", *GetParam().header);
     conn.Multipart(OneFile());
     EXPECT_EQ(FuncUploadCertFile(&conn, nullptr), 1);
-    ASSERT_FALSE(TestHost::Uploads().empty());
-    for (const UploadStep& step : TestHost::Uploads()) EXPECT_EQ(step.extra, GetParam().extra);
+    ASSERT_FALSE(TestHost::Get().Uploads().empty());
+    for (const UploadStep& step : TestHost::Get().Uploads()) EXPECT_EQ(step.extra, GetParam().extra);
   }
 }
 
@@ -690,9 +692,9 @@ TEST_F(UploadTest, OtherFamiliesWithNumberOneReadNoPort) {
   mg_connection conn("POST", "/upload/logo");
   conn.Header("Port", "eth0").Multipart(OneFile());
   FuncUploadImageFile(&conn, nullptr);
-  ASSERT_FALSE(TestHost::Uploads().empty());
-  EXPECT_EQ(TestHost::Uploads()[0].funcId, 1);
-  EXPECT_EQ(TestHost::Uploads()[0].extra, std::nullopt);
+  ASSERT_FALSE(TestHost::Get().Uploads().empty());
+  EXPECT_EQ(TestHost::Get().Uploads()[0].funcId, 1);
+  EXPECT_EQ(TestHost::Get().Uploads()[0].extra, std::nullopt);
 }
 
 TEST_F(UploadTest, ACertificateFormThatCannotBeParsedIsAnInvalidFileForTwoNumbers) {
@@ -716,7 +718,7 @@ TEST_F(UploadTest, TheStoreCallbackLogsTheSize) {
 TEST_F(UploadTest, ALogOutInTheMiddleOfAnUploadDoesNotTakeItsTableAway) {
   RequireLogin();
   LogIn("tok");
-  TestHost::Script().upload = [](const UploadStep& step, UploadFileCtx&) {
+  TestHost::Get().upload = [](const UploadStep& step, UploadFileCtx&) {
     if (step.pieceState != 0) return 0;
     mg_connection logOut("POST", "/logout");
     logOut.Token("tok");
@@ -727,8 +729,8 @@ TEST_F(UploadTest, ALogOutInTheMiddleOfAnUploadDoesNotTakeItsTableAway) {
   conn.Token("tok").Multipart(OneFile());
   EXPECT_EQ(FuncUploadImageFile(&conn, nullptr), 1);
   EXPECT_EQ(conn.output, JsonReply(200));
-  EXPECT_EQ(TestHost::Uploads().size(), 4U);
-  for (const UploadStep& step : TestHost::Uploads()) EXPECT_EQ(step.token, "tok");
+  EXPECT_EQ(TestHost::Get().Uploads().size(), 4U);
+  for (const UploadStep& step : TestHost::Get().Uploads()) EXPECT_EQ(step.token, "tok");
 }
 
 }  // namespace

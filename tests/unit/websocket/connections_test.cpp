@@ -56,7 +56,7 @@ TEST_F(WebSocketTest, InitGivesZero) { EXPECT_EQ(sdkapi::WebSocketInit(), 0); }
 TEST_F(WebSocketTest, WithAuthenticationOffAnyTokenIsAccepted) {
   EXPECT_EQ(Connect(conn_, "any"), 0);
   EXPECT_EQ(Listed(), 1);
-  EXPECT_EQ(TestHost::Calls(), Strings{"WebSocketCb(0, any, \"\", 0)"});
+  EXPECT_EQ(TestHost::Get().Lines(), Strings{"WebSocketCb(any, 0, , 0)"});
   EXPECT_EQ(Log(), Strings{"1 sdkapi token = any and g_NoLogin = [1]"});
   Close(conn_);
 }
@@ -81,7 +81,7 @@ TEST_F(WebSocketTest, SixteenWorkersAreLeftToOthers) {
 TEST_F(WebSocketTest, WithoutTheHeaderTheConnectionIsRefused) {
   EXPECT_EQ(WebSocketConnectHandler(&conn_, nullptr), 1);
   EXPECT_EQ(Listed(), 0);
-  EXPECT_EQ(TestHost::Calls(), Strings{});
+  EXPECT_EQ(TestHost::Get().Lines(), Strings{});
   EXPECT_EQ(Log(), Strings{"1 sdkapi token = (null) and g_NoLogin = [1]"});
 }
 
@@ -90,7 +90,7 @@ TEST_F(WebSocketTest, WithAuthenticationOnAnUnknownTokenIsRefused) {
   LogIn("tok");
   EXPECT_EQ(Connect(conn_, "nobody"), 1);
   EXPECT_EQ(Listed(), 0);
-  EXPECT_EQ(TestHost::Calls(), Strings{});
+  EXPECT_EQ(TestHost::Get().Lines(), Strings{});
   EXPECT_EQ(Log(), (Strings{"1 sdkapi token = nobody and g_NoLogin = [0]", "4 sdkapi Token is invalid!!!"}));
 }
 
@@ -104,12 +104,12 @@ TEST_F(WebSocketTest, WithAuthenticationOnTheLoginsTokenIsAccepted) {
   RequireLogin();
   LogIn("tok");
   EXPECT_EQ(Connect(conn_, "tok"), 0);
-  EXPECT_EQ(TestHost::Calls(), Strings{"WebSocketCb(0, tok, \"\", 0)"});
+  EXPECT_EQ(TestHost::Get().Lines(), Strings{"WebSocketCb(tok, 0, , 0)"});
   Close(conn_);
 }
 
 TEST_F(WebSocketTest, TheConnectEventsResultIsIgnored) {
-  TestHost::Script().webSocket = [](int, const std::string&, const std::string&) { return -2; };
+  TestHost::Get().webSocket = [](int, const std::string&, const std::string&) { return -2; };
   EXPECT_EQ(Connect(conn_, "any"), 0);
   EXPECT_EQ(Listed(), 1);
   Close(conn_);
@@ -129,7 +129,7 @@ TEST_F(WebSocketTest, AKeyThatTheWebServerRejectsIsRefusedBeforehand) {
   conn_.Header("Sec-WebSocket-Key", std::string(64, 'k'));
   EXPECT_EQ(Connect(conn_, "any"), 1);
   EXPECT_EQ(Listed(), 0);
-  EXPECT_EQ(TestHost::Calls(), Strings{});
+  EXPECT_EQ(TestHost::Get().Lines(), Strings{});
   mg_connection longest("GET", "/websocket");
   longest.Header("Sec-WebSocket-Key", std::string(63, 'k'));
   EXPECT_EQ(Connect(longest, "any"), 0);
@@ -145,7 +145,7 @@ TEST_F(WebSocketTest, TheHandshakeNamesTheTokenAsItsProtocol) {
 TEST_F(WebSocketTest, AListOfProtocolsIsNotNamed) {
   Connect(conn_, "tok, other");
   EXPECT_EQ(conn_.info.acceptedWebSocketSubprotocol, nullptr);
-  EXPECT_EQ(TestHost::Calls(), Strings{"WebSocketCb(0, tok, other, \"\", 0)"})
+  EXPECT_EQ(TestHost::Get().Lines(), Strings{"WebSocketCb(tok, other, 0, , 0)"})
       << "the header's whole text is the token";
   Close(conn_);
 }
@@ -153,12 +153,12 @@ TEST_F(WebSocketTest, AListOfProtocolsIsNotNamed) {
 TEST_F(WebSocketTest, AnEmptyProtocolIsNotNamed) {
   EXPECT_EQ(Connect(conn_, ""), 0);
   EXPECT_EQ(conn_.info.acceptedWebSocketSubprotocol, nullptr);
-  EXPECT_EQ(TestHost::Calls(), Strings{"WebSocketCb(0, , \"\", 0)"});
+  EXPECT_EQ(TestHost::Get().Lines(), Strings{"WebSocketCb(, 0, , 0)"});
   Close(conn_);
 }
 
 TEST_F(WebSocketTest, ConnectAndCloseHoldTheContextLock) {
-  TestHost::Script().webSocket = [](int, const std::string&, const std::string&) {
+  TestHost::Get().webSocket = [](int, const std::string&, const std::string&) {
     EXPECT_EQ(Server().context.depth, 1);
     return 0;
   };
@@ -180,7 +180,7 @@ TEST_F(WebSocketTest, AnEntryHoldsConnectionAndToken) {
 
 TEST_F(WebSocketTest, ALongTokenIsCutInTheEntry) {
   Connect(conn_, std::string(3000, 't'));
-  EXPECT_EQ(TestHost::Calls(), Strings{"WebSocketCb(0, " + std::string(1023, 't') + ", \"\", 0)"});
+  EXPECT_EQ(TestHost::Get().Lines(), Strings{"WebSocketCb(" + std::string(1023, 't') + ", 0, , 0)"});
   Close(conn_);
 }
 
@@ -189,7 +189,7 @@ TEST_F(WebSocketTest, CloseWithAuthenticationOffTellsTheHostAndLeavesTheLogin) {
   Open(conn_, "tok");
   LogCapture::Clear();
   Close(conn_);
-  EXPECT_EQ(TestHost::Calls(), (Strings{"WebSocketCb(0, tok, \"\", 0)", "WebSocketCb(2, tok, \"\", 0)"}));
+  EXPECT_EQ(TestHost::Get().Lines(), (Strings{"WebSocketCb(tok, 0, , 0)", "WebSocketCb(tok, 2, , 0)"}));
   EXPECT_EQ(Log(), Strings{});
   EXPECT_EQ(sdkapi::LoginCount(), 1);
   EXPECT_EQ(Sessions(), Strings{"tok"});
@@ -202,8 +202,8 @@ TEST_F(WebSocketTest, CloseWithAuthenticationOnEndsTheLogin) {
   Open(conn_, "tok");
   LogCapture::Clear();
   Close(conn_);
-  EXPECT_EQ(TestHost::Calls(),
-            (Strings{"WebSocketCb(0, tok, \"\", 0)", "WebSocketCb(2, tok, \"\", 0)", "LogOutCb()"}));
+  EXPECT_EQ(TestHost::Get().Lines(),
+            (Strings{"WebSocketCb(tok, 0, , 0)", "WebSocketCb(tok, 2, , 0)", "LogOutCb()"}));
   EXPECT_EQ(Log(), Strings{"1 sdkapi userid [tok] login time out.. "});
   EXPECT_EQ(GetLoginHandle("tok"), nullptr);
   EXPECT_NE(GetLoginHandle("other"), nullptr);
@@ -222,8 +222,8 @@ TEST_F(WebSocketTest, TheSecondCloseOfATokenFindsNoLogin) {
   LogCapture::Clear();
   Close(second);
   EXPECT_EQ(Log(), (Strings{"1 sdkapi userid [tok] login time out.. ", "4 sdkapi GetLoginHandle err!!!!"}));
-  EXPECT_EQ(TestHost::Calls(), (Strings{"WebSocketCb(0, tok, \"\", 0)", "WebSocketCb(0, tok, \"\", 0)",
-                                        "WebSocketCb(2, tok, \"\", 0)", "LogOutCb()"}));
+  EXPECT_EQ(TestHost::Get().Lines(), (Strings{"WebSocketCb(tok, 0, , 0)", "WebSocketCb(tok, 0, , 0)",
+                                              "WebSocketCb(tok, 2, , 0)", "LogOutCb()"}));
 }
 
 TEST_F(WebSocketTest, CloseWithoutAHostFunctionStillForgetsTheConnection) {
@@ -238,7 +238,7 @@ TEST_F(WebSocketTest, CloseWithoutAHostFunctionStillForgetsTheConnection) {
 TEST_F(WebSocketTest, CloseOfAnUnknownConnectionIsLogged) {
   Close(conn_);
   EXPECT_EQ(Log(), Strings{"4 sdkapi WebSocketCloseHandler fail....!!!!!!"});
-  EXPECT_EQ(TestHost::Calls(), Strings{});
+  EXPECT_EQ(TestHost::Get().Lines(), Strings{});
 }
 
 TEST_F(WebSocketTest, ReadyOfAnUnknownConnectionDoesNothing) {
@@ -250,14 +250,14 @@ TEST_F(WebSocketTest, ReadyDoesNothingTowardsHostAndClient) {
   Connect(conn_, "any");
   LogCapture::Clear();
   WebSocketReadyHandler(&conn_, nullptr);
-  EXPECT_EQ(TestHost::Calls().size(), 1U);
+  EXPECT_EQ(TestHost::Get().Lines().size(), 1U);
   EXPECT_EQ(Log(), Strings{});
   EXPECT_EQ(conn_.Frames(), Frames{});
   Close(conn_);
 }
 
 TEST_F(WebSocketTest, FramesSentBeforeTheHandshakeIsCompleteFollowItInOrder) {
-  TestHost::Script().webSocket = [](int event, const std::string& token, const std::string&) {
+  TestHost::Get().webSocket = [](int event, const std::string& token, const std::string&) {
     if (event == 0) WebSocketSendData(token.c_str(), "first", 5);
     return 0;
   };
@@ -321,7 +321,7 @@ TEST_F(WebSocketTest, WaitingFramesOfAClosedConnectionAreDropped) {
 
 TEST_F(WebSocketTest, AHostMaySendInTheCloseEvent) {
   Open(conn_, "tok");
-  TestHost::Script().webSocket = [](int event, const std::string& token, const std::string&) {
+  TestHost::Get().webSocket = [](int event, const std::string& token, const std::string&) {
     if (event == 2) WebSocketSendData(token.c_str(), "bye", 3);
     return 0;
   };

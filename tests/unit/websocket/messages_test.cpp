@@ -20,7 +20,7 @@ class MessagesTest : public sdktest::LibraryTest {
     conn.Header("Sec-WebSocket-Protocol", token);
     EXPECT_EQ(WebSocketConnectHandler(&conn, nullptr), 0);
     WebSocketReadyHandler(&conn, nullptr);
-    TestHost::Reset();
+    TestHost::Get().Reset();
     LogCapture::Clear();
   }
   static int Receive(mg_connection& conn, int flags, std::string data) {
@@ -32,15 +32,15 @@ class MessagesTest : public sdktest::LibraryTest {
 
 TEST_F(MessagesTest, TextReachesTheHostWithATerminator) {
   Open(conn_, "tok");
-  TestHost::Script().webSocket = [](int event, const std::string&, const std::string& data) {
+  TestHost::Get().webSocket = [](int event, const std::string&, const std::string& data) {
     EXPECT_EQ(event, 1);
     EXPECT_EQ(data, "hello");
     return 0;
   };
   EXPECT_EQ(Receive(conn_, 0x81, "hello"), 1);
-  EXPECT_EQ(TestHost::Calls(), Strings{"WebSocketCb(1, tok, \"hello\", 5)"});
+  EXPECT_EQ(TestHost::Get().Lines(), Strings{"WebSocketCb(tok, 1, hello, 5)"});
   EXPECT_EQ(Log(), Strings{});
-  TestHost::Reset();
+  TestHost::Get().Reset();
   WebSocketCloseHandler(&conn_, nullptr);
 }
 
@@ -48,14 +48,14 @@ TEST_F(MessagesTest, AnEmptyTextReachesTheHost) {
   Open(conn_, "tok");
   EXPECT_EQ(Receive(conn_, 0x81, ""), 1);
   EXPECT_EQ(WebsocketDataHandler(&conn_, 0x81, nullptr, 0, nullptr), 1);
-  EXPECT_EQ(TestHost::Calls(), Strings(2, "WebSocketCb(1, tok, \"\", 0)"));
+  EXPECT_EQ(TestHost::Get().Lines(), Strings(2, "WebSocketCb(tok, 1, , 0)"));
   WebSocketCloseHandler(&conn_, nullptr);
 }
 
 TEST_F(MessagesTest, ATextWithNulsKeepsItsLength) {
   Open(conn_, "tok");
   std::string received;
-  TestHost::Script().webSocket = [&received](int, const std::string&, const std::string& data) {
+  TestHost::Get().webSocket = [&received](int, const std::string&, const std::string& data) {
     received = data;
     return 0;
   };
@@ -68,7 +68,7 @@ TEST_F(MessagesTest, ATextWithNulsKeepsItsLength) {
 TEST_F(MessagesTest, AMegabyteOfTextArrives) {
   Open(conn_, "tok");
   std::size_t received = 0;
-  TestHost::Script().webSocket = [&received](int, const std::string&, const std::string& data) {
+  TestHost::Get().webSocket = [&received](int, const std::string&, const std::string& data) {
     received = data.size();
     return 0;
   };
@@ -80,10 +80,10 @@ TEST_F(MessagesTest, AMegabyteOfTextArrives) {
 TEST_F(MessagesTest, ANonZeroResultClosesTheConnection) {
   Open(conn_, "tok");
   for (const int result : {-2, -1, 1, 100}) {
-    TestHost::Script().webSocket = [result](int, const std::string&, const std::string&) { return result; };
+    TestHost::Get().webSocket = [result](int, const std::string&, const std::string&) { return result; };
     EXPECT_EQ(Receive(conn_, 0x81, "x"), 0) << result;
   }
-  TestHost::Reset();
+  TestHost::Get().Reset();
   WebSocketCloseHandler(&conn_, nullptr);
 }
 
@@ -104,7 +104,7 @@ TEST_F(MessagesTest, AFrameOfALoggedOutTokenIsDroppedAndTheConnectionStays) {
   SdkAPISer_AuthenticationSwitch_Set(1);
   sdkapi::UsrManageTask();  // every login is gone
   for (const int flags : {0x81, 0x82, 0x88}) EXPECT_EQ(Receive(conn_, flags, "x"), -1);
-  EXPECT_EQ(TestHost::Calls(), Strings{});
+  EXPECT_EQ(TestHost::Get().Lines(), Strings{});
   EXPECT_EQ(Log(), Strings{});
   WebSocketCloseHandler(&conn_, nullptr);
 }
@@ -126,7 +126,7 @@ TEST_P(OpcodeTest, IsNotedAndGoesNoFurther) {
     LogCapture::Clear();
     EXPECT_EQ(Receive(conn_, flags, "payload"), 1);
     EXPECT_EQ(Log(), GetParam().log);
-    EXPECT_EQ(TestHost::Calls(), Strings{});
+    EXPECT_EQ(TestHost::Get().Lines(), Strings{});
   }
   WebSocketCloseHandler(&conn_, nullptr);
 }

@@ -6,7 +6,7 @@
 #include <mutex>
 #include <thread>
 
-namespace integration {
+namespace sdktest {
 
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__) || defined(SDKAPI_EMULATED)
 constexpr bool kInstrumented = true;
@@ -45,4 +45,4 @@ inline void Rendezvous() {
   const std::lock_guard lock(mutex);
 }
 
-}  // namespace integration
+}  // namespace sdktest
