@@ -5,7 +5,6 @@
 
 #include "base/text.h"
 #include "custom/host_function.h"
-#include "custom/upload_callbacks.h"
 #include "http/handlers.h"
 #include "http/request.h"
 #include "sdkapi/custom.h"
@@ -21,7 +20,9 @@ constexpr LogSource kLog{"sdkapicustom"};
 // The host's function comes from the route, not from the login's table.
 struct CustomFamily {
   using Context = UploadCustomCtx;
-  static constexpr LogSource kLog{"sdkapicustom"};
+  static constexpr LogSource kLog = ::kLog;
+  static constexpr const char* kFound = "FuncUploadCustomFoundCb";
+  static constexpr const char* kGet = "FuncUploadCustomGetCb";
 
   static bool Bound(const Context& ctx) { return ctx.hostFunction != nullptr; }
   static int Call(Context& ctx, const char* /*token*/) { return ctx.hostFunction(ctx.conn, &ctx); }
@@ -41,9 +42,7 @@ extern "C" int FuncUploadCustomHandle(mg_connection* conn, void* cbdata) {
   Upload<CustomFamily> upload{};
   upload.ctx.conn = conn;
   upload.ctx.hostFunction = HostFunctionOf<CustomUploadFunction>(cbdata);
-  const bool parsed =
-      ParseForm(conn, upload, FuncUploadCustomFoundCb, FuncUploadCustomGetCb, FuncUploadCustomStoreCb);
-  return ReplyToUpload(request, upload, parsed);
+  return ReplyToUpload(request, upload, ParseForm(conn, upload));
 }
 
 extern "C" int FuncDownloadCustomHandle(mg_connection* conn, void* cbdata) {
@@ -63,22 +62,3 @@ extern "C" int FuncDownloadCustomHandle(mg_connection* conn, void* cbdata) {
   SendHttpDownLoadFile(conn, info.filePath, info.downloadName);
   return 1;
 }
-
-extern "C" {
-
-int FuncUploadCustomFoundCb(const char* key, const char* filename, char* /*path*/, std::size_t /*pathlen*/,
-                            void* user_data) {
-  return OnFieldFound<CustomFamily>(key, filename, user_data, __func__);
-}
-
-int FuncUploadCustomGetCb(const char* /*key*/, const char* value, std::size_t valuelen, void* user_data) {
-  return OnFieldGet<CustomFamily>(value, valuelen, user_data, __func__);
-}
-
-// Not reached: no field is ever stored by the web server. It completes the parser's record.
-int FuncUploadCustomStoreCb(const char* /*path*/, long long file_size, void* /*user_data*/) {
-  kLog.info()("file_size = %lld.", file_size);
-  return 0;
-}
-
-}  // extern "C"

@@ -1,6 +1,7 @@
 // The built-in uploads: images, texts, archives, certificates and firmware.
 #include <cstdlib>
 #include <cstring>
+#include <type_traits>
 
 #include "http/handlers.h"
 #include "http/request.h"
@@ -9,8 +10,6 @@
 #include "sdkapi/transfer.h"
 #include "server/host_table.h"
 #include "server/log.h"
-#include "transfer/upload_callbacks.h"
-#include "transfer/upload_families.h"
 #include "transfer/upload_pipeline.h"
 
 namespace {
@@ -21,11 +20,71 @@ constexpr LogSource kLog{"sdkapiupload"};
 
 using UploadRequest = Request<256>;
 
-// The handler's own names: for the log and for the parser.
-struct UploadNames {
-  const char* handler;
-  FieldFound found;
-  FieldGet get;
+// Images, texts and archives: one slot each, nothing else differs.
+template <UploadSlot SdkAPISerHandle::*kSlot>
+struct SlotFamily {
+  using Context = UploadFileCtx;
+  static constexpr LogSource kLog = ::kLog;
+
+  static bool Bound(const Context& ctx) {
+    return ctx.loginHandle != nullptr && ctx.loginHandle->*kSlot != nullptr;
+  }
+  static int Call(Context& ctx, const char* token) {
+    return (ctx.loginHandle->*kSlot)(token, ctx.funcId, &ctx);
+  }
+  static void OnUnbound(Context& /*ctx*/) {}
+  static bool Accepts(int error) { return error == 0; }
+  static UploadAnswer Refusal(const Context& /*ctx*/) { return {500, ""}; }
+};
+
+struct ImageFamily : SlotFamily<&SdkAPISerHandle::UploadImageFileCb> {
+  static constexpr const char* kHandler = "FuncUploadImageFile";
+  static constexpr const char* kFound = "FuncUploadImageFileAndFileFoundCb";
+  static constexpr const char* kGet = "FuncUploadImageFileAndFileGetCb";
+};
+
+struct TextFamily : SlotFamily<&SdkAPISerHandle::UploadTxtFileCb> {
+  static constexpr const char* kHandler = "FuncUploadTxtFile";
+  static constexpr const char* kFound = "FuncUploadTxtFileAndFileFoundCb";
+  static constexpr const char* kGet = "FuncUploadTxtFileAndFileGetCb";
+};
+
+struct ArchiveFamily : SlotFamily<&SdkAPISerHandle::UploadZipFileCb> {
+  static constexpr const char* kHandler = "FuncUploadZipFile";
+  static constexpr const char* kFound = "FuncUploadZipFileAndFileFoundCb";
+  static constexpr const char* kGet = "FuncUploadZipFileAndFileGetCb";
+};
+
+// A positive error during the parse still gets the final call; two kinds answer "Invalid File".
+struct CertificateFamily : SlotFamily<&SdkAPISerHandle::UploadCertFileCb> {
+  static constexpr const char* kHandler = "FuncUploadCertFile";
+  static constexpr const char* kFound = "FuncUploadCertFileAndFileFoundCb";
+  static constexpr const char* kGet = "FuncUploadCertFileAndFileGetCb";
+
+  static bool Accepts(int error) { return error >= 0; }
+  static UploadAnswer Refusal(const Context& ctx) {
+    const bool named = ctx.funcId == kCertificateHttps || ctx.funcId == kCertificate8021x;
+    return named ? UploadAnswer{406, kInvalidFile} : UploadAnswer{500, ""};
+  }
+};
+
+// The slot takes no function identifier. A form that cannot be parsed is an invalid file on purpose.
+struct FirmwareFamily {
+  using Context = UploadFileCtx;
+  static constexpr LogSource kLog = ::kLog;
+  static constexpr const char* kHandler = "FuncUpgrade";
+  static constexpr const char* kFound = "FuncUploadFileAndFileFoundCb";
+  static constexpr const char* kGet = "FuncUploadFileAndFileGetCb";
+
+  static bool Bound(const Context& ctx) {
+    return ctx.loginHandle != nullptr && ctx.loginHandle->UpgradeCb != nullptr;
+  }
+  static int Call(Context& ctx, const char* token) { return ctx.loginHandle->UpgradeCb(token, &ctx); }
+  static void OnUnbound(Context& /*ctx*/) {}
+  static bool Accepts(int error) { return error == 0; }
+  static UploadAnswer Refusal(const Context& ctx) {
+    return ctx.error == -1 ? UploadAnswer{500, ""} : UploadAnswer{406, kInvalidFile};
+  }
 };
 
 template <class Family>
@@ -60,7 +119,7 @@ bool ReadExtra(const mg_connection* conn, UploadFileCtx& ctx) {
 }
 
 template <class Family>
-int HandleUpload(mg_connection* conn, const UploadNames& names) {
+int HandleUpload(mg_connection* conn) {
   const char* const url = GetHttpUrl(conn);
   if (url == nullptr) return 0;
   const UploadRequest request(conn);
@@ -70,98 +129,21 @@ int HandleUpload(mg_connection* conn, const UploadNames& names) {
   }
   Upload<Family> upload{};
   Prepare(upload, request, url);
-  if (!Family::Bound(upload.ctx)) return NotRegistered(kLog.error(), names.handler);
+  if (!Family::Bound(upload.ctx)) return NotRegistered(kLog.error(), Family::kHandler);
 
   if (!ReadExtra<Family>(conn, upload.ctx)) return request.Answer(500);
-  const bool parsed = ParseForm(conn, upload, names.found, names.get, FuncUploadFileAndFileStoreCb);
+  const bool parsed = ParseForm(conn, upload);
   // The host may have cleared its slot, or the login handle, in the last field's calls.
-  if (parsed && !Family::Bound(upload.ctx)) NotRegistered(kLog.error(), names.handler);
+  if (parsed && !Family::Bound(upload.ctx)) NotRegistered(kLog.error(), Family::kHandler);
   return ReplyToUpload(request, upload, parsed);
 }
 
 }  // namespace
 
-int FuncUploadImageFile(mg_connection* conn, void* /*cbdata*/) {
-  return HandleUpload<ImageFamily>(
-      conn, {__func__, FuncUploadImageFileAndFileFoundCb, FuncUploadImageFileAndFileGetCb});
-}
-
-int FuncUploadTxtFile(mg_connection* conn, void* /*cbdata*/) {
-  return HandleUpload<TextFamily>(conn,
-                                  {__func__, FuncUploadTxtFileAndFileFoundCb, FuncUploadTxtFileAndFileGetCb});
-}
-
-int FuncUploadZipFile(mg_connection* conn, void* /*cbdata*/) {
-  return HandleUpload<ArchiveFamily>(
-      conn, {__func__, FuncUploadZipFileAndFileFoundCb, FuncUploadZipFileAndFileGetCb});
-}
-
+int FuncUploadImageFile(mg_connection* conn, void* /*cbdata*/) { return HandleUpload<ImageFamily>(conn); }
+int FuncUploadTxtFile(mg_connection* conn, void* /*cbdata*/) { return HandleUpload<TextFamily>(conn); }
+int FuncUploadZipFile(mg_connection* conn, void* /*cbdata*/) { return HandleUpload<ArchiveFamily>(conn); }
 int FuncUploadCertFile(mg_connection* conn, void* /*cbdata*/) {
-  return HandleUpload<CertificateFamily>(
-      conn, {__func__, FuncUploadCertFileAndFileFoundCb, FuncUploadCertFileAndFileGetCb});
+  return HandleUpload<CertificateFamily>(conn);
 }
-
-int FuncUpgrade(mg_connection* conn, void* /*cbdata*/) {
-  return HandleUpload<FirmwareFamily>(conn,
-                                      {__func__, FuncUploadFileAndFileFoundCb, FuncUploadFileAndFileGetCb});
-}
-
-extern "C" {
-
-int FuncUploadImageFileAndFileFoundCb(const char* key, const char* filename, char* /*path*/,
-                                      std::size_t /*pathlen*/, void* user_data) {
-  return OnFieldFound<ImageFamily>(key, filename, user_data, __func__);
-}
-
-int FuncUploadImageFileAndFileGetCb(const char* /*key*/, const char* value, std::size_t valuelen,
-                                    void* user_data) {
-  return OnFieldGet<ImageFamily>(value, valuelen, user_data, __func__);
-}
-
-int FuncUploadTxtFileAndFileFoundCb(const char* key, const char* filename, char* /*path*/,
-                                    std::size_t /*pathlen*/, void* user_data) {
-  return OnFieldFound<TextFamily>(key, filename, user_data, __func__);
-}
-
-int FuncUploadTxtFileAndFileGetCb(const char* /*key*/, const char* value, std::size_t valuelen,
-                                  void* user_data) {
-  return OnFieldGet<TextFamily>(value, valuelen, user_data, __func__);
-}
-
-int FuncUploadZipFileAndFileFoundCb(const char* key, const char* filename, char* /*path*/,
-                                    std::size_t /*pathlen*/, void* user_data) {
-  return OnFieldFound<ArchiveFamily>(key, filename, user_data, __func__);
-}
-
-int FuncUploadZipFileAndFileGetCb(const char* /*key*/, const char* value, std::size_t valuelen,
-                                  void* user_data) {
-  return OnFieldGet<ArchiveFamily>(value, valuelen, user_data, __func__);
-}
-
-int FuncUploadCertFileAndFileFoundCb(const char* key, const char* filename, char* /*path*/,
-                                     std::size_t /*pathlen*/, void* user_data) {
-  return OnFieldFound<CertificateFamily>(key, filename, user_data, __func__);
-}
-
-int FuncUploadCertFileAndFileGetCb(const char* /*key*/, const char* value, std::size_t valuelen,
-                                   void* user_data) {
-  return OnFieldGet<CertificateFamily>(value, valuelen, user_data, __func__);
-}
-
-int FuncUploadFileAndFileFoundCb(const char* key, const char* filename, char* /*path*/,
-                                 std::size_t /*pathlen*/, void* user_data) {
-  return OnFieldFound<FirmwareFamily>(key, filename, user_data, __func__);
-}
-
-int FuncUploadFileAndFileGetCb(const char* /*key*/, const char* value, std::size_t valuelen,
-                               void* user_data) {
-  return OnFieldGet<FirmwareFamily>(value, valuelen, user_data, __func__);
-}
-
-// Not reached: no field is ever stored by the web server. It completes the parser's record.
-int FuncUploadFileAndFileStoreCb(const char* /*path*/, long long file_size, void* /*user_data*/) {
-  kLog.info()("file_size = %lld.", file_size);
-  return 0;
-}
-
-}  // extern "C"
+int FuncUpgrade(mg_connection* conn, void* /*cbdata*/) { return HandleUpload<FirmwareFamily>(conn); }

@@ -3,6 +3,7 @@
 // A family says what differs:
 //   Context              the record that the host sees
 //   kLog                 the source name of its log lines
+//   kFound, kGet         the names of its form callbacks in the log
 //   Bound(ctx)           whether there is a host function to call
 //   Call(ctx, token)     the call
 //   OnUnbound(ctx)       what a form callback notes when there is none
@@ -80,11 +81,13 @@ bool IsUnbound(Upload<Family>* upload, const LogLine& log, const char* callback)
   return true;
 }
 
+// The parser has found a field.
 template <class Family>
-int OnFieldFound(const char* key, const char* fileName, void* conn, const char* callback) {
+int OnFieldFound(const char* key, const char* fileName, char* /*path*/, std::size_t /*pathSize*/,
+                 void* conn) {
   Family::kLog.info()("KEY = %s start.", key);
   auto* const upload = UploadOf<Family>(conn);
-  if (IsUnbound<Family>(upload, Family::kLog.error(), callback)) return MG_FORM_FIELD_STORAGE_ABORT;
+  if (IsUnbound<Family>(upload, Family::kLog.error(), Family::kFound)) return MG_FORM_FIELD_STORAGE_ABORT;
 
   ++upload->fieldsFound;
   LoadPiece(upload->ctx, "", 0);
@@ -100,17 +103,18 @@ int OnFieldFound(const char* key, const char* fileName, void* conn, const char* 
 // looked at only behind a CR: behind an urlencoded value stands one NUL, and then nothing of ours.
 inline int PieceState(const char* behind) { return behind[0] == '\r' && behind[1] == '\n' ? 1 : 2; }
 
+// The parser has read bytes of a field.
 template <class Family>
-int OnFieldGet(const char* value, std::size_t length, void* conn, const char* callback) {
+int OnFieldGet(const char* /*key*/, const char* value, std::size_t length, void* conn) {
   auto* const upload = UploadOf<Family>(conn);
-  if (IsUnbound<Family>(upload, Family::kLog.error(), callback)) return MG_FORM_FIELD_HANDLE_ABORT;
+  if (IsUnbound<Family>(upload, Family::kLog.error(), Family::kGet)) return MG_FORM_FIELD_HANDLE_ABORT;
   // The parser reports an impossible length for a part without a body.
   if (length > INT_MAX) {
     upload->parseFailed = true;
     return MG_FORM_FIELD_HANDLE_ABORT;
   }
   for (std::size_t done = 0; done != length;) {
-    if (done != 0 && IsUnbound<Family>(upload, Family::kLog.error(), callback)) {
+    if (done != 0 && IsUnbound<Family>(upload, Family::kLog.error(), Family::kGet)) {
       return MG_FORM_FIELD_HANDLE_ABORT;
     }
     const std::size_t piece = std::min(length - done, sizeof upload->ctx.data);
@@ -126,18 +130,19 @@ int OnFieldGet(const char* value, std::size_t length, void* conn, const char* ca
   return MG_FORM_FIELD_HANDLE_GET;
 }
 
-// The three callbacks that a family registers with the parser.
-using FieldFound = int (*)(const char*, const char*, char*, std::size_t, void*);
-using FieldGet = int (*)(const char*, const char*, std::size_t, void*);
-using FieldStore = int (*)(const char*, long long, void*);
+// Not reached: no field is ever stored by the web server. It completes the parser's record.
+template <class Family>
+int OnFieldStored(const char* /*path*/, long long size, void* /*conn*/) {
+  Family::kLog.info()("file_size = %lld.", size);
+  return 0;
+}
 
 // Runs the form through the callbacks. False for everything that is not a whole, well-formed form of which
 // every field was offered to the host: a name that cannot be decoded is counted but never offered.
 template <class Family>
-bool ParseForm(mg_connection* conn, Upload<Family>& upload, FieldFound found, FieldGet get,
-               FieldStore store) {
+bool ParseForm(mg_connection* conn, Upload<Family>& upload) {
   if (!MayBeParsed(conn)) return false;
-  mg_form_data_handler handler{found, get, store, conn};
+  mg_form_data_handler handler{OnFieldFound<Family>, OnFieldGet<Family>, OnFieldStored<Family>, conn};
   mg_set_user_connection_data(conn, &upload);
   const int fields = mg_handle_form_request(conn, &handler);
   mg_set_user_connection_data(conn, nullptr);

@@ -47,10 +47,10 @@ def custom_routes_of_page():
 
 
 def kinds_of_library():
-    """Number and name of the kind of file by URI, from the table and the public enumerations."""
+    """Number and name of the kind of file by URI, from the tables and the public enumerations."""
     numbers = dict(re.findall(r"\b(k\w+) = (-?\d+)", read("include/sdkapi/host.h")))
-    rows = re.findall(r'\{"([^"]+)", (k\w+)\}', read("src/transfer/upload_route.cpp"))
-    return {uri: (int(numbers[name]), name) for uri, name in rows}
+    rows = re.findall(r'\{"([^"]+?)\$?", (?:\w+, nullptr, )?(k\w+)\}', read("src/http/routes.cpp"))
+    return {uri: (int(numbers[name]), name) for uri, name in rows if name != "kUploadUnnamed"}
 
 
 def kinds_of_page():

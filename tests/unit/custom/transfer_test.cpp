@@ -5,7 +5,6 @@
 #include <fstream>
 
 #include "base/text.h"
-#include "custom/upload_callbacks.h"
 #include "http/handlers.h"
 #include "library_fixture.h"
 
@@ -57,12 +56,9 @@ TEST_F(CustomUploadTest, AFileReachesTheHostPieceByPiece) {
                             "1 sdkapi send =>" + JsonReply(200)}));
 }
 
-TEST_F(CustomUploadTest, TheParserGetsTheCustomCallbacks) {
+TEST_F(CustomUploadTest, TheParserGetsTheConnection) {
   conn_.Multipart(OneFile());
   FuncUploadCustomHandle(&conn_, kUploadHost);
-  EXPECT_EQ(conn_.trace.handler.field_found, FuncUploadCustomFoundCb);
-  EXPECT_EQ(conn_.trace.handler.field_get, FuncUploadCustomGetCb);
-  EXPECT_EQ(conn_.trace.handler.field_store, FuncUploadCustomStoreCb);
   EXPECT_EQ(conn_.trace.handler.user_data, &conn_);
   EXPECT_EQ(conn_.userData, nullptr);
 }
@@ -217,7 +213,10 @@ TEST_F(CustomUploadTest, UrlencodedFormsReachTheParser) {
 }
 
 TEST_F(CustomUploadTest, TheStoreCallbackLogsTheSize) {
-  EXPECT_EQ(FuncUploadCustomStoreCb("/path", 12, nullptr), 0);
+  conn_.Multipart(OneFile());
+  FuncUploadCustomHandle(&conn_, kUploadHost);
+  LogCapture::Clear();
+  EXPECT_EQ(conn_.trace.handler.field_store("/path", 12, &conn_), 0);
   EXPECT_EQ(Log(), Strings{"1 sdkapicustom file_size = 12."});
 }
 

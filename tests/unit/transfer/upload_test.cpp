@@ -4,7 +4,6 @@
 
 #include "http/handlers.h"
 #include "library_fixture.h"
-#include "transfer/upload_callbacks.h"
 
 namespace {
 
@@ -25,17 +24,9 @@ struct Family {
   const char* get;
   const char* slot;
   void (*clear)(SdkAPISerHandle& table);
-  mg_form_data_handler form;
   const char* url;
   int funcId;
 };
-
-using FoundCallback = int (*)(const char*, const char*, char*, size_t, void*);
-using GetCallback = int (*)(const char*, const char*, size_t, void*);
-
-constexpr mg_form_data_handler Form(FoundCallback found, GetCallback get) {
-  return {found, get, FuncUploadFileAndFileStoreCb, nullptr};
-}
 
 const Family kImage = {"Image",
                        FuncUploadImageFile,
@@ -44,7 +35,6 @@ const Family kImage = {"Image",
                        "FuncUploadImageFileAndFileGetCb",
                        "UploadImageFileCb",
                        [](SdkAPISerHandle& table) { table.UploadImageFileCb = nullptr; },
-                       Form(FuncUploadImageFileAndFileFoundCb, FuncUploadImageFileAndFileGetCb),
                        "/upload/sub/logo",
                        4};
 const Family kText = {"Text",
@@ -54,7 +44,6 @@ const Family kText = {"Text",
                       "FuncUploadTxtFileAndFileGetCb",
                       "UploadTxtFileCb",
                       [](SdkAPISerHandle& table) { table.UploadTxtFileCb = nullptr; },
-                      Form(FuncUploadTxtFileAndFileFoundCb, FuncUploadTxtFileAndFileGetCb),
                       "/upload/edid",
                       3};
 const Family kArchive = {"Archive",
@@ -64,7 +53,6 @@ const Family kArchive = {"Archive",
                          "FuncUploadZipFileAndFileGetCb",
                          "UploadZipFileCb",
                          [](SdkAPISerHandle& table) { table.UploadZipFileCb = nullptr; },
-                         Form(FuncUploadZipFileAndFileFoundCb, FuncUploadZipFileAndFileGetCb),
                          "/upload/setting",
                          -1};
 const Family kCertificate = {"Certificate",
@@ -74,7 +62,6 @@ const Family kCertificate = {"Certificate",
                              "FuncUploadCertFileAndFileGetCb",
                              "UploadCertFileCb",
                              [](SdkAPISerHandle& table) { table.UploadCertFileCb = nullptr; },
-                             Form(FuncUploadCertFileAndFileFoundCb, FuncUploadCertFileAndFileGetCb),
                              "/upload/security",
                              2};
 const Family kFirmware = {"Firmware",
@@ -84,7 +71,6 @@ const Family kFirmware = {"Firmware",
                           "FuncUploadFileAndFileGetCb",
                           "UpgradeCb",
                           [](SdkAPISerHandle& table) { table.UpgradeCb = nullptr; },
-                          Form(FuncUploadFileAndFileFoundCb, FuncUploadFileAndFileGetCb),
                           "/api/v1/fw_upload",
                           -1};
 
@@ -159,15 +145,20 @@ TEST_P(FamilyTest, EachStepShowsItsStateInTheRecord) {
   }
 }
 
-TEST_P(FamilyTest, TheParserGetsTheFamilysCallbacksAndTheConnection) {
+TEST_P(FamilyTest, TheParserGetsTheConnection) {
   conn_.Multipart(OneFile());
   Handle(conn_);
-  EXPECT_EQ(conn_.trace.handler.field_found, GetParam().form.field_found);
-  EXPECT_EQ(conn_.trace.handler.field_get, GetParam().form.field_get);
-  EXPECT_EQ(conn_.trace.handler.field_store, GetParam().form.field_store);
   EXPECT_EQ(conn_.trace.handler.user_data, &conn_);
   EXPECT_TRUE(conn_.trace.userDataSet);
   EXPECT_EQ(conn_.userData, nullptr) << "nothing of the upload outlives the form";
+}
+
+TEST_P(FamilyTest, TheStoreCallbackLogsTheSize) {
+  conn_.Multipart(OneFile());
+  Handle(conn_);
+  LogCapture::Clear();
+  EXPECT_EQ(conn_.trace.handler.field_store("/path", 5000000000LL, &conn_), 0);
+  EXPECT_EQ(Log(), Strings{"1 sdkapiupload file_size = 5000000000."});
 }
 
 TEST_P(FamilyTest, WithAuthenticationOnTheLoginsTableAndTokenAreUsed) {
@@ -708,11 +699,6 @@ TEST_F(UploadTest, ACertificateFormThatCannotBeParsedIsAnInvalidFileForTwoNumber
     EXPECT_EQ(FuncUploadCertFile(&conn, nullptr), 1);
     EXPECT_EQ(conn.output, reply) << url;
   }
-}
-
-TEST_F(UploadTest, TheStoreCallbackLogsTheSize) {
-  EXPECT_EQ(FuncUploadFileAndFileStoreCb("/path", 5000000000LL, nullptr), 0);
-  EXPECT_EQ(Log(), Strings{"1 sdkapiupload file_size = 5000000000."});
 }
 
 TEST_F(UploadTest, ALogOutInTheMiddleOfAnUploadDoesNotTakeItsTableAway) {
