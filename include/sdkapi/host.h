@@ -1,17 +1,14 @@
-/* The host's table of functions and every record that the library exchanges with it. */
-/**
- * @file
- * @brief What the host implements: one function per device operation, gathered in @ref SdkAPISerHandle.
+/** The host's table of functions and every record that the library exchanges with it. @file
  *
- * Every slot may be NULL: requests that need it are then left to the web server (404, or 405 for a method
- * that files do not take). Slots run on worker threads, several at once, and may block; while one blocks, one
- * of the server's 50 workers is held. Unless a slot's text says otherwise: result 0 gives 200, -2 gives 401,
- * any other value gives 500, all with an empty body; `token` is the text of the request's "Authorization"
- * header behind its first 7 characters, empty when there is none (possible with authentication off only).
- * From a slot the host may call every function of http.h, values.h and websocket.h and the custom-route
- * registrations (see custom.h for the one exception); it may not call @ref SdkAPISer_Start or @ref
- * SdkAPISer_Stop.
- */
+ * The host implements one function per device operation, gathered in @ref SdkAPISerHandle. Every slot may be
+ * NULL: requests that need it are then left to the web server (404, or 405 for a method that files do not
+ * take). Slots run on worker threads, several at once, and may block; while one blocks, one of the server's
+ * 200 workers is held. Arguments are valid during the call and owned by the library. Unless a slot's text
+ * says otherwise: result 0 gives 200, -2 gives 401, any other value gives 500, all with an empty body;
+ * `token` is the text of the request's "Authorization" header behind its first 7 characters, empty when there
+ * is none (possible with authentication off only). From a slot the host may call every function of http.h,
+ * values.h and websocket.h and the custom-route registrations (see custom.h for the one exception); it may
+ * not call @ref SdkAPISer_Start or @ref SdkAPISer_Stop. */
 #ifndef SDKAPI_HOST_H
 #define SDKAPI_HOST_H
 
@@ -27,11 +24,8 @@ struct SdkAPISerHandle;
 typedef struct LoginInfo {
   char username[32];  /**< in: user name, cut to 31 characters. */
   char password[256]; /**< in: password, cut to 255 characters. */
-  /**
-   * out: session token for the client; empty = none, nothing is registered. Uploads, downloads and privilege
-   * changes do not know a token longer than 255 characters.
-   */
-  char token[1024];
+  char token[1024];   /**< out: session token for the client; empty = none, nothing is registered. Uploads,
+                         downloads and privilege changes do not know a token longer than 255 characters. */
   uint64_t lockTime;  /**< out: remaining lock time, reported when code is 2. */
   char wizard[32];    /**< out: optional text, reported when not empty. */
   int32_t firstlogin; /**< out: reported as "firstlogin". */
@@ -111,11 +105,11 @@ typedef struct PreviewFrame {
   char hostname[32];           /**< source unit named by the URL; empty for the device's own source. */
   int32_t state;               /**< 0 open, 1 next picture, 2 close. */
   unsigned char frame[655360]; /**< out: the picture, a complete JPEG. */
-  /** out: bytes of frame; 0 or more than 655360 ends the stream, below 0 sends a part without a picture. */
-  int64_t length;
+  int64_t length; /**< out: bytes of frame; 0 or more than 655360 ends the stream, below 0 sends a part
+                     without a picture. */
 } PreviewFrame;
 
-/** What images are uploaded for: `funcId` of @ref SdkAPISerHandle::UploadImageFileCb, told from the URL. */
+/** What images are uploaded for: `funcId` of @ref SdkAPISerHandle::UploadImageFileCb. */
 typedef enum UploadImageKind {
   kImageSleep = 0,         /**< `/upload/sleepimage`: the picture of a sleeping output; no built-in route. */
   kImageLogo = 1,          /**< `/upload/logo`: the logo. */
@@ -128,8 +122,7 @@ typedef enum UploadImageKind {
   kImagePrivilege = 8,        /**< `/upload/priv`: a privilege picture. */
 } UploadImageKind;
 
-/** What certificates are uploaded for: `funcId` of @ref SdkAPISerHandle::UploadCertFileCb, told from the
- * URL. */
+/** What certificates are uploaded for: `funcId` of @ref SdkAPISerHandle::UploadCertFileCb. */
 typedef enum UploadCertificateKind {
   kCertificateHttps = 0,       /**< `/api/v1/security/https_setting`: the server's own, for HTTPS. */
   kCertificate8021x = 1,       /**< `/api/v1/security/ieee802_1x_setting`: for IEEE 802.1X. */
@@ -137,14 +130,14 @@ typedef enum UploadCertificateKind {
   kCertificateSubSecurity = 3, /**< `/upload/sub/security`: a unit's. */
 } UploadCertificateKind;
 
-/** What archives are uploaded for: `funcId` of @ref SdkAPISerHandle::UploadZipFileCb, told from the URL. */
+/** What archives are uploaded for: `funcId` of @ref SdkAPISerHandle::UploadZipFileCb. */
 typedef enum UploadArchiveKind {
   kArchiveSettings = 0,       /**< `/settings/import`: settings; no built-in route. */
   kArchiveSubUpgrade = 1,     /**< `/upload/sub/upgrade`: a unit's upgrade. */
   kArchiveSettingsImport = 2, /**< `/api/v1/settings/import`: settings, by the newer URL. */
 } UploadArchiveKind;
 
-/** What texts are uploaded for: `funcId` of @ref SdkAPISerHandle::UploadTxtFileCb, told from the URL. */
+/** What texts are uploaded for: `funcId` of @ref SdkAPISerHandle::UploadTxtFileCb. */
 typedef enum UploadTextKind {
   kTextChannel = 0, /**< `/upload/channel`: the channel list; no built-in route. */
   kTextXyte = 1,    /**< `/upload/xyte`. */
@@ -152,12 +145,11 @@ typedef enum UploadTextKind {
   kTextEdid = 3,    /**< `/upload/edid`: EDID data. */
 } UploadTextKind;
 
-/** `funcId` of an upload whose URL names no kind: `/upload/setting`, a route's other spelling, a URI below a
- * route. */
+/** `funcId` of an upload whose URL names no kind: `/upload/setting`, another spelling, a URI below a route.
+ */
 enum { kUploadUnnamed = -1 };
 
-/**
- * The state of one upload, the same object in every call of one upload.
+/** The state of one upload, the same object in every call of one upload.
  *
  * Calls per form field: one "found" call (pieceState 0, length 0), then one call per piece received. After
  * the whole form: one final call (endFlag 1, length 0; the other fields keep what the last field left). An
@@ -177,116 +169,77 @@ typedef struct UploadFileCtx {
   int32_t endFlag;    /**< 1 in the final call, else 0. */
   int32_t reserved; /**< 0 at the first call; the library does not touch it; the host may keep a number there
                          during the upload. */
-  /**
-   * 802.1X certificate: the "Port" header, at most 127 characters; else NULL. What stands here after the
+  /** 802.1X certificate: the "Port" header, at most 127 characters; else NULL. What stands here after the
    * reply is released with `free`, once: a host that keeps the block puts NULL here; it may also leave a
-   * block from its own `malloc`, in any upload.
-   */
+   * block from its own `malloc`, in any upload. */
   char* extra;
-  /**
-   * The table that this upload calls. When the host clears it, the parse is aborted, nothing is called any
-   * more, and the upload is refused.
-   */
+  /** The table that this upload calls. When the host clears it, the parse is aborted, nothing is called any
+   * more, and the upload is refused. */
   struct SdkAPISerHandle* loginHandle;
   int32_t error;  /**< 0, or the last non-zero result of a slot in this upload. */
   int32_t funcId; /**< the file's kind within its family, kUploadUnnamed when the URL names none. */
 } UploadFileCtx;
 
-/**
- * An upload slot: see @ref UploadFileCtx for the sequence of calls.
- *
- * @param token  the request's token, at most 255 characters; valid during the call.
- * @param funcId the file's kind: an @ref UploadImageKind, @ref UploadTextKind, @ref UploadCertificateKind or
- * @ref UploadArchiveKind by slot; kUploadUnnamed when the URL names none.
- * @param ctx    the upload's state, the same object in every call of one upload, owned by the library.
- * @return 0 to accept, -2 for 401, any other value is an error (500).
- */
+/** An upload slot: see @ref UploadFileCtx for the sequence of calls.
+ * @param token  the request's token, at most 255 characters.
+ * @param funcId the file's kind, told from the URL: an @ref UploadImageKind, @ref UploadTextKind,
+ *               @ref UploadCertificateKind or @ref UploadArchiveKind by slot; kUploadUnnamed when the URL
+ * names none.
+ * @param ctx    the upload's state, the same object in every call of one upload.
+ * @return 0 to accept, -2 for 401, any other value is an error (500). */
 typedef int (*UploadSlot)(const char* token, int funcId, UploadFileCtx* ctx);
 
-/**
- * A download slot: fills info and returns 0 to have the file sent.
- *
- * @param token the request's token, at most 255 characters; valid during the call.
- * @param info  zeroed; name and path are filled by the host, owned by the library.
- * @return 0 to send the file, -2 for 401, any other value for 500.
- */
+/** A download slot: fills info and returns 0 to have the file sent.
+ * @param token the request's token, at most 255 characters.
+ * @param info  zeroed; name and path are filled by the host.
+ * @return 0 to send the file, -2 for 401, any other value for 500. */
 typedef int (*DownloadSlot)(const char* token, DownloadFileInfo* info);
 
 /** A slot that the library never calls; its place keeps the later slots where they are. */
 typedef void (*ReservedSlot)(void);
 
-/**
- * The host's functions. 1296 bytes: 34 slots and 1024 bytes of data.
- *
- * The library copies the table at @ref SdkAPISer_Start, and once more for every login.
- */
+/** The host's functions. 1296 bytes: 34 slots and 1024 bytes of data. The library copies the table at
+ * @ref SdkAPISer_Start, and once more for every login. */
 typedef struct SdkAPISerHandle {
-  /**
-   * 0: is a login required? Write 1 to *flag for "no" (authentication off); the result is ignored.
-   *
-   * @param flag -1 at the call; write 1 for "no login needed".
-   * @return ignored.
-   */
+  /** 0: is a login required?
+   * @param flag -1 at the call; write 1 for "no login needed" (authentication off).
+   * @return ignored. */
   int (*AuthQueryCb)(int* flag);
-  /**
-   * 1: decide a login; a result below 0 leaves the request to the web server, else info->code decides.
-   *
-   * @param info the attempt and the host's answer; valid during the call, owned by the library.
-   * @return below 0: left to the web server (404); otherwise info->code decides.
-   */
+  /** 1: decide a login.
+   * @param info the attempt and the host's answer.
+   * @return below 0: left to the web server (404); otherwise info->code decides. */
   int (*LoginCb)(LoginInfo* info);
-  /**
-   * 2: a login ended (log-out, or its WebSocket closed); the result is ignored.
-   *
-   * When a WebSocket closed it runs under the server's context lock, as events 0 and 2 of WebSocketCb
-   * do: a slow one stalls every request. Keep it short, take no lock in it that another thread holds while it
-   * registers a route or stops the server.
-   *
-   * @return ignored.
-   */
+  /** 2: a login ended (log-out, or its WebSocket closed). When a WebSocket closed, what @ref WebSocketCb says
+   * about event 2 holds here.
+   * @return ignored. */
   int (*LogOutCb)(void);
-  /**
-   * 3: change a user's name or password; 0 reports request->code, failure sends no reply at all.
-   *
-   * @param token the request's token, at most 1023 characters; valid during the call.
-   * @param request the change; valid during the call, owned by the library.
-   * @return 0 for 200 with request->code, -2 for 401, any other value for no reply.
-   */
+  /** 3: change a user's name or password.
+   * @param token the request's token, at most 1023 characters.
+   * @param request the change.
+   * @return 0 for 200 with request->code, -2 for 401, any other value for no reply at all. */
   int (*ChangeUserInfoCb)(const char* token, ChangeUserRequest* request);
-  /**
-   * 4: create or delete a user; 0 reports request->code.
-   *
-   * @param token the request's token, at most 1023 characters; valid during the call.
-   * @param request the user; valid during the call, owned by the library.
-   * @return 0 for 200 with request->code, -2 for 401, any other value for 500.
-   */
+  /** 4: create or delete a user.
+   * @param token the request's token, at most 1023 characters.
+   * @param request the user.
+   * @return 0 for 200 with request->code, -2 for 401, any other value for 500. */
   int (*ManageUserCb)(const char* token, ManageUserRequest* request);
-  /**
-   * 5: fill the device information.
-   *
-   * @param token the request's token, at most 1023 characters; valid during the call.
-   * @param info zeroed, timeout -1; filled by the host, owned by the library.
-   * @return 0 for 200, -2 for 401, any other value for 500.
-   */
+  /** 5: fill the device information.
+   * @param token the request's token, at most 1023 characters.
+   * @param info zeroed, timeout -1; filled by the host.
+   * @return 0 for 200, -2 for 401, any other value for 500. */
   int (*DeviceInfoCb)(const char* token, DeviceInfo* info);
   ReservedSlot reserved6; /**< 6: never called. */
-  /**
-   * 7: restore the device's custom settings.
-   *
-   * @param token the request's token, at most 1023 characters; valid during the call.
-   * @param arg what to restore; valid during the call, owned by the library.
-   * @return 0 for 200, -2 for 401, any other value for 500.
-   */
+  /** 7: restore the device's custom settings.
+   * @param token the request's token, at most 1023 characters.
+   * @param arg what to restore.
+   * @return 0 for 200, -2 for 401, any other value for 500. */
   int (*CustomRestoreCb)(const char* token, CustomRestoreArg* arg);
   ReservedSlot reserved8;  /**< 8: never called. */
   ReservedSlot reserved9;  /**< 9: never called. */
   ReservedSlot reserved10; /**< 10: never called. */
-  /**
-   * 11: write the up-time text, at most 31 characters and a NUL, to the 32-byte buffer.
-   *
-   * @param uptime buffer of 32 bytes (kDeviceUptimeSize), zeroed, owned by the library.
-   * @return 0 for 200, any other value for 500.
-   */
+  /** 11: write the up-time text, at most 31 characters and a NUL.
+   * @param uptime buffer of 32 bytes (kDeviceUptimeSize), zeroed.
+   * @return 0 for 200, any other value for 500. */
   int (*DeviceStatusCb)(char* uptime);
   ReservedSlot reserved12;          /**< 12: never called. */
   ReservedSlot reserved13;          /**< 13: never called. */
@@ -296,89 +249,60 @@ typedef struct SdkAPISerHandle {
   DownloadSlot DownloadLogFileCb;   /**< 17: log file. */
   DownloadSlot DownloadCustomCb;    /**< 18: custom file. */
   DownloadSlot DownloadSceneFileCb; /**< 19: scene file. */
-  /**
-   * 20: one step of a preview stream; non-zero refuses (state 0) or ends (state 1) it.
-   *
-   * @param frame the stream; valid until the call with state 2 has returned, owned by the library.
-   * @return 0 to go on; another value: 404 (state 0), end of the stream (state 1).
-   */
+  /** 20: one step of a preview stream.
+   * @param frame the stream; valid until the call with state 2 has returned.
+   * @return 0 to go on; another value: 404 (state 0), end of the stream (state 1). */
   int (*PreviewCb)(PreviewFrame* frame);
-  /**
-   * 21: write the unit list as one text, at most 20479 characters and a NUL, to the 20480-byte buffer.
-   *
-   * @param token the request's token, at most 1023 characters; valid during the call.
-   * @param list buffer of 20480 bytes (kTxRxListSize), owned by the library.
-   * @return 0 for 200, -2 for 401, any other value for 500.
-   */
+  /** 21: write the unit list as one text, at most 20479 characters and a NUL.
+   * @param token the request's token, at most 1023 characters.
+   * @param list buffer of 20480 bytes (kTxRxListSize).
+   * @return 0 for 200, -2 for 401, any other value for 500. */
   int (*GetTxRxListCb)(const char* token, char* list);
-  /**
-   * 22: fill the privilege list.
-   *
-   * @param token the request's token, at most 1023 characters; valid during the call.
+  /** 22: fill the privilege list.
+   * @param token the request's token, at most 1023 characters.
    * @param list zeroed; list->entries comes from the host's `malloc`.
-   * @return 0 for 200, -2 for 401, any other value for 500.
-   */
+   * @return 0 for 200, -2 for 401, any other value for 500. */
   int (*GetPrivJsonCb)(const char* token, PrivList* list);
-  /**
-   * 23: bind a picture to a host; failure gives 503.
-   *
-   * @param token the request's token, at most 255 characters; valid during the call.
-   * @param hostname query parameter "hostname", cut to 127 characters; empty without one; valid during the
-   * call.
-   * @param file query parameter "file", cut to 255 characters; empty without one; valid during the call.
-   * @return 0 for 200, -2 for 401, any other value for 503.
-   */
+  /** 23: bind a picture to a host.
+   * @param token the request's token, at most 255 characters.
+   * @param hostname query parameter "hostname", cut to 127 characters; empty without one.
+   * @param file query parameter "file", cut to 255 characters; empty without one.
+   * @return 0 for 200, -2 for 401, any other value for 503. */
   int (*SpecifyPrivCb)(const char* token, const char* hostname, const char* file);
-  /**
-   * 24: delete a privilege picture; failure gives 503.
-   *
-   * @param token the request's token, at most 255 characters; valid during the call.
-   * @param file query parameter "file", cut to 255 characters; empty without one; valid during the call.
-   * @return 0 for 200, -2 for 401, any other value for 503.
-   */
+  /** 24: delete a privilege picture.
+   * @param token the request's token, at most 255 characters.
+   * @param file query parameter "file", cut to 255 characters; empty without one.
+   * @return 0 for 200, -2 for 401, any other value for 503. */
   int (*DeletePrivCb)(const char* token, const char* file);
   DownloadSlot DownloadEdidFileCb; /**< 25: EDID file. */
-  /**
-   * 26: settings export; failure leaves the request to the web server.
-   *
-   * @param token the request's token, at most 255 characters; valid during the call.
-   * @param info method is set, name and path are filled by the host; owned by the library.
-   * @return 0 to send the file; any other value leaves the request to the web server.
-   */
+  /** 26: settings export.
+   * @param token the request's token, at most 255 characters.
+   * @param info method is set, name and path are filled by the host.
+   * @return 0 to send the file; any other value leaves the request to the web server. */
   int (*DownloadSettingFileCb)(const char* token, DownloadSettingInfo* info);
   /** 27: logo; asks for no token (always empty); failure leaves the request to the web server. */
   DownloadSlot DownloadImageFileCb;
   UploadSlot UploadImageFileCb; /**< 28: images; funcId is an @ref UploadImageKind. */
   UploadSlot UploadTxtFileCb;   /**< 29: text files; funcId is an @ref UploadTextKind. */
-  /**
-   * 30: certificates; funcId is an @ref UploadCertificateKind. A negative error gives 406 for
-   * kCertificateHttps and kCertificate8021x.
-   */
+  /** 30: certificates; funcId is an @ref UploadCertificateKind. A negative error gives 406 for
+   * kCertificateHttps and kCertificate8021x. */
   UploadSlot UploadCertFileCb;
   UploadSlot UploadZipFileCb; /**< 31: archives; funcId is an @ref UploadArchiveKind, or kUploadUnnamed. */
-  /**
-   * 32: firmware, called as an upload slot; an error other than -1 and -2 while parsing gives 406.
-   *
-   * @param token the request's token, at most 255 characters; valid during the call.
-   * @param ctx the upload's state, owned by the library.
-   * @return 0 to accept, -2 for 401, any other value is an error.
-   */
+  /** 32: firmware, called as an upload slot; an error other than -1 and -2 while parsing gives 406.
+   * @param token the request's token, at most 255 characters.
+   * @param ctx the upload's state.
+   * @return 0 to accept, -2 for 401, any other value is an error. */
   int (*UpgradeCb)(const char* token, UploadFileCtx* ctx);
-  /**
-   * 33: WebSocket event 0 connected, 1 text received, 2 closed. A non-zero result of event 1 closes the
-   * connection. Events 0 and 2, and LogOutCb at a close, run under the server's context lock, and while
-   * they run every request waits: keep them short, take no lock in them that another thread holds while it
-   * registers a route or stops the server.
-   *
+  /** 33: WebSocket event 0 connected, 1 text received, 2 closed. Events 0 and 2, and @ref LogOutCb at a
+   * close, run under the server's context lock, and while they run every request waits: keep them short, take
+   * no lock in them that another thread holds while it registers a route or stops the server.
    * @param event 0, 1 or 2.
    * @param token the connection's token.
-   * @param data the text of event 1, empty at events 0 and 2; a NUL follows it; valid during the call.
+   * @param data the text of event 1, empty at events 0 and 2; a NUL follows it.
    * @param length bytes of data.
-   * @return at event 1 a value other than 0 closes the connection; ignored at events 0 and 2.
-   */
+   * @return at event 1 a value other than 0 closes the connection; ignored at events 0 and 2. */
   int (*WebSocketCb)(int event, const char* token, const char* data, int length);
-  /** A login's copy holds its token here; the host's own copy is not read. */
-  char data[1024];
+  char data[1024]; /**< a login's copy holds its token here; the host's own copy is not read. */
 } SdkAPISerHandle;
 
 SDKAPI_END

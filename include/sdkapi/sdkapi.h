@@ -1,7 +1,4 @@
-/* The whole interface of the device API server in one include. */
-/**
- * @file
- * @brief Umbrella header; the conventions that hold for every function are stated here once.
+/** The whole interface of the device API server in one include; the conventions of every function. @file
  *
  * -# **Results.** An `int` result is 0 for success and -1 for a bad argument or a failure, unless the
  *    function says otherwise.
@@ -17,7 +14,7 @@
  *    server's worker threads, several at once. The library starts no thread of its own.
  * -# **Web server.** `struct mg_connection` is the connection of the CivetWeb server that the library runs
  *    on; host functions may use CivetWeb's own `mg_*` calls on it. Host and library share one copy.
- */
+ * -# **Shared texts.** `@@copydetails NAME` means: arguments, results and threads are those told at NAME. */
 #ifndef SDKAPI_SDKAPI_H
 #define SDKAPI_SDKAPI_H
 

@@ -1,7 +1,7 @@
 #!/usr/bin/python3
 """What the documents name exists: links, anchors, files, commands, options, and every slot has its row.
 
-usage: check_docs.py SOURCES CHECK, with CHECK one of links, names, slots, sizes, quotes, exports, licence, log_lines
+usage: check_docs.py SOURCES CHECK, with CHECK one of links, names, slots, sizes, quotes, exports, contracts, licence, log_lines
 """
 import pathlib
 import re
@@ -103,6 +103,17 @@ def exports():
             yield f"{name} has no comment"
 
 
+def contracts():
+    """No two declarations of the public headers spell out the same arguments and results."""
+    seen = {}
+    for path in sorted(ROOT.glob("include/sdkapi/*.h")):
+        for block, declared in re.findall(r"/\*\*((?:(?!\*/).)*)\*/\n([^;{]*[;{])", path.read_text(), re.S):
+            contract = " ".join(re.sub(r"\n *\*", " ", block[block.find("@param"):]).split()) if len(re.findall("@param|@return", block)) > 1 else ""
+            if contract and seen.setdefault(contract, declared) != declared:
+                yield f"{path.name}: {' '.join(declared.split())} repeats {' '.join(seen[contract].split())}: use @copydetails"
+    assert len(seen) > 30
+
+
 def licence():
     """The repository and its packages state the same terms."""
     terms = re.search(r"License: sdkapi\n(.*?)\n\n", (ROOT / "packaging/copyright").read_text(), re.S).group(1)
@@ -121,7 +132,7 @@ def log_lines():
     yield from (f"log.md: no source logs {text!r}" for text in sorted(described - logged))
 
 
-CHECKS = {check.__name__: check for check in (links, names, slots, sizes, quotes, exports, licence, log_lines)}
+CHECKS = {check.__name__: check for check in (links, names, slots, sizes, quotes, exports, contracts, licence, log_lines)}
 
 
 def main():
