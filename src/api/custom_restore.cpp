@@ -15,7 +15,7 @@ constexpr int kRestoreCode = 16;  // its meaning is the host's
 }  // namespace
 
 extern "C" int FuncCustomRestore(mg_connection* conn, void* /*cbdata*/) {
-  const Request<1024> request(conn);
+  const JsonRequest request(conn);
   if (request.host() == nullptr) {
     kLog.error()("token err!!!!");
     return request.Answer(401);

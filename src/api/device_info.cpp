@@ -48,7 +48,7 @@ JsonText DeviceStatusBody(const char* uptime) {
 }  // namespace
 
 extern "C" int FuncDeviceInfo(mg_connection* conn, void* /*cbdata*/) {
-  const Request<1024> request(conn);
+  const JsonRequest request(conn);
   if (request.host() == nullptr) {
     kLog.error()("token err!!!!");
     return request.Answer(401);
@@ -65,7 +65,7 @@ extern "C" int FuncDeviceInfo(mg_connection* conn, void* /*cbdata*/) {
 }
 
 int FunDeviceStatus(mg_connection* conn, void* /*cbdata*/) {
-  const Request<1024> request(conn);
+  const JsonRequest request(conn);
   if (request.host() == nullptr) {
     kLog.error()("token err!!!!");
     return request.Answer(401);

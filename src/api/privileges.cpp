@@ -61,7 +61,7 @@ JsonText PrivilegesBody(const PrivList& list) {
 }  // namespace
 
 extern "C" int FuncGetPrivJson(mg_connection* conn, void* /*cbdata*/) {
-  const Request<1024> request(conn);
+  const JsonRequest request(conn);
   if (request.host() == nullptr) {
     kLog.error()("token err!!!!");
     return request.Answer(401);
@@ -77,7 +77,7 @@ extern "C" int FuncGetPrivJson(mg_connection* conn, void* /*cbdata*/) {
 }
 
 extern "C" int FunSpecityPriv(mg_connection* conn, void* /*cbdata*/) {
-  const Request<256> request(conn);
+  const TransferRequest request(conn);
   if (request.host() == nullptr) {
     kLog.error()("GetLoginHandle err!!!!");
     return request.Answer(401);
@@ -93,7 +93,7 @@ extern "C" int FunSpecityPriv(mg_connection* conn, void* /*cbdata*/) {
 }
 
 extern "C" int FunDeletePriv(mg_connection* conn, void* /*cbdata*/) {
-  const Request<256> request(conn);
+  const TransferRequest request(conn);
   if (request.host() == nullptr) {
     kLog.error()("GetLoginHandle err!!!!");
     return request.Answer(401);

@@ -21,7 +21,7 @@ JsonText ListBody(const char* list) {
 }  // namespace
 
 extern "C" int FuncGetTxRxList(mg_connection* conn, void* /*cbdata*/) {
-  const Request<1024> request(conn);
+  const JsonRequest request(conn);
   if (request.host() == nullptr) {
     kLog.error()("token err!!!!");
     return request.Answer(401);

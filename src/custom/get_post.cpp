@@ -34,7 +34,7 @@ int BodyLength(const mg_connection* conn) { return static_cast<int>(GetHttpLen(c
 }  // namespace
 
 extern "C" int FuncCustomGetPost(mg_connection* conn, void* cbdata) {
-  const Request<1024> request(conn);
+  const JsonRequest request(conn);
   if (request.host() == nullptr) {
     kLog.error()("token err!!!!");
     return request.Answer(401);

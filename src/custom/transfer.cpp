@@ -34,7 +34,7 @@ struct CustomFamily {
 }  // namespace
 
 extern "C" int FuncUploadCustomHandle(mg_connection* conn, void* cbdata) {
-  const Request<256> request(conn);
+  const TransferRequest request(conn);
   if (request.host() == nullptr) {
     kLog.error()("GetLoginHandle err %s!!!!", request.token());
     return request.Answer(401);
@@ -46,7 +46,7 @@ extern "C" int FuncUploadCustomHandle(mg_connection* conn, void* cbdata) {
 }
 
 extern "C" int FuncDownloadCustomHandle(mg_connection* conn, void* cbdata) {
-  const Request<256> request(conn);
+  const TransferRequest request(conn);
   if (request.host() == nullptr) {
     kLog.error()("GetLoginHandle err!!!!");
     return request.Answer(401);

@@ -6,6 +6,7 @@
 #include "http/accessors.h"
 #include "http/login_ref.h"
 #include "http/response.h"
+#include "sdkapi/host.h"
 #include "server/log.h"
 
 namespace sdkapi {
@@ -30,6 +31,11 @@ class Request {
   char token_[kTokenSize] = {};
   LoginRef login_;
 };
+
+// Clients know both limits: a login's token has up to 1023 characters, the routes of files and of privilege
+// pictures take 255. A longer one is cut.
+using JsonRequest = Request<sizeof LoginInfo::token>;
+using TransferRequest = Request<256>;
 
 constexpr int kNotAuthorised = -2;
 

@@ -9,6 +9,7 @@
 #include <cstring>
 
 #include "base/scoped_lock.h"
+#include "sdkapi/host.h"
 #include "sdkapi/server.h"
 #include "sdkapi/websocket.h"
 #include "server/config.h"
@@ -154,6 +155,7 @@ int init_ssl(void* sslContext, void* userData) {
   SSL_CTX* const context = static_cast<SSL_CTX*>(sslContext);
   const char* const passPhrase = static_cast<const char*>(userData);
   if (passPhrase != nullptr && passPhrase[0] != '\0') {
+    // The line is fixed, secret included: level 1 is for the host to filter.
     kLog.info()("https cert passwd is [%s]", passPhrase);
     SSL_CTX_set_default_passwd_cb_userdata(context, userData);
   } else {

@@ -59,6 +59,7 @@ int SdkAPISer_Init(void) {
   options.Add("keep_alive_timeout_ms", "60000");
   if (certificatePath[0] != '\0') options.Add("ssl_certificate", certificatePath);
   options.Add("ssl_protocol_version", "4");  // TLS 1.2 is the oldest accepted version
+  // The list is fixed. OpenSSL 3 offers no 3DES, although it is named: the TLS scan holds what is offered.
   options.Add("ssl_cipher_list", "DES-CBC3-SHA:AES128-GCM-SHA256");
   options.Add("enable_auth_domain_check", "no");
   options.Add("additional_header", kAdditionalHeaders);

@@ -93,7 +93,7 @@ extern "C" int FuncLogin(mg_connection* conn, void* /*cbdata*/) {
 }
 
 extern "C" int FuncLogOut(mg_connection* conn, void* /*cbdata*/) {
-  const Request<1024> request(conn);
+  const JsonRequest request(conn);
   if (request.host() == nullptr) {
     kLog.error()("token err!!!!");
     return request.Answer(401);

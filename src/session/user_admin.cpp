@@ -84,7 +84,7 @@ JsonObject CodeBody(std::integral auto code) {
 }  // namespace
 
 extern "C" int FuncChangeUserInfo(mg_connection* conn, void* /*cbdata*/) {
-  const Request<1024> request(conn);
+  const JsonRequest request(conn);
   if (request.host() == nullptr) {
     kLog.error()("token err!!!!");
     return request.Answer(401);
@@ -107,7 +107,7 @@ extern "C" int FuncChangeUserInfo(mg_connection* conn, void* /*cbdata*/) {
 }
 
 extern "C" int FuncManageUser(mg_connection* conn, void* /*cbdata*/) {
-  const Request<1024> request(conn);
+  const JsonRequest request(conn);
   if (request.host() == nullptr) {
     kLog.error()("token err!!!!");
     return request.Answer(401);

@@ -14,8 +14,6 @@ using namespace sdkapi;
 
 constexpr LogSource kLog{"sdkapidownload"};
 
-using DownloadRequest = Request<256>;
-
 // One route's declaration: its handler's name in the log, and its slot.
 struct Download {
   const char* handler;
@@ -23,7 +21,7 @@ struct Download {
 };
 
 int ServeDownload(mg_connection* conn, const Download& download) {
-  const DownloadRequest request(conn);
+  const TransferRequest request(conn);
   if (request.host() == nullptr) {
     kLog.error()("GetLoginHandle err!!!!");
     return request.Answer(401);
@@ -64,7 +62,7 @@ int FuncDownloadEdidFile(mg_connection* conn, void* /*cbdata*/) {
 
 // Unlike the others: a failure of the slot is left to the web server, without a reply of ours.
 int FuncDownloadSettingFile(mg_connection* conn, void* /*cbdata*/) {
-  const DownloadRequest request(conn);
+  const TransferRequest request(conn);
   if (request.host() == nullptr) {
     kLog.error()("GetLoginHandle err!!!!");
     return request.Answer(401);

@@ -64,6 +64,7 @@ bool SendNextPicture(mg_connection* conn, PreviewStream& stream) {
 extern "C" int FuncPreview(mg_connection* conn, void* /*cbdata*/) {
   const MallocPtr<PreviewStream> stream(static_cast<PreviewStream*>(std::calloc(1, sizeof(PreviewStream))));
   if (stream == nullptr) {
+    // Memory is short, nothing else: clients know the 401, and tools the line.
     kLog.error()("GetLoginHandle err!!!!");
     return Reply(conn, 401, "");
   }

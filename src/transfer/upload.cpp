@@ -18,8 +18,6 @@ using namespace sdkapi;
 
 constexpr LogSource kLog{"sdkapiupload"};
 
-using UploadRequest = Request<256>;
-
 // Images, texts and archives: one slot each, nothing else differs.
 template <UploadSlot SdkAPISerHandle::*kSlot>
 struct SlotFamily {
@@ -88,7 +86,7 @@ struct FirmwareFamily {
 };
 
 template <class Family>
-void Prepare(Upload<Family>& upload, const UploadRequest& request, const char* url) {
+void Prepare(Upload<Family>& upload, const TransferRequest& request, const char* url) {
   upload.ctx.funcId = UploadUrlConversionFuncID(url);
   upload.ctx.loginHandle = request.host();
   upload.token = request.token();
@@ -122,7 +120,7 @@ template <class Family>
 int HandleUpload(mg_connection* conn) {
   const char* const url = GetHttpUrl(conn);
   if (url == nullptr) return 0;
-  const UploadRequest request(conn);
+  const TransferRequest request(conn);
   if (request.host() == nullptr) {
     kLog.error()("GetLoginHandle err %s!!!!", request.token());
     return request.Answer(401);
