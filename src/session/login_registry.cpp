@@ -10,6 +10,7 @@
 #include "base/counted.h"
 #include "base/scoped_lock.h"
 #include "base/text.h"
+#include "sdkapi/host.h"
 #include "sdkapi/session.h"
 #include "server/authentication.h"
 #include "server/host_table.h"

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "http/login_ref.h"
+#include "sdkapi/host.h"
 
 namespace sdkapi {
 

@@ -13,6 +13,7 @@
 #include "http/login_ref.h"
 #include "http/request.h"
 #include "http/stream_room.h"
+#include "sdkapi/host.h"
 #include "sdkapi/http.h"
 #include "sdkapi/websocket.h"
 #include "server/authentication.h"

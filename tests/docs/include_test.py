@@ -63,10 +63,9 @@ def code(text):
 def declared(text):
     """The names that a header declares outside of its types."""
     text = code(text)
-    return set(re.findall(r"^(?:constexpr [\w:<> *]+?|using |struct |class |enum class |enum )\b(\w+)(?= = | \{|\{|;)", text, re.M)
+    return set(re.findall(r"^(?:constexpr [\w:<> *]+?|using |struct |class |enum class |enum )\b(\w+)(?= = | : | \{|\{|\[)", text, re.M)
                + re.findall(r"^(?:\w+ )*[\w:]+(?:<[^>]*>)?[*&]* [*&]*(\w+)\(", text, re.M)
-               + re.findall(r"^\} (\w+);", text, re.M) + re.findall(r"^typedef .*\(\*(\w+)\)", text, re.M)
-               ) - set(re.findall(r"^struct (\w+);", text, re.M))
+               + re.findall(r"^\} (\w+);", text, re.M) + re.findall(r"^typedef .*\(\*(\w+)\)", text, re.M))
 
 
 def own_header(name, tree):
