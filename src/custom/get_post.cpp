@@ -2,6 +2,7 @@
 #include <civetweb.h>
 #include <strings.h>
 
+#include <atomic>
 #include <cstdlib>
 
 #include "base/owned.h"
@@ -10,8 +11,14 @@
 #include "http/request.h"
 #include "http/response.h"
 #include "sdkapi/custom.h"
+#include "sdkapi/extension.h"
 #include "sdkapi/http.h"
 #include "server/log.h"
+#include "server/refusal.h"
+
+// In our build of the web server only.
+// NOLINTNEXTLINE(readability-redundant-declaration): another build's header does not declare it.
+extern "C" long long mg_get_bytes_sent(const mg_connection* conn) __attribute__((weak));
 
 namespace {
 
@@ -30,6 +37,13 @@ int MethodOf(const mg_connection* conn) {
 
 // Bodies of unknown length are not read. The length is cut to 32 bits on purpose: nothing larger is taken.
 int BodyLength(const mg_connection* conn) { return static_cast<int>(GetHttpLen(conn)); }
+
+// The status for functions that fail without an answer; 0 while the host has set none.
+std::atomic<int> g_silentFailure{0};
+
+bool FailedInSilence(int result, const mg_connection* conn) {
+  return result != 0 && result != kNotAuthorised && mg_get_bytes_sent(conn) == 0;
+}
 
 }  // namespace
 
@@ -55,8 +69,20 @@ extern "C" int FuncCustomGetPost(mg_connection* conn, void* cbdata) {
   const int result = serve(conn, &info);
   // What stands in the record now: the host may have taken the body, or left a block of its own.
   const MallocPtr<char> body(info.body);
+  const int silentFailure = g_silentFailure.load(std::memory_order_relaxed);
+  if (silentFailure != 0 && FailedInSilence(result, conn)) return request.Answer(silentFailure);
   DrainBody(conn);
   // After -2 nothing is sent, deliberately; the worker is let go instead of waiting for the client.
   if (result == kNotAuthorised) mg_disable_connection_keep_alive(conn);
   return 1;
+}
+
+int SdkAPIExt_SilentFailure_Set(int status) {
+  using namespace sdkapi;
+  if (mg_get_bytes_sent == nullptr) {
+    return Refuse(kExtensionLog.error(), __func__, "not possible with this web server");
+  }
+  if (status != 0 && !KnowsStatus(status)) return Refuse(kExtensionLog.error(), __func__, "status unknown");
+  g_silentFailure.store(status, std::memory_order_relaxed);
+  return 0;
 }

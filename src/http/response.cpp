@@ -89,6 +89,8 @@ std::time_t MonotonicSeconds() {
 
 }  // namespace
 
+bool KnowsStatus(int status) { return ReasonFor(status) != nullptr; }
+
 void DrainBody(mg_connection* conn) {
   char discarded[8192];
   if (mg_set_body_deadline != nullptr) mg_set_body_deadline(conn, kDrainSeconds * 1000);

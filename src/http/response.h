@@ -9,6 +9,9 @@ struct mg_connection;
 
 namespace sdkapi {
 
+// Whether a reply with this status can be composed.
+bool KnowsStatus(int status);
+
 // Sends a whole JSON reply in one piece, logs it, ends the connection. Returns 1, the handler's result.
 int Reply(mg_connection* conn, int status, const char* json);
 

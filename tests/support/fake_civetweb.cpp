@@ -229,6 +229,11 @@ int mg_read(mg_connection* conn, void* buffer, size_t length) {
   return static_cast<int>(count);
 }
 
+extern "C" long long mg_get_bytes_sent(const mg_connection* conn);
+extern "C" long long mg_get_bytes_sent(const mg_connection* conn) {
+  return static_cast<long long>(conn->output.size());
+}
+
 int mg_write(mg_connection* conn, const void* data, size_t length) { return Write(*conn, data, length); }
 
 int mg_printf(mg_connection* conn, const char* format, ...) {

@@ -4,6 +4,7 @@
 #include <cstdio>
 
 #include "http/handlers.h"
+#include "neutral_extensions.h"
 #include "server/host_table.h"
 #include "server/lifecycle.h"
 
@@ -18,6 +19,7 @@ void LibraryTest::StartAfresh() {
   TestHost::Get().Reset();
   System() = SystemCalls{};
   SdkAPISer_AuthenticationSwitch_Set(0);
+  SetNeutralExtensions();
   sdkapi::UsrManageTask();
   sdkapi::WebSocketInit();
   Install(TestHost::Table());

@@ -66,7 +66,11 @@ std::string WithoutDate(const std::string& raw) {
 std::string JsonReply(int status, const std::string& body) {
   static const std::map<int, std::string> lines{
       {200, "HTTP/1.1 200 OK\r\n"},
+      {400, "HTTP/1.1 400 Bad Request\r\n"},
       {401, "HTTP/1.1 401 Unauthorized\r\n"},
+      {403, "HTTP/1.1 403 Forbidden\r\n"},
+      {404, "HTTP/1.1 404 Not Found\r\n"},
+      {405, "HTTP/1.1 405 Method Not Allowed\r\n"},
       {406, "HTTP/1.1 406 Not Acceptable\r\n"},
       {500, "HTTP/1.1 500 Internal Server Error\r\n"},
       {503, "HTTP/1.1 503 Service Unavailable\r\n"},

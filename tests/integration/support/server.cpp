@@ -6,10 +6,12 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <cstdlib>
 #include <filesystem>
 #include <stdexcept>
 
 #include "certificate.h"
+#include "neutral_extensions.h"
 #include "shared.h"
 #include "workspace.h"
 
@@ -63,6 +65,8 @@ const std::string& Server::DocumentRoot() {
 }
 
 bool Server::StartOnce(const ServerSetup& setup) {
+  // The neutral run: every extension called, and nothing may differ.
+  if (std::getenv("SDKAPI_NEUTRAL_EXTENSIONS") != nullptr) sdktest::SetNeutralExtensions();
   httpPort_ = FreePort();
   httpsPort_ = FreePort();
   SdkAPISer_Port_Set(httpPort_, httpsPort_);

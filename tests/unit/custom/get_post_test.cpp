@@ -1,6 +1,7 @@
 // Requests of the host's own get/post routes.
 #include "http/handlers.h"
 #include "library_fixture.h"
+#include "sdkapi/extension.h"
 
 namespace {
 
@@ -144,6 +145,38 @@ TEST_F(CustomGetPostTest, AnyOtherResultLeavesTheReplyToTheHost) {
     EXPECT_EQ(FuncCustomGetPost(&conn, kHost), 1);
     EXPECT_EQ(conn.output, "") << result;
   }
+}
+
+TEST_F(CustomGetPostTest, ASilentFailureGetsTheStatusThatWasSet) {
+  ASSERT_EQ(SdkAPIExt_SilentFailure_Set(503), 0);
+  TestHost::Get().customGetPost = [](mg_connection*, CustomReqInfo&) { return -1; };
+  mg_connection conn("POST", "/own");
+  conn.Body("abc");
+  EXPECT_EQ(FuncCustomGetPost(&conn, kHost), 1);
+  EXPECT_EQ(conn.output, JsonReply(503));
+  EXPECT_FALSE(conn.keepAlive);
+  EXPECT_EQ(Log(), Strings{"1 sdkapi send =>" + JsonReply(503)});
+}
+
+TEST_F(CustomGetPostTest, AnAnswerBeforeAFailureStands) {
+  ASSERT_EQ(SdkAPIExt_SilentFailure_Set(503), 0);
+  TestHost::Get().customGetPost = [](mg_connection* conn, CustomReqInfo&) {
+    mg_write(conn, "x", 1);
+    return -1;
+  };
+  mg_connection conn("GET", "/own");
+  EXPECT_EQ(FuncCustomGetPost(&conn, kHost), 1);
+  EXPECT_EQ(conn.output, "x");
+}
+
+TEST_F(CustomGetPostTest, AStatusThatCannotBeSentLeavesTheEarlierOne) {
+  ASSERT_EQ(SdkAPIExt_SilentFailure_Set(406), 0);
+  EXPECT_EQ(SdkAPIExt_SilentFailure_Set(418), -1);
+  EXPECT_EQ(Log(), Strings{"4 sdkapiext SdkAPIExt_SilentFailure_Set: status unknown!!!!"});
+  TestHost::Get().customGetPost = [](mg_connection*, CustomReqInfo&) { return 1; };
+  mg_connection conn("GET", "/own");
+  EXPECT_EQ(FuncCustomGetPost(&conn, kHost), 1);
+  EXPECT_EQ(conn.output, JsonReply(406));
 }
 
 }  // namespace
