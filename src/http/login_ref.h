@@ -2,6 +2,8 @@
 #pragma once
 
 #include "base/counted.h"
+#include "base/lock_order.h"
+#include "base/thread_safety.h"
 #include "sdkapi/host.h"
 
 namespace sdkapi {
@@ -10,6 +12,6 @@ using LoginRef = Ref<SdkAPISerHandle>;
 
 // The global table with authentication off, else the login's own; null when there is none. Defined with the
 // login registry.
-LoginRef FindLogin(const char* token);
+LoginRef FindLogin(const char* token) EXCLUDES(listLock);
 
 }  // namespace sdkapi

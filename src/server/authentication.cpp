@@ -1,18 +1,14 @@
 // The authentication switch.
 #include "server/authentication.h"
 
-#include <pthread.h>
-
 #include <atomic>
 
-#include "base/scoped_lock.h"
 #include "sdkapi/server.h"
 
 namespace sdkapi {
 namespace {
 
 std::atomic<int> g_NoLogin{1};
-pthread_mutex_t g_SecurMutex = PTHREAD_MUTEX_INITIALIZER;
 
 }  // namespace
 
@@ -23,7 +19,6 @@ void SetLoginRequired(bool required) { g_NoLogin.store(required ? 0 : 1); }
 }  // namespace sdkapi
 
 int SdkAPISer_AuthenticationSwitch_Set(int on) {
-  const sdkapi::ScopedLock lock(sdkapi::g_SecurMutex);
   if (on == 0 || on == 1) sdkapi::SetLoginRequired(on == 1);
   return 0;
 }

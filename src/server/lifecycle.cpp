@@ -3,12 +3,13 @@
 
 #include <civetweb.h>
 #include <openssl/ssl.h>
-#include <pthread.h>
 
 #include <cstdio>
 #include <cstring>
 
-#include "base/scoped_lock.h"
+#include "base/lock_order.h"
+#include "base/mutex.h"
+#include "base/thread_safety.h"
 #include "sdkapi/host.h"
 #include "sdkapi/server.h"
 #include "sdkapi/websocket.h"
@@ -30,13 +31,13 @@ enum class Phase { kStopped, kStarting, kRunning, kFailed, kStopping };
 // The one answer to "does it run". The context may be used while it does: a stop waits for the registrations
 // that it finds in flight, and the web server frees its context at the end of the stop.
 struct RunState {
-  pthread_mutex_t mutex = PTHREAD_MUTEX_INITIALIZER;
-  pthread_cond_t changed = PTHREAD_COND_INITIALIZER;
-  Phase phase = Phase::kStopped;
-  mg_context* context = nullptr;
-  int registrations = 0;
+  Mutex mutex ACQUIRED_AFTER(contextLock, listLock);
+  Condition changed;
+  Phase phase GUARDED_BY(mutex) = Phase::kStopped;
+  mg_context* context GUARDED_BY(mutex) = nullptr;
+  int registrations GUARDED_BY(mutex) = 0;
 };
-RunState runState;
+constinit RunState runState;
 
 // Without a pass phrase OpenSSL would ask for one on the terminal and block the start for ever.
 int RefusePassPhrase(char* /*buf*/, int /*size*/, int /*rwflag*/, void* /*userData*/) { return -1; }
@@ -59,22 +60,22 @@ bool HttpsIsRefused() {
 #endif
 }
 
-void WaitWhile(Phase phase) {
-  while (runState.phase == phase) pthread_cond_wait(&runState.changed, &runState.mutex);
+void WaitWhile(Phase phase) REQUIRES(runState.mutex) {
+  while (runState.phase == phase) runState.changed.Wait(runState.mutex);
 }
 
-void Enter(Phase phase) {
+void Enter(Phase phase) EXCLUDES(runState.mutex) {
   const ScopedLock lock(runState.mutex);
   runState.phase = phase;
-  pthread_cond_broadcast(&runState.changed);
+  runState.changed.WakeAll();
 }
 
-void KeepContext(mg_context* context) {
+void KeepContext(mg_context* context) EXCLUDES(runState.mutex) {
   const ScopedLock lock(runState.mutex);
   runState.context = context;
 }
 
-bool BeginStart() {
+bool BeginStart() EXCLUDES(runState.mutex) {
   const ScopedLock lock(runState.mutex);
   if (runState.phase != Phase::kStopped && runState.phase != Phase::kFailed) return false;
   runState.phase = Phase::kStarting;
@@ -82,7 +83,7 @@ bool BeginStart() {
 }
 
 // False when there is nothing to stop, or another thread has stopped it meanwhile.
-bool BeginStop() {
+bool BeginStop() EXCLUDES(runState.mutex) {
   const ScopedLock lock(runState.mutex);
   WaitWhile(Phase::kStarting);
   if (runState.phase == Phase::kRunning) {
@@ -94,21 +95,21 @@ bool BeginStop() {
   return false;
 }
 
-bool EnterRegistration() {
+bool EnterRegistration() EXCLUDES(runState.mutex) {
   const ScopedLock lock(runState.mutex);
   const bool running = runState.phase == Phase::kRunning;
   if (running) ++runState.registrations;
   return running;
 }
 
-void LeaveRegistration() {
+void LeaveRegistration() EXCLUDES(runState.mutex) {
   const ScopedLock lock(runState.mutex);
-  if (--runState.registrations == 0) pthread_cond_broadcast(&runState.changed);
+  if (--runState.registrations == 0) runState.changed.WakeAll();
 }
 
-void AwaitRegistrations() {
+void AwaitRegistrations() EXCLUDES(runState.mutex) {
   const ScopedLock lock(runState.mutex);
-  while (runState.registrations > 0) pthread_cond_wait(&runState.changed, &runState.mutex);
+  while (runState.registrations > 0) runState.changed.Wait(runState.mutex);
 }
 
 // A registration may wait for a request that ends only when its writes fail, so the web server is told first.

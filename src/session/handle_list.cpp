@@ -5,9 +5,10 @@
 #include <cstdint>
 #include <cstdlib>
 
-#include "base/scoped_lock.h"
+#include "base/thread_safety.h"
 #include "sdkapi/session.h"
 #include "session/handle_nodes.h"
+#include "session/list_lock.h"
 
 namespace {
 
@@ -31,14 +32,14 @@ HandleManage* NewHandleNode(void* value) {
   return node;
 }
 
-void LinkBehind(HandleManage* place, HandleManage* node) {
+void LinkBehind(const HandleManage& /*list*/, HandleManage* place, HandleManage* node) {
   node->prev = place;
   node->next = place->next;
   if (node->next != nullptr) node->next->prev = node;
   SetNext(place, node);
 }
 
-void Unlink(HandleManage* node) {
+void Unlink(const HandleManage& /*list*/, HandleManage* node) {
   SetNext(node->prev, node->next);
   if (node->next != nullptr) node->next->prev = node->prev;
 }
@@ -48,15 +49,16 @@ void Unlink(HandleManage* node) {
 namespace {
 
 using sdkapi::LinkBehind;
+using sdkapi::ListLock;
 using sdkapi::NewHandleNode;
-using sdkapi::ScopedLock;
 
-HandleManage* Tail(HandleManage* head) {
-  while (head->next != nullptr) head = head->next;
-  return head;
+HandleManage* Tail(HandleManage* head) REQUIRES(sdkapi::LockOf(*head)) {
+  HandleManage* last = head;
+  while (last->next != nullptr) last = last->next;
+  return last;
 }
 
-HandleManage* Find(HandleManage* head, const void* value) {
+HandleManage* Find(HandleManage* head, const void* value) REQUIRES(sdkapi::LockOf(*head)) {
   HandleManage* node = head->next;
   while (node != nullptr && node->value != value) node = node->next;
   return node;
@@ -67,7 +69,7 @@ HandleManage* Find(HandleManage* head, const void* value) {
 int HandleManageInitHead(HandleManage* head) {
   if (head == nullptr) return -1;
   pthread_mutex_init(&head->mutex, nullptr);
-  const ScopedLock lock(head->mutex);
+  const ListLock lock(*head);
   head->value = nullptr;
   SetNext(head, nullptr);
   head->prev = nullptr;
@@ -78,8 +80,8 @@ int HandleManageAddHandle(HandleManage* head, void* value) {
   if (head == nullptr || value == nullptr) return -1;
   HandleManage* const node = NewHandleNode(value);
   if (node == nullptr) return -1;
-  const ScopedLock lock(head->mutex);
-  LinkBehind(Tail(head), node);
+  const ListLock lock(*head);
+  LinkBehind(*head, Tail(head), node);
   return 0;
 }
 
@@ -87,30 +89,30 @@ int HandleManageAddHandle1(HandleManage* head, void* value) {
   if (head == nullptr || value == nullptr) return -1;
   HandleManage* const node = NewHandleNode(value);
   if (node == nullptr) return -1;
-  const ScopedLock lock(head->mutex);
-  LinkBehind(head, node);
+  const ListLock lock(*head);
+  LinkBehind(*head, head, node);
   return 0;
 }
 
 int HandleManageDelHandle(HandleManage* head, void* value) {
   if (head == nullptr || value == nullptr) return -1;
-  const ScopedLock lock(head->mutex);
+  const ListLock lock(*head);
   HandleManage* const node = Find(head, value);
   if (node == nullptr) return -1;
-  sdkapi::Unlink(node);
+  sdkapi::Unlink(*head, node);
   std::free(node);
   return 0;
 }
 
 void* HandleManageGetNextHandle(HandleManage* head) {
   if (head == nullptr || IsEmpty(head)) return nullptr;
-  const ScopedLock lock(head->mutex);
+  const ListLock lock(*head);
   return head->next != nullptr ? head->next->value : nullptr;
 }
 
 int HandleManageGetUsrCount(HandleManage* head) {
   if (head == nullptr) return -1;
-  const ScopedLock lock(head->mutex);
+  const ListLock lock(*head);
   int count = 0;
   for (const HandleManage* node = head->next; node != nullptr; node = node->next) ++count;
   return count;
@@ -118,7 +120,7 @@ int HandleManageGetUsrCount(HandleManage* head) {
 
 int HandleManagePostLoop(HandleManage* head, HandleManageCallback callback, uint32_t arg, void* context) {
   if (head == nullptr || callback == nullptr) return -1;
-  const ScopedLock lock(head->mutex);
+  const ListLock lock(*head);
   for (const HandleManage* node = head->next; node != nullptr; node = node->next) {
     callback(node->value, arg, context);
   }

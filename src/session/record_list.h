@@ -2,14 +2,16 @@
 #pragma once
 
 #include "base/counted.h"
-#include "base/scoped_lock.h"
+#include "base/lock_order.h"
+#include "base/thread_safety.h"
 #include "sdkapi/session.h"
+#include "session/list_lock.h"
 
 namespace sdkapi {
 
 // Joins at the end. False when memory is short.
 template <class T>
-bool AddToList(HandleManage& list, Ref<T> record) {
+bool AddToList(HandleManage& list, Ref<T> record) EXCLUDES(listLock) {
   if (HandleManageAddHandle(&list, record.get()) != 0) return false;
   static_cast<void>(record.Detach());  // the list's from now on
   return true;
@@ -17,8 +19,8 @@ bool AddToList(HandleManage& list, Ref<T> record) {
 
 // The oldest record that fits; null when none does.
 template <class T, class Fits>
-Ref<T> FindInList(HandleManage& list, Fits fits) {
-  const ScopedLock lock(list.mutex);
+Ref<T> FindInList(HandleManage& list, Fits fits) EXCLUDES(listLock) {
+  const ListLock lock(list);
   for (const HandleManage* node = list.next; node != nullptr; node = node->next) {
     auto* const record = static_cast<T*>(node->value);
     if (fits(*record)) return Ref<T>::Share(record);
@@ -27,7 +29,7 @@ Ref<T> FindInList(HandleManage& list, Fits fits) {
 }
 
 template <class T>
-void TakeFromList(HandleManage& list, const Ref<T>& record) {
+void TakeFromList(HandleManage& list, const Ref<T>& record) EXCLUDES(listLock) {
   if (HandleManageDelHandle(&list, record.get()) == 0) Ref<T>::Adopt(record.get());
 }
 

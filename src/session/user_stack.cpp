@@ -1,16 +1,17 @@
 // At most 20 live sessions with their expiry on the up-time clock.
 #include "session/user_stack.h"
 
-#include <pthread.h>
 #include <sys/sysinfo.h>
 #include <unistd.h>
 
 #include <atomic>
 #include <cstring>
-#include <iterator>
+#include <type_traits>
 
-#include "base/scoped_lock.h"
+#include "base/lock_order.h"
+#include "base/mutex.h"
 #include "base/text.h"
+#include "base/thread_safety.h"
 #include "server/log.h"
 
 namespace sdkapi {
@@ -23,8 +24,8 @@ constexpr std::size_t kLongestId = 1024;
 constexpr useconds_t kRoundMicroseconds = 1000000;
 
 // Innermost lock: nothing is called while it is held.
-pthread_mutex_t stackMutex = PTHREAD_MUTEX_INITIALIZER;
-UserTable g_usr{};
+constinit Mutex stackMutex ACQUIRED_AFTER(contextLock, listLock);
+UserTable g_usr GUARDED_BY(stackMutex){};
 std::atomic<bool> loopMayRun{false};
 std::atomic<UserTimeoutCallback> timeOutCallback{nullptr};
 
@@ -37,14 +38,14 @@ bool Matches(const UserEntry& entry, const char* id) {
   return entry.id[0] != '\0' && std::strncmp(entry.id, id, sizeof entry.id - 1) == 0;
 }
 
-UserEntry* Find(const char* id) {
+UserEntry* Find(const char* id) REQUIRES(stackMutex) {
   for (UserEntry& entry : g_usr.entries) {
     if (Matches(entry, id)) return &entry;
   }
   return nullptr;
 }
 
-UserEntry* FindFree() {
+UserEntry* FindFree() REQUIRES(stackMutex) {
   for (UserEntry& entry : g_usr.entries) {
     if (entry.id[0] == '\0') return &entry;
   }
@@ -57,12 +58,12 @@ int64_t ExpiryFromNow() {
   return now + kSessionSeconds;
 }
 
-UserEntry EntryAt(std::size_t index) {
+UserEntry EntryAt(std::size_t index) EXCLUDES(stackMutex) {
   const ScopedLock lock(stackMutex);
   return g_usr.entries[index];
 }
 
-void ExpireEntry(std::size_t index) {
+void ExpireEntry(std::size_t index) EXCLUDES(stackMutex) {
   int64_t now = 0;
   GetUpTime(&now);
   const UserEntry entry = EntryAt(index);
@@ -75,7 +76,8 @@ void ExpireEntry(std::size_t index) {
 
 int CheckUsrIdStack(void* /*unused*/) {
   while (loopMayRun.load()) {
-    for (std::size_t index = 0; index < std::size(g_usr.entries); ++index) ExpireEntry(index);
+    for (std::size_t index = 0; index < std::extent_v<decltype(UserTable::entries)>; ++index)
+      ExpireEntry(index);
     usleep(kRoundMicroseconds);
   }
   return 0;

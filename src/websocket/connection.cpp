@@ -8,7 +8,8 @@
 #include <cstring>
 #include <new>
 
-#include "base/scoped_lock.h"
+#include "base/mutex.h"
+#include "base/thread_safety.h"
 #include "server/log.h"
 
 namespace sdkapi {
@@ -24,12 +25,13 @@ namespace {
 
 constexpr LogSource kLog{"sdkapi"};
 
-// What waits for the end of the handshake beside one frame of any size; a client that stalls later has the
-// same.
+// What waits for the end of the handshake beside one frame of any size. The web server keeps the same for a
+// client that stalls later. It cannot serve here, too: before the handshake is complete it has no queue, and
+// a connection whose queue overflows is ended, where a frame alone is dropped here.
 constexpr std::size_t kMostWaitingBytes = 1048576;
 constexpr int kMostWaitingFrames = 512;
 
-void DropWaiting(Connection& connection) {
+void DropWaiting(Connection& connection) REQUIRES(connection.sendMutex) {
   while (WaitingFrame* const frame = connection.waiting) {
     connection.waiting = frame->next;
     std::free(frame);
@@ -41,7 +43,7 @@ void DropWaiting(Connection& connection) {
 
 // A frame that did not go out whole was this connection's last: its client must never read one inside
 // another.
-void Write(Connection& connection, const char* data, std::size_t length) {
+void Write(Connection& connection, const char* data, std::size_t length) REQUIRES(connection.sendMutex) {
   const int written = mg_websocket_write(connection.entry.conn, MG_WEBSOCKET_OPCODE_TEXT, data, length);
   if (written > 0 && static_cast<std::size_t>(written) >= length) return;
   connection.phase = Connection::Phase::kGone;
@@ -55,7 +57,8 @@ WaitingFrame* NewFrame(const char* data, std::size_t length) {
   return frame;
 }
 
-void AppendWaiting(Connection& connection, const char* data, std::size_t length) {
+void AppendWaiting(Connection& connection, const char* data, std::size_t length)
+    REQUIRES(connection.sendMutex) {
   const std::size_t bytes = connection.waitingBytes + length;
   const std::size_t largest = std::max(connection.largestWaiting, length);
   const bool fits = connection.waitingFrames <= kMostWaitingFrames && bytes - largest <= kMostWaitingBytes;
@@ -72,7 +75,7 @@ void AppendWaiting(Connection& connection, const char* data, std::size_t length)
   ++connection.waitingFrames;
 }
 
-void WriteWaiting(Connection& connection) {
+void WriteWaiting(Connection& connection) REQUIRES(connection.sendMutex) {
   for (WaitingFrame* frame = connection.waiting; frame != nullptr; frame = frame->next) {
     if (connection.phase == Connection::Phase::kOpen) Write(connection, frame->data(), frame->length);
   }
@@ -81,10 +84,7 @@ void WriteWaiting(Connection& connection) {
 
 }  // namespace
 
-Connection::~Connection() {
-  DropWaiting(*this);
-  pthread_mutex_destroy(&sendMutex);
-}
+Connection::~Connection() { DropWaiting(*this); }
 
 void SendText(Connection& connection, const char* data, std::size_t length) {
   const ScopedLock lock(connection.sendMutex);

@@ -1,11 +1,12 @@
 // One WebSocket connection, and the order between its sends, its handshake and its close.
 #pragma once
 
-#include <pthread.h>
-
 #include <cstddef>
 
 #include "base/counted.h"
+#include "base/lock_order.h"
+#include "base/mutex.h"
+#include "base/thread_safety.h"
 
 struct mg_connection;
 
@@ -17,6 +18,9 @@ struct WebSocketLinkEntry {
   char token[1024];
 };
 static_assert(sizeof(WebSocketLinkEntry) == 1032 && offsetof(WebSocketLinkEntry, token) == 8);
+
+// Orders the texts to all, so that every client reads them in the same order.
+extern Mutex g_SendAllMutex ACQUIRED_AFTER(contextLock) ACQUIRED_BEFORE(listLock);
 
 struct WaitingFrame;
 
@@ -31,24 +35,26 @@ struct Connection {
   Connection& operator=(const Connection&) = delete;
 
   WebSocketLinkEntry entry{};
-  pthread_mutex_t sendMutex = PTHREAD_MUTEX_INITIALIZER;  // orders sends, the handshake's end and the close
-  Phase phase = Phase::kHandshake;
-  WaitingFrame* waiting = nullptr;
-  std::size_t waitingBytes = 0;
-  std::size_t largestWaiting = 0;  // bytes of the largest of these frames
-  int waitingFrames = 0;
-  Ref<Connection> nextToSend;  // in a text's way to all; its sender's alone
+  // Orders sends, the handshake's end and the close. Never taken under a list's lock.
+  Mutex sendMutex ACQUIRED_AFTER(contextLock, g_SendAllMutex) ACQUIRED_BEFORE(listLock);
+  Phase phase GUARDED_BY(sendMutex) = Phase::kHandshake;
+  WaitingFrame* waiting GUARDED_BY(sendMutex) = nullptr;
+  std::size_t waitingBytes GUARDED_BY(sendMutex) = 0;
+  std::size_t largestWaiting GUARDED_BY(sendMutex) = 0;  // bytes of the largest of these frames
+  int waitingFrames GUARDED_BY(sendMutex) = 0;
+  Ref<Connection> nextToSend GUARDED_BY(g_SendAllMutex);  // in a text's way to all
 };
 using ConnectionRef = Ref<Connection>;
 
 // Sends one text frame. Before the handshake is complete the frame waits; after the close handler, or behind
 // a frame that did not go out whole, nothing is sent.
-void SendText(Connection& connection, const char* data, std::size_t length);
+void SendText(Connection& connection, const char* data, std::size_t length)
+    EXCLUDES(connection.sendMutex, listLock);
 
 // The handshake is complete: writes what waits.
-void StartSending(Connection& connection);
+void StartSending(Connection& connection) EXCLUDES(connection.sendMutex, listLock);
 
 // Returns when no send is in flight; none begins afterwards.
-void StopSending(Connection& connection);
+void StopSending(Connection& connection) EXCLUDES(connection.sendMutex, listLock);
 
 }  // namespace sdkapi

@@ -2,14 +2,15 @@
 #include "websocket/connections.h"
 
 #include <civetweb.h>
-#include <pthread.h>
 
 #include <cstdint>
 #include <cstring>
 #include <utility>
 
-#include "base/scoped_lock.h"
+#include "base/lock_order.h"
+#include "base/mutex.h"
 #include "base/text.h"
+#include "base/thread_safety.h"
 #include "http/login_ref.h"
 #include "http/request.h"
 #include "http/stream_room.h"
@@ -36,9 +37,6 @@ enum WebSocketEvent : int { kConnected = 0, kClosed = 2 };
 
 HandleManage g_WebSocketLink;
 
-// Orders the frames to all, so that every client reads them in the same order; outside the list's lock.
-pthread_mutex_t g_SendAllMutex = PTHREAD_MUTEX_INITIALIZER;
-
 ConnectionRef NewConnection(mg_connection* conn, const char* token) {
   ConnectionRef connection = ConnectionRef::New();
   if (connection == nullptr) return nullptr;
@@ -53,7 +51,7 @@ ConnectionRef FindConnection(const mg_connection* conn) {
 }
 
 // The list's callback: appends one connection to the chain whose end the context points at.
-int AppendToChain(void* connection, uint32_t /*arg*/, void* context) {
+int AppendToChain(void* connection, uint32_t /*arg*/, void* context) REQUIRES(g_SendAllMutex) {
   ConnectionRef*& end = *static_cast<ConnectionRef**>(context);
   *end = ConnectionRef::Share(static_cast<Connection*>(connection));
   end = &(*end)->nextToSend;
@@ -61,7 +59,7 @@ int AppendToChain(void* connection, uint32_t /*arg*/, void* context) {
 }
 
 // All connections, oldest first, so that nothing is written under the list's lock.
-ConnectionRef AllConnections() {
+ConnectionRef AllConnections() REQUIRES(g_SendAllMutex) {
   ConnectionRef first;
   ConnectionRef* end = &first;
   HandleManagePostLoop(&g_WebSocketLink, AppendToChain, 0, static_cast<void*>(&end));
@@ -69,12 +67,12 @@ ConnectionRef AllConnections() {
 }
 
 // The server's lock around connect and close, which are thereby in order with each other.
-class ContextLock {
+class SCOPED_CAPABILITY ContextLock {
  public:
-  explicit ContextLock(const mg_connection* conn) : context_(mg_get_context(conn)) {
+  explicit ContextLock(const mg_connection* conn) ACQUIRE(contextLock) : context_(mg_get_context(conn)) {
     mg_lock_context(context_);
   }
-  ~ContextLock() { mg_unlock_context(context_); }
+  ~ContextLock() RELEASE() { mg_unlock_context(context_); }
   ContextLock(const ContextLock&) = delete;
   ContextLock& operator=(const ContextLock&) = delete;
 
@@ -129,6 +127,8 @@ ConnectionRef TakeConnection(const mg_connection* conn) {
 }
 
 }  // namespace
+
+constinit Mutex g_SendAllMutex;
 
 HandleManage* WebSocketLink() { return &g_WebSocketLink; }
 

@@ -3,6 +3,8 @@
 
 #include <cstddef>
 
+#include "base/lock_order.h"
+#include "base/thread_safety.h"
 #include "sdkapi/session.h"
 #include "websocket/connection.h"
 
@@ -13,9 +15,9 @@ HandleManage* WebSocketLink();
 
 // The oldest connection of a token; null when there is none. It may outlive its close handler, and then sends
 // nothing.
-ConnectionRef FindConnection(const char* token);
+ConnectionRef FindConnection(const char* token) EXCLUDES(listLock);
 
 // Sends one text frame to every connection, oldest first. No lock of the list is held meanwhile.
-void SendTextToAll(const char* data, std::size_t length);
+void SendTextToAll(const char* data, std::size_t length) EXCLUDES(g_SendAllMutex, listLock);
 
 }  // namespace sdkapi

@@ -10,6 +10,9 @@ import sys
 ROOT = pathlib.Path(sys.argv[1])
 WEB_SERVER = "civetweb.h"
 FLOOR = re.compile(r"^\| (\d+) \| ((?:`\w+/`(?:, )?)+) \| (yes|no|`[\w.]+`) \|", re.M)
+# What clang is told about locks: macros, which stand where a name could.
+ANNOTATION = re.compile(r"(?<!#define )\b(?:SCOPED_CAPABILITY|(?:CAPABILITY|GUARDED_BY|ACQUIRED_\w+|ACQUIRE|RELEASE|REQUIRES"
+                        r"|EXCLUDES)\((?:[^()]|\([^()]*\))*\)) ?")
 # Common names of the system, and the headers of which one is to be included.
 STANDARD = {
     r"\bu?int(?:8|16|32|64)_t\b": {"cstdint", "stdint.h"},
@@ -62,8 +65,9 @@ def code(text):
 
 def declared(text):
     """The names that a header declares outside of its types."""
-    text = code(text)
-    return set(re.findall(r"^(?:constexpr [\w:<> *]+?|using |struct |class |enum class |enum )\b(\w+)(?= = | : | \{|\{|\[)", text, re.M)
+    text = ANNOTATION.sub("", code(text))
+    return set(re.findall(r"^#define (\w+)", text, re.M) + re.findall(r"^extern \w+ (\w+)", text, re.M)
+               + re.findall(r"^(?:constexpr [\w:<> *]+?|using |struct |class |enum class |enum )\b(\w+)(?= = | : | \{|\{|\[)", text, re.M)
                + re.findall(r"^(?:\w+ )*[\w:]+(?:<[^>]*>)?[*&]* [*&]*(\w+)\(", text, re.M)
                + re.findall(r"^\} (\w+);", text, re.M) + re.findall(r"^typedef .*\(\*(\w+)\)", text, re.M))
 
