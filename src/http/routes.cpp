@@ -72,7 +72,10 @@ constexpr bool SaysItsKind(const RouteRow& row) {
   return (std::ranges::find(kUploadHandlers, row.handler) != std::end(kUploadHandlers)) ==
          (row.uploadKind != kNoUpload);
 }
-static_assert(std::ranges::all_of(cmdList, SaysItsKind), "the rows of uploads, and no others, have a kind");
+// Under its sanitizers GCC does not tell two functions apart while it compiles; all other builds do.
+constexpr bool kCanCompare = __builtin_constant_p(FuncUpgrade == FuncNoMethod);
+static_assert(!kCanCompare || std::ranges::all_of(cmdList, SaysItsKind),
+              "the rows of uploads, and no others, have a kind");
 
 struct UploadUrl {
   std::string_view url;
