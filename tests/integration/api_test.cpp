@@ -300,9 +300,7 @@ INSTANTIATE_TEST_SUITE_P(Modes, RouteTest, AllModes(), ModeName);
 
 class EmptyTableTest : public ServerTest, public ::testing::WithParamInterface<bool> {
  protected:
-  void SetUp() override {
-    Prepare({GetParam(), false}, {.webSocketUrl = "", .emptyTable = true, .table = nullptr});
-  }
+  void SetUp() override { Prepare({GetParam(), false}, {.webSocketUrl = "", .emptyTable = true}); }
 };
 INSTANTIATE_TEST_SUITE_P(Schemes, EmptyTableTest, ::testing::Bool());
 

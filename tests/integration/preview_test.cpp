@@ -284,7 +284,7 @@ TEST_P(PreviewTest, ASinglePictureIsAStreamOfOnePart) {
 
 class NoPreviewTest : public ServerTest, public ::testing::WithParamInterface<Mode> {
  protected:
-  void SetUp() override { Prepare(GetParam(), {.webSocketUrl = "", .emptyTable = true, .table = nullptr}); }
+  void SetUp() override { Prepare(GetParam(), {.webSocketUrl = "", .emptyTable = true}); }
 };
 INSTANTIATE_TEST_SUITE_P(Schemes, NoPreviewTest, ::testing::Values(Mode{false, false}, Mode{true, false}),
                          ModeName);

@@ -402,9 +402,7 @@ TEST_P(WebSocketTest, AfterALogOutTextsAreDroppedAndTheConnectionStays) {
 
 class ConfiguredUrlTest : public ServerTest, public ::testing::WithParamInterface<Mode> {
  protected:
-  void SetUp() override {
-    Prepare(GetParam(), {.webSocketUrl = "/ws", .emptyTable = false, .table = nullptr});
-  }
+  void SetUp() override { Prepare(GetParam(), {.webSocketUrl = "/ws", .emptyTable = false}); }
 };
 INSTANTIATE_TEST_SUITE_P(Schemes, ConfiguredUrlTest, ::testing::Values(Mode{false, false}, Mode{true, false}),
                          ModeName);

@@ -258,7 +258,7 @@ TEST_P(WireLoginTest, ACloseGivesItsPlaceToTheNextLogin) {
 
 class EmptyTableTest : public ServerTest, public ::testing::WithParamInterface<Mode> {
  protected:
-  void SetUp() override { Prepare(GetParam(), {.webSocketUrl = "", .emptyTable = true, .table = nullptr}); }
+  void SetUp() override { Prepare(GetParam(), {.webSocketUrl = "", .emptyTable = true}); }
 };
 INSTANTIATE_TEST_SUITE_P(Schemes, EmptyTableTest, ::testing::Values(Mode{false, false}, Mode{true, false}),
                          ModeName);

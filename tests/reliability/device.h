@@ -16,13 +16,8 @@ struct Ports {
   int https = 0;
 };
 
-SdkAPISerHandle Table();
-
 // Starts the server on free ports, tries others when one is taken meanwhile. Throws when it cannot start.
 Ports Start(bool authentication);
-
-// How many lines the library has logged at level 4.
-long ErrorLines();
 
 // Echoes of received texts go to their sender.
 constexpr int kPreviewBytes = 20000;

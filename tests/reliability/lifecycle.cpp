@@ -14,6 +14,7 @@
 #include "connection.h"
 #include "device.h"
 #include "server.h"
+#include "test_host.h"
 
 namespace {
 
@@ -68,7 +69,7 @@ std::vector<std::unique_ptr<Connection>> ConnectClients(const reliability::Ports
 }
 
 void FailToStart(const char* what, const std::function<void()>& spoil) {
-  const SdkAPISerHandle table = reliability::Table();
+  const SdkAPISerHandle table = sdktest::TestHost::Table();
   spoil();
   SdkAPISer_Init();
   Check(SdkAPISer_Start(&table) == -1, what);

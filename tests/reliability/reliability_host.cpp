@@ -3,18 +3,13 @@
 #include <cstring>
 
 #include "device.h"
-
-namespace {
-
-int TakeOwnUpload(mg_connection*, UploadCustomCtx*) { return 0; }
-
-}  // namespace
+#include "test_host.h"
 
 // Options: "auth" switches authentication on. Runs until standard input ends.
 int main(int argc, char** argv) {
   reliability::PrepareFolder();
   const reliability::Ports ports = reliability::Start(argc > 1 && std::strcmp(argv[1], "auth") == 0);
-  SdkAPISer_Custom_Upload_Api_Add("/own/upload$", TakeOwnUpload);
+  SdkAPISer_Custom_Upload_Api_Add("/own/upload$", sdktest::TestHost::CustomUpload);
   std::printf("ready %d %d\n", ports.http, ports.https);
   std::fflush(stdout);
   while (std::getchar() != EOF) continue;

@@ -216,6 +216,7 @@ int TestHost::CustomDownload(mg_connection* conn, CustomDownloadInfo* info) {
 }
 
 void TestHost::Reset() {
+  everyCall = nullptr;
   authQuery = nullptr;
   login = nullptr;
   logOut = nullptr;

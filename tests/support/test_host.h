@@ -87,6 +87,7 @@ class TestHost {
     customUpload = answer;
   }
 
+  Hook<int(const Call& call)> everyCall;  // before the call's own hook; the result means nothing
   Hook<int(int* flag)> authQuery;
   Hook<int(LoginInfo& info)> login;
   Hook<int()> logOut;
@@ -111,7 +112,11 @@ class TestHost {
   // What the slots do: record the call, then ask the hook.
   template <class... Args, class... Values>
   int Answer(Hook<int(Args...)>& hook, Call call, Values&&... values) {
-    if (settled_) return hook.CallSettled(std::forward<Values>(values)...);
+    if (settled_) {
+      everyCall.CallSettled(call);
+      return hook.CallSettled(std::forward<Values>(values)...);
+    }
+    everyCall(call);
     Record(std::move(call));
     return hook(std::forward<Values>(values)...);
   }

@@ -13,9 +13,13 @@
 #include <fstream>
 
 #include "server/lifecycle.h"
+#include "test_host.h"
 
 namespace fuzz {
 namespace {
+
+using sdktest::TestHost;
+using sdktest::UploadStep;
 
 thread_local int result = 0;
 thread_local Uploads uploads;
@@ -28,183 +32,142 @@ bool Ends(const char (&text)[kSize]) {
   return std::memchr(text, '\0', kSize) != nullptr;
 }
 
-bool IsToken(const char* token) { return token != nullptr && std::strlen(token) < 1024; }
-
 template <std::size_t kSize>
 void Fill(char (&dst)[kSize], std::string_view text) {
   text.copy(dst, kSize - 1);
 }
 
-int AuthQuery(int* flag) {
-  *flag = SdkAPISer_AuthenticationSwitch_Get();
-  return 0;
-}
-
-int Login(LoginInfo* info) {
-  FUZZ_CHECK(Ends(info->username) && Ends(info->password));
-  FUZZ_CHECK(info->token[0] == '\0' && info->wizard[0] == '\0' && info->code == 0);
-  Fill(info->token, kToken);
-  if (result != 0) info->code = static_cast<uint32_t>(result);
-  return result == -1 ? -1 : 0;
-}
-
-int ChangeUser(const char* token, ChangeUserRequest* request) {
-  FUZZ_CHECK(IsToken(token) && Ends(request->username) && Ends(request->newusername));
-  FUZZ_CHECK(Ends(request->newpassword) && Ends(request->oldpassword));
-  FUZZ_CHECK(request->changeType >= 0 && request->changeType <= 2);
-  return result;
-}
-
-int ManageUser(const char* token, ManageUserRequest* request) {
-  FUZZ_CHECK(IsToken(token) && Ends(request->username) && Ends(request->password));
-  FUZZ_CHECK(request->action == 0 || request->action == 1);
-  return result;
-}
-
-int Describe(const char* token, DeviceInfo* info) {
-  FUZZ_CHECK(IsToken(token));
-  Fill(info->model, "model");
-  return result;
-}
-
-int Status(char* uptime) {
-  std::memset(uptime, '9', kDeviceUptimeSize);
-  return result;
-}
-
-int Restore(const char* token, CustomRestoreArg* arg) {
-  FUZZ_CHECK(IsToken(token) && arg->code == 16);
-  return result;
-}
-
-int Download(const char* token, DownloadFileInfo* info) {
-  FUZZ_CHECK(IsToken(token));
-  Fill(info->name, "file");
-  Fill(info->path, folder + "/file");
-  return result;
-}
-
-int DownloadSetting(const char* token, DownloadSettingInfo* info) {
-  FUZZ_CHECK(IsToken(token) && Ends(info->method));
-  Fill(info->name, "file");
-  Fill(info->path, folder + "/absent");
-  return result;
-}
-
-int Preview(PreviewFrame* frame) {
-  static thread_local int left = 0;
-  FUZZ_CHECK(Ends(frame->hostname) && frame->state >= 0 && frame->state <= 2);
-  if (frame->state == 0) left = 3;
-  frame->length = 100;
-  return result != 0 ? result : --left < 0;
-}
-
-int UnitList(const char* token, char* list) {
-  FUZZ_CHECK(IsToken(token));
-  std::strcpy(list, "[]");
-  return result;
-}
-
-int Privileges(const char* token, PrivList* list) {
-  FUZZ_CHECK(IsToken(token));
-  list->count = 1;
-  list->entries = static_cast<PrivEntry*>(std::calloc(1, sizeof(PrivEntry)));
-  return result;
-}
-
-int SpecifyPrivilege(const char* token, const char* hostname, const char* file) {
-  FUZZ_CHECK(IsToken(token) && std::strlen(hostname) < 128 && std::strlen(file) < 256);
-  return result;
-}
-
-int DeletePrivilege(const char* token, const char* file) {
-  FUZZ_CHECK(IsToken(token) && std::strlen(file) < 256);
-  return result;
-}
-
 template <class Context>
-int Collect(Context* ctx) {
-  FUZZ_CHECK(ctx->length >= 0 && ctx->length <= int64_t{sizeof ctx->data});
-  FUZZ_CHECK(Ends(ctx->name) && Ends(ctx->fileName));
-  FUZZ_CHECK(ctx->pieceState >= 0 && ctx->pieceState <= 2);
-  FUZZ_CHECK(ctx->noFileName == 0 || ctx->noFileName == 1);
+int Collect(const Context& ctx) {
+  FUZZ_CHECK(ctx.length >= 0 && ctx.length <= int64_t{sizeof ctx.data});
+  FUZZ_CHECK(Ends(ctx.name) && Ends(ctx.fileName));
+  FUZZ_CHECK(ctx.pieceState >= 0 && ctx.pieceState <= 2);
+  FUZZ_CHECK(ctx.noFileName == 0 || ctx.noFileName == 1);
   if (manyUploads && uploads.finals != 0) uploads = {};
   FUZZ_CHECK(uploads.finals == 0);
-  if (ctx->endFlag != 0) {
-    FUZZ_CHECK(ctx->endFlag == 1 && ctx->length == 0);
+  if (ctx.endFlag != 0) {
+    FUZZ_CHECK(ctx.endFlag == 1 && ctx.length == 0);
     ++uploads.finals;
-  } else if (ctx->pieceState == 0) {
-    FUZZ_CHECK(ctx->length == 0);
+  } else if (ctx.pieceState == 0) {
+    FUZZ_CHECK(ctx.length == 0);
     ++uploads.found;
   } else {
     FUZZ_CHECK(uploads.found > 0);
-    uploads.content.append(ctx->data, static_cast<std::size_t>(ctx->length));
+    uploads.content.append(ctx.data, static_cast<std::size_t>(ctx.length));
   }
   return result;
 }
 
-int Upload(const char* token, int funcId, UploadFileCtx* ctx) {
-  FUZZ_CHECK(IsToken(token) && funcId >= -1 && funcId <= 8 && funcId == ctx->funcId);
-  return Collect(ctx);
+void CheckUsers(TestHost& host) {
+  host.authQuery = [](int* flag) { return *flag = SdkAPISer_AuthenticationSwitch_Get(), 0; };
+  host.login = [](LoginInfo& info) {
+    FUZZ_CHECK(Ends(info.username) && Ends(info.password));
+    FUZZ_CHECK(info.token[0] == '\0' && info.wizard[0] == '\0' && info.code == 0);
+    Fill(info.token, kToken);
+    if (result != 0) info.code = static_cast<uint32_t>(result);
+    return result == -1 ? -1 : 0;
+  };
+  host.changeUser = [](ChangeUserRequest& request) {
+    FUZZ_CHECK(Ends(request.username) && Ends(request.newusername));
+    FUZZ_CHECK(Ends(request.newpassword) && Ends(request.oldpassword));
+    FUZZ_CHECK(request.changeType >= 0 && request.changeType <= 2);
+    return result;
+  };
+  host.manageUser = [](ManageUserRequest& request) {
+    FUZZ_CHECK(Ends(request.username) && Ends(request.password));
+    FUZZ_CHECK(request.action == 0 || request.action == 1);
+    return result;
+  };
 }
 
-int Upgrade(const char* token, UploadFileCtx* ctx) {
-  FUZZ_CHECK(IsToken(token));
-  return Collect(ctx);
+void CheckDevice(TestHost& host) {
+  host.deviceInfo = [](DeviceInfo& info) { return Fill(info.model, "model"), result; };
+  host.deviceStatus = [](char* uptime) { return std::memset(uptime, '9', kDeviceUptimeSize), result; };
+  host.customRestore = [](CustomRestoreArg& arg) {
+    FUZZ_CHECK(arg.code == 16);
+    return result;
+  };
+  host.txRxList = [](char* list) { return std::strcpy(list, "[]"), result; };
+  host.privJson = [](PrivList& list) {
+    list.count = 1;
+    list.entries = sdktest::AllocatePrivEntries(1);
+    return result;
+  };
+  host.specifyPriv = [](const std::string& hostname, const std::string& file) {
+    FUZZ_CHECK(hostname.size() < 128 && file.size() < 256);
+    return result;
+  };
+  host.deletePriv = [](const std::string& file) {
+    FUZZ_CHECK(file.size() < 256);
+    return result;
+  };
 }
 
-int CustomUpload(mg_connection* conn, UploadCustomCtx* ctx) {
-  FUZZ_CHECK(ctx->conn == conn);
-  return Collect(ctx);
+void CheckTransfers(TestHost& host) {
+  host.download = [](DownloadFileInfo& info) {
+    Fill(info.name, "file");
+    Fill(info.path, folder + "/file");
+    return result;
+  };
+  host.downloadSetting = [](DownloadSettingInfo& info) {
+    FUZZ_CHECK(Ends(info.method));
+    Fill(info.name, "file");
+    Fill(info.path, folder + "/absent");
+    return result;
+  };
+  host.preview = [](PreviewFrame& frame) {
+    static thread_local int left = 0;
+    FUZZ_CHECK(Ends(frame.hostname) && frame.state >= 0 && frame.state <= 2);
+    if (frame.state == 0) left = 3;
+    frame.length = 100;
+    return result != 0 ? result : --left < 0;
+  };
+  host.upload = [](const UploadStep& step, UploadFileCtx& ctx) {
+    FUZZ_CHECK(step.funcId >= -1 && step.funcId <= 8);
+    return Collect(ctx);
+  };
+  host.customUpload = [](const UploadStep& step, UploadCustomCtx& ctx) {
+    FUZZ_CHECK(step.slot == "CustomUpload");
+    return Collect(ctx);
+  };
+  host.customDownload = [](mg_connection*, CustomDownloadInfo& info) {
+    Fill(info.downloadName, "file");
+    Fill(info.filePath, folder + "/file");
+    return 0;
+  };
 }
 
-int CustomRequest(mg_connection* conn, CustomReqInfo* request) {
-  FUZZ_CHECK((request->body == nullptr) == (request->bodyLength == 0) || request->bodyLength <= 0);
-  FUZZ_CHECK(request->method >= 0 && request->method <= 2);
-  char value[64];
-  GetHttpUrlParam(conn, "a", value, sizeof value);
-  SendReponseInfo(conn, 200, 1, "{}", 2);
-  return result;
+void CheckMessages(TestHost& host) {
+  host.customGetPost = [](mg_connection* conn, CustomReqInfo& request) {
+    FUZZ_CHECK((request.body == nullptr) == (request.bodyLength == 0) || request.bodyLength <= 0);
+    FUZZ_CHECK(request.method >= 0 && request.method <= 2);
+    char value[64];
+    GetHttpUrlParam(conn, "a", value, sizeof value);
+    SendReponseInfo(conn, 200, 1, "{}", 2);
+    return result;
+  };
+  host.webSocket = [](int event, const std::string& token, const std::string& data) {
+    FUZZ_CHECK(event >= 0 && event <= 2);
+    if (event == 1) {
+      WebSocketSendData(token.c_str(), data.c_str(), static_cast<int>(data.size()));
+      WebSocketSendDataALL(data.c_str(), static_cast<int>(data.size()));
+    }
+    return 0;
+  };
 }
 
-int CustomDownload(mg_connection*, CustomDownloadInfo* info) {
-  Fill(info->downloadName, "file");
-  Fill(info->filePath, folder + "/file");
-  return result;
-}
-
-int WebSocketEvent(int event, const char* token, const char* data, int length) {
-  FUZZ_CHECK(event >= 0 && event <= 2 && IsToken(token) && length >= 0);
-  FUZZ_CHECK(data[length] == '\0');
-  if (event == 1) {
-    WebSocketSendData(token, data, length);
-    WebSocketSendDataALL(data, length);
-  }
-  return result;
-}
-
-SdkAPISerHandle Table() {
-  SdkAPISerHandle table{};
-  table.AuthQueryCb = AuthQuery;
-  table.LoginCb = Login;
-  table.LogOutCb = [] { return 0; };
-  table.ChangeUserInfoCb = ChangeUser;
-  table.ManageUserCb = ManageUser;
-  table.DeviceInfoCb = Describe;
-  table.CustomRestoreCb = Restore;
-  table.DeviceStatusCb = Status;
-  table.DownloadLogFileCb = table.DownloadCustomCb = table.DownloadSceneFileCb = Download;
-  table.DownloadEdidFileCb = table.DownloadImageFileCb = Download;
-  table.DownloadSettingFileCb = DownloadSetting;
-  table.PreviewCb = Preview;
-  table.GetTxRxListCb = UnitList;
-  table.GetPrivJsonCb = Privileges;
-  table.SpecifyPrivCb = SpecifyPrivilege;
-  table.DeletePrivCb = DeletePrivilege;
-  table.UploadImageFileCb = table.UploadTxtFileCb = table.UploadCertFileCb = table.UploadZipFileCb = Upload;
-  table.UpgradeCb = Upgrade;
-  table.WebSocketCb = WebSocketEvent;
-  return table;
+void FillHost() {
+  TestHost& host = TestHost::Get();
+  host.everyCall = [](const sdktest::Call& call) {
+    FUZZ_CHECK(call.token.size() < 1024);
+    FUZZ_CHECK(call.slot != "WebSocketCb without a NUL");
+    return 0;
+  };
+  CheckUsers(host);
+  CheckDevice(host);
+  CheckTransfers(host);
+  CheckMessages(host);
+  host.Settle();
 }
 
 int FreePort() {
@@ -234,7 +197,8 @@ mg_context* Start() {
   });
   SdkAPiSer_DocumentRoot_Set((folder + "/www").c_str());
   SdkAPISer_WebsocketUrl_Set("/ws");
-  const SdkAPISerHandle table = Table();
+  FillHost();
+  const SdkAPISerHandle table = TestHost::Table();
   bool running = false;
   for (int attempt = 0; attempt < 10 && !running; ++attempt) {
     port = FreePort();
@@ -243,9 +207,9 @@ mg_context* Start() {
     running = SdkAPISer_Start(&table) == 0;
   }
   FUZZ_CHECK(running);
-  SdkAPISer_Custom_Get_Post_Api_Add("/custom/request", CustomRequest);
-  SdkAPISer_Custom_Upload_Api_Add("/custom/upload", CustomUpload);
-  SdkAPISer_Custom_Download_Api_Add("/custom/download", CustomDownload);
+  SdkAPISer_Custom_Get_Post_Api_Add("/custom/request", TestHost::CustomGetPost);
+  SdkAPISer_Custom_Upload_Api_Add("/custom/upload", TestHost::CustomUpload);
+  SdkAPISer_Custom_Download_Api_Add("/custom/download", TestHost::CustomDownload);
   return sdkapi::GetMgContext();
 }
 

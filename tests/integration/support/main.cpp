@@ -3,10 +3,11 @@
 
 #include <csignal>
 
-#include "server.h"
-#include "workspace.h"
+#include "server_test_base.h"
 
 namespace {
+
+std::vector<std::string> arguments;
 
 class Surroundings : public ::testing::Environment {
  public:
@@ -19,9 +20,12 @@ class Surroundings : public ::testing::Environment {
 
 }  // namespace
 
+const std::vector<std::string>& integration::Arguments() { return arguments; }
+
 int main(int argc, char** argv) {
   std::signal(SIGPIPE, SIG_IGN);
   ::testing::InitGoogleTest(&argc, argv);
+  arguments.assign(argv + 1, argv + argc);
   ::testing::AddGlobalTestEnvironment(new Surroundings);
   return RUN_ALL_TESTS();
 }

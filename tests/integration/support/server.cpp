@@ -76,7 +76,7 @@ bool Server::StartOnce(const ServerSetup& setup) {
   SdkAPISer_WebsocketUrl_Set(setup.webSocketUrl.c_str());
   SdkAPISer_Init();
   const SdkAPISerHandle table = setup.emptyTable ? SdkAPISerHandle{} : TestHost::Table();
-  return SdkAPISer_Start(setup.table != nullptr ? setup.table : &table) == 0;
+  return SdkAPISer_Start(&table) == 0;
 }
 
 void Server::Ensure(const ServerSetup& setup) {

@@ -8,9 +8,8 @@
 namespace integration {
 
 struct ServerSetup {
-  std::string webSocketUrl;                // empty: the default endpoint
-  bool emptyTable = false;                 // start with a table without any function
-  const SdkAPISerHandle* table = nullptr;  // another table than the recording host's
+  std::string webSocketUrl;  // empty: the default endpoint
+  bool emptyTable = false;   // start with a table without any function
 
   bool operator==(const ServerSetup&) const = default;
 };

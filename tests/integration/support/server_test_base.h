@@ -13,6 +13,9 @@
 
 namespace integration {
 
+// What stands behind the program's name, without the options of GoogleTest.
+const std::vector<std::string>& Arguments();
+
 class ServerTest : public ::testing::Test {
  protected:
   void Prepare(const Mode& mode, const ServerSetup& setup = {});
