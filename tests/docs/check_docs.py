@@ -39,7 +39,7 @@ def tracked():
 
 
 def names():
-    """Paths, commands of ./dev and options of CMake."""
+    """Paths, commands of ./dev, tests and options of CMake."""
     files = tracked()
     text_of_dev = (ROOT / "dev").read_text()
     options = set(re.findall(r"SDKAPI_[A-Z_]+", "".join(path.read_text() for path in
@@ -55,6 +55,9 @@ def names():
         for path in re.findall(r"`((?:\.ci|abi|bench|cmake|docs|examples|include|scripts|src|tests)/[\w./-]*)`", text):
             if not (ROOT / path).exists() and not any(file.startswith(path + ".") for file in files):
                 yield f"{page.name}: no path {path}"
+        for folder, test in re.findall(r"`(abi|api|docs|unit)\.(\w+)`", text):
+            if not any(re.search(rf"\b{test}\b", path.read_text()) for path in ROOT.glob(f"tests/{folder}/**/CMakeLists.txt")):
+                yield f"{page.name}: no test {folder}.{test}"
         for option in re.findall(r"(?:-D|`)(SDKAPI_[A-Z_]+)", text):
             if option not in options:
                 yield f"{page.name}: no option {option}"
