@@ -44,6 +44,18 @@ TEST(Strength, NoOtherCharacterCountsAsSpecial) {
   }
 }
 
+TEST(Strength, EveryLetterAndDigitCounts) {
+  for (const char c : std::string("abcdefghijklmnopqrstuvwxyz")) {
+    EXPECT_EQ(DataFormatverification((std::string("A1!") + c).c_str()), 0) << c;
+  }
+  for (const char c : std::string("ABCDEFGHIJKLMNOPQRSTUVWXYZ")) {
+    EXPECT_EQ(DataFormatverification((std::string("a1!") + c).c_str()), 0) << c;
+  }
+  for (const char c : std::string("0123456789")) {
+    EXPECT_EQ(DataFormatverification((std::string("aA!") + c).c_str()), 0) << c;
+  }
+}
+
 struct BoolCase {
   const char* text;
   int result;

@@ -95,6 +95,14 @@ TEST_F(CustomGetPostTest, ALargeBodyArrivesWhole) {
   EXPECT_EQ(TestHost::Get().Lines(), Strings{"CustomGetPost(body, 1000000, 1)"});
 }
 
+TEST_F(CustomGetPostTest, ABodyThatTheHostLeftIsReadAway) {
+  mg_connection conn("POST", "/own");
+  conn.ChunkedBody(std::string(20000, 'c'));
+  EXPECT_EQ(FuncCustomGetPost(&conn, kHost), 1);
+  EXPECT_EQ(TestHost::Get().Lines(), Strings{"CustomGetPost(NULL, 0, 1)"}) << "its length is unknown";
+  EXPECT_EQ(conn.bodyRead, 20000U) << "the next request on the connection does not begin within it";
+}
+
 TEST_F(CustomGetPostTest, AnUnknownTokenIsNotAuthorised) {
   RequireLogin();
   mg_connection conn("GET", "/own");

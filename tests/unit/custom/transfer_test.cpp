@@ -161,6 +161,16 @@ TEST_F(CustomUploadTest, AFunctionThatVanishesBeforeAPieceAbortsTheParse) {
             "4 sdkapicustom FuncUploadCustomGetCb not registered!!!!");
 }
 
+TEST_F(CustomUploadTest, AFunctionThatVanishesAfterARefusalIsAServerError) {
+  TestHost::Get().customUpload = [](const UploadStep&, UploadCustomCtx& ctx) {
+    ctx.hostFunction = nullptr;
+    return -2;
+  };
+  conn_.Multipart({{FormField{"one", "a", {{"x"}}}, FormField{"two", "b", {{"y"}}}}});
+  EXPECT_EQ(FuncUploadCustomHandle(&conn_, kUploadHost), 1);
+  EXPECT_EQ(conn_.output, JsonReply(500));
+}
+
 TEST_F(CustomUploadTest, AFunctionClearedBetweenThePiecesOfOneValueAbortsTheParse) {
   TestHost::Get().customUpload = [](const UploadStep& step, UploadCustomCtx& ctx) {
     if (step.pieceState == 2) ctx.hostFunction = nullptr;
@@ -289,6 +299,22 @@ TEST_F(CustomDownloadTest, WithoutAHostFunctionItIsLeftToTheWebServer) {
   EXPECT_EQ(FuncDownloadCustomHandle(&conn_, nullptr), 0);
   EXPECT_EQ(conn_.output, "");
   EXPECT_EQ(Log(), Strings{"4 sdkapicustom FuncDownloadCustomHandle not registered!!!!"});
+}
+
+TEST_F(CustomDownloadTest, APathWithoutATerminatorEndsWithItsField) {
+  std::ofstream(path_) << "content";
+  std::string path = path_;
+  while (path.size() < 254) path.insert(4, "/.");  // the same file by a longer name
+  if (path.size() < 255) path.insert(4, "/");
+  TestHost::Get().customDownload = [&path](mg_connection*, CustomDownloadInfo& info) {
+    sdkapi::CopyText(info.downloadName, "own.txt");
+    path.copy(info.filePath, path.size());
+    info.filePath[path.size()] = 'x';
+    return 0;
+  };
+  ASSERT_EQ(path.size(), sizeof CustomDownloadInfo::filePath - 1);
+  EXPECT_EQ(FuncDownloadCustomHandle(&conn_, kDownloadHost), 1);
+  EXPECT_EQ(conn_.output, Head("own.txt") + "7\r\ncontent\r\n0\r\n\r\n");
 }
 
 TEST_F(CustomDownloadTest, ForgottenTerminatorsDoNoHarm) {

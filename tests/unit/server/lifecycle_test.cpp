@@ -6,6 +6,7 @@
 #include <atomic>
 #include <chrono>
 #include <cstdio>
+#include <cstdlib>
 #include <future>
 #include <memory>
 #include <mutex>
@@ -14,6 +15,7 @@
 #include "library_fixture.h"
 #include "server/config.h"
 #include "server/host_table.h"
+#include "websocket/connections.h"
 
 namespace {
 
@@ -175,6 +177,34 @@ TEST_F(LifecycleTest, AStopIsAnnouncedBeforeItWaitsForRegistrations) {
       << "the context is not freed before the registration has left it";
 }
 
+TEST_F(LifecycleTest, AStopWaitsForEachOfTwoRegistrations) {
+  SdkAPISer_Start(&table_);
+  std::atomic<int> inside{0};
+  std::atomic<int> mayLeave{0};
+  std::atomic<bool> stopped{false};
+  Server().onRoute = [&] {
+    const int number = ++inside;
+    EXPECT_TRUE(sdktest::Eventually([&] { return mayLeave >= number; }));
+  };
+  Server().onStop = [&] {
+    EXPECT_EQ(mayLeave, 2) << "the web server is stopped beside a registration";
+    stopped = true;
+  };
+  const auto add = [] { return SdkAPISer_Custom_Get_Post_Api_Add("/own", TestHost::CustomGetPost); };
+  std::future<int> first = std::async(std::launch::async, add);
+  EXPECT_TRUE(sdktest::Eventually([&] { return inside == 1; }));
+  std::future<int> second = std::async(std::launch::async, add);
+  EXPECT_TRUE(sdktest::Eventually([&] { return inside == 2; }));
+  std::future<int> stop = std::async(std::launch::async, [] { return SdkAPISer_Stop(nullptr); });
+  mayLeave = 1;
+  EXPECT_EQ(first.get(), 0);
+  EXPECT_FALSE(sdktest::Eventually([&] { return stopped.load(); }, std::chrono::milliseconds(200)));
+  mayLeave = 2;
+  EXPECT_EQ(second.get(), 0);
+  EXPECT_EQ(stop.get(), 0);
+  EXPECT_TRUE(stopped);
+}
+
 TEST_F(LifecycleTest, DuringAStopNothingIsRegisteredOrStartedAndASecondStopWaits) {
   SdkAPISer_Start(&table_);
   std::future<int> second;
@@ -210,6 +240,15 @@ TEST_F(LifecycleTest, StartForgetsEarlierLoginsAndSessions) {
   SdkAPISer_Stop(nullptr);
   SdkAPISer_Start(&table_);
   EXPECT_EQ(GetLoginHandle("one"), nullptr);
+}
+
+TEST_F(LifecycleTest, StartForgetsEarlierWebSockets) {
+  int entry = 0;
+  ASSERT_EQ(HandleManageAddHandle(sdkapi::WebSocketLink(), &entry), 0);
+  HandleManage* const node = sdkapi::WebSocketLink()->next;
+  SdkAPISer_Start(&table_);
+  EXPECT_EQ(HandleManageGetUsrCount(sdkapi::WebSocketLink()), 0);
+  std::free(node);
 }
 
 TEST_F(LifecycleTest, LogMessageLeavesCivetWebsOwnLoggingInForce) {

@@ -85,7 +85,16 @@ TEST_P(ChangeFailureTest, SendsAnEmptyReply) {
   mg_connection conn("POST", "/change/password");
   EXPECT_EQ(FuncChangeUserInfo(&conn, nullptr), 1);
   EXPECT_EQ(conn.output, "");
+  EXPECT_EQ(Log(), Strings{"1 sdkapi send =>"});
   EXPECT_FALSE(conn.keepAlive) << "the worker is released at once";
+}
+
+TEST_F(ChangeUserTest, AFailureReadsTheRestOfTheBodyAway) {
+  TestHost::Get().changeUser = [](ChangeUserRequest&) { return -1; };
+  mg_connection conn("POST", "/change/password");
+  conn.Body(std::string(20000, ' '));
+  EXPECT_EQ(FuncChangeUserInfo(&conn, nullptr), 1);
+  EXPECT_EQ(conn.bodyRead, 20000U);
 }
 
 INSTANTIATE_TEST_SUITE_P(Results, ChangeFailureTest, testing::Values(-1, 1, 5, -3));

@@ -432,6 +432,16 @@ TEST_P(FamilyTest, AnImpossiblePieceLengthIsAParseFailureAndNothingIsCopied) {
   }
 }
 
+TEST_P(FamilyTest, TheLargestLengthIsAPiece) {
+  AnswerAt("piece", -2);
+  FormPiece piece{std::string(40000, 'x')};  // of which the refusal of the first part leaves the rest unread
+  piece.length = std::size_t{INT32_MAX};
+  conn_.Multipart({{FormField{"file", "a.png", {piece}}}});
+  EXPECT_EQ(Handle(conn_), 1);
+  EXPECT_EQ(conn_.trace.lines[1], "get 2147483647 -> 8");
+  EXPECT_EQ(conn_.output, JsonReply(401));
+}
+
 TEST_P(FamilyTest, ASlotThatVanishesBeforeAFieldAbortsTheParse) {
   TestHost::Get().upload = [clear = GetParam().clear](const UploadStep& step, UploadFileCtx& ctx) {
     if (step.pieceState == 1) clear(*ctx.loginHandle);
