@@ -280,6 +280,25 @@ TEST_F(StartTest, ClosesConnectionsThatWaitForAWorker) {
   }
 }
 
+TEST_F(StartTest, StartsWorkersWhenTheyAreNeeded) {
+  constexpr int kBusy = 50;
+  Prepare({false, false});
+  Server::Get().Stop();
+  const int stopped = Threads();
+  Server::Get().Ensure();
+  EXPECT_LT(Threads() - stopped, 10);
+  std::deque<Connection> clients;
+  for (int i = 0; i < kBusy; ++i) {
+    // Half a body holds a worker.
+    clients.emplace_back(Server::Get().port(false), false)
+        .Send("POST /createuser HTTP/1.1\r\nHost: a\r\nContent-Length: 40\r\n\r\n{");
+  }
+  EXPECT_TRUE(Eventually([&] { return Threads() - stopped > kBusy; }));
+  ExpectReply(Get("/dev_info"), 200, "{}");
+  Server::Get().Stop();
+  EXPECT_EQ(Threads(), stopped);
+}
+
 TEST_F(StartTest, ReadsTheSoftwareVersion) {
   Workspace& workspace = Workspace::Get();
   EXPECT_STREQ(SdkAPiSer_Version_Get(), "");

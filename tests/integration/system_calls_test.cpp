@@ -53,7 +53,7 @@ TEST_P(SystemCallsTest, AClosingGetMakesOneOfEach) {
   EXPECT_EQ(made[kFcntl], 0);
   EXPECT_EQ(made[kGetsockname], 0);
   EXPECT_EQ(made[kSetsockopt], 0);
-  EXPECT_EQ(made[kPoll], 0);
+  EXPECT_LT(made[kPoll], kRequests / 10);  // the master's, every two seconds
 }
 
 }  // namespace
@@ -97,8 +97,9 @@ int poll(pollfd* entries, nfds_t count, int timeout) {
 }
 
 ssize_t recv(int fd, void* buffer, std::size_t size, int flags) {
-  Count(kRecv);
-  return Next<decltype(&recv)>("recv")(fd, buffer, size, flags);
+  const ssize_t got = Next<decltype(&recv)>("recv")(fd, buffer, size, flags);
+  if (got >= 0) Count(kRecv);  // a worker that was quicker than its client gets nothing
+  return got;
 }
 
 ssize_t send(int fd, const void* bytes, std::size_t size, int flags) {
