@@ -1,7 +1,7 @@
 #!/usr/bin/python3
 """What the documents name exists: links, anchors, files, commands, options, and every slot has its row.
 
-usage: check_docs.py SOURCES CHECK, with CHECK one of links, names, slots, sizes, quotes, exports, contracts, licence, log_lines
+usage: check_docs.py SOURCES CHECK, with CHECK one of links, names, slots, sizes, quotes, exports, contracts, comments, licence, log_lines
 """
 import pathlib
 import re
@@ -117,6 +117,19 @@ def contracts():
     assert len(seen) > 30
 
 
+def comments():
+    """Comments are less than half of the lines of the fixed interface: what is said once is read."""
+    headers = [path for path in ROOT.glob("include/sdkapi/*.h") if path.name != "extension.h"]
+    lines = commented = 0
+    for path in headers:
+        text = path.read_text()
+        lines += text.count("\n")
+        # Lines that hold a comment alone; one behind a field counts where it goes on.
+        commented += sum(comment.count("\n") + (before.strip() == "") for before, comment in re.findall(r"^([^\n]*?)(/\*.*?\*/)", text, re.S | re.M))
+    if len(headers) < 11 or 2 * commented >= lines:
+        yield f"{commented} of {lines} lines in {len(headers)} headers"
+
+
 def licence():
     """The repository and its packages state the same terms."""
     terms = re.search(r"License: sdkapi\n(.*?)\n\n", (ROOT / "packaging/copyright").read_text(), re.S).group(1)
@@ -135,7 +148,7 @@ def log_lines():
     yield from (f"log.md: no source logs {text!r}" for text in sorted(described - logged))
 
 
-CHECKS = {check.__name__: check for check in (links, names, slots, sizes, quotes, exports, contracts, licence, log_lines)}
+CHECKS = {check.__name__: check for check in (links, names, slots, sizes, quotes, exports, contracts, comments, licence, log_lines)}
 
 
 def main():
