@@ -21,7 +21,7 @@ import time
 import zipfile
 
 from device import Device, Reply, form, request, shared
-from inputs import firmware
+from files import firmware
 
 OLD, NEW = "Correct-Horse-7", "Other-Horse-8"
 MOST_CALLS = 200

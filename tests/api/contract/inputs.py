@@ -1,35 +1,10 @@
-"""What the contract test sends: the described examples, generated inputs, and files that the device takes."""
-import hashlib
+"""What the contract test sends: the described examples and generated inputs."""
 import json
-import pathlib
-import subprocess
-import tempfile
 
 from hypothesis import strategies as st
 
-from device import Reply, form, quote, request, shared
-
-
-def picture():
-    return shared("docs/images/login.png").read_bytes()
-
-
-def edid():
-    block = bytes([0, 255, 255, 255, 255, 255, 255, 0]) + bytes(119)
-    return block + bytes([-sum(block) % 256])
-
-
-def certificate():
-    with tempfile.TemporaryDirectory() as folder:
-        subprocess.run(["openssl", "req", "-x509", "-newkey", "rsa:2048", "-nodes", "-keyout", "key.pem", "-out", "cert.pem", "-days",
-                        "2", "-subj", "/CN=device"], cwd=folder, check=True, capture_output=True)
-        return b"".join((pathlib.Path(folder) / name).read_bytes() for name in ("cert.pem", "key.pem"))
-
-
-def firmware(version="1.1.0"):
-    image = b"image" * 100
-    head = json.dumps({"version": version, "size": len(image), "sha256": hashlib.sha256(image).hexdigest()})
-    return b"SDKFW1\n" + head.encode() + b"\n" + image
+from device import Reply, form, quote, request
+from files import certificate, edid, firmware, picture
 
 
 def settings(device):
