@@ -39,11 +39,11 @@ def tracked():
 
 
 def names():
-    """Paths, commands of ./dev, tests and options of CMake."""
+    """Paths, commands of ./dev, tests, options of CMake and variables of the tools."""
     files = tracked()
     text_of_dev = (ROOT / "dev").read_text()
     options = set(re.findall(r"SDKAPI_[A-Z_]+", "".join(path.read_text() for path in
-                             [ROOT / "CMakeLists.txt", *ROOT.glob("cmake/*.cmake"), *ROOT.glob("examples/*/CMakeLists.txt")])))
+                             [ROOT / "CMakeLists.txt", *ROOT.glob("cmake/*.cmake"), *ROOT.glob("examples/*/CMakeLists.txt"), *ROOT.glob("tools/*/*.py")])))
     for page in PAGES:
         text = page.read_text()
         for word in re.findall(r"`([\w./*-]+\.(?:cpp|h|c|py|sh|md|cmake|txt|map|yaml|mjs))`", text):
@@ -52,7 +52,7 @@ def names():
         for command in re.findall(r"\./dev ([a-z]+)", text):
             if not (ROOT / "scripts" / command).exists() and not re.search(rf"^  (?:\S+ \| )*{command}(?: \| \S+)*\)", text_of_dev, re.M):
                 yield f"{page.name}: no command ./dev {command}"
-        for path in re.findall(r"`((?:\.ci|abi|bench|cmake|docs|examples|include|scripts|src|tests)/[\w./-]*)`", text):
+        for path in re.findall(r"`((?:\.ci|abi|bench|cmake|docs|examples|include|scripts|src|tests|tools)/[\w./-]*)`", text):
             if not (ROOT / path).exists() and not any(file.startswith(path + ".") for file in files):
                 yield f"{page.name}: no path {path}"
         for folder, test in re.findall(r"`(abi|api|docs|unit)\.(\w+)`", text):

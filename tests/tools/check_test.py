@@ -1,0 +1,91 @@
+#!/usr/bin/python3
+"""`sdkapi check` on devices that are in order finds nothing, and says what they do not offer.
+
+usage: check_test.py SIMULATOR MINIMAL
+"""
+import json
+import subprocess
+import sys
+from xml.etree import ElementTree
+
+from device import Device
+from files import firmware
+from program import free_port, wait_for
+from support import CommandLine
+
+ALL = ("--write", "--rough", "--strict", "--route", "/sim/units", "--route", "upload:/sim/upload", "--route", "download:/sim/picture/logo", "--preview-seconds", "0.5")
+OFFERED = ("events", "/stream", "/preview", "/log", "/api/v1/fw_upload", "/upload/logo", "/createuser", "/getTxRxList", "/iplogin")
+
+
+def check(line, url, *options):
+    """The results by subject and rule, after a run that must find nothing."""
+    junit, page = line.home / "report.xml", line.home / "report.html"
+    done = line.run("check", url, *options, "--json", "--junit", str(junit), "--html", str(page), SDKAPI_PASSWORD="admin")
+    found = json.loads(done.stdout)
+    assert done.returncode == 0, (url, [result for result in found["results"] if result["state"] == "failed"])
+    suites = ElementTree.parse(junit).getroot()
+    assert len(list(suites.iter("testcase"))) == len(found["results"]) > 100 and not list(suites.iter("failure")), found["summary"]
+    assert "Nothing was found." in page.read_text()
+    return {(result["subject"], result["rule"]): result["state"] for result in found["results"]}
+
+
+def states(results, state):
+    return {subject for (subject, _), found in results.items() if found == state}
+
+
+def check_simulated(program, line):
+    required = [word for name in OFFERED for word in ("--require", name)]
+    for tls in (False, True):
+        with Device(program, tls=tls) as device:
+            url = f"{'https' if tls else 'http'}://127.0.0.1:{device.port}"
+            container = line.home / "new.sdkfw"
+            container.write_bytes(firmware("1.3.0"))
+            results = check(line, url, *ALL, *required, *([] if tls else ["--firmware", str(container)]))
+            assert not states(results, "not offered"), states(results, "not offered")
+            assert len(results) > 450, len(results)
+            assert (("TLSv1.1", "is refused") in results) == tls
+    with Device(program, "--no-auth") as device:
+        results = check(line, f"http://127.0.0.1:{device.port}", *ALL)
+        assert results[("logins", "tested")] == "not tested" and ("/dev_info", "no token is refused") not in results
+
+
+def check_untouched(program, line):
+    """Without --write the device is as before."""
+    with Device(program) as device:
+        before = files(device)
+        results = check(line, f"http://127.0.0.1:{device.port}")
+        assert files(device) == before and results[("files", "tested")] == "not tested"
+
+
+def files(device):
+    token = device.log_in()
+    return device.exchange(f"GET /sim/files HTTP/1.1\r\nHost: d\r\nAuthorization: Bearer {token}\r\n\r\n".encode()).partition(b"\r\n\r\n")[2]
+
+
+def check_minimal(program, line):
+    port = free_port()
+    with subprocess.Popen([program, str(port)], stderr=subprocess.DEVNULL) as process:
+        try:
+            wait_for(port, process)
+            url = f"http://127.0.0.1:{port}"
+            results = check(line, url, "--write", "--rough", "--strict", "--route", "/hello")
+            empty = states(results, "not offered")
+            assert {"/stream", "/log", "/upload/logo", "/createuser", "event channel", "/iplogin"} <= empty and "/dev_info" not in empty, empty
+            line.fails(1, "does not speak the device API", "check", url, "--require", "/stream", SDKAPI_PASSWORD="admin")
+            line.fails(1, "does not speak", "check", url, SDKAPI_PASSWORD="wrong")
+        finally:
+            process.terminate()
+
+
+def main():
+    simulator, minimal = sys.argv[1:]
+    with CommandLine() as line:
+        check_simulated(simulator, line)
+        check_untouched(simulator, line)
+        check_minimal(minimal, line)
+        line.fails(2, "is no route", "check", "http://127.0.0.1:1", "--route", "sim", SDKAPI_PASSWORD="x")
+        line.fails(4, "no connection", "check", f"http://127.0.0.1:{free_port()}", SDKAPI_PASSWORD="x")
+    print("nothing found on devices that are in order")
+
+
+main()

@@ -1,0 +1,1 @@
+"""The conformance check of a running device, from outside."""

@@ -1,0 +1,168 @@
+"""Files to and from the device."""
+from __future__ import annotations
+
+import json
+import re
+import struct
+import time
+import zlib
+
+from sdkapi_client.errors import Unreachable
+from sdkapi_client.kinds import UPLOADS
+
+from . import routes
+from .rules import INVALID_FILE, chunks_fault, composed_fault, web_server_fault
+from .target import Target
+from .wire import BROKEN_FORM, Exchange, form
+
+_LIMIT = 4 << 20
+# What a good file of each family looks like; certificates and upgrades are never sent, they would change how the device is reached.
+_SAFE = {"image", "text"}
+_BAD = b"sdkapi-check: this is no file of any kind\n"
+
+
+def picture() -> bytes:
+    """A small PNG."""
+    def block(kind: bytes, data: bytes) -> bytes:
+        return struct.pack(">I", len(data)) + kind + data + struct.pack(">I", zlib.crc32(kind + data))
+
+    rows = b"".join(b"\0" + bytes([16 * row, 64, 128]) * 16 for row in range(16))
+    return b"\x89PNG\r\n\x1a\n" + block(b"IHDR", struct.pack(">IIBBBBB", 16, 16, 8, 2, 0, 0, 0)) + block(b"IDAT", zlib.compress(rows)) + block(b"IEND", b"")
+
+
+def edid() -> bytes:
+    block = bytes([0, 255, 255, 255, 255, 255, 255, 0]) + bytes(119)
+    return block + bytes([-sum(block) % 256])
+
+
+def good_file(path: str) -> tuple[bytes, str]:
+    if path == "/upload/edid":
+        return edid(), "check.bin"
+    if path in ("/upload/scene", "/upload/xyte"):
+        return json.dumps({"sdkapi": "check"}).encode(), "check.json"
+    return picture(), "check.png"
+
+
+def download_fault(exchange: Exchange, limit: int = _LIMIT) -> tuple[str, bytes]:
+    """What is wrong with a download, and its content."""
+    lines = exchange.lines
+    expected = ["HTTP/1.1 200 OK", None, "Content-Type: application/octet-stream", "Transfer-Encoding: chunked"]
+    if len(lines) != len(expected):
+        return f"the head has {len(lines)} lines, not {len(expected)}", b""
+    if not re.fullmatch(r'Content-Disposition: attachment;filename="[^"]*"', lines[1]):
+        return f"line 2 of the head is {lines[1]!r}", b""
+    for number, (line, wanted) in enumerate(zip(lines, expected), 1):
+        if wanted is not None and line != wanted:
+            return f"line {number} of the head is {line!r}, not {wanted!r}", b""
+    return chunks_fault(exchange, whole=len(exchange.received) < limit)
+
+
+def _file_name(exchange: Exchange) -> str:
+    return exchange.header("Content-Disposition") or ""
+
+
+def check_downloads(target: Target) -> None:
+    report, names = target.report, {}
+    report.area = "downloads"
+    for path in (*routes.DOWNLOADS, routes.LOGO):
+        exchange = target.ask("GET", path, None if path == routes.LOGO else "", limit=_LIMIT)
+        quiet = path in (*routes.SETTINGS, routes.LOGO)
+        if exchange.status in (404, 405):
+            report.must(path, "the web server's 404 is whole", web_server_fault(exchange, (404, 405)), exchange)
+            report.not_offered(path, "404: no function for it" + (", or a refusal" if quiet else ""))
+            continue
+        target.offered.add(path)
+        if exchange.status != 200:
+            report.must(path, "a refusal is composed as fixed", "only a 404 may refuse here" if quiet and exchange.status != 401 else composed_fault(exchange, (401, 500), b""), exchange)
+            report.not_tested(path, f"the device answers {exchange.status}: has it such a file?")
+            continue
+        fault, content = download_fault(exchange)
+        report.must(path, "head and chunks as fixed", fault, exchange)
+        report.should(path, "the file has a name", "the name is empty" if 'filename=""' in _file_name(exchange) else "", exchange)
+        names[path] = _file_name(exchange)
+        if path == "/log" and target.token:
+            report.should(path, "the log does not hold tokens", "it holds the token of this login" if target.token.encode() in content else "", Exchange(exchange.sent, exchange.head))
+    for old, new in (("/log", "/api/v1/log"), ("/download/setting", "/api/v1/settings/export")):
+        if old in names and new in names:
+            report.must(new, f"the same file as {old}", "" if names[old] == names[new] else f"{names[new]!r}, there {names[old]!r}")
+
+
+def check_uploads(target: Target) -> None:
+    """Forms that cannot be parsed, which no device function sees; good and bad files only when writing is allowed."""
+    report = target.report
+    report.area = "uploads"
+    for kind in UPLOADS.values():
+        exchange = target.send_form(kind.path, BROKEN_FORM)
+        if exchange.status in (404, 405):
+            report.not_offered(kind.path, str(exchange.status))
+            continue
+        target.offered.add(kind.path)
+        report.must(kind.path, "a form that cannot be parsed is refused", _refused_fault(kind.path, exchange, (500,)), exchange)
+        if target.options.write:
+            _check_files(target, kind.path, kind.family)
+    if not target.options.write:
+        report.not_tested("files", "only with --write")
+
+
+def _refused_fault(path: str, exchange: Exchange, others: tuple[int, ...]) -> str:
+    """The refusal with its text where that is fixed, else one of the other statuses without a body."""
+    if path in routes.INVALID_FILE:
+        return composed_fault(exchange, (406,), INVALID_FILE)
+    return composed_fault(exchange, others, b"")
+
+
+def _check_files(target: Target, path: str, family: str) -> None:
+    report = target.report
+    bad = target.send_form(path, form(_BAD, "check.txt"))
+    if bad.status in (200, 401) and family not in ("firmware", "certificate"):
+        report.must(path, "a file of another kind is answered", composed_fault(bad, (200, 401), b""), bad)
+        report.should(path, "a file of another kind is refused", "it is taken" if bad.status == 200 else "", bad)
+    else:
+        report.must(path, "a file of another kind is refused", "" if bad.status == 401 and not composed_fault(bad, (401,), b"") else _refused_fault(path, bad, (500,)), bad)
+    if family not in _SAFE:
+        return
+    content, name = good_file(path)
+    good = target.send_form(path, form(content, name))
+    if good.status == 401:
+        report.not_tested(path, "this user may not upload")
+        return
+    report.must(path, "a good file is answered without a body", composed_fault(good, (200, 500), b""), good)
+    report.should(path, "a good file is taken", "" if good.status == 200 else f"the status is {good.status}", good)
+    dripped = target.send_form(path, form(content, name), pieces=37)
+    report.must(path, "a file in small pieces is answered alike", "" if dripped.status == good.status else f"the status is {dripped.status}, not {good.status}", dripped)
+    if good.status == 200:
+        _check_back(target, path, content)
+
+
+def _check_back(target: Target, path: str, content: bytes) -> None:
+    """What was sent comes back, where the device has the download beside the upload."""
+    back = {"/upload/logo": routes.LOGO, "/upload/scene": "/download/scene", "/upload/edid": "/download/edid"}.get(path)
+    if back is None:
+        return
+    exchange = target.ask("GET", back, limit=_LIMIT)
+    fault, got = download_fault(exchange) if exchange.status == 200 else ("", content)
+    target.report.must(back, f"the file that {path} took", fault or ("" if got == content else f"{len(got)} bytes that differ from the {len(content)} sent"), exchange)
+
+
+def check_firmware(target: Target) -> None:
+    report = target.report
+    report.area = "firmware"
+    path = "/api/v1/fw_upload"
+    if target.options.firmware is None:
+        report.not_tested(path, "only with --firmware FILE")
+        return
+    exchange = target.send_form(path, form(target.options.firmware.read_bytes(), target.options.firmware.name), seconds=300)
+    report.must(path, "the firmware is taken", composed_fault(exchange, (200,), b""), exchange)
+    report.must(path, "the device answers again", "" if _answers_again(target, 300) else "it does not, for five minutes")
+
+
+def _answers_again(target: Target, seconds: float) -> bool:
+    deadline = time.monotonic() + seconds
+    while time.monotonic() < deadline:
+        try:
+            if target.ask("GET", "/dev_info").status in (200, 401, 404):
+                return True
+        except Unreachable:
+            pass  # it restarts
+        time.sleep(0.5)
+    return False

@@ -1,0 +1,4 @@
+"""python3 -m sdkapi_cli"""
+from .main import main
+
+main()
