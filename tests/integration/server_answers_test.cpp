@@ -104,7 +104,7 @@ TEST_P(ServerAnswersTest, ARequestWithTwoLengthsIsRefused) {
                               .raw),
               ErrorReply("400 Bad Request", "Bad request"));
   }
-  EXPECT_TRUE(host().Calls("GetDeviceInfoCb").empty());
+  EXPECT_TRUE(host().Calls("DeviceInfoCb").empty());
 }
 
 TEST_P(ServerAnswersTest, DatesStayWholeOnAllThreads) {
