@@ -1,5 +1,5 @@
 #!/usr/bin/python3
-"""The descriptions, the route page and the route tables say the same, both ways; the messages' examples fit their schemas.
+"""The descriptions, the route page, the tools and the route tables say the same, both ways; the messages' examples fit their schemas.
 
 usage: drift_test.py SOURCES
 """
@@ -44,6 +44,11 @@ def custom_routes_of_page():
     """The device's own routes as its page has them: paths without the names in capitals."""
     section = read("docs/simulator.md").partition("## The device's own routes")[2].partition("\n## ")[0]
     return {re.sub(r"/?[A-Z]+$", "", path) for path in re.findall(r"^\| `(/[^`]*)` \|", section, re.M)}
+
+
+def tool_routes():
+    """The paths that the client library and the conformance check know."""
+    return set(re.findall(r'"(/[\w/]+)"', read("tools/sdkapi_client/kinds.py") + read("tools/sdkapi_check/routes.py")))
 
 
 def kinds_of_library():
@@ -116,6 +121,7 @@ def main():
     found = [*faults("the route table", "the description", library, [one for one in described if not one.startswith("/sim/")]),
              *faults("the simulated device", "the description", simulator, [one for one in described if one.startswith("/sim/")]),
              *faults("the route table", "docs/routes.md", library, guide_routes()),
+             *faults("the route table", "the tools", {one.rstrip("$") for one in library}, tool_routes()),
              *faults("the simulated device", "docs/simulator.md", {one.rstrip("$/") for one in simulator}, custom_routes_of_page()),
              *faults("the simulated device", "the events' description", [(socket_url, socket_url + "$")],
                      [(one["address"], one["x-sdkapi-route"]) for one in events["channels"].values()]),
