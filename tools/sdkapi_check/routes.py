@@ -6,7 +6,7 @@ from sdkapi_client.kinds import UPLOADS
 from .wire import BROKEN_FORM, request
 
 READ = ("/dev_info", "/getdevicetime", "/getTxRxList", "/getprivjson")
-DOWNLOADS = ("/log", "/api/v1/log", "/download/custom", "/download/scene", "/download/setting", "/api/v1/settings/export")
+DOWNLOADS = ("/log", "/api/v1/log", "/download/custom", "/download/scene", "/download/edid", "/download/setting", "/api/v1/settings/export")
 # These say no by the web server's own 404.
 SETTINGS = ("/download/setting", "/api/v1/settings/export")
 UPLOAD = tuple(kind.path for kind in UPLOADS.values())

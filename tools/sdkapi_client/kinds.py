@@ -41,7 +41,7 @@ DOWNLOADS: dict[str, str] = {
     "log": "/api/v1/log",
     "custom": "/download/custom",
     "scene": "/download/scene",
-    
+    "edid": "/download/edid",
     "settings": "/api/v1/settings/export",
     "logo": "/download/logo",
 }
