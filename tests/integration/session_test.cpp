@@ -23,29 +23,40 @@ INSTANTIATE_TEST_SUITE_P(Modes, SessionTest, AllModes(), ModeName);
 
 struct LoginRow {
   const char* what;
-  int result;
-  uint32_t code;
-  const char* token;
-  int firstlogin;
-  const char* wizard;
-  uint64_t lockTime;
-  const char* body;  // nullptr: left to the web server
+  int result = 0;
+  uint32_t code = 0;
+  const char* token = "";
+  int firstlogin = 0;
+  const char* wizard = "";
+  uint64_t lockTime = 0;
+  const char* body = nullptr;  // left to the web server
 };
 
 TEST_P(SessionTest, LoginAnswersByTheHostsCode) {
   const LoginRow rows[] = {
-      {"refused", 0, 1, "", 0, "", 0, R"({"code":1})"},
-      {"refused, other fields ignored", 0, 1, "t", 1, "w", 9, R"({"code":1})"},
-      {"locked", 0, 2, "", 0, "", 37, R"({"code":2,"lockTime":37})"},
-      {"locked for long", 0, 2, "", 0, "", 4294967296, R"({"code":2,"lockTime":4294967296})"},
-      {"no token", 0, 0, "", 1, "", 0, R"({"token":"","firstlogin":1,"code":0})"},
-      {"no token, wizard", 0, 0, "", -3, "step 2", 0,
-       R"({"token":"","firstlogin":-3,"code":0,"wizard":"step 2"})"},
-      {"result positive", 7, 1, "", 0, "", 0, R"({"code":1})"},
-      {"code unknown", 0, 3, "t", 0, "", 0, nullptr},
-      {"code far away", 0, 4294967295, "t", 0, "", 0, nullptr},
-      {"result negative", -1, 0, "t", 0, "", 0, nullptr},
-      {"result -2", -2, 1, "", 0, "", 0, nullptr},
+      {.what = "refused", .code = 1, .body = R"({"code":1})"},
+      {.what = "refused, other fields ignored",
+       .code = 1,
+       .token = "t",
+       .firstlogin = 1,
+       .wizard = "w",
+       .lockTime = 9,
+       .body = R"({"code":1})"},
+      {.what = "locked", .code = 2, .lockTime = 37, .body = R"({"code":2,"lockTime":37})"},
+      {.what = "locked for long",
+       .code = 2,
+       .lockTime = 4294967296,
+       .body = R"({"code":2,"lockTime":4294967296})"},
+      {.what = "no token", .firstlogin = 1, .body = R"({"token":"","firstlogin":1,"code":0})"},
+      {.what = "no token, wizard",
+       .firstlogin = -3,
+       .wizard = "step 2",
+       .body = R"({"token":"","firstlogin":-3,"code":0,"wizard":"step 2"})"},
+      {.what = "result positive", .result = 7, .code = 1, .body = R"({"code":1})"},
+      {.what = "code unknown", .code = 3, .token = "t"},
+      {.what = "code far away", .code = 4294967295, .token = "t"},
+      {.what = "result negative", .result = -1, .token = "t"},
+      {.what = "result -2", .result = -2, .code = 1},
   };
   const int freeBefore = FreeSessions();
   for (const LoginRow& row : rows) {

@@ -16,43 +16,72 @@ struct Handler {
   const char* name;
   Handle handle;
   const char* uri;
-  const char* refusal;  // the log text for an unknown token
-  std::size_t tokenRoom;
+  const char* refusal = "token err!!!!";  // the log text for an unknown token
+  std::size_t tokenRoom = 1023;
   std::string call;  // what the host records for the token "tok"
   void (*clear)(SdkAPISerHandle& table);
   void (*answer)(int result);
-  int notAuthorised;  // the status for a host's -2
-  int failure;        // the status for any other failure
-  const char* failureBody;
+  int notAuthorised = 401;  // the status for a host's -2
+  int failure = 500;        // the status for any other failure
+  const char* failureBody = "";
 };
 
 const Handler kHandlers[] = {
-    {"FuncDeviceInfo", FuncDeviceInfo, "/dev_info", "token err!!!!", 1023, "DeviceInfoCb(tok, -1)",
-     [](SdkAPISerHandle& table) { table.DeviceInfoCb = nullptr; },
-     [](int result) { TestHost::Get().deviceInfo = [result](DeviceInfo&) { return result; }; }, 401, 500, ""},
-    {"FunDeviceStatus", FunDeviceStatus, "/status", "token err!!!!", 1023, "DeviceStatusCb()",
-     [](SdkAPISerHandle& table) { table.DeviceStatusCb = nullptr; },
-     [](int result) { TestHost::Get().deviceStatus = [result](char*) { return result; }; }, 500, 500, "{}"},
-    {"FuncGetTxRxList", FuncGetTxRxList, "/getTxRxList", "token err!!!!", 1023, "GetTxRxListCb(tok)",
-     [](SdkAPISerHandle& table) { table.GetTxRxListCb = nullptr; },
-     [](int result) { TestHost::Get().txRxList = [result](char*) { return result; }; }, 401, 500, ""},
-    {"FuncGetPrivJson", FuncGetPrivJson, "/getprivjson", "token err!!!!", 1023, "GetPrivJsonCb(tok, 0)",
-     [](SdkAPISerHandle& table) { table.GetPrivJsonCb = nullptr; },
-     [](int result) { TestHost::Get().privJson = [result](PrivList&) { return result; }; }, 401, 500, ""},
-    {"FunSpecityPriv", FunSpecityPriv, "/specifypriv", "GetLoginHandle err!!!!", 255,
-     "SpecifyPrivCb(tok, , )", [](SdkAPISerHandle& table) { table.SpecifyPrivCb = nullptr; },
-     [](int result) {
-       TestHost::Get().specifyPriv = [result](const std::string&, const std::string&) { return result; };
-     },
-     401, 503, ""},
-    {"FunDeletePriv", FunDeletePriv, "/delete_priv", "GetLoginHandle err!!!!", 255, "DeletePrivCb(tok, )",
-     [](SdkAPISerHandle& table) { table.DeletePrivCb = nullptr; },
-     [](int result) { TestHost::Get().deletePriv = [result](const std::string&) { return result; }; }, 401,
-     503, ""},
-    {"FuncCustomRestore", FuncCustomRestore, "/custom_restore", "token err!!!!", 1023,
-     "CustomRestoreCb(tok, 16, 0)", [](SdkAPISerHandle& table) { table.CustomRestoreCb = nullptr; },
-     [](int result) { TestHost::Get().customRestore = [result](CustomRestoreArg&) { return result; }; }, 401,
-     500, ""},
+    {.name = "FuncDeviceInfo",
+     .handle = FuncDeviceInfo,
+     .uri = "/dev_info",
+     .call = "DeviceInfoCb(tok, -1)",
+     .clear = [](SdkAPISerHandle& table) { table.DeviceInfoCb = nullptr; },
+     .answer = [](int result) { TestHost::Get().deviceInfo = [result](DeviceInfo&) { return result; }; }},
+    {.name = "FunDeviceStatus",
+     .handle = FunDeviceStatus,
+     .uri = "/status",
+     .call = "DeviceStatusCb()",
+     .clear = [](SdkAPISerHandle& table) { table.DeviceStatusCb = nullptr; },
+     .answer = [](int result) { TestHost::Get().deviceStatus = [result](char*) { return result; }; },
+     .notAuthorised = 500,
+     .failureBody = "{}"},
+    {.name = "FuncGetTxRxList",
+     .handle = FuncGetTxRxList,
+     .uri = "/getTxRxList",
+     .call = "GetTxRxListCb(tok)",
+     .clear = [](SdkAPISerHandle& table) { table.GetTxRxListCb = nullptr; },
+     .answer = [](int result) { TestHost::Get().txRxList = [result](char*) { return result; }; }},
+    {.name = "FuncGetPrivJson",
+     .handle = FuncGetPrivJson,
+     .uri = "/getprivjson",
+     .call = "GetPrivJsonCb(tok, 0)",
+     .clear = [](SdkAPISerHandle& table) { table.GetPrivJsonCb = nullptr; },
+     .answer = [](int result) { TestHost::Get().privJson = [result](PrivList&) { return result; }; }},
+    {.name = "FunSpecityPriv",
+     .handle = FunSpecityPriv,
+     .uri = "/specifypriv",
+     .refusal = "GetLoginHandle err!!!!",
+     .tokenRoom = 255,
+     .call = "SpecifyPrivCb(tok, , )",
+     .clear = [](SdkAPISerHandle& table) { table.SpecifyPrivCb = nullptr; },
+     .answer =
+         [](int result) {
+           TestHost::Get().specifyPriv = [result](const std::string&, const std::string&) { return result; };
+         },
+     .failure = 503},
+    {.name = "FunDeletePriv",
+     .handle = FunDeletePriv,
+     .uri = "/delete_priv",
+     .refusal = "GetLoginHandle err!!!!",
+     .tokenRoom = 255,
+     .call = "DeletePrivCb(tok, )",
+     .clear = [](SdkAPISerHandle& table) { table.DeletePrivCb = nullptr; },
+     .answer =
+         [](int result) { TestHost::Get().deletePriv = [result](const std::string&) { return result; }; },
+     .failure = 503},
+    {.name = "FuncCustomRestore",
+     .handle = FuncCustomRestore,
+     .uri = "/custom_restore",
+     .call = "CustomRestoreCb(tok, 16, 0)",
+     .clear = [](SdkAPISerHandle& table) { table.CustomRestoreCb = nullptr; },
+     .answer =
+         [](int result) { TestHost::Get().customRestore = [result](CustomRestoreArg&) { return result; }; }},
 };
 
 void PrintTo(const Handler& handler, std::ostream* out) { *out << handler.name; }

@@ -192,46 +192,42 @@ struct Route {
   const char* uri;
   std::string call;  // with the token "tok"
   void (*clear)(SdkAPISerHandle& table);
-  bool leavesFailures;  // a failure is left to the web server without a reply
+  bool leavesFailures = false;  // a failure is left to the web server without a reply
 };
 void PrintTo(const Route& route, std::ostream* out) { *out << route.name; }
 
-const Route kLogRoute = {"FuncDownloadLogFile",
-                         FuncDownloadLogFile,
-                         "/log",
-                         "DownloadLogFileCb(tok)",
-                         [](SdkAPISerHandle& table) { table.DownloadLogFileCb = nullptr; },
-                         false};
-const Route kCustom = {"FuncDownloadCustom",
-                       FuncDownloadCustom,
-                       "/download/custom",
-                       "DownloadCustomCb(tok)",
-                       [](SdkAPISerHandle& table) { table.DownloadCustomCb = nullptr; },
-                       false};
-const Route kScene = {"FuncDownloadSceneFile",
-                      FuncDownloadSceneFile,
-                      "/download/scene",
-                      "DownloadSceneFileCb(tok)",
-                      [](SdkAPISerHandle& table) { table.DownloadSceneFileCb = nullptr; },
-                      false};
-const Route kEdid = {"FuncDownloadEdidFile",
-                     FuncDownloadEdidFile,
-                     "/download/edid",
-                     "DownloadEdidFileCb(tok)",
-                     [](SdkAPISerHandle& table) { table.DownloadEdidFileCb = nullptr; },
-                     false};
-const Route kSetting = {"FuncDownloadSettingFile",
-                        FuncDownloadSettingFile,
-                        "/download/setting",
-                        "DownloadSettingFileCb(tok, )",
-                        [](SdkAPISerHandle& table) { table.DownloadSettingFileCb = nullptr; },
-                        true};
-const Route kLogo = {"FuncDownloadImageFile",
-                     FuncDownloadImageFile,
-                     "/download/logo",
-                     "DownloadImageFileCb()",
-                     [](SdkAPISerHandle& table) { table.DownloadImageFileCb = nullptr; },
-                     true};
+const Route kLogRoute = {.name = "FuncDownloadLogFile",
+                         .handle = FuncDownloadLogFile,
+                         .uri = "/log",
+                         .call = "DownloadLogFileCb(tok)",
+                         .clear = [](SdkAPISerHandle& table) { table.DownloadLogFileCb = nullptr; }};
+const Route kCustom = {.name = "FuncDownloadCustom",
+                       .handle = FuncDownloadCustom,
+                       .uri = "/download/custom",
+                       .call = "DownloadCustomCb(tok)",
+                       .clear = [](SdkAPISerHandle& table) { table.DownloadCustomCb = nullptr; }};
+const Route kScene = {.name = "FuncDownloadSceneFile",
+                      .handle = FuncDownloadSceneFile,
+                      .uri = "/download/scene",
+                      .call = "DownloadSceneFileCb(tok)",
+                      .clear = [](SdkAPISerHandle& table) { table.DownloadSceneFileCb = nullptr; }};
+const Route kEdid = {.name = "FuncDownloadEdidFile",
+                     .handle = FuncDownloadEdidFile,
+                     .uri = "/download/edid",
+                     .call = "DownloadEdidFileCb(tok)",
+                     .clear = [](SdkAPISerHandle& table) { table.DownloadEdidFileCb = nullptr; }};
+const Route kSetting = {.name = "FuncDownloadSettingFile",
+                        .handle = FuncDownloadSettingFile,
+                        .uri = "/download/setting",
+                        .call = "DownloadSettingFileCb(tok, )",
+                        .clear = [](SdkAPISerHandle& table) { table.DownloadSettingFileCb = nullptr; },
+                        .leavesFailures = true};
+const Route kLogo = {.name = "FuncDownloadImageFile",
+                     .handle = FuncDownloadImageFile,
+                     .uri = "/download/logo",
+                     .call = "DownloadImageFileCb()",
+                     .clear = [](SdkAPISerHandle& table) { table.DownloadImageFileCb = nullptr; },
+                     .leavesFailures = true};
 
 class RouteTest : public DownloadTest, public testing::WithParamInterface<Route> {
  protected:
