@@ -3,6 +3,7 @@
 
 #include <civetweb.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cstdlib>
 
@@ -17,10 +18,12 @@ constexpr int kWorkersForRequests = 16;
 
 std::atomic<int> g_streams{0};
 
-// The web server knows how many workers it has.
+// The web server knows how many workers it has. Of few workers one half is the requests', and one stream may
+// run.
 int MostStreams(const mg_connection* conn) {
-  const char* const workers = mg_get_option(mg_get_context(conn), "num_threads");
-  return workers != nullptr ? static_cast<int>(std::strtol(workers, nullptr, 10)) - kWorkersForRequests : 0;
+  const char* const option = mg_get_option(mg_get_context(conn), "num_threads");
+  const int workers = option != nullptr ? static_cast<int>(std::strtol(option, nullptr, 10)) : 0;
+  return std::max(workers - std::min(kWorkersForRequests, workers / 2), 1);
 }
 
 }  // namespace

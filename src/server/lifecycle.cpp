@@ -2,6 +2,7 @@
 #include "server/lifecycle.h"
 
 #include <civetweb.h>
+#include <openssl/err.h>
 #include <openssl/ssl.h>
 
 #include <cstdio>
@@ -17,6 +18,7 @@
 #include "server/host_table.h"
 #include "server/log.h"
 #include "server/options.h"
+#include "server/start_failure.h"
 
 // Tells the web server's threads to end and keeps its context; in our build of the web server only.
 extern "C" __attribute__((weak, visibility("default"))) void mg_stop_begin(mg_context* ctx);
@@ -54,7 +56,7 @@ void RegisterWebSocket(mg_context* ctx, const char* websocketUrl) {
 
 bool HttpsIsRefused() {
 #ifdef SDKAPI_NO_HTTPS
-  return std::strchr(ListeningPorts(), 's') != nullptr;
+  return std::strchr(OptionValue("listening_ports"), 's') != nullptr;
 #else
   return false;
 #endif
@@ -119,14 +121,25 @@ void StopServer(mg_context* ctx) {
   mg_stop(ctx);
 }
 
+// The start's result.
+int RefuseStart(const char* reason) {
+  BeginStartNotes();
+  NoteStartMessage(reason);
+  EndStartNotes(false);
+  return -1;
+}
+
 // What the start leads to.
 Phase StartServer(const SdkAPISerHandle* table) {
   if (HttpsIsRefused()) {
     kLog.error()("https is not available with this web server");
+    NoteStartMessage("HTTPS is not available with this web server");
     return Phase::kStopped;
   }
   SdkAPISerHandleInit(table);
   UsrManageTask();
+  // What this thread's earlier starts left would be told as the reason of this one's failure.
+  ERR_clear_error();
   const int result = CivetWebServerTask(GetOptionsParam(), GetCertPassword(), WebsocketUrl());
   return result == 0 ? Phase::kRunning : Phase::kFailed;
 }
@@ -150,7 +163,17 @@ bool RegisterRoute(const char* uri, RequestHandler handler, void* cbdata) {
   return true;
 }
 
-int log_message(const mg_connection* /*conn*/, const char* /*message*/) { return 0; }
+bool ServerIsStopped() {
+  const ScopedLock lock(runState.mutex);
+  return runState.phase == Phase::kStopped || runState.phase == Phase::kFailed;
+}
+
+const char* OptionName(const char* key) {
+  for (const mg_option* option = mg_get_valid_options(); option->name != nullptr; ++option) {
+    if (std::strcmp(option->name, key) == 0) return option->name;
+  }
+  return nullptr;
+}
 
 int init_ssl(void* sslContext, void* userData) {
   SSL_CTX* const context = static_cast<SSL_CTX*>(sslContext);
@@ -172,6 +195,8 @@ int CivetWebServerTask(const char** options, char* certPassword, const char* web
   mg_callbacks callbacks{};
   callbacks.log_message = log_message;
   callbacks.init_ssl = init_ssl;
+  callbacks.begin_request = BeginRequest;
+  callbacks.end_request = EndRequest;
   mg_context* const ctx = mg_start(&callbacks, certPassword, options);
   KeepContext(ctx);
   if (ctx == nullptr) return -1;
@@ -188,10 +213,13 @@ int SdkAPISer_Start(const SdkAPISerHandle* table) {
   using namespace sdkapi;
   if (GetOptionsParam()[0] == nullptr) {
     kLog.error()("http no init..");
-    return -1;
+    return RefuseStart("SdkAPISer_Init was not called");
   }
-  if (table == nullptr || !BeginStart()) return -1;
+  if (table == nullptr) return RefuseStart("there is no table of functions");
+  if (!BeginStart()) return RefuseStart("the server runs, or is being stopped");
+  BeginStartNotes();
   const Phase outcome = StartServer(table);
+  EndStartNotes(outcome == Phase::kRunning);
   Enter(outcome);
   return outcome == Phase::kRunning ? 0 : -1;
 }

@@ -24,9 +24,18 @@ bool RegisterRoute(const char* uri, RequestHandler handler, void* cbdata);
 // Starts the web server with its routes and its WebSocket endpoint. Returns 0 or -1.
 int CivetWebServerTask(const char** options, char* certPassword, const char* websocketUrl);
 
-// The two callbacks that the web server gets.
-int log_message(const mg_connection* conn, const char* message);
+// Whether nothing runs, starts or is being stopped.
+bool ServerIsStopped();
+
+// The web server's own text of an option's name; null for an option that it does not know.
+const char* OptionName(const char* key);
+
+// The callbacks that the web server gets. All but init_ssl are defined on the floor above: around every
+// request, WebSockets included, and for what it writes to its error log.
 int init_ssl(void* sslContext, void* userData);
+int log_message(const mg_connection* conn, const char* message);
+int BeginRequest(mg_connection* conn);
+void EndRequest(const mg_connection* conn, int status);
 
 // Called at start, defined on the floors above with what they start. All return 0; JsonSwitch hands every
 // route to the web server and returns -1 without a context.

@@ -3,15 +3,19 @@
 
 #include <array>
 #include <cstddef>
+#include <cstring>
 
 #include "base/text.h"
 #include "sdkapi/server.h"
 #include "server/config.h"
+#include "server/option_overrides.h"
 
 namespace sdkapi {
 namespace {
 
 constexpr std::size_t kOptionEntries = 126;
+constexpr std::size_t kOwnOptions = 14;
+static_assert(2 * (kOwnOptions + kMostOverrides) < kOptionEntries, "the vector ends with a NULL");
 
 std::array<const char*, kOptionEntries> s_Options{};
 
@@ -28,12 +32,32 @@ class OptionWriter {
  public:
   OptionWriter() { s_Options.fill(nullptr); }
 
+  // The last word is the host's.
   void Add(const char* key, const char* value) {
+    const char* const override = OverrideOf(key);
+    Append(key, override != nullptr ? override : value);
+  }
+
+  // What the host set beyond the options that were added.
+  void AddTheRest() {
+    for (const OptionOverride& override : Overrides()) {
+      if (override.value != nullptr && !Has(override.key)) Append(override.key, override.value);
+    }
+  }
+
+ private:
+  bool Has(const char* key) const {
+    for (std::size_t i = 0; i < next_; i += 2) {
+      if (std::strcmp(s_Options[i], key) == 0) return true;
+    }
+    return false;
+  }
+
+  void Append(const char* key, const char* value) {
     s_Options[next_++] = key;
     s_Options[next_++] = value;
   }
 
- private:
   std::size_t next_ = 0;
 };
 
@@ -41,12 +65,20 @@ class OptionWriter {
 
 const char** GetOptionsParam() { return s_Options.data(); }
 
+const char* OptionValue(const char* key) {
+  for (std::size_t i = 0; s_Options[i] != nullptr; i += 2) {
+    if (std::strcmp(s_Options[i], key) == 0) return s_Options[i + 1];
+  }
+  return "";
+}
+
 }  // namespace sdkapi
 
 int SdkAPISer_Init(void) {
   using namespace sdkapi;
   CopyText(documentRoot, DocumentRootPath());
   CopyText(certificatePath, CertificatePath());
+  TakeOverrides();
 
   OptionWriter options;
   options.Add("document_root", documentRoot[0] != '\0' ? documentRoot : ".");
@@ -64,5 +96,6 @@ int SdkAPISer_Init(void) {
   options.Add("enable_auth_domain_check", "no");
   options.Add("additional_header", kAdditionalHeaders);
   options.Add("access_control_allow_origin", "");
+  options.AddTheRest();
   return 0;
 }

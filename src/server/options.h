@@ -6,4 +6,7 @@ namespace sdkapi {
 // Key, value, key, value, ..., NULL; its first entry is NULL until SdkAPISer_Init ran.
 const char** GetOptionsParam();
 
+// What stands in the vector for an option; empty when it has none.
+const char* OptionValue(const char* key);
+
 }  // namespace sdkapi

@@ -141,6 +141,8 @@ mg_context* mg_start(const mg_callbacks* callbacks, void* userData, const char**
   mg_callbacks others = *callbacks;
   others.log_message = nullptr;
   others.init_ssl = nullptr;
+  others.begin_request = nullptr;
+  others.end_request = nullptr;
   const mg_callbacks none{};
   server->otherCallbacksAreNull = std::memcmp(&others, &none, sizeof none) == 0;
   server->userData = userData;
@@ -228,6 +230,16 @@ int mg_read(mg_connection* conn, void* buffer, size_t length) {
   conn->bodyRead += count;
   return static_cast<int>(count);
 }
+
+extern "C" const char* mg_get_route(const mg_connection* conn);
+extern "C" const char* mg_get_route(const mg_connection* /*conn*/) { return nullptr; }
+
+extern "C" const char* mg_get_sent_path(const mg_connection* conn);
+extern "C" const char* mg_get_sent_path(const mg_connection* conn) {
+  return conn->uri ? conn->uri->c_str() : nullptr;
+}
+
+const mg_option* mg_get_valid_options(void) { return server->validOptions.data(); }
 
 extern "C" long long mg_get_bytes_sent(const mg_connection* conn);
 extern "C" long long mg_get_bytes_sent(const mg_connection* conn) {

@@ -143,6 +143,12 @@ struct FakeServer {
   void* userData = nullptr;
   std::vector<std::string> options;  // key, value, key, value ...
   std::string workers = "200";
+  // The last one has no name.
+  std::vector<mg_option> validOptions{{"listening_ports", MG_CONFIG_TYPE_STRING_LIST, "8080"},
+                                      {"num_threads", MG_CONFIG_TYPE_NUMBER, "200"},
+                                      {"ssl_certificate", MG_CONFIG_TYPE_FILE, nullptr},
+                                      {"static_file_max_age", MG_CONFIG_TYPE_NUMBER, "3600"},
+                                      {nullptr, MG_CONFIG_TYPE_UNKNOWN, nullptr}};
   std::vector<Route> routes;
   std::vector<WebSocketEndpoint> endpoints;
   std::vector<std::string> journal;  // start, routes and endpoints, stop in order

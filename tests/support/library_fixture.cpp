@@ -4,7 +4,6 @@
 #include <cstdio>
 
 #include "http/handlers.h"
-#include "neutral_extensions.h"
 #include "server/host_table.h"
 #include "server/lifecycle.h"
 

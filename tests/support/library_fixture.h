@@ -9,6 +9,7 @@
 #include "expected_reply.h"
 #include "fake_civetweb.h"
 #include "log_capture.h"
+#include "neutral_extensions.h"
 #include "sdkapi/sdkapi.h"
 #include "system_calls.h"
 #include "test_host.h"

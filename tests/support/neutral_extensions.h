@@ -1,10 +1,19 @@
 // Every setting of the extension interface at its neutral value: what a process has that never called it.
 #pragma once
 
+#include <civetweb.h>
+
 #include "sdkapi/extension.h"
 
 namespace sdktest {
 
-inline void SetNeutralExtensions() { SdkAPIExt_SilentFailure_Set(0); }
+// Between a stop and the next SdkAPISer_Init.
+inline void SetNeutralExtensions() {
+  SdkAPIExt_SilentFailure_Set(0);
+  SdkAPIExt_ServerLog_Set(nullptr);
+  for (const mg_option* option = mg_get_valid_options(); option->name != nullptr; ++option) {
+    SdkAPIExt_Option_Set(option->name, nullptr);
+  }
+}
 
 }  // namespace sdktest

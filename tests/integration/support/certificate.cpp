@@ -1,6 +1,7 @@
 // A self-signed certificate for 127.0.0.1 with its private key, made for one test run.
 #include "certificate.h"
 
+#include <openssl/ec.h>
 #include <openssl/evp.h>
 #include <openssl/pem.h>
 #include <openssl/rsa.h>
@@ -47,8 +48,8 @@ std::string KeyText(EVP_PKEY* key, const std::string& passPhrase) {
 
 }  // namespace
 
-Certificate MakeCertificate(const std::string& passPhrase) {
-  const KeyPtr key(EVP_RSA_gen(2048), EVP_PKEY_free);
+Certificate MakeCertificate(const std::string& passPhrase, const std::string& name, KeyKind kind) {
+  const KeyPtr key(kind == KeyKind::kRsa ? EVP_RSA_gen(2048) : EVP_EC_gen("P-256"), EVP_PKEY_free);
   const X509Ptr certificate(X509_new(), X509_free);
   Check(key != nullptr && certificate != nullptr, "memory");
   X509_set_version(certificate.get(), 2);
@@ -58,7 +59,7 @@ Certificate MakeCertificate(const std::string& passPhrase) {
   X509_set_pubkey(certificate.get(), key.get());
   X509_NAME* const subject = X509_get_subject_name(certificate.get());
   X509_NAME_add_entry_by_txt(subject, "CN", MBSTRING_ASC,
-                             reinterpret_cast<const unsigned char*>("device under test"), -1, -1, 0);
+                             reinterpret_cast<const unsigned char*>(name.c_str()), -1, -1, 0);
   X509_set_issuer_name(certificate.get(), subject);
   AddExtension(certificate.get(), NID_basic_constraints, "critical,CA:TRUE");
   AddExtension(certificate.get(), NID_subject_alt_name, "IP:127.0.0.1");

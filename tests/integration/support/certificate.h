@@ -11,6 +11,9 @@ struct Certificate {
   std::string key;
 };
 
-Certificate MakeCertificate(const std::string& passPhrase);
+enum class KeyKind { kRsa, kElliptic };
+
+Certificate MakeCertificate(const std::string& passPhrase, const std::string& name = "device under test",
+                            KeyKind kind = KeyKind::kRsa);
 
 }  // namespace integration

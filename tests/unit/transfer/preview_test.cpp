@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include "http/handlers.h"
+#include "http/stream_room.h"
 #include "library_fixture.h"
 #include "server/lifecycle.h"
 
@@ -55,10 +56,12 @@ TEST_F(PreviewTest, PicturesFollowTheHead) {
   EXPECT_EQ(Log(), Strings{});
 }
 
-TEST_F(PreviewTest, SixteenWorkersAreLeftToOthers) {
-  for (const char* const workers : {"16", "0", ""}) {
+TEST_F(PreviewTest, SomeWorkersAreLeftToOthers) {
+  for (const char* const workers : {"2", "1", "0", ""}) {
     sdktest::Server().workers = workers;
     mg_connection conn("GET", "/stream");
+    const sdkapi::StreamPlace another(&conn);
+    ASSERT_TRUE(another.granted());
     EXPECT_EQ(FuncPreview(&conn, nullptr), 1);
     EXPECT_EQ(conn.output, sdktest::JsonReply(503));
     EXPECT_FALSE(conn.keepAlive);
@@ -67,7 +70,7 @@ TEST_F(PreviewTest, SixteenWorkersAreLeftToOthers) {
     sdktest::LogCapture::Clear();
   }
   EXPECT_EQ(TestHost::Get().Lines(), Strings{}) << "a stream without room is not opened";
-  sdktest::Server().workers = "17";
+  sdktest::Server().workers = "1";
   for (int i = 0; i < 3; ++i) {
     mg_connection conn("GET", "/stream");
     Show({"picture"});
