@@ -9,6 +9,7 @@
 #include <string_view>
 
 #include "base/text_writer.h"
+#include "http/cross_origin.h"
 #include "http/http_date.h"
 #include "sdkapi/http.h"
 #include "server/log.h"
@@ -23,7 +24,7 @@ namespace {
 
 constexpr LogSource kLog{"sdkapi"};
 
-constexpr std::size_t kHeadSize = 512;       // the longest head has 380 characters
+constexpr std::size_t kHeadSize = 768;       // the longest head has 380 characters and an origin of 319
 constexpr std::size_t kOnePieceSize = 4096;  // heads with bodies up to this size leave in one write
 constexpr int64_t kDrainBytes = int64_t{64} * 1024 * 1024;
 constexpr int kDrainSeconds = 10;
@@ -70,13 +71,13 @@ constexpr std::string_view kFixedHeaders =
     "Content-Type: ";
 
 // Returns the head's length, or -1 for a status that cannot be composed.
-int ComposeHead(char (&head)[kHeadSize], int code, int type, int bodyLen) {
+int ComposeHead(char (&head)[kHeadSize], int code, int type, int bodyLen, std::string_view extra = {}) {
   const char* const reason = ReasonFor(code);
   if (reason == nullptr) return -1;
   TextWriter text(head);
   text.Add("HTTP/1.1 ").AddNumber(code).Add(" ").Add(reason).Add("\r\nDate: ").Add(CurrentHttpDate().text);
   text.Add(kFixedHeaders).Add(MediaType(type)).Add("; charset=utf-8;\r\nContent-Length: ").AddNumber(bodyLen);
-  text.Add("\r\nConnection: close\r\n\r\n");
+  text.Add("\r\nConnection: close\r\n").Add(extra).Add("\r\n");
   return static_cast<int>(text.Finish());
 }
 
@@ -126,7 +127,8 @@ void SendPieces(mg_connection* conn, const char* head, std::size_t headLength, c
 int Reply(mg_connection* conn, int status, const char* json) {
   const std::size_t bodyLength = std::strlen(json);
   char head[kHeadSize];
-  const int headLength = ComposeHead(head, status, kJson, static_cast<int>(bodyLength));
+  const int headLength =
+      ComposeHead(head, status, kJson, static_cast<int>(bodyLength), CrossOriginHeader(conn).text());
   kLog.info()("send =>%s%s", head, json);
   SendPieces(conn, head, static_cast<std::size_t>(headLength), json, bodyLength);
   EndConnection(conn);

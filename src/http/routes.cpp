@@ -7,6 +7,7 @@
 #include <iterator>
 #include <string_view>
 
+#include "http/cross_origin.h"
 #include "http/handlers.h"
 #include "sdkapi/host.h"
 #include "sdkapi/transfer.h"
@@ -101,6 +102,7 @@ std::span<const RouteRow> RouteTable() { return cmdList; }
 
 int JsonSwitch(mg_context* ctx) {
   if (ctx == nullptr) return -1;
+  AllowOrigin(mg_get_option(ctx, "access_control_allow_origin"));
   for (const RouteRow* row = cmdList; row->pattern != nullptr; ++row) {
     mg_set_request_handler(ctx, row->pattern, row->handler, row->cbdata);
   }

@@ -4,13 +4,14 @@
 #include <cstring>
 
 #include "base/text_writer.h"
+#include "http/cross_origin.h"
 #include "http/http_date.h"
 #include "http/response.h"
 #include "sdkapi/http.h"
 
 namespace {
 
-constexpr std::size_t kHeadSize = 640;
+constexpr std::size_t kHeadSize = 960;
 
 // Numbered differently from GroupRespHttpMsg's selector, and with the headers in another order; both are
 // kept as clients and hosts know them.
@@ -43,7 +44,8 @@ int SendReponseInfo(mg_connection* conn, int status, int type, const char* body,
   text.Add("HTTP/1.1 ").AddNumber(status).Add(" ").Add(CT_status_code_to_str(status));
   text.Add("\r\nDate: ").Add(sdkapi::CurrentHttpDate().text).Add("\r\n");
   if (typed != nullptr) text.Add(typed).Add(kSecurityHeaders);
-  text.Add("Content-Length: ").AddNumber(body != nullptr ? bodyLen : 0).Add("\r\nConnection: close\r\n\r\n");
+  text.Add("Content-Length: ").AddNumber(body != nullptr ? bodyLen : 0).Add("\r\nConnection: close\r\n");
+  text.Add(sdkapi::CrossOriginHeader(conn).text()).Add("\r\n");
   const std::size_t length = text.Finish();
   mg_disable_connection_keep_alive(conn);
   const bool hasBody = body != nullptr && bodyLen > 0;

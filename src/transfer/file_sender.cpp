@@ -9,6 +9,7 @@
 #include <string_view>
 
 #include "base/text_writer.h"
+#include "http/cross_origin.h"
 #include "sdkapi/transfer.h"
 #include "transfer/file_source.h"
 
@@ -19,7 +20,8 @@ constexpr LogSource kLog{"sdkapi"};
 
 constexpr std::string_view kHeadFront = "HTTP/1.1 200 OK\r\nContent-Disposition: attachment;filename=\"";
 constexpr std::string_view kHeadBack =
-    "\"\r\nContent-Type: application/octet-stream\r\nTransfer-Encoding: chunked\r\n\r\n";
+    "\"\r\nContent-Type: application/octet-stream\r\nTransfer-Encoding: chunked\r\n";
+constexpr std::string_view kHeadEnd = "\r\n";
 
 constexpr std::size_t kChunk = 1500;
 constexpr std::string_view kFront = "5dc\r\n";  // of a full chunk
@@ -40,13 +42,14 @@ class ChunkedBody {
   }
 
   // Waits in front of the first slot; a name without room there goes out on its own.
-  void AddHead(std::string_view name) {
-    const std::string_view parts[] = {kHeadFront, name, kHeadBack};
-    if (name.size() > kMostHead - kHeadFront.size() - kHeadBack.size()) {
+  void AddHead(std::string_view name, std::string_view extra) {
+    const std::string_view parts[] = {kHeadFront, name, kHeadBack, extra, kHeadEnd};
+    const std::size_t rest = kHeadFront.size() + kHeadBack.size() + extra.size() + kHeadEnd.size();
+    if (name.size() > kMostHead - rest) {
       for (const std::string_view part : parts) Write(part.data(), part.size());
       return;
     }
-    begin_ = Slot(0) - kHeadFront.size() - name.size() - kHeadBack.size();
+    begin_ = Slot(0) - name.size() - rest;
     char* at = begin_;
     for (const std::string_view part : parts) at = Put(at, part);
   }
@@ -149,7 +152,7 @@ bool SendChunks(FileSource& file, ChunkedBody& body) {
 
 int SendFile(mg_connection* conn, const char* path, const char* name, const LogSource& log) {
   ChunkedBody body(conn);
-  body.AddHead(name != nullptr ? name : "");
+  body.AddHead(name != nullptr ? name : "", CrossOriginHeader(conn).text());
 
   // The head goes out before the file is looked at: a file that cannot be read leaves a 200 without a body.
   // Only a file on a disk is so quick that its first chunks may travel with the head.

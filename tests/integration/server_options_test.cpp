@@ -273,6 +273,42 @@ TEST_F(ServerOptionsTest, NoErrorLogAtAll) {
   EXPECT_FALSE(std::filesystem::exists("error.log"));
 }
 
+TEST_F(ServerOptionsTest, AConsoleServedElsewhere) {
+  Set("access_control_allow_origin", "https://console.example");
+  Start();
+  host().download = [](DownloadFileInfo& info) {
+    std::snprintf(info.path, sizeof info.path, "%s/index.html", Server::DocumentRoot().c_str());
+    return 0;
+  };
+  const auto fromThere = [](CURL* curl) {
+    static curl_slist* const headers = curl_slist_append(nullptr, "Origin: https://console.example");
+    curl_easy_setopt(curl, CURLOPT_HTTPHEADER, headers);
+  };
+  for (const bool https : {false, true}) {
+    SCOPED_TRACE(https);
+    const auto preflight = Fetch(Origin(https) + "/dev_info", [](CURL* curl) {
+      static curl_slist* const headers = [] {
+        curl_slist* list = curl_slist_append(nullptr, "Origin: https://console.example");
+        list = curl_slist_append(list, "Access-Control-Request-Method: GET");
+        return curl_slist_append(list, "Access-Control-Request-Headers: authorization");
+      }();
+      curl_easy_setopt(curl, CURLOPT_HTTPHEADER, headers);
+      curl_easy_setopt(curl, CURLOPT_CUSTOMREQUEST, "OPTIONS");
+    });
+    ASSERT_TRUE(preflight.has_value());
+    EXPECT_EQ(preflight->status(), 200);
+    EXPECT_EQ(preflight->Header("Access-Control-Allow-Origin"), "https://console.example");
+    EXPECT_EQ(preflight->Header("Access-Control-Allow-Headers"), "authorization");
+    for (const char* const target : {"/index.html", "/dev_info", "/custom_restore", "/log"}) {
+      SCOPED_TRACE(target);
+      const auto answer = Fetch(Origin(https) + target, fromThere);
+      ASSERT_TRUE(answer.has_value());
+      EXPECT_EQ(answer->Header("Access-Control-Allow-Origin"), "https://console.example");
+      EXPECT_EQ(Fetch(Origin(https) + target)->Header("Access-Control-Allow-Origin"), "");
+    }
+  }
+}
+
 TEST_F(ServerOptionsTest, HowLongFilesMayBeKept) {
   Set("static_file_max_age", "60");
   Start();
