@@ -1,10 +1,10 @@
-# Debian packages: the library with its private web server, its development files, the simulated device.
+# Debian packages: the library with its private web server, its development files, the simulated device, the tools.
 
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_STRIP_FILES ON)
 set(CPACK_DEB_COMPONENT_INSTALL ON)
-set(CPACK_COMPONENTS_ALL runtime development)
+set(CPACK_COMPONENTS_ALL runtime development tools)
 if(TARGET sdkapi-simulator)
   list(APPEND CPACK_COMPONENTS_ALL simulator)
 endif()
@@ -37,6 +37,15 @@ set(CPACK_DEBIAN_SIMULATOR_PACKAGE_DEPENDS "libsdkapi1 (= ${PROJECT_VERSION})")
 set(CPACK_COMPONENT_SIMULATOR_DESCRIPTION
     "simulated audio/video device with the device API\n An eight-unit matrix without the hardware, with a web console, as a service.\n Clients of the API are developed and tested against it.")
 
+set(CPACK_DEBIAN_TOOLS_PACKAGE_NAME sdkapi-tools)
+set(CPACK_DEBIAN_TOOLS_PACKAGE_SECTION net)
+set(CPACK_DEBIAN_TOOLS_PACKAGE_ARCHITECTURE all)
+set(CPACK_DEBIAN_TOOLS_PACKAGE_SHLIBDEPS OFF)
+set(CPACK_DEBIAN_TOOLS_PACKAGE_DEPENDS "python3 (>= 3.11), python3-httpx, python3-rich, python3-typer, python3-websockets")
+set(CPACK_DEBIAN_TOOLS_PACKAGE_CONTROL_EXTRA ${PROJECT_SOURCE_DIR}/packaging/tools/postinst ${PROJECT_SOURCE_DIR}/packaging/tools/prerm)
+set(CPACK_COMPONENT_TOOLS_DESCRIPTION
+    "command line, client library and conformance check for the device API\n Talks to networked audio/video devices: logins, users, files, firmware, previews, events.\n It also tells whether a running device speaks the interface, with a report.")
+
 # What Debian asks of every package; left out of other installs.
 function(sdkapi_package_file component folder file)
   install(FILES ${file} DESTINATION ${folder} COMPONENT ${component} EXCLUDE_FROM_ALL ${ARGN})
@@ -58,5 +67,14 @@ if(TARGET sdkapi-simulator)
   sdkapi_package_file(simulator ${CMAKE_INSTALL_MANDIR}/man1 ${PROJECT_BINARY_DIR}/sdkapi-simulator.1.gz)
   sdkapi_package_file(simulator lib/systemd/system packaging/sdkapi-simulator.service)
 endif()
+
+execute_process(COMMAND gzip -9nc INPUT_FILE ${PROJECT_SOURCE_DIR}/packaging/tools/sdkapi.1 OUTPUT_FILE ${PROJECT_BINARY_DIR}/sdkapi.1.gz)
+sdkapi_package_file(tools ${CMAKE_INSTALL_MANDIR}/man1 ${PROJECT_BINARY_DIR}/sdkapi.1.gz)
+sdkapi_package_file(tools ${CMAKE_INSTALL_DATADIR}/bash-completion/completions packaging/tools/sdkapi.bash RENAME sdkapi)
+sdkapi_package_file(tools ${CMAKE_INSTALL_DATADIR}/zsh/vendor-completions packaging/tools/_sdkapi)
+sdkapi_package_file(tools ${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d packaging/tools/sdkapi.fish)
+install(PROGRAMS packaging/tools/sdkapi DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT tools EXCLUDE_FROM_ALL)
+install(DIRECTORY tools/sdkapi_client tools/sdkapi_cli tools/sdkapi_check DESTINATION lib/python3/dist-packages COMPONENT tools EXCLUDE_FROM_ALL
+        FILES_MATCHING PATTERN "*.py" PATTERN "py.typed" PATTERN "__pycache__" EXCLUDE PATTERN ".mypy_cache" EXCLUDE)
 
 include(CPack)

@@ -24,7 +24,7 @@ assert set(graph) <= set(references) and all(set(needed) <= set(references) for 
 names = {part["name"] for part in parts}
 assert {"civetweb", "libcjson1", "libssl3", "libc6", "libsqlite3-0", "libsodium23"} <= names, names
 packages = {path.name.partition("_")[0]: path for path in folder.glob("*.deb")}
-assert set(packages) == {"libsdkapi1", "libsdkapi-dev", "sdkapi-simulator"} and set(packages) <= names
+assert set(packages) == {"libsdkapi1", "libsdkapi-dev", "sdkapi-simulator", "sdkapi-tools"} and set(packages) <= names
 for part in parts:
     if part["name"] in packages:
         assert part["hashes"] == [{"alg": "SHA-256", "content": hashlib.sha256(packages[part["name"]].read_bytes()).hexdigest()}]

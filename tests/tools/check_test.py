@@ -8,9 +8,11 @@ import subprocess
 import sys
 from xml.etree import ElementTree
 
+import faults
 from device import Device
 from files import firmware
 from program import free_port, wait_for
+from proxy import Proxy
 from support import CommandLine
 
 ALL = ("--write", "--rough", "--strict", "--route", "/sim/units", "--route", "upload:/sim/upload", "--route", "download:/sim/picture/logo", "--preview-seconds", "0.5")
@@ -77,12 +79,28 @@ def check_minimal(program, line):
             process.terminate()
 
 
+def check_reports(program, line):
+    """A finding is in the table, in the XML and on the page, with request and answer, and without tokens and passwords."""
+    fault = next(fault for fault in faults.ALL if fault.name == "a number where a text belongs")
+    junit, page = line.home / "found.xml", line.home / "found.html"
+    with Device(program) as device, Proxy(device, fault) as proxy:
+        done = line.run("check", f"http://127.0.0.1:{proxy.port}", "--junit", str(junit), "--html", str(page), SDKAPI_PASSWORD="admin")
+        tokens = [*proxy.issued, *proxy.ended]
+    assert done.returncode == 1 and "FAILED" in done.stdout and "the members, their order and kinds" in done.stdout, done
+    failure = next(ElementTree.parse(junit).getroot().iter("failure"))
+    text = page.read_text()
+    assert "GET /dev_info HTTP/1.1" in failure.text and '"timeout":43200' in failure.text and "a member is empty or no text" in failure.get("message")
+    assert "<b>Request</b><pre>GET /dev_info HTTP/1.1" in text and "timeout&quot;:43200" in text and "http://" in text
+    assert len(tokens) > 2 and not [token for token in tokens if token in text + junit.read_text() + done.stdout]
+
+
 def main():
     simulator, minimal = sys.argv[1:]
     with CommandLine() as line:
         check_simulated(simulator, line)
         check_untouched(simulator, line)
         check_minimal(minimal, line)
+        check_reports(simulator, line)
         line.fails(2, "is no route", "check", "http://127.0.0.1:1", "--route", "sim", SDKAPI_PASSWORD="x")
         line.fails(4, "no connection", "check", f"http://127.0.0.1:{free_port()}", SDKAPI_PASSWORD="x")
     print("nothing found on devices that are in order")

@@ -14,8 +14,8 @@ from .wire import Endpoint
 Check = Callable[[Target], None]
 
 # In this order: what ends logins comes behind what needs them.
-CHECKS: tuple[Check, ...] = (device.check_device, transfer.check_downloads, preview.check_preview, server.check_server, server.check_custom,
-                             device.check_users, transfer.check_uploads, channel.check_channel, rough.check_rough, tls.check_tls,
+CHECKS: tuple[Check, ...] = (device.check_device, transfer.check_downloads, preview.check_preview, server.check_server, device.check_users,
+                             transfer.check_uploads, server.check_custom, channel.check_channel, rough.check_rough, tls.check_tls,
                              transfer.check_firmware)
 
 

@@ -73,7 +73,7 @@ def check_downloads(target: Target) -> None:
             continue
         target.offered.add(path)
         if exchange.status != 200:
-            report.must(path, "a refusal is composed as fixed", "only a 404 may refuse here" if quiet and exchange.status != 401 else composed_fault(exchange, (401, 500), b""), exchange)
+            report.must(path, "a refusal is composed as fixed", "only a 404 may refuse here" if quiet else composed_fault(exchange, (401, 500), b""), exchange)
             report.not_tested(path, f"the device answers {exchange.status}: has it such a file?")
             continue
         fault, content = download_fault(exchange)

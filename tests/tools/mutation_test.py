@@ -1,0 +1,106 @@
+#!/usr/bin/python3
+"""The check finds every deliberate fault, by the rule that is meant to find it, and nothing without one.
+
+usage: mutation_test.py SIMULATOR [NAME]
+"""
+import concurrent.futures
+import pathlib
+import shutil
+import signal
+import ssl
+import sys
+import tempfile
+import time
+import warnings
+
+import faults
+from device import Device, shared
+from files import certificate
+from proxy import Fault, Proxy, server_context
+
+sys.path.insert(0, str(shared("tools")))
+from sdkapi_check.run import check  # noqa: E402
+from sdkapi_check.target import Options  # noqa: E402
+from sdkapi_check.wire import Endpoint  # noqa: E402
+
+WORKERS = 4
+OWN = ("/sim/units", "upload:/sim/upload", "download:/sim/picture/logo")
+ENOUGH = 60
+
+
+def options(fault):
+    chosen = {key: value for key, value in fault.options.items() if key in ("write", "rough", "require")}
+    return Options(custom=OWN if chosen.get("write") else OWN[:1], preview_seconds=0.4, **chosen)
+
+
+def trusting():
+    context = ssl.SSLContext(ssl.PROTOCOL_TLS_CLIENT)
+    context.check_hostname, context.verify_mode = False, ssl.CERT_NONE
+    return context
+
+
+def findings(program, template, fault):
+    """What the check says to a device with this fault."""
+    tls = fault.options.get("tls")
+    context = tls(pathlib.Path(tempfile.mkdtemp(dir=template.parent))) if tls else None
+    with Device(program, copy_of=template) as device, Proxy(device, fault, context, fault.options.get("limit")) as proxy:
+        endpoint = Endpoint(f"{'https' if tls else 'http'}://127.0.0.1:{proxy.port}", trusting() if tls else None, timeout=fault.options.get("timeout", 5.0))
+        report = check(endpoint, options(fault))
+    return [(f"{result.subject}: {result.rule}", result.detail) for result in report.failed()], len(report.results)
+
+
+def run(task):
+    program, template, fault_index = task
+    fault = ALL[fault_index]
+    begin = time.monotonic()
+    found, rules = findings(program, template, fault)
+    return fault_index, found, rules, time.monotonic() - begin
+
+
+def sound(**options):
+    return Fault("", "", lambda request: False, options=options)
+
+
+ALL = [*faults.ALL, sound(), sound(write=True, rough=True), sound(tls=faults.sound_tls)]
+
+
+def template_of(program, folder):
+    """A device's files, made once: its key takes time."""
+    device = Device(program)
+    device.log_in()
+    device.stop()
+    return shutil.copytree(device.folder.name, folder / "template")
+
+
+def faulty(index, found, rules):
+    """What is wrong with this result; empty when nothing is."""
+    fault = ALL[index]
+    if not fault.name:
+        return f"without a fault: {found}" if found or rules < 100 else ""
+    if any(fault.finds in rule for rule, _ in found):
+        return ""
+    return f"not found: {fault.name} ({fault.finds}); instead {[rule for rule, _ in found][:4]}"
+
+
+def main():
+    signal.alarm(900)
+    program, wanted = sys.argv[1], sys.argv[2] if len(sys.argv) > 2 else ""
+    names = [fault.name for fault in faults.ALL]
+    assert len(set(names)) == len(names) >= ENOUGH, [name for name in names if names.count(name) > 1]
+    chosen = [index for index, fault in enumerate(ALL) if wanted in fault.name]
+    wrong = []
+    with tempfile.TemporaryDirectory() as name, concurrent.futures.ProcessPoolExecutor(WORKERS) as pool:
+        template = template_of(program, pathlib.Path(name))
+        for index, found, rules, seconds in pool.map(run, [(program, template, index) for index in chosen]):
+            text = faulty(index, found, rules)
+            if wanted or text or seconds > 8:
+                print(f"{ALL[index].name or 'sound'}: {text or 'found'} in {seconds:.1f} s" + "".join(f"\n    {rule}: {detail[:160]}" for rule, detail in found), flush=True)
+            wrong += [text] if text else []
+    count = sum(bool(ALL[index].name) for index in chosen)
+    print(f"{count - len([text for text in wrong if text.startswith('not found')])} of {count} faults found, {len(wrong)} complaints")
+    return 1 if wrong else 0
+
+
+if __name__ == "__main__":
+    warnings.simplefilter("ignore", DeprecationWarning)
+    sys.exit(main())
