@@ -18,6 +18,8 @@ SystemCalls& System() {
 
 extern "C" {
 
+int __wrap_clock_gettime(clockid_t clock, timespec* out);
+int __real_clock_gettime(clockid_t clock, timespec* out);
 std::time_t __wrap_time(std::time_t* out);
 int __wrap_sysinfo(struct sysinfo* info);
 int __wrap_usleep(useconds_t microseconds);
@@ -26,6 +28,14 @@ std::time_t __wrap_time(std::time_t* out) {
   const auto now = static_cast<std::time_t>(sdktest::System().time);
   if (out != nullptr) *out = now;
   return now;
+}
+
+int __wrap_clock_gettime(clockid_t clock, timespec* out) {
+  static int64_t now = 1000;
+  const int64_t step = sdktest::System().monotonicStep;
+  if (step == 0 || clock != CLOCK_MONOTONIC) return __real_clock_gettime(clock, out);
+  *out = {.tv_sec = now += step, .tv_nsec = 0};
+  return 0;
 }
 
 int __wrap_sysinfo(struct sysinfo* info) {

@@ -12,6 +12,7 @@ constexpr int64_t kFixedTime = 784111777;
 struct SystemCalls {
   int64_t time = kFixedTime;
   int64_t upTime = 1000;
+  int64_t monotonicStep = 0;  // seconds from one look at the monotonic clock to the next; 0: the real clock
   bool failSysinfo = false;
   std::function<void(unsigned microseconds)> onSleep{};
 };

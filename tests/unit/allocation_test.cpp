@@ -184,6 +184,22 @@ TEST_F(NamedAllocationTest, AnIndexThatCannotGrowStillFindsEveryToken) {
   EXPECT_EQ(allocator.stillAllocated(), 0U);
 }
 
+TEST_F(NamedAllocationTest, AnIndexGrowsWhenItsEntriesHaveDoubled) {
+  sdkapi::TokenIndex index;
+  std::vector<std::string> tokens;
+  for (int i = 0; i < 257; ++i) tokens.push_back("token " + std::to_string(i));
+  std::vector<sdkapi::TokenEntry> entries(tokens.size());
+  FailingAllocator allocator(0, Failing::kOnce);
+  std::vector<std::size_t> grownAt;
+  for (std::size_t i = 0; i < tokens.size(); ++i) {
+    const int before = allocator.calls();
+    index.Add(&entries[i], tokens[i].c_str());
+    if (allocator.calls() != before) grownAt.push_back(i + 1);
+  }
+  EXPECT_EQ(grownAt, (std::vector<std::size_t>{33, 65, 129, 257}));
+  for (std::size_t i = 0; i < tokens.size(); ++i) index.Remove(&entries[i]);
+}
+
 TEST_F(NamedAllocationTest, TheVersionStaysWithoutMemory) {
   const std::string before = SdkAPiSer_Version_Get();
   for (int failAt = 1; failAt < 10; ++failAt) {

@@ -166,6 +166,16 @@ TEST_F(CustomGetPostTest, ASilentFailureGetsTheStatusThatWasSet) {
   EXPECT_EQ(Log(), Strings{"1 sdkapi send =>" + JsonReply(503)});
 }
 
+TEST_F(CustomGetPostTest, AStatusOfZeroTakesTheSetOneBack) {
+  ASSERT_EQ(SdkAPIExt_SilentFailure_Set(503), 0);
+  EXPECT_EQ(SdkAPIExt_SilentFailure_Set(0), 0);
+  TestHost::Get().customGetPost = [](mg_connection*, CustomReqInfo&) { return -1; };
+  mg_connection conn("GET", "/own");
+  EXPECT_EQ(FuncCustomGetPost(&conn, kHost), 1);
+  EXPECT_EQ(conn.output, "");
+  EXPECT_EQ(Log(), Strings{});
+}
+
 TEST_F(CustomGetPostTest, AnAnswerBeforeAFailureStands) {
   ASSERT_EQ(SdkAPIExt_SilentFailure_Set(503), 0);
   TestHost::Get().customGetPost = [](mg_connection* conn, CustomReqInfo&) {

@@ -202,4 +202,20 @@ TEST_F(ResponseTest, TheDrainStopsAt64MiB) {
   EXPECT_FALSE(conn.keepAlive);
 }
 
+TEST_F(ResponseTest, TheDrainStopsTenSecondsAfterItsFirstBytes) {
+  sdktest::System().monotonicStep = 4;
+  mg_connection conn("POST", "/");
+  conn.Body(std::string(1000000, 'b'));
+  sdkapi::EndConnection(&conn);
+  EXPECT_EQ(conn.readCalls, 4) << "after 0, 4, 8 and 12 seconds";
+}
+
+TEST_F(ResponseTest, TheDrainStopsWithTheTenthSecond) {
+  sdktest::System().monotonicStep = 5;
+  mg_connection conn("POST", "/");
+  conn.Body(std::string(1000000, 'b'));
+  sdkapi::EndConnection(&conn);
+  EXPECT_EQ(conn.readCalls, 3) << "after 0, 5 and 10 seconds";
+}
+
 }  // namespace

@@ -94,7 +94,8 @@ TEST_P(WebSocketUrlTest, GivesThePattern) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Urls, WebSocketUrlTest,
-                         testing::Values(UrlCase{"None", "", "/websocket"}, UrlCase{"Short", "/ws", "/ws$"},
+                         testing::Values(UrlCase{"None", "", "/websocket"}, UrlCase{"Root", "/", "/$"},
+                                         UrlCase{"Short", "/ws", "/ws$"},
                                          UrlCase{"Longest", "/" + std::string(126, 'w'),
                                                  "/" + std::string(126, 'w') + "$"}),
                          sdktest::ByName{});

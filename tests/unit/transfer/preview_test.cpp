@@ -95,6 +95,13 @@ TEST_F(PreviewTest, TheRecordIsZeroedAndTheSameInAllCalls) {
   EXPECT_EQ(conn_.output, kStreamHead);
 }
 
+TEST_F(PreviewTest, ABodyOfTheRequestIsReadAwayAtTheEnd) {
+  Show({"picture"});
+  conn_.Body(std::string(20000, 'b'));
+  EXPECT_EQ(FuncPreview(&conn_, nullptr), 1);
+  EXPECT_EQ(conn_.bodyRead, 20000U);
+}
+
 TEST_F(PreviewTest, ARefusedOpenSendsNothingAndGetsNoClose) {
   TestHost::Get().preview = [](PreviewFrame&) { return 1; };
   EXPECT_EQ(FuncPreview(&conn_, nullptr), 0);
