@@ -26,7 +26,8 @@ set(SDKAPI_CIVETWEB_DEFINITIONS OPENSSL_API_3_0 NO_SSL_DL USE_WEBSOCKET USE_IPV6
                                 SOCKET_TIMEOUT_QUANTUM=500 REENTRANT_TIME)
 # Every TLS call goes through a lock per TLS object: reads and writes happen on different threads.
 set(SDKAPI_CIVETWEB_TLS_NAMES
-    SSL_new=sdkapi_tls_new SSL_read=sdkapi_tls_read SSL_write=sdkapi_tls_write SSL_pending=sdkapi_tls_pending
+    SSL_new=sdkapi_tls_new SSL_read=sdkapi_tls_read SSL_write=sdkapi_tls_write
+    SSL_has_pending=sdkapi_tls_has_pending
     SSL_shutdown=sdkapi_tls_shutdown SSL_get_error=sdkapi_tls_get_error)
 
 add_library(civetweb SHARED ${SDKAPI_CIVETWEB_TREE}/src/civetweb.c

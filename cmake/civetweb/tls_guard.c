@@ -65,9 +65,9 @@ int sdkapi_tls_write(SSL* ssl, const void* buf, int num) {
   return Finish(ssl, lock, SSL_write(ssl, buf, num));
 }
 
-int sdkapi_tls_pending(const SSL* ssl) {
+int sdkapi_tls_has_pending(const SSL* ssl) {
   pthread_mutex_t* const lock = LockOf(ssl);
-  const int pending = SSL_pending(ssl);
+  const int pending = SSL_has_pending(ssl);
   pthread_mutex_unlock(lock);
   return pending;
 }

@@ -11,7 +11,7 @@
 SSL* sdkapi_tls_new(SSL_CTX* ctx);
 int sdkapi_tls_read(SSL* ssl, void* buf, int num);
 int sdkapi_tls_write(SSL* ssl, const void* buf, int num);
-int sdkapi_tls_pending(const SSL* ssl);
+int sdkapi_tls_has_pending(const SSL* ssl);
 int sdkapi_tls_shutdown(SSL* ssl);
 int sdkapi_tls_get_error(const SSL* ssl, int result);
 
