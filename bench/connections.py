@@ -70,16 +70,19 @@ def close_all(clients):
         client.close()
 
 
-def memory(kind, tls=False, count=FEW):
-    """A measurement: kilobytes of each connection; a server may hold fewer than asked for."""
+def memory(kind, tls=False, count=FEW, beside=0):
+    """A measurement: kilobytes of each connection; a server may hold fewer than asked for. Beside others of their
+    kind they pass through workers that have their stacks and buffers already."""
     def measure(subject):
         server = Server(subject.bench, subject.name)
+        many = subject.name == "library" or count <= FEW
+        others = open_many(server, beside if many else FEW // 2, kind, tls) if beside else []
         before = settle(server)
-        clients = open_many(server, count if subject.name == "library" else FEW, kind, tls)
+        clients = open_many(server, count if many else FEW // 2, kind, tls)
         figure = {"value": (settle(server) - before) / len(clients)}
         if subject.name == "library" and len(clients) < count:
             figure["detail"] = f"{len(clients)} held"
-        close_all(clients)
+        close_all(others + clients)
         server.stop()
         return figure
     return measure

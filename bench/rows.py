@@ -173,7 +173,8 @@ def held():
     """Connections that are open and do little."""
     for scheme, tls_on, bound in (("http", False, 4), ("https", True, 48)):
         for name, kind in (("kept", connections.kept), ("silent", connections.silent)):
-            yield Row("connections", f"{scheme}, {name}: memory", "KiB", connections.memory(kind, tls_on, connections.MANY),
+            yield Row("connections", f"{scheme}, {name}: memory", "KiB",
+                      connections.memory(kind, tls_on, connections.MANY, beside=connections.MANY * (1 if tls_on else 3)),
                       ("library", "before"), lower_is_better=True, targets=(Target(bound),), rounds=1)
             yield Row("connections", f"GET beside 1,000 {name}, {scheme}", "ms", connections.beside(kind, tls_on),
                       ("library", "before"), lower_is_better=True, rounds=1)
