@@ -1,6 +1,7 @@
 // Size and place of every field that a host sees: hosts are compiled with them and own the records' memory.
 #include <cstddef>
 
+#include "sdkapi/extension.h"
 #include "sdkapi/sdkapi.h"
 
 static_assert(sizeof(void*) == 8, "the host interface is defined for 64-bit targets");
@@ -103,3 +104,34 @@ static_assert(offsetof(CustomReqInfo, bodyLength) == 8);
 static_assert(offsetof(CustomReqInfo, method) == 16);
 static_assert(sizeof(CustomDownloadInfo) == 512);
 static_assert(offsetof(CustomDownloadInfo, filePath) == 256);
+
+static_assert(sizeof(SdkAPIExtLogin) == 1112);
+static_assert(offsetof(SdkAPIExtLogin, webSockets) == 4);
+static_assert(offsetof(SdkAPIExtLogin, ageSeconds) == 8);
+static_assert(offsetof(SdkAPIExtLogin, idleSeconds) == 16);
+static_assert(offsetof(SdkAPIExtLogin, address) == 24);
+static_assert(offsetof(SdkAPIExtLogin, token) == 88);
+
+static_assert(sizeof(SdkAPIExtLoginLimits) == 32);
+static_assert(offsetof(SdkAPIExtLoginLimits, idleSeconds) == 4);
+static_assert(offsetof(SdkAPIExtLoginLimits, totalSeconds) == 8);
+static_assert(offsetof(SdkAPIExtLoginLimits, most) == 12);
+static_assert(offsetof(SdkAPIExtLoginLimits, whenFull) == 16);
+static_assert(offsetof(SdkAPIExtLoginLimits, ended) == 24);
+
+static_assert(sizeof(SdkAPIExtWebSocket) == 1120);
+static_assert(offsetof(SdkAPIExtWebSocket, port) == 4);
+static_assert(offsetof(SdkAPIExtWebSocket, id) == 8);
+static_assert(offsetof(SdkAPIExtWebSocket, ageSeconds) == 16);
+static_assert(offsetof(SdkAPIExtWebSocket, queuedBytes) == 24);
+static_assert(offsetof(SdkAPIExtWebSocket, address) == 32);
+static_assert(offsetof(SdkAPIExtWebSocket, token) == 96);
+
+static_assert(sizeof(SdkAPIExtWebSocketSlots) == 24);
+static_assert(offsetof(SdkAPIExtWebSocketSlots, message) == 8);
+static_assert(offsetof(SdkAPIExtWebSocketSlots, binary) == 16);
+
+static_assert(sizeof(SdkAPIExtWebSocketLimits) == 24);
+static_assert(offsetof(SdkAPIExtWebSocketLimits, mostQueuedFrames) == 4);
+static_assert(offsetof(SdkAPIExtWebSocketLimits, mostQueuedBytes) == 8);
+static_assert(offsetof(SdkAPIExtWebSocketLimits, mostMessageBytes) == 16);

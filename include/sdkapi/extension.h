@@ -104,6 +104,213 @@ SDKAPI_EXPORT int SdkAPIExt_ServerLog_Set(SdkAPIExtServerLogHook hook);
  * @return 0; -1 when text is NULL or textSize is 0. */
 SDKAPI_EXPORT int SdkAPIExt_StartFailure_Get(char* text, size_t textSize);
 
+/** A login, as SdkAPIExt_Login_List() tells it. */
+typedef struct SdkAPIExtLogin {
+  uint32_t size;        /**< set by the caller: sizeof(SdkAPIExtLogin). */
+  uint32_t webSockets;  /**< its open WebSockets. */
+  uint64_t ageSeconds;  /**< since it was registered. */
+  uint64_t idleSeconds; /**< since it was used; see SdkAPIExt_Login_Limits_Set() for what counts as use. */
+  char address[kExtAddressSize]; /**< the client that logged in. */
+  char token[1024];              /**< the token that the host gave. */
+} SdkAPIExtLogin;
+
+/** Why the library ended a login by itself. */
+typedef enum SdkAPIExtLoginEnd {
+  kExtLoginIdle = 1,   /**< it was not used for idleSeconds. */
+  kExtLoginTooOld = 2, /**< it was registered totalSeconds ago. */
+  kExtLoginNoRoom = 3  /**< it made room for a new login, or was refused itself because there was none. */
+} SdkAPIExtLoginEnd;
+
+/** What happens to a login beyond the most that there may be. */
+typedef enum SdkAPIExtLoginFull {
+  kExtFullEndsOldestIdle = 0, /**< the login whose last use is longest ago ends. */
+  kExtFullRefuses = 1         /**< the new login gets 503 with an empty body and is not registered. */
+} SdkAPIExtLoginFull;
+
+/** Is told that the library ended a login by itself.
+ * The login has ended by then: its token gets 401, its WebSockets are closing, and the token may be given to
+ * a new login. `LogOutCb` is not called for it. Runs on the thread that met the limit: a worker with a
+ * request, a WebSocket frame or a login, or the caller of SdkAPIExt_Login_Limits_Check(). No lock is held
+ * meanwhile, so it may call every function of this header and block, at the cost of that request. Called
+ * exactly once for each such login.
+ * @param token the login's token; valid during the call.
+ * @param reason one of SdkAPIExtLoginEnd. */
+typedef void (*SdkAPIExtLoginEndHook)(const char* token, int reason);
+
+/** The limits of logins. */
+typedef struct SdkAPIExtLoginLimits {
+  uint32_t size;               /**< set by the caller: sizeof(SdkAPIExtLoginLimits). */
+  uint32_t idleSeconds;        /**< a login ends when it was not used for so long; 0 = never. */
+  uint32_t totalSeconds;       /**< a login ends so long after it was registered; 0 = never. */
+  uint32_t most;               /**< as many logins at once, 1 to 20; 0 = without a limit of this kind. */
+  int32_t whenFull;            /**< one of SdkAPIExtLoginFull, for a login beyond that. */
+  int32_t reserved;            /**< 0. */
+  SdkAPIExtLoginEndHook ended; /**< told about each login that ends by a limit; NULL = nobody. */
+} SdkAPIExtLoginLimits;
+
+/** Ends all logins of a token.
+ * When it returns, they are gone from the registry and the session stack, and requests with the token get 401
+ * (with authentication on). Their WebSockets get a close frame, code 1008 and reason "login ended"; each ends
+ * when its client answers, after ten seconds at the latest. `LogOutCb` is not called, neither now nor when
+ * these WebSockets close, and they have no event 2. Requests that are being served keep their table until
+ * they are done. The token may be registered again at once: nothing of the old login ends the new one. May be
+ * called from every thread and host function, also from one that serves this very login. Waits for no client.
+ * @param token the token; at most 1023 characters.
+ * @return 0; -1 if the token is NULL or empty, or no login has it. */
+SDKAPI_EXPORT int SdkAPIExt_Login_End(const char* token);
+
+/** Tells all logins, the one that was registered first in front.
+ * @param logins room for *count records, whose first has its size set; may be NULL if *count is 0.
+ * @param count in: the room, in records. Out: the number of logins, which may be larger; only the room is
+ * filled.
+ * @return 0; -1 without count, without records for a room above 0, or for an unknown size. */
+SDKAPI_EXPORT int SdkAPIExt_Login_List(SdkAPIExtLogin* logins, size_t* count);
+
+/** Sets the limits of logins.
+ * The time-outs are checked when a request with a token, a WebSocket handshake or a WebSocket frame comes,
+ * before it is served, and by SdkAPIExt_Login_Limits_Check(). The clock is monotonic: setting the device's
+ * time ends nothing. What counts as use: the login itself, each request with its token, each handshake of a
+ * WebSocket, each text, binary or continuation frame from its client, and GetLoginHandle(). An open WebSocket
+ * is no use by itself, nor are its pings and what the host sends. With authentication off no token is looked
+ * up, and only the login itself counts. The most logins are checked when a login comes, after `LoginCb` and
+ * before it is registered. Logins that are there stay until then. A limit ends a login as
+ * SdkAPIExt_Login_End() does.
+ * @param limits the limits, which are copied; NULL takes them back.
+ * @return 0; -1 for an unknown size, more than 20 logins, an unknown whenFull, or a reserved field that is
+ * not 0. */
+SDKAPI_EXPORT int SdkAPIExt_Login_Limits_Set(const SdkAPIExtLoginLimits* limits);
+
+/** Ends the logins whose time is over, now.
+ * The library has no thread of its own: a host that wants time-outs to work while no request comes calls this
+ * from one of its threads, for instance once a second. It costs next to nothing when no time is over. Calls
+ * the hook of the limits on the caller's thread; called by that hook it does nothing.
+ * @return 0. */
+SDKAPI_EXPORT int SdkAPIExt_Login_Limits_Check(void);
+
+/** The kinds of frames that a host sends, and of messages that it gets. */
+typedef enum SdkAPIExtFrame {
+  kExtText = 1,  /**< UTF-8. */
+  kExtBinary = 2 /**< any bytes. */
+} SdkAPIExtFrame;
+
+/** An open WebSocket, as SdkAPIExt_WebSocket_List() tells it. */
+typedef struct SdkAPIExtWebSocket {
+  uint32_t size;        /**< set by the caller: sizeof(SdkAPIExtWebSocket). */
+  int32_t port;         /**< its client's port. */
+  uint64_t id;          /**< its identifier: never 0, never reused, not even after a stop and a start. */
+  uint64_t ageSeconds;  /**< since its handshake. */
+  uint64_t queuedBytes; /**< what its client has still to take, heads of frames included. */
+  char address[kExtAddressSize]; /**< its client's address. */
+  char token[1024];              /**< the token of its handshake. */
+} SdkAPIExtWebSocket;
+
+/** Functions for whole messages.
+ * A message that came in several frames is put together. Both functions run on the connection's worker, one
+ * at a time for one connection; SdkAPIExt_WebSocket_Current() tells the identifier there, too. No lock is
+ * held. As with `WebSocketCb`, they are called only while the connection's token has a login (with
+ * authentication on). */
+typedef struct SdkAPIExtWebSocketSlots {
+  uint32_t size;     /**< set by the caller: sizeof(SdkAPIExtWebSocketSlots). */
+  uint32_t reserved; /**< 0. */
+  /** Takes texts in place of event 1 of `WebSocketCb`, and binary messages, too, where `binary` is NULL. A
+   * text is UTF-8; what is not is answered with a close frame of code 1007. NULL: texts go to `WebSocketCb`,
+   * of a fragmented one the first frame.
+   * @param id the connection.
+   * @param token the token of its handshake.
+   * @param frame kExtText or kExtBinary.
+   * @param data the message with a NUL behind it; valid during the call.
+   * @param length its bytes, without that NUL.
+   * @return 0 keeps the connection; anything else ends it without a close frame. */
+  int (*message)(uint64_t id, const char* token, int frame, const char* data, size_t length);
+  /** Takes binary messages. NULL: they go to `message`; without that, too, to nobody.
+   * @param id the connection.
+   * @param token the token of its handshake.
+   * @param data the message; valid during the call.
+   * @param length its bytes.
+   * @return as `message`. */
+  int (*binary)(uint64_t id, const char* token, const void* data, size_t length);
+} SdkAPIExtWebSocketSlots;
+
+/** The bounds of WebSockets. */
+typedef struct SdkAPIExtWebSocketLimits {
+  uint32_t size;             /**< set by the caller: sizeof(SdkAPIExtWebSocketLimits). */
+  uint32_t mostQueuedFrames; /**< frames that wait for a client, beside one; 0 = 512. One more ends its
+                                connection. */
+  uint64_t mostQueuedBytes;  /**< bytes that wait, beside one frame of any size; 0 = 1048576. More end its
+                                connection. */
+  uint64_t mostMessageBytes; /**< of a message from a client, in one frame or several; a longer one is
+                                answered with a close frame of code 1009, and nothing is allocated for it. 0 =
+                                1048576 with slots for whole messages, else no bound. */
+} SdkAPIExtWebSocketLimits;
+
+/** Tells the identifier of the WebSocket whose event the calling thread serves.
+ * @return the identifier inside `WebSocketCb`, inside the functions of SdkAPIExtWebSocketSlots, and inside
+ * `LogOutCb` where a WebSocket's close leads to it; 0 anywhere else. */
+SDKAPI_EXPORT uint64_t SdkAPIExt_WebSocket_Current(void);
+
+/** Sends one message to one WebSocket. Waits for no client; what it does not take waits for it, within the
+ * bounds.
+ * @param id the identifier.
+ * @param frame kExtText or kExtBinary.
+ * @param data the message, copied where it has to wait; may be NULL if length is 0.
+ * @param length its bytes; 2147483647 at most.
+ * @return 0 if it was sent or waits; -1 if there is no such WebSocket or it is closing, for an unknown frame,
+ * no data, or a text that is not UTF-8 (clients would end the connection). */
+SDKAPI_EXPORT int SdkAPIExt_WebSocket_Send(uint64_t id, int frame, const void* data, size_t length);
+
+/** Sends one message to all WebSockets of a token, the oldest first.
+ * @param token the token of their handshakes.
+ * @param frame as with SdkAPIExt_WebSocket_Send().
+ * @param data as there.
+ * @param length as there.
+ * @return 0 if it was sent to at least one; -1 if there is none, no token, or as there. */
+SDKAPI_EXPORT int SdkAPIExt_WebSocket_Send_Token(const char* token, int frame, const void* data,
+                                                 size_t length);
+
+/** Sends one message to all WebSockets whose token has a login, the oldest first; with authentication off to
+ * all. `WebSocketSendDataALL` also reaches those whose login has gone. A login whose time is over counts
+ * until that is checked (SdkAPIExt_Login_Limits_Check()). All clients get messages to several of them in one
+ * order.
+ * @param frame as with SdkAPIExt_WebSocket_Send().
+ * @param data as there.
+ * @param length as there.
+ * @return 0, also if there is none; -1 as there. */
+SDKAPI_EXPORT int SdkAPIExt_WebSocket_Send_Valid(int frame, const void* data, size_t length);
+
+/** Closes a WebSocket: sends a close frame behind what was sent before.
+ * Nothing is sent to the client afterwards, and what it still sends is ignored. The connection ends when it
+ * answers, after ten seconds at the latest (with another web server than the library's own: when it answers
+ * or sends anything). Then event 2 comes, and with authentication on its login ends, as with every close.
+ * Waits for no client; may be called from its own event, too.
+ * @param id the identifier.
+ * @param code 1000 to 1003, 1007 to 1014, or 3000 to 4999.
+ * @param reason at most 123 bytes of UTF-8, copied; NULL = none.
+ * @return 0; -1 if there is no such WebSocket or it is closing, for a code that may not be sent, or for such
+ * a reason. */
+SDKAPI_EXPORT int SdkAPIExt_WebSocket_Close(uint64_t id, int code, const char* reason);
+
+/** Tells all open WebSockets, the oldest first, with those that are closing.
+ * @param sockets room for *count records, whose first has its size set; may be NULL if *count is 0.
+ * @param count in: the room, in records. Out: the number of WebSockets, which may be larger; only the room is
+ * filled.
+ * @return 0; -1 without count, without records for a room above 0, or for an unknown size. */
+SDKAPI_EXPORT int SdkAPIExt_WebSocket_List(SdkAPIExtWebSocket* sockets, size_t* count);
+
+/** Sets the functions for whole messages, for WebSockets that connect afterwards.
+ * With them a frame that does not belong where it comes (a continuation without a beginning, a beginning
+ * within a message) is answered with a close frame of code 1002. Without memory for a message its connection
+ * ends.
+ * @param slots the functions, which are copied; NULL takes them back.
+ * @return 0; -1 for an unknown size or a reserved field that is not 0. */
+SDKAPI_EXPORT int SdkAPIExt_WebSocket_Slots_Set(const SdkAPIExtWebSocketSlots* slots);
+
+/** Sets the bounds of WebSockets that connect afterwards.
+ * With another web server than the library's own, what waits is that server's matter, and the message's bound
+ * is checked when a frame is there.
+ * @param limits the bounds, which are copied; NULL takes them back.
+ * @return 0; -1 for an unknown size, or bytes above 2147418112. */
+SDKAPI_EXPORT int SdkAPIExt_WebSocket_Limits_Set(const SdkAPIExtWebSocketLimits* limits);
+
 SDKAPI_END
 
 #endif

@@ -51,4 +51,12 @@ Record* RecordAt(Record* records, std::size_t index) {
   return reinterpret_cast<Record*>(reinterpret_cast<unsigned char*>(records) + index * records->size);
 }
 
+// Fills the n-th record of a caller's array. The first one's size must be known, and becomes its size.
+template <SizedRecord Record>
+void WriteRecordAt(const Record& from, Record* records, std::size_t index) {
+  Record* const place = RecordAt(records, index);
+  place->size = records->size;
+  WriteRecord(from, place);
+}
+
 }  // namespace sdkapi

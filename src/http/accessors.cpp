@@ -28,6 +28,8 @@ void ReadToken(const mg_connection* conn, char* out, std::size_t room) {
   kLog.info()("req http token %.*s", static_cast<int>(room), out);
 }
 
+const char* RemoteAddress(const mg_connection* conn) { return mg_get_request_info(conn)->remote_addr; }
+
 JsonPtr ReadJsonBody(mg_connection* conn) {
   char body[kJsonBodySize] = {};
   const int64_t length = GetHttpLen(conn);

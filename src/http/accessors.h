@@ -20,6 +20,9 @@ void ReadToken(const mg_connection* conn, char (&out)[kSize]) {
   ReadToken(conn, out, kSize - 1);
 }
 
+// The client's address as text.
+const char* RemoteAddress(const mg_connection* conn);
+
 // Parses the body; null when it is not JSON. A body of unknown length is read, too.
 JsonPtr ReadJsonBody(mg_connection* conn);
 

@@ -15,6 +15,7 @@
 #include "server/authentication.h"
 #include "server/host_table.h"
 #include "server/log.h"
+#include "session/login_limits.h"
 #include "session/login_registry.h"
 
 namespace {
@@ -59,12 +60,15 @@ int CompleteLogin(mg_connection* conn, const LoginRef& login, const LoginInfo& i
   const JsonText body = SuccessBody(info);
   if (body == nullptr) return Reply(conn, 500, "");
   if (info.token[0] != '\0') {
-    switch (RegisterLogin(login, info.token)) {
+    switch (RegisterWithinLimits(login, info.token)) {
       case Registration::kListFailed:
         kLog.error()("json api FunLogin add handle fail");
         return 0;
       case Registration::kSessionsFull:
         return Reply(conn, 500, "");
+      case Registration::kNoRoom:
+        kLog.error()("no room for another login!!!!");
+        return Reply(conn, 503, "");
       case Registration::kDone:
         break;
     }
@@ -75,7 +79,7 @@ int CompleteLogin(mg_connection* conn, const LoginRef& login, const LoginInfo& i
 }  // namespace
 
 extern "C" int FuncLogin(mg_connection* conn, void* /*cbdata*/) {
-  const LoginRef login = NewLogin();
+  const LoginRef login = NewLogin(RemoteAddress(conn));
   if (login == nullptr) return Reply(conn, 500, "");
   if (login->LoginCb == nullptr) return NotRegistered(kLog.error(), __func__);
 

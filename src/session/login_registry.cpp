@@ -1,15 +1,20 @@
 // Logins with their private tables, kept alive by whoever uses them, and the end of a login.
 #include "session/login_registry.h"
 
+#include <atomic>
+#include <cstddef>
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <utility>
 
+#include "base/clock.h"
 #include "base/counted.h"
 #include "base/lock_order.h"
 #include "base/mutex.h"
 #include "base/text.h"
 #include "base/thread_safety.h"
+#include "sdkapi/extension.h"
 #include "sdkapi/host.h"
 #include "sdkapi/session.h"
 #include "server/authentication.h"
@@ -19,7 +24,9 @@
 #include "session/handle_nodes.h"
 #include "session/keyed_hash.h"
 #include "session/list_lock.h"
+#include "session/login_limits.h"
 #include "session/token_index.h"
+#include "session/use_order.h"
 #include "session/user_stack.h"
 
 namespace sdkapi {
@@ -35,13 +42,18 @@ struct Registry {
   HandleManage list{};
   HandleManage* last GUARDED_BY(LockOf(list)) = &list;  // the list's last node, or its head
   TokenIndex index GUARDED_BY(LockOf(list));            // of the list's logins
+  UseOrder uses GUARDED_BY(LockOf(list));               // of the list's logins
 };
 constinit Registry registry;
 
 // What is allocated per login. Its users are the registry and every request that found it.
-struct Login : Counted<SdkAPISerHandle>, TokenEntry {
+struct Login : Counted<SdkAPISerHandle>, TokenEntry, UseEntry {
   // Its place in the list; null when it is not registered.
   HandleManage* node GUARDED_BY(LockOf(registry.list));
+  int64_t birth;            // on the monotonic clock, in milliseconds
+  std::atomic<bool> ended;  // by its host or a limit
+  std::atomic<uint32_t> webSockets;
+  char address[kExtAddressSize];
 };
 
 Login* LoginOf(SdkAPISerHandle* table) { return static_cast<Login*>(Counted<SdkAPISerHandle>::Of(table)); }
@@ -52,6 +64,8 @@ bool Append(const LoginRef& ref) REQUIRES(registry.mutex) {
   if (node == nullptr) return false;
   Login* const login = LoginOf(LoginRef(ref).Detach());  // the registry's reference
   const ListLock lock(registry.list);
+  login->birth = MonotonicMilliseconds();
+  registry.uses.Add(login, login->birth);
   LinkBehind(registry.list, registry.last, node);
   registry.last = node;
   registry.index.Add(login, ref->data);
@@ -66,8 +80,64 @@ LoginRef TakeOut(Login* login) REQUIRES(registry.mutex) {
   if (registry.last == login->node) registry.last = login->node->prev;
   Unlink(registry.list, login->node);
   registry.index.Remove(login);
+  registry.uses.Remove(login);
   std::free(std::exchange(login->node, nullptr));
   return LoginRef::Adopt(&login->record);
+}
+
+// List and session stack lose it together.
+LoginRef End(Login* login) REQUIRES(registry.mutex) {
+  login->ended.store(true);
+  LoginRef ended = TakeOut(login);
+  if (ended != nullptr) DelUsrIdStack(ended->data);
+  return ended;
+}
+
+Login* OldestLogin() REQUIRES(LockOf(registry.list)) {
+  HandleManage* const first = registry.list.next;
+  return first != nullptr ? LoginOf(static_cast<SdkAPISerHandle*>(first->value)) : nullptr;
+}
+
+Login* LongestUnused() REQUIRES(LockOf(registry.list)) {
+  return static_cast<Login*>(registry.uses.longestUnused());
+}
+
+// A token that no login can have is looked up nowhere.
+bool IsToken(const char* token) {
+  return token != nullptr && token[0] != '\0' &&
+         strnlen(token, sizeof SdkAPISerHandle::data) < sizeof SdkAPISerHandle::data;
+}
+
+Login* Find(const char* token) REQUIRES(LockOf(registry.list)) {
+  return static_cast<Login*>(registry.index.Find(token));
+}
+
+Login* Listed(const char* token) EXCLUDES(listLock) {
+  const ListLock lock(registry.list);
+  return Find(token);
+}
+
+std::size_t Listed() EXCLUDES(listLock) {
+  const ListLock lock(registry.list);
+  return registry.index.size();
+}
+
+Login* LongestUnusedLogin() EXCLUDES(listLock) {
+  const ListLock lock(registry.list);
+  return LongestUnused();
+}
+
+struct Due {
+  Login* login;
+  bool isTooOld;
+};
+
+Due FindDue(int64_t birth, int64_t use) EXCLUDES(listLock) {
+  const ListLock lock(registry.list);
+  Login* const oldest = OldestLogin();
+  if (oldest != nullptr && oldest->birth <= birth) return {oldest, true};
+  Login* const unused = LongestUnused();
+  return {unused != nullptr && unused->lastUse <= use ? unused : nullptr, false};
 }
 
 void DropAllLogins() EXCLUDES(registry.mutex) {
@@ -90,23 +160,40 @@ bool MakeRegistry() EXCLUDES(registry.mutex) {
 }  // namespace
 
 LoginRef FindLogin(const char* token) {
-  if (!LoginIsRequired()) return LoginRef::Share(GetSerHandle());
-  if (token == nullptr || token[0] == '\0') return nullptr;
-  if (strnlen(token, sizeof SdkAPISerHandle::data) == sizeof SdkAPISerHandle::data) return nullptr;
-  const ListLock lock(registry.list);
-  TokenEntry* const entry = registry.index.Find(token);
-  return entry != nullptr ? LoginRef::Share(&static_cast<Login*>(entry)->record) : nullptr;
+  EndDueLogins();
+  return LookUpLogin(token);
 }
 
-LoginRef NewLogin() {
+LoginRef LookUpLogin(const char* token) {
+  if (!LoginIsRequired()) return LoginRef::Share(GetSerHandle());
+  if (!IsToken(token)) return nullptr;
+  const int64_t now = MonotonicMilliseconds();
+  const ListLock lock(registry.list);
+  Login* const login = Find(token);
+  if (login == nullptr) return nullptr;
+  registry.uses.Use(login, now);
+  return LoginRef::Share(&login->record);
+}
+
+LoginRef RegisteredLogin(const char* token) {
+  if (!IsToken(token)) return nullptr;
+  const ListLock lock(registry.list);
+  Login* const login = Find(token);
+  return login != nullptr ? LoginRef::Share(&login->record) : nullptr;
+}
+
+LoginRef NewLogin(const char* address) {
   LoginRef login = LoginRef::New<Login>();
-  if (login != nullptr) *login = *GetSerHandle();
+  if (login == nullptr) return nullptr;
+  *login = *GetSerHandle();
+  CopyText(LoginOf(login.get())->address, address);
   return login;
 }
 
-Registration RegisterLogin(const LoginRef& login, const char* token) {
+Registration RegisterLogin(const LoginRef& login, const char* token, uint32_t most) {
   CopyText(login->data, token);
   const ScopedLock lock(registry.mutex);
+  if (most != 0 && Listed() >= most) return Registration::kNoRoom;
   if (!Append(login)) return Registration::kListFailed;
   const bool full = AddUsrIdToStack(token) == kUserStackFull;
   return full ? Registration::kSessionsFull : Registration::kDone;
@@ -123,9 +210,12 @@ void RemoveSession(const char* token) {
   DelUsrIdStack(token);
 }
 
-int LoginTimeOutTaskCb(const char* userid) {
-  kLog.info()("userid [%s] login time out.. ", userid);
-  const LoginRef login = FindLogin(userid);
+int LoginTimeOutTaskCb(const char* userid) { return TimeOutLogin(userid, nullptr); }
+
+int TimeOutLogin(const char* token, const LoginRef& unlessEnded) {
+  kLog.info()("userid [%s] login time out.. ", token);
+  const LoginRef login = LookUpLogin(token);
+  if (unlessEnded != nullptr && HasEnded(*unlessEnded)) return -1;
   if (login == nullptr) {
     kLog.error()("GetLoginHandle err!!!!");
     return -1;
@@ -140,6 +230,40 @@ int LoginTimeOutTaskCb(const char* userid) {
 
 int LoginCount() { return HandleManageGetUsrCount(&registry.list); }
 
+LoginRef TakeLoginByToken(const char* token) {
+  if (!IsToken(token)) return nullptr;
+  const ScopedLock lock(registry.mutex);
+  Login* const login = Listed(token);
+  return login != nullptr ? End(login) : nullptr;
+}
+
+LoginRef TakeLongestUnusedLogin() {
+  const ScopedLock lock(registry.mutex);
+  Login* const login = LongestUnusedLogin();
+  return login != nullptr ? End(login) : nullptr;
+}
+
+DueLogin TakeDueLogin(int64_t birth, int64_t use) {
+  if (FindDue(birth, use).login == nullptr) return {nullptr, false};
+  const ScopedLock lock(registry.mutex);
+  const Due due = FindDue(birth, use);
+  return {due.login != nullptr ? End(due.login) : nullptr, due.isTooOld};
+}
+
+bool HasEnded(SdkAPISerHandle& login) { return LoginOf(&login)->ended.load(); }
+
+void CountWebSocket(SdkAPISerHandle& login, int change) {
+  LoginOf(&login)->webSockets.fetch_add(static_cast<uint32_t>(change), std::memory_order_relaxed);
+}
+
+void VisitLogins(void (*visit)(const LoginFacts& facts, void* context), void* context) {
+  const ListLock lock(registry.list);
+  for (const HandleManage* node = registry.list.next; node != nullptr; node = node->next) {
+    const Login& login = *LoginOf(static_cast<SdkAPISerHandle*>(node->value));
+    visit({login.record.data, login.address, login.birth, login.lastUse, login.webSockets.load()}, context);
+  }
+}
+
 // Logins of an earlier run are dropped: no request is running between two runs of the server.
 int UsrManageTask() {
   if (!MakeRegistry()) DropAllLogins();
@@ -150,7 +274,7 @@ int UsrManageTask() {
 
 SdkAPISerHandle* GetLoginHandle(const char* token) {
   // The registry's own share keeps the table after this one is given back.
-  const sdkapi::LoginRef login = sdkapi::FindLogin(token);
+  const sdkapi::LoginRef login = sdkapi::LookUpLogin(token);
   SdkAPISerHandle* const table = login.get();
   return table;
 }

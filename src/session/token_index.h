@@ -25,6 +25,7 @@ class TokenIndex {
   void Add(TokenEntry* entry, const char* token);
   void Remove(TokenEntry* entry);
   TokenEntry* Find(const char* token) const;
+  std::size_t size() const { return entries_; }
 
  private:
   struct Bucket {

@@ -12,11 +12,24 @@
 #include "base/thread_safety.h"
 #include "server/log.h"
 
+// In our build of the web server only: without them a close frame waits for its answer as long as the client
+// likes, and bounds stay what they are.
+extern "C" {
+__attribute__((weak, visibility("default"))) int mg_websocket_close(mg_connection* conn, const char* data,
+                                                                    size_t length);
+__attribute__((weak, visibility("default"))) void mg_websocket_set_limits(mg_connection* conn,
+                                                                          size_t queueBytes,
+                                                                          size_t queueFrames,
+                                                                          uint64_t payloadBytes);
+__attribute__((weak, visibility("default"))) size_t mg_websocket_queued(mg_connection* conn);
+}
+
 namespace sdkapi {
 
 // A frame that waits for the end of the handshake; its bytes follow.
 struct WaitingFrame {
   WaitingFrame* next;
+  int opcode;
   std::size_t length;
   char* data() { return static_cast<char*>(static_cast<void*>(this + 1)); }
 };
@@ -24,12 +37,6 @@ struct WaitingFrame {
 namespace {
 
 constexpr LogSource kLog{"sdkapi"};
-
-// What waits for the end of the handshake beside one frame of any size. The web server keeps the same for a
-// client that stalls later. It cannot serve here, too: before the handshake is complete it has no queue, and
-// a connection whose queue overflows is ended, where a frame alone is dropped here.
-constexpr std::size_t kMostWaitingBytes = 1048576;
-constexpr int kMostWaitingFrames = 512;
 
 void DropWaiting(Connection& connection) REQUIRES(connection.sendMutex) {
   while (WaitingFrame* const frame = connection.waiting) {
@@ -43,29 +50,43 @@ void DropWaiting(Connection& connection) REQUIRES(connection.sendMutex) {
 
 // A frame that did not go out whole was this connection's last: its client must never read one inside
 // another.
-void Write(Connection& connection, const char* data, std::size_t length) REQUIRES(connection.sendMutex) {
-  const int written = mg_websocket_write(connection.entry.conn, MG_WEBSOCKET_OPCODE_TEXT, data, length);
-  if (written > 0 && static_cast<std::size_t>(written) >= length) return;
+bool Write(Connection& connection, int opcode, std::string_view data) REQUIRES(connection.sendMutex) {
+  const int written = mg_websocket_write(connection.entry.conn, opcode, data.data(), data.size());
+  if (written > 0 && static_cast<std::size_t>(written) >= data.size()) return true;
   connection.phase = Connection::Phase::kGone;
+  return false;
 }
 
-WaitingFrame* NewFrame(const char* data, std::size_t length) {
-  void* const memory = std::malloc(sizeof(WaitingFrame) + length);
+bool WriteClose(Connection& connection) REQUIRES(connection.sendMutex) {
+  if (mg_websocket_close == nullptr)
+    return Write(connection, MG_WEBSOCKET_OPCODE_CONNECTION_CLOSE,
+                 {connection.close.payload, connection.close.length});
+  if (mg_websocket_close(connection.entry.conn, connection.close.payload, connection.close.length) > 0)
+    return true;
+  connection.phase = Connection::Phase::kGone;
+  return false;
+}
+
+WaitingFrame* NewFrame(int opcode, std::string_view data) {
+  void* const memory = std::malloc(sizeof(WaitingFrame) + data.size());
   if (memory == nullptr) return nullptr;
-  auto* const frame = new (memory) WaitingFrame{nullptr, length};
-  if (length > 0) std::memcpy(frame->data(), data, length);
+  auto* const frame = new (memory) WaitingFrame{nullptr, opcode, data.size()};
+  if (!data.empty()) std::memcpy(frame->data(), data.data(), data.size());
   return frame;
 }
 
-void AppendWaiting(Connection& connection, const char* data, std::size_t length)
-    REQUIRES(connection.sendMutex) {
-  const std::size_t bytes = connection.waitingBytes + length;
-  const std::size_t largest = std::max(connection.largestWaiting, length);
-  const bool fits = connection.waitingFrames <= kMostWaitingFrames && bytes - largest <= kMostWaitingBytes;
-  WaitingFrame* const frame = fits ? NewFrame(data, length) : nullptr;
+// What waits for the end of the handshake beside one frame of any size is bounded as for a client that stalls
+// later. The web server's own queue cannot serve here, too: before the handshake is complete it has none, and
+// a connection whose queue overflows is ended, where a frame alone is dropped here.
+bool AppendWaiting(Connection& connection, int opcode, std::string_view data) REQUIRES(connection.sendMutex) {
+  const std::size_t bytes = connection.waitingBytes + data.size();
+  const std::size_t largest = std::max(connection.largestWaiting, data.size());
+  const bool fits = connection.waitingFrames <= connection.settings.mostQueuedFrames &&
+                    bytes - largest <= connection.settings.mostQueuedBytes;
+  WaitingFrame* const frame = fits ? NewFrame(opcode, data) : nullptr;
   if (frame == nullptr) {
-    kLog.error()("websocket handshake not complete, frame of %zu bytes dropped", length);
-    return;
+    kLog.error()("websocket handshake not complete, frame of %zu bytes dropped", data.size());
+    return false;
   }
   WaitingFrame** last = &connection.waiting;
   while (*last != nullptr) last = &(*last)->next;
@@ -73,29 +94,66 @@ void AppendWaiting(Connection& connection, const char* data, std::size_t length)
   connection.waitingBytes = bytes;
   connection.largestWaiting = largest;
   ++connection.waitingFrames;
+  return true;
 }
 
 void WriteWaiting(Connection& connection) REQUIRES(connection.sendMutex) {
   for (WaitingFrame* frame = connection.waiting; frame != nullptr; frame = frame->next) {
-    if (connection.phase == Connection::Phase::kOpen) Write(connection, frame->data(), frame->length);
+    if (connection.phase == Connection::Phase::kOpen)
+      Write(connection, frame->opcode, {frame->data(), frame->length});
   }
   DropWaiting(connection);
+}
+
+void SetLimits(const Connection& connection) {
+  const WebSocketSettings& settings = connection.settings;
+  if (mg_websocket_set_limits == nullptr) return;
+  mg_websocket_set_limits(connection.entry.conn, settings.mostQueuedBytes, settings.mostQueuedFrames,
+                          settings.mostMessageBytes);
 }
 
 }  // namespace
 
 Connection::~Connection() { DropWaiting(*this); }
 
-void SendText(Connection& connection, const char* data, std::size_t length) {
+CloseFrame MakeCloseFrame(int code, std::string_view reason) {
+  CloseFrame frame{};
+  frame.payload[0] = static_cast<char>(code / 256);
+  frame.payload[1] = static_cast<char>(code % 256);
+  reason = reason.substr(0, sizeof frame.payload - 2);
+  if (!reason.empty()) std::memcpy(frame.payload + 2, reason.data(), reason.size());
+  frame.length = 2 + reason.size();
+  return frame;
+}
+
+bool SendFrame(Connection& connection, int opcode, std::string_view data) {
   const ScopedLock lock(connection.sendMutex);
-  if (connection.phase == Connection::Phase::kHandshake) AppendWaiting(connection, data, length);
-  if (connection.phase == Connection::Phase::kOpen) Write(connection, data, length);
+  if (connection.closing || connection.phase == Connection::Phase::kGone) return false;
+  return connection.phase == Connection::Phase::kHandshake ? AppendWaiting(connection, opcode, data)
+                                                           : Write(connection, opcode, data);
+}
+
+bool SendClose(Connection& connection, const CloseFrame& frame) {
+  const ScopedLock lock(connection.sendMutex);
+  if (connection.closing || connection.phase == Connection::Phase::kGone) return false;
+  connection.close = frame;
+  connection.closing = true;
+  return connection.phase == Connection::Phase::kHandshake || WriteClose(connection);
+}
+
+std::size_t QueuedBytes(Connection& connection) {
+  const ScopedLock lock(connection.sendMutex);
+  if (connection.phase == Connection::Phase::kHandshake) return connection.waitingBytes;
+  if (connection.phase == Connection::Phase::kGone || mg_websocket_queued == nullptr) return 0;
+  return mg_websocket_queued(connection.entry.conn);
 }
 
 void StartSending(Connection& connection) {
   const ScopedLock lock(connection.sendMutex);
   connection.phase = Connection::Phase::kOpen;
+  SetLimits(connection);
   WriteWaiting(connection);
+  if (connection.closing && connection.phase == Connection::Phase::kOpen) WriteClose(connection);
 }
 
 void StopSending(Connection& connection) {
@@ -103,5 +161,7 @@ void StopSending(Connection& connection) {
   connection.phase = Connection::Phase::kGone;
   DropWaiting(connection);
 }
+
+bool CloseIsBounded() { return mg_websocket_close != nullptr; }
 
 }  // namespace sdkapi

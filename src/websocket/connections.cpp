@@ -3,10 +3,12 @@
 
 #include <civetweb.h>
 
+#include <atomic>
 #include <cstdint>
 #include <cstring>
 #include <utility>
 
+#include "base/clock.h"
 #include "base/lock_order.h"
 #include "base/mutex.h"
 #include "base/text.h"
@@ -18,10 +20,16 @@
 #include "sdkapi/http.h"
 #include "sdkapi/websocket.h"
 #include "server/authentication.h"
+#include "server/host_table.h"
 #include "server/lifecycle.h"
 #include "server/log.h"
+#include "session/login_end.h"
+#include "session/login_limits.h"
 #include "session/login_registry.h"
 #include "session/record_list.h"
+#include "websocket/close_codes.h"
+#include "websocket/current.h"
+#include "websocket/reception.h"
 
 namespace sdkapi {
 namespace {
@@ -37,11 +45,20 @@ enum WebSocketEvent : int { kConnected = 0, kClosed = 2 };
 
 HandleManage g_WebSocketLink;
 
+// Never reused, not even by a later run of the server.
+std::atomic<uint64_t> lastId{0};
+
 ConnectionRef NewConnection(mg_connection* conn, const char* token) {
   ConnectionRef connection = ConnectionRef::New();
   if (connection == nullptr) return nullptr;
+  const mg_request_info* const request = mg_get_request_info(conn);
   connection->entry.conn = conn;
   CopyText(connection->entry.token, token);
+  connection->id = ++lastId;
+  connection->birth = MonotonicMilliseconds();
+  connection->port = request->remote_port;
+  CopyText(connection->address, request->remote_addr);
+  connection->settings = CurrentSettings();
   return connection;
 }
 
@@ -54,7 +71,7 @@ ConnectionRef FindConnection(const mg_connection* conn) {
 int AppendToChain(void* connection, uint32_t /*arg*/, void* context) REQUIRES(g_SendAllMutex) {
   ConnectionRef*& end = *static_cast<ConnectionRef**>(context);
   *end = ConnectionRef::Share(static_cast<Connection*>(connection));
-  end = &(*end)->nextToSend;
+  end = &(*end)->nextInChain;
   return 0;
 }
 
@@ -93,22 +110,54 @@ void EchoProtocol(const mg_connection* conn, const char* protocol) {
   const_cast<mg_request_info*>(mg_get_request_info(conn))->acceptedWebSocketSubprotocol = protocol;
 }
 
-void EndLogin(const char* token) {
-  LoginTimeOutTaskCb(token);
-  RemoveSession(token);
+// Counted as one of its login's WebSockets until it closes.
+void BindLogin(Connection& connection, const LoginRef& found) {
+  connection.login = found.get() == GetSerHandle() ? RegisteredLogin(connection.entry.token) : found;
+  if (connection.login != nullptr) CountWebSocket(*connection.login, 1);
 }
 
-void TellClosed(const WebSocketLinkEntry& entry) {
-  const LoginRef login = FindLogin(entry.token);
-  if (login != nullptr && login->WebSocketCb != nullptr) login->WebSocketCb(kClosed, entry.token, "", 0);
+void UnbindLogin(Connection& connection) {
+  if (connection.login != nullptr) CountWebSocket(*connection.login, -1);
 }
 
-int AcceptLogin(const mg_connection* conn, const char* token, const SdkAPISerHandle& login) {
+// By the host or by a limit: the token may be another login's by now.
+bool ItsLoginHasEnded(const Connection& connection) {
+  return connection.login != nullptr && HasEnded(*connection.login);
+}
+
+void TellClosed(const Connection& connection) {
+  const char* const token = connection.entry.token;
+  const LoginRef login = LookUpLogin(token);
+  if (login == nullptr || login->WebSocketCb == nullptr || ItsLoginHasEnded(connection)) return;
+  login->WebSocketCb(kClosed, token, "", 0);
+}
+
+void EndLogin(const Connection& connection) {
+  if (!LoginIsRequired() || ItsLoginHasEnded(connection)) return;
+  TimeOutLogin(connection.entry.token, connection.login);
+  if (!ItsLoginHasEnded(connection)) RemoveSession(connection.entry.token);
+}
+
+int Refused(const ConnectionRef& connection) {
+  UnbindLogin(*connection);
+  return kRefuse;
+}
+
+int AcceptLogin(const mg_connection* conn, const char* token, const LoginRef& login) {
   // The connection is const here and its owner's later calls need it writable: the interface's own asymmetry.
   const ConnectionRef connection = NewConnection(const_cast<mg_connection*>(conn), token);
-  if (connection == nullptr || !AddToList(g_WebSocketLink, connection)) return kRefuse;
+  if (connection == nullptr) return kRefuse;
+  BindLogin(*connection, login);
+  if (!AddToList(g_WebSocketLink, connection)) return Refused(connection);
+  // Who ends a login closes what is listed; a connection that joins too late sees that it has ended.
+  if (ItsLoginHasEnded(*connection)) {
+    TakeFromList(g_WebSocketLink, connection);
+    return Refused(connection);
+  }
+  mg_set_user_connection_data(conn, connection.get());
   EchoProtocol(conn, token);
-  login.WebSocketCb(kConnected, connection->entry.token, "", 0);
+  const CurrentWebSocket current(connection->id);
+  login->WebSocketCb(kConnected, connection->entry.token, "", 0);
   return kAccept;
 }
 
@@ -120,9 +169,12 @@ ConnectionRef TakeConnection(const mg_connection* conn) {
     kLog.error()("WebSocketCloseHandler fail....!!!!!!");
     return nullptr;
   }
-  TellClosed(connection->entry);
-  if (LoginIsRequired()) EndLogin(connection->entry.token);
+  const CurrentWebSocket current(connection->id);
+  TellClosed(*connection);
+  EndLogin(*connection);
   TakeFromList(g_WebSocketLink, connection);
+  UnbindLogin(*connection);
+  mg_set_user_connection_data(conn, nullptr);
   return connection;
 }
 
@@ -138,13 +190,29 @@ ConnectionRef FindConnection(const char* token) {
   });
 }
 
-void SendTextToAll(const char* data, std::size_t length) {
+ConnectionRef FindConnectionById(uint64_t id) {
+  return FindInList<Connection>(g_WebSocketLink,
+                                [id](const Connection& connection) { return connection.id == id; });
+}
+
+Connection* AcceptedConnection(const mg_connection* conn) {
+  return static_cast<Connection*>(mg_get_user_connection_data(conn));
+}
+
+void VisitConnections(void (*visit)(Connection& connection, void* context), void* context) {
   const ScopedLock order(g_SendAllMutex);
   ConnectionRef next = AllConnections();
   while (next != nullptr) {
-    SendText(*next, data, length);
-    next = std::move(next->nextToSend);
+    visit(*next, context);
+    next = std::move(next->nextInChain);
   }
+}
+
+void CloseWebSocketsOf(SdkAPISerHandle& login) {
+  const CloseFrame frame = MakeCloseFrame(kClosePolicy, "login ended");
+  ForEachConnection([&](Connection& connection) {
+    if (connection.login.get() == &login) SendClose(connection, frame);
+  });
 }
 
 // Connections of an earlier run are gone by now: the web server closes each before its stop returns.
@@ -157,12 +225,13 @@ int WebSocketInit() {
 
 int WebSocketConnectHandler(const mg_connection* conn, void* /*cbdata*/) {
   using namespace sdkapi;
+  EndDueLogins();
   const ContextLock lock(conn);
   const char* const token = GetHttpHeadValue(conn, "Sec-WebSocket-Protocol");
   kLog.info()("token = %s and g_NoLogin = [%d]", token != nullptr ? token : "(null)",
               LoginIsRequired() ? 0 : 1);
   if (token == nullptr || HandshakeWillFail(conn)) return kRefuse;
-  const LoginRef login = FindLogin(token);
+  const LoginRef login = LookUpLogin(token);
   if (login == nullptr) {
     kLog.error()("Token is invalid!!!");
     return kRefuse;
@@ -173,7 +242,7 @@ int WebSocketConnectHandler(const mg_connection* conn, void* /*cbdata*/) {
   }
   StreamPlace place(conn);
   if (!place.granted()) return kRefuse;
-  const int answer = AcceptLogin(conn, token, *login);
+  const int answer = AcceptLogin(conn, token, login);
   if (answer == kAccept) place.Keep();
   return answer;
 }

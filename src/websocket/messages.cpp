@@ -3,6 +3,7 @@
 
 #include <cstdlib>
 #include <cstring>
+#include <string_view>
 
 #include "base/owned.h"
 #include "http/login_ref.h"
@@ -12,6 +13,8 @@
 #include "server/log.h"
 #include "websocket/connection.h"
 #include "websocket/connections.h"
+#include "websocket/current.h"
+#include "websocket/receiving.h"
 
 namespace {
 
@@ -56,12 +59,22 @@ void LogOther(int opcode, const mg_connection* conn) {
   }
 }
 
+std::string_view Text(const char* data, int length) {
+  return {data != nullptr ? data : "", static_cast<std::size_t>(length)};
+}
+
 }  // namespace
 
 int WebsocketDataHandler(mg_connection* conn, int flags, char* data, size_t dataLen, void* /*cbdata*/) {
   const char* const token = GetHttpHeadValue(conn, "Sec-WebSocket-Protocol");
+  Connection* const connection = AcceptedConnection(conn);
+  if (connection != nullptr && connection->closing) return CloseIsBounded() ? kKeep : kCloseConnection;
   const LoginRef login = FindLogin(token);
   if (login == nullptr) return -1;
+  const Received received =
+      connection != nullptr ? Receive(*connection, flags, {data, dataLen}) : Received::kNotTaken;
+  if (received != Received::kNotTaken) return received == Received::kKeep ? kKeep : kCloseConnection;
+  const CurrentWebSocket current(connection != nullptr ? connection->id : 0);
   const int opcode = flags & kOpcodeMask;
   if (opcode == MG_WEBSOCKET_OPCODE_TEXT) return DeliverText(*login, token, data, dataLen);
   LogOther(opcode, conn);
@@ -71,14 +84,15 @@ int WebsocketDataHandler(mg_connection* conn, int flags, char* data, size_t data
 int WebSocketSendData(const char* token, const char* data, int len) {
   if (token == nullptr || len < 0 || (data == nullptr && len > 0)) return 0;
   const ConnectionRef connection = FindConnection(token);
-  if (connection != nullptr)
-    SendText(*connection, data != nullptr ? data : "", static_cast<std::size_t>(len));
+  if (connection != nullptr) SendFrame(*connection, MG_WEBSOCKET_OPCODE_TEXT, Text(data, len));
   return 0;
 }
 
 int WebSocketSendDataALL(const char* data, int len) {
   if (data == nullptr || len < 1) return 0;
   kLog.info()("data = %s dataLen = %d", data, len);
-  SendTextToAll(data, static_cast<std::size_t>(len));
+  ForEachConnection([text = Text(data, len)](Connection& connection) {
+    SendFrame(connection, MG_WEBSOCKET_OPCODE_TEXT, text);
+  });
   return 0;
 }

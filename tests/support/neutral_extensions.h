@@ -14,6 +14,9 @@ inline void SetNeutralExtensions() {
   for (const mg_option* option = mg_get_valid_options(); option->name != nullptr; ++option) {
     SdkAPIExt_Option_Set(option->name, nullptr);
   }
+  SdkAPIExt_Login_Limits_Set(nullptr);
+  SdkAPIExt_WebSocket_Slots_Set(nullptr);
+  SdkAPIExt_WebSocket_Limits_Set(nullptr);
 }
 
 }  // namespace sdktest

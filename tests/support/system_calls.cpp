@@ -7,11 +7,18 @@
 #include <cerrno>
 #include <ctime>
 
+#include "monotonic_clock.h"
+
 namespace sdktest {
 
 SystemCalls& System() {
   static SystemCalls calls;
   return calls;
+}
+
+std::atomic<int64_t>& MonotonicClock() {
+  static std::atomic<int64_t> milliseconds{0};
+  return milliseconds;
 }
 
 }  // namespace sdktest
@@ -32,6 +39,11 @@ std::time_t __wrap_time(std::time_t* out) {
 
 int __wrap_clock_gettime(clockid_t clock, timespec* out) {
   static int64_t now = 1000;
+  const int64_t set = sdktest::MonotonicClock();
+  if (set != 0 && clock == CLOCK_MONOTONIC) {
+    *out = {.tv_sec = set / 1000, .tv_nsec = set % 1000 * 1000000};
+    return 0;
+  }
   const int64_t step = sdktest::System().monotonicStep;
   if (step == 0 || clock != CLOCK_MONOTONIC) return __real_clock_gettime(clock, out);
   *out = {.tv_sec = now += step, .tv_nsec = 0};

@@ -338,7 +338,7 @@ TEST_F(WebSocketTest, ASendThatHoldsTheEntryAcrossTheCloseWritesNothing) {
     const sdkapi::ConnectionRef connection = sdkapi::FindConnection("tok");
     ASSERT_NE(connection, nullptr);
     Close(conn);
-    sdkapi::SendText(*connection, "late", 4);
+    EXPECT_FALSE(sdkapi::SendFrame(*connection, 1, "late"));
     EXPECT_EQ(conn.Frames(), Frames{});
     EXPECT_EQ(conn.frameCalls, 0);
   }

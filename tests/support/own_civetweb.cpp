@@ -1,0 +1,32 @@
+// What only our build of the web server has, for the in-memory one: closing and bounding single WebSockets.
+#include "own_civetweb.h"
+
+namespace sdktest {
+
+WebSocketBounds& Bounds() {
+  static WebSocketBounds bounds;
+  return bounds;
+}
+
+}  // namespace sdktest
+
+extern "C" {
+
+int mg_websocket_close(mg_connection* conn, const char* data, size_t length);
+void mg_websocket_set_limits(mg_connection* conn, size_t queueBytes, size_t queueFrames,
+                             uint64_t payloadBytes);
+size_t mg_websocket_queued(mg_connection* conn);
+
+int mg_websocket_close(mg_connection* conn, const char* data, size_t length) {
+  return mg_websocket_write(conn, MG_WEBSOCKET_OPCODE_CONNECTION_CLOSE, data, length);
+}
+
+void mg_websocket_set_limits(mg_connection* /*conn*/, size_t queueBytes, size_t queueFrames,
+                             uint64_t payloadBytes) {
+  sdktest::Bounds().queueBytes = queueBytes;
+  sdktest::Bounds().queueFrames = queueFrames;
+  sdktest::Bounds().payloadBytes = payloadBytes;
+}
+
+size_t mg_websocket_queued(mg_connection* /*conn*/) { return sdktest::Bounds().queued; }
+}

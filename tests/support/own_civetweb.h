@@ -1,0 +1,21 @@
+// What only our build of the web server has, for the in-memory one: closing and bounding single WebSockets.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+#include "fake_civetweb.h"
+
+namespace sdktest {
+
+struct WebSocketBounds {
+  std::size_t queueBytes = 0;  // as they were set last; 0: never
+  std::size_t queueFrames = 0;
+  uint64_t payloadBytes = 0;
+  std::size_t queued = 0;  // what mg_websocket_queued tells
+};
+
+// Of any connection: the library sets them when a handshake is complete.
+WebSocketBounds& Bounds();
+
+}  // namespace sdktest
