@@ -105,6 +105,14 @@ static_assert(offsetof(CustomReqInfo, method) == 16);
 static_assert(sizeof(CustomDownloadInfo) == 512);
 static_assert(offsetof(CustomDownloadInfo, filePath) == 256);
 
+static_assert(sizeof(SdkAPIExtUpload) == 48);
+static_assert(offsetof(SdkAPIExtUpload, family) == 4);
+static_assert(offsetof(SdkAPIExtUpload, funcId) == 8);
+static_assert(offsetof(SdkAPIExtUpload, completed) == 12);
+static_assert(offsetof(SdkAPIExtUpload, status) == 16);
+static_assert(offsetof(SdkAPIExtUpload, token) == 24);
+static_assert(offsetof(SdkAPIExtUpload, file) == 32);
+static_assert(offsetof(SdkAPIExtUpload, custom) == 40);
 static_assert(sizeof(SdkAPIExtLogin) == 1112);
 static_assert(offsetof(SdkAPIExtLogin, webSockets) == 4);
 static_assert(offsetof(SdkAPIExtLogin, ageSeconds) == 8);

@@ -103,6 +103,52 @@ SDKAPI_EXPORT int SdkAPIExt_ServerLog_Set(SdkAPIExtServerLogHook hook);
  * @param textSize bytes of text; 2048 hold every text.
  * @return 0; -1 when text is NULL or textSize is 0. */
 SDKAPI_EXPORT int SdkAPIExt_StartFailure_Get(char* text, size_t textSize);
+/** The families of uploads. */
+typedef enum SdkAPIExtFamily {
+  kExtUploadImage = 0,       /**< UploadImageFileCb. */
+  kExtUploadText = 1,        /**< UploadTxtFileCb. */
+  kExtUploadArchive = 2,     /**< UploadZipFileCb. */
+  kExtUploadCertificate = 3, /**< UploadCertFileCb. */
+  kExtUploadFirmware = 4,    /**< UpgradeCb. */
+  kExtUploadCustom = 5       /**< routes of @ref SdkAPISer_Custom_Upload_Api_Add. */
+} SdkAPIExtFamily;
+
+struct UploadFileCtx;
+struct UploadCustomCtx;
+
+/** How an upload ended. */
+typedef struct SdkAPIExtUpload {
+  uint32_t size;                  /**< `sizeof` the record. */
+  int32_t family;                 /**< @ref SdkAPIExtFamily. */
+  int32_t funcId;                 /**< its kind; -1 when the URL names none, and for custom uploads. */
+  int32_t completed;              /**< 1: the final call was made, whatever it returned; else 0. */
+  int32_t status;                 /**< the answer that follows, such as 200; a client that left gets none. */
+  int32_t reserved;               /**< 0. */
+  const char* token;              /**< the request's token. */
+  struct UploadFileCtx* file;     /**< the record of its calls; NULL for custom uploads. */
+  struct UploadCustomCtx* custom; /**< the record of a custom upload's calls; else NULL. */
+} SdkAPIExtUpload;
+
+/** Takes the end of an upload, on the worker that served it: after its last call, before the answer is sent
+ * and before `extra` is released. It may take `extra` as the upload's calls may. The answer waits for it.
+ * @param upload what is known of the end. */
+typedef void (*SdkAPIExtUploadEndHook)(const SdkAPIExtUpload* upload);
+
+/** Sets the function that is called exactly once for every upload of which the host has had at least one
+ * call for a field: also when the client vanished in the middle, the form was bad, the host refused it, or it
+ * became too large. A form without a field has a final call only, and no end is told.
+ * @param hook called at every end from now on; NULL takes it back.
+ * @return 0. */
+SDKAPI_EXPORT int SdkAPIExt_UploadEnd_Set(SdkAPIExtUploadEndHook hook);
+
+/** Limits the body of the uploads of one family: the form as it is sent, its delimiters included. One that
+ * announces more is answered 413 with the fixed head before the host is called for it; of one that announces
+ * nothing (chunked) the host gets at most so many bytes, no final call, and the answer is the same. What the
+ * client still sends is read away within the usual bounds.
+ * @param family one of @ref SdkAPIExtFamily.
+ * @param bytes  the most bytes; 0 takes the limit back.
+ * @return 0; -1 for an unknown family, a negative number, or a web server that cannot limit. */
+SDKAPI_EXPORT int SdkAPIExt_Upload_Limit_Set(int family, int64_t bytes);
 
 /** A login, as SdkAPIExt_Login_List() tells it. */
 typedef struct SdkAPIExtLogin {

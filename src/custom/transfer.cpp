@@ -8,6 +8,7 @@
 #include "http/handlers.h"
 #include "http/request.h"
 #include "sdkapi/custom.h"
+#include "sdkapi/extension.h"
 #include "server/log.h"
 #include "transfer/upload_pipeline.h"
 
@@ -20,6 +21,7 @@ constexpr LogSource kLog{"sdkapicustom"};
 // The host's function comes from the route, not from the login's table.
 struct CustomFamily {
   using Context = UploadCustomCtx;
+  static constexpr int kFamily = kExtUploadCustom;
   static constexpr LogSource kLog = ::kLog;
   static constexpr const char* kFound = "FuncUploadCustomFoundCb";
   static constexpr const char* kGet = "FuncUploadCustomGetCb";

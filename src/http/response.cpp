@@ -56,6 +56,9 @@ const char* ReasonFor(int code) {
   return row->text;
 }
 
+// The library answers 413 where the host has set a limit; the host's composer has never known it.
+const char* OwnReasonFor(int code) { return code == 413 ? "Payload Too Large" : ReasonFor(code); }
+
 const char* MediaType(int type) {
   if (type == kJson) return "application/json";
   return type == kXml ? "application/xml" : "text/html";
@@ -70,10 +73,9 @@ constexpr std::string_view kFixedHeaders =
     "Strict-Transport-Security: max-age=63072000; includeSubdomains; preload\r\n"
     "Content-Type: ";
 
-// Returns the head's length, or -1 for a status that cannot be composed.
-int ComposeHead(char (&head)[kHeadSize], int code, int type, int bodyLen, std::string_view extra = {}) {
-  const char* const reason = ReasonFor(code);
-  if (reason == nullptr) return -1;
+// Returns the head's length.
+int ComposeHead(char (&head)[kHeadSize], int code, const char* reason, int type, int bodyLen,
+                std::string_view extra = {}) {
   TextWriter text(head);
   text.Add("HTTP/1.1 ").AddNumber(code).Add(" ").Add(reason).Add("\r\nDate: ").Add(CurrentHttpDate().text);
   text.Add(kFixedHeaders).Add(MediaType(type)).Add("; charset=utf-8;\r\nContent-Length: ").AddNumber(bodyLen);
@@ -127,8 +129,8 @@ void SendPieces(mg_connection* conn, const char* head, std::size_t headLength, c
 int Reply(mg_connection* conn, int status, const char* json) {
   const std::size_t bodyLength = std::strlen(json);
   char head[kHeadSize];
-  const int headLength =
-      ComposeHead(head, status, kJson, static_cast<int>(bodyLength), CrossOriginHeader(conn).text());
+  const int headLength = ComposeHead(head, status, OwnReasonFor(status), kJson, static_cast<int>(bodyLength),
+                                     CrossOriginHeader(conn).text());
   kLog.info()("send =>%s%s", head, json);
   SendPieces(conn, head, static_cast<std::size_t>(headLength), json, bodyLength);
   EndConnection(conn);
@@ -143,10 +145,9 @@ int ReplyJson(mg_connection* conn, int status, const JsonText& json) {
 
 int GroupRespHttpMsg(int code, const char* body, int bodyLen, char* out, int type) {
   using namespace sdkapi;
-  if (body == nullptr || bodyLen < 0 || out == nullptr) return -1;
+  if (body == nullptr || bodyLen < 0 || out == nullptr || !KnowsStatus(code)) return -1;
   char head[kHeadSize];
-  const int headLength = ComposeHead(head, code, type, bodyLen);
-  if (headLength < 0) return -1;
+  const int headLength = ComposeHead(head, code, ReasonFor(code), type, bodyLen);
   std::memcpy(out, head, static_cast<std::size_t>(headLength));
   std::memcpy(out + headLength, body, std::strlen(body) + 1);
   return 0;

@@ -5,6 +5,7 @@
 
 #include "http/handlers.h"
 #include "http/request.h"
+#include "sdkapi/extension.h"
 #include "sdkapi/host.h"
 #include "sdkapi/http.h"
 #include "sdkapi/transfer.h"
@@ -36,18 +37,21 @@ struct SlotFamily {
 };
 
 struct ImageFamily : SlotFamily<&SdkAPISerHandle::UploadImageFileCb> {
+  static constexpr int kFamily = kExtUploadImage;
   static constexpr const char* kHandler = "FuncUploadImageFile";
   static constexpr const char* kFound = "FuncUploadImageFileAndFileFoundCb";
   static constexpr const char* kGet = "FuncUploadImageFileAndFileGetCb";
 };
 
 struct TextFamily : SlotFamily<&SdkAPISerHandle::UploadTxtFileCb> {
+  static constexpr int kFamily = kExtUploadText;
   static constexpr const char* kHandler = "FuncUploadTxtFile";
   static constexpr const char* kFound = "FuncUploadTxtFileAndFileFoundCb";
   static constexpr const char* kGet = "FuncUploadTxtFileAndFileGetCb";
 };
 
 struct ArchiveFamily : SlotFamily<&SdkAPISerHandle::UploadZipFileCb> {
+  static constexpr int kFamily = kExtUploadArchive;
   static constexpr const char* kHandler = "FuncUploadZipFile";
   static constexpr const char* kFound = "FuncUploadZipFileAndFileFoundCb";
   static constexpr const char* kGet = "FuncUploadZipFileAndFileGetCb";
@@ -55,6 +59,7 @@ struct ArchiveFamily : SlotFamily<&SdkAPISerHandle::UploadZipFileCb> {
 
 // A positive error during the parse still gets the final call; two kinds answer "Invalid File".
 struct CertificateFamily : SlotFamily<&SdkAPISerHandle::UploadCertFileCb> {
+  static constexpr int kFamily = kExtUploadCertificate;
   static constexpr const char* kHandler = "FuncUploadCertFile";
   static constexpr const char* kFound = "FuncUploadCertFileAndFileFoundCb";
   static constexpr const char* kGet = "FuncUploadCertFileAndFileGetCb";
@@ -69,6 +74,7 @@ struct CertificateFamily : SlotFamily<&SdkAPISerHandle::UploadCertFileCb> {
 // The slot takes no function identifier. A form that cannot be parsed is an invalid file on purpose.
 struct FirmwareFamily {
   using Context = UploadFileCtx;
+  static constexpr int kFamily = kExtUploadFirmware;
   static constexpr LogSource kLog = ::kLog;
   static constexpr const char* kHandler = "FuncUpgrade";
   static constexpr const char* kFound = "FuncUploadFileAndFileFoundCb";

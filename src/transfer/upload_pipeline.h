@@ -2,6 +2,7 @@
 //
 // A family says what differs:
 //   Context              the record that the host sees
+//   kFamily              its number for the host's extensions
 //   kLog                 the source name of its log lines
 //   kFound, kGet         the names of its form callbacks in the log
 //   Bound(ctx)           whether there is a host function to call
@@ -24,8 +25,12 @@
 #include "base/owned.h"
 #include "base/text.h"
 #include "http/request.h"
+#include "sdkapi/extension.h"
+#include "sdkapi/host.h"
 #include "server/log.h"
 #include "transfer/form.h"
+#include "transfer/upload_end.h"
+#include "transfer/upload_limit.h"
 
 namespace sdkapi {
 
@@ -45,6 +50,7 @@ struct Upload {
   const char* parseToken;  // the one that calls during the parse pass
   int fieldsFound;
   bool parseFailed;
+  bool tooLarge;
 };
 
 template <class Family>
@@ -141,11 +147,17 @@ int OnFieldStored(const char* /*path*/, long long size, void* /*conn*/) {
 // every field was offered to the host: a name that cannot be decoded is counted but never offered.
 template <class Family>
 bool ParseForm(mg_connection* conn, Upload<Family>& upload) {
-  if (!MayBeParsed(conn)) return false;
+  const UploadLimit limit(conn, Family::kFamily);
+  upload.tooLarge = limit.AnnouncedTooMuch();
+  if (upload.tooLarge || !MayBeParsed(conn)) {
+    limit.End();
+    return false;
+  }
   mg_form_data_handler handler{OnFieldFound<Family>, OnFieldGet<Family>, OnFieldStored<Family>, conn};
   mg_set_user_connection_data(conn, &upload);
   const int fields = mg_handle_form_request(conn, &handler);
   mg_set_user_connection_data(conn, nullptr);
+  upload.tooLarge = limit.End();
   return fields == upload.fieldsFound && !upload.parseFailed;
 }
 
@@ -154,10 +166,33 @@ template <class Family>
 UploadAnswer Conclude(Upload<Family>& upload, bool parsed) {
   auto& ctx = upload.ctx;
   if (ctx.error == kNotAuthorised) return {401, ""};
+  if (upload.tooLarge) {
+    Family::kLog.error()("upload is larger than allowed!!!!");
+    return {413, ""};
+  }
   if (!parsed || !Family::Bound(ctx) || !Family::Accepts(ctx.error)) return Family::Refusal(ctx);
   ctx.endFlag = 1;
   ctx.length = 0;
   return {Family::Call(ctx, upload.token) == 0 ? 200 : 500, ""};
+}
+
+// What the host gets to know of an upload's end; nothing where it has not heard of the upload.
+template <class Family>
+void TellEnd(Upload<Family>& upload, const char* token, int status) {
+  if (upload.fieldsFound == 0) return;
+  SdkAPIExtUpload end{};
+  end.family = Family::kFamily;
+  end.completed = upload.ctx.endFlag;
+  end.status = status;
+  end.token = token;
+  if constexpr (std::is_same_v<typename Family::Context, UploadFileCtx>) {
+    end.funcId = upload.ctx.funcId;
+    end.file = &upload.ctx;
+  } else {
+    end.funcId = kUploadUnnamed;
+    end.custom = &upload.ctx;
+  }
+  TellUploadEnd(end);
 }
 
 // Concludes and replies; returns the handler's result. What then stands in the record's extra is released:
@@ -165,6 +200,8 @@ UploadAnswer Conclude(Upload<Family>& upload, bool parsed) {
 template <class Request, class Family>
 int ReplyToUpload(const Request& request, Upload<Family>& upload, bool parsed) {
   const UploadAnswer answer = Conclude(upload, parsed);
+  // Before the client knows: its next upload finds the host done with this one.
+  TellEnd(upload, request.token(), answer.status);
   const MallocPtr<char> extra(std::exchange(upload.ctx.extra, nullptr));
   return request.Answer(answer.status, answer.json);
 }

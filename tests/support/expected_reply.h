@@ -14,6 +14,8 @@ inline std::string StatusLine(int status) {
       return "HTTP/1.1 401 Unauthorized\r\n";
     case 406:
       return "HTTP/1.1 406 Not Acceptable\r\n";
+    case 413:
+      return "HTTP/1.1 413 Payload Too Large\r\n";
     case 500:
       return "HTTP/1.1 500 Internal Server Error\r\n";
     case 503:

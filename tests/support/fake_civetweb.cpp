@@ -10,6 +10,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <memory>
+#include <utility>
 
 using sdktest::FakeServer;
 using sdktest::FormField;
@@ -220,6 +221,12 @@ int mg_get_var(const char* data, size_t length, const char* name, char* dst, siz
     start = end + 1;
   }
   return -1;
+}
+
+extern "C" int mg_set_body_limit(mg_connection* conn, long long bytes);
+extern "C" int mg_set_body_limit(mg_connection* conn, long long bytes) {
+  const bool passed = std::exchange(conn->bodyLimit, bytes) > 0 && conn->bodyLimitPassed;
+  return passed ? 1 : 0;
 }
 
 int mg_read(mg_connection* conn, void* buffer, size_t length) {

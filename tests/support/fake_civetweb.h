@@ -95,6 +95,7 @@ struct mg_connection {
   std::string body;
   long long contentLength = -1;
   sdktest::FormScript form;
+  bool bodyLimitPassed = false;  // what the end of the next limit tells
 
   // The n-th call (from 1) and all later ones fail.
   int failWriteFrom = sdktest::kNever;
@@ -109,6 +110,7 @@ struct mg_connection {
   int readCalls = 0;
   std::vector<size_t> readSizes;
   size_t bodyRead = 0;
+  long long bodyLimit = 0;
   bool keepAlive = true;
   bool closed = false;  // mg_close_connection
   void* userData = nullptr;

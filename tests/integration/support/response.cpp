@@ -72,6 +72,7 @@ std::string JsonReply(int status, const std::string& body) {
       {404, "HTTP/1.1 404 Not Found\r\n"},
       {405, "HTTP/1.1 405 Method Not Allowed\r\n"},
       {406, "HTTP/1.1 406 Not Acceptable\r\n"},
+      {413, "HTTP/1.1 413 Payload Too Large\r\n"},
       {500, "HTTP/1.1 500 Internal Server Error\r\n"},
       {503, "HTTP/1.1 503 Service Unavailable\r\n"},
   };
