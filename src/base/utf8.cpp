@@ -11,7 +11,7 @@ namespace {
 // Leading bytes of characters, and what their second byte may be; all further bytes are 80 to BF.
 struct Form {
   unsigned char first, last;
-  std::size_t following;
+  unsigned char following;
   unsigned char secondFirst, secondLast;
 };
 constexpr Form kForms[] = {

@@ -58,11 +58,11 @@ bool Write(Connection& connection, int opcode, std::string_view data) REQUIRES(c
 }
 
 bool WriteClose(Connection& connection) REQUIRES(connection.sendMutex) {
-  if (mg_websocket_close == nullptr)
-    return Write(connection, MG_WEBSOCKET_OPCODE_CONNECTION_CLOSE,
-                 {connection.close.payload, connection.close.length});
-  if (mg_websocket_close(connection.entry.conn, connection.close.payload, connection.close.length) > 0)
-    return true;
+  const auto& [payload, length] = connection.close;
+  if (mg_websocket_close == nullptr) {
+    return Write(connection, MG_WEBSOCKET_OPCODE_CONNECTION_CLOSE, {payload, length});
+  }
+  if (mg_websocket_close(connection.entry.conn, payload, length) > 0) return true;
   connection.phase = Connection::Phase::kGone;
   return false;
 }

@@ -380,13 +380,13 @@ EVENTS = [
     Fault("a channel for a part of a token", "/ws: a token cut by one", channel_with(lambda request: any(issued[:-1] == protocol(request) for issued in request.proxy.issued)), request=channel_token),
     Fault("a ping that is not answered", "/ws: a ping is answered", CHANNEL, stream=frames(no_pongs)),
     Fault("a pong with another payload", "/ws: a ping is answered", CHANNEL, stream=frames(lambda data: re.sub(rb"(?s)\x8a\x08.{8}", b"\x8a\x08????????", data))),
-    Fault("a binary frame that ends it", "/ws: a binary frame", CHANNEL, ends=True),
+    Fault("a binary frame that ends it", "/ws: a binary frame", CHANNEL, ends_at_binary=True),
     Fault("events in parts", "/ws: an event is one whole", CHANNEL, stream=frames(lambda data: data.replace(b"\x81", b"\x01", 1) if data[:1] == b"\x81" else data)),
     Fault("events that are no UTF-8", "/ws: an event is one whole", CHANNEL, stream=frames(lambda data: data.replace(b'"hello"', b'"hell\xff"'))),
     Fault("events that are no JSON", "/ws: an event is a JSON object", CHANNEL, stream=frames(lambda data: data.replace(b'{"model"', b'["model"').replace(b'{"type"', b'["type"').replace(b'{"status"', b'["status"'))),
     Fault("a close that is not followed", "/ws: a close ends the connection", CHANNEL, stays_open=True),
     Fault("a login that outlives its channel", "/ws: a close ends the login", lambda request: request.path == "/dev_info" and bool(request.token) and any(protocol(other) == request.token for other, *_ in request.proxy.channels), request=with_good_token),
-    Fault("a channel that ends the others", "/ws: the first goes on", CHANNEL, ends=True),
+    Fault("a channel that ends the others", "/ws: the first goes on", CHANNEL, ends_others=True),
     Fault("no channel at all", "events: is offered", channel_with(lambda request: True), answer=always(NOTHING), options={"require": ("events",)}),
 ]
 

@@ -50,7 +50,8 @@ class Fault:
     reply: Callable = None  # (request, whole reply) -> another one
     stream: Callable = None  # (request, piece, state) -> another piece, of a stream
     stays_open: bool = False
-    ends: bool = False
+    ends_at_binary: bool = False
+    ends_others: bool = False
     options: dict = field(default_factory=dict)
 
 
@@ -202,7 +203,7 @@ class Proxy:
         """From the client to the device, until one of them ends."""
         try:
             while piece := client.recv(65536):
-                if hit and self.fault.ends and request.path == "/ws" and piece[0] & 15 == 2:
+                if hit and self.fault.ends_at_binary and piece[0] & 15 == 2:
                     break
                 device.sendall(piece)
         except (OSError, ValueError):
@@ -211,7 +212,7 @@ class Proxy:
             return
         try:
             device.shutdown(socket.SHUT_RDWR if STREAMS.match(request.path) else socket.SHUT_WR)
-            if hit and self.fault.ends:
+            if hit and self.fault.ends_others:
                 for other, its_client, its_device in self.channels:
                     if other is not request and other.path == request.path:
                         its_device.shutdown(socket.SHUT_RDWR)

@@ -46,7 +46,10 @@ class Channel:
         mask = secrets.token_bytes(4)
         size = len(payload)
         head = struct.pack("!BB", first | opcode, 0x80 | (size if size < 126 else 126)) + (struct.pack("!H", size) if size >= 126 else b"")
-        self.socket.sendall(head + mask + bytes(byte ^ mask[index % 4] for index, byte in enumerate(payload)))
+        try:
+            self.socket.sendall(head + mask + bytes(byte ^ mask[index % 4] for index, byte in enumerate(payload)))
+        except OSError:
+            self.ended = True
 
     def frame(self, seconds: float) -> Frame | None:
         """The next frame; None when none came in time, or at the end."""
@@ -94,10 +97,7 @@ class Channel:
 
     def answers_ping(self) -> bool:
         payload = secrets.token_bytes(8)
-        try:
-            self.send(PING, payload)
-        except OSError:
-            return False
+        self.send(PING, payload)
         frame = self.wait_for(PONG, 5)
         return frame is not None and frame.payload == payload
 
