@@ -4,7 +4,6 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
-#include <cstring>
 #include <string_view>
 
 namespace sdkapi {
@@ -17,8 +16,7 @@ class TextWriter {
 
   TextWriter& Add(std::string_view text) {
     const std::size_t length = std::min(text.size(), static_cast<std::size_t>(last_ - at_));
-    std::memcpy(at_, text.data(), length);
-    at_ += length;
+    at_ = std::copy_n(text.data(), length, at_);
     return *this;
   }
 

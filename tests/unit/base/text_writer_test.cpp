@@ -29,6 +29,12 @@ TEST(TextWriter, AddsALeadingZeroBelowTen) {
   EXPECT_STREQ(text, "000759");
 }
 
+TEST(TextWriter, AddsNothingForATextThatPointsNowhere) {
+  char text[8];
+  EXPECT_EQ(TextWriter(text).Add("a").Add({}).Add("b").Finish(), 2U);
+  EXPECT_STREQ(text, "ab");
+}
+
 TEST(TextWriter, CutsWhatDoesNotFitAndStaysInTheArray) {
   struct {
     char text[5];
