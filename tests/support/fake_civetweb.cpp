@@ -223,12 +223,6 @@ int mg_get_var(const char* data, size_t length, const char* name, char* dst, siz
   return -1;
 }
 
-extern "C" int mg_set_body_limit(mg_connection* conn, long long bytes);
-extern "C" int mg_set_body_limit(mg_connection* conn, long long bytes) {
-  const bool passed = std::exchange(conn->bodyLimit, bytes) > 0 && conn->bodyLimitPassed;
-  return passed ? 1 : 0;
-}
-
 int mg_read(mg_connection* conn, void* buffer, size_t length) {
   conn->readSizes.push_back(length);
   if (++conn->readCalls >= conn->failReadFrom) return -1;
@@ -247,11 +241,6 @@ extern "C" const char* mg_get_sent_path(const mg_connection* conn) {
 }
 
 const mg_option* mg_get_valid_options(void) { return server->validOptions.data(); }
-
-extern "C" long long mg_get_bytes_sent(const mg_connection* conn);
-extern "C" long long mg_get_bytes_sent(const mg_connection* conn) {
-  return static_cast<long long>(conn->output.size());
-}
 
 int mg_write(mg_connection* conn, const void* data, size_t length) { return Write(*conn, data, length); }
 

@@ -1,5 +1,10 @@
-// What only our build of the web server has, for the in-memory one: closing and bounding single WebSockets.
+// What only our build of the web server has, for the in-memory one: closing and bounding single WebSockets, a
+// bound for bodies, and the count of bytes sent.
 #include "own_civetweb.h"
+
+#include <utility>
+
+#include "fake_civetweb.h"
 
 namespace sdktest {
 
@@ -16,6 +21,8 @@ int mg_websocket_close(mg_connection* conn, const char* data, size_t length);
 void mg_websocket_set_limits(mg_connection* conn, size_t queueBytes, size_t queueFrames,
                              uint64_t payloadBytes);
 size_t mg_websocket_queued(mg_connection* conn);
+int mg_set_body_limit(mg_connection* conn, long long bytes);
+long long mg_get_bytes_sent(const mg_connection* conn);
 
 int mg_websocket_close(mg_connection* conn, const char* data, size_t length) {
   return mg_websocket_write(conn, MG_WEBSOCKET_OPCODE_CONNECTION_CLOSE, data, length);
@@ -29,4 +36,11 @@ void mg_websocket_set_limits(mg_connection* /*conn*/, size_t queueBytes, size_t 
 }
 
 size_t mg_websocket_queued(mg_connection* /*conn*/) { return sdktest::Bounds().queued; }
+
+int mg_set_body_limit(mg_connection* conn, long long bytes) {
+  const bool passed = std::exchange(conn->bodyLimit, bytes) > 0 && conn->bodyLimitPassed;
+  return passed ? 1 : 0;
+}
+
+long long mg_get_bytes_sent(const mg_connection* conn) { return static_cast<long long>(conn->output.size()); }
 }

@@ -1,4 +1,4 @@
-// WebSockets of a host that governs them beside a web server that cannot bound or close single ones.
+// A host that governs its server beside a web server without what only our build of it has.
 #include <vector>
 
 #include "library_fixture.h"
@@ -63,6 +63,12 @@ TEST_F(OtherCivetwebTest, AMessagesBoundIsCheckedWhenItsFrameIsThere) {
   EXPECT_EQ(conn_.Frames(), (Frames{{8,
                                      "\x03\xf1"
                                      "message is too big"}}));
+}
+
+// Refused at once, instead of a promise that nothing keeps.
+TEST_F(OtherCivetwebTest, WhatNeedsOurBuildIsRefused) {
+  EXPECT_EQ(SdkAPIExt_SilentFailure_Set(500), -1);
+  EXPECT_EQ(SdkAPIExt_Upload_Limit_Set(kExtUploadImage, 1000), -1);
 }
 
 }  // namespace
