@@ -152,7 +152,7 @@ void CheckMessages(TestHost& host) {
       WebSocketSendData(token.c_str(), data.c_str(), static_cast<int>(data.size()));
       WebSocketSendDataALL(data.c_str(), static_cast<int>(data.size()));
     }
-    return 0;
+    return result;
   };
 }
 
