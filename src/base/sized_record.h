@@ -59,4 +59,33 @@ void WriteRecordAt(const Record& from, Record* records, std::size_t index) {
   WriteRecord(from, place);
 }
 
+// A caller's array that a list is written to, and the count beside it: in its room, out how many there are.
+template <SizedRecord Record>
+class RecordArray {
+ public:
+  RecordArray(Record* records, std::size_t* count) : records_(records), count_(count) {}
+
+  // What is wrong with the arguments; null when nothing is.
+  const char* Fault() const {
+    if (count_ == nullptr) return "no count";
+    if (*count_ == 0) return nullptr;
+    if (records_ == nullptr) return "no records";
+    return KnowsSize<Record>(records_->size) ? nullptr : "size unknown";
+  }
+
+  // Counts one more, and describes it while there is room.
+  template <class Describe>
+  void Add(Describe describe) {
+    if (number_ < *count_) WriteRecordAt(describe(), records_, number_);
+    ++number_;
+  }
+
+  void Finish() { *count_ = number_; }
+
+ private:
+  Record* records_;
+  std::size_t* count_;
+  std::size_t number_ = 0;
+};
+
 }  // namespace sdkapi

@@ -5,9 +5,9 @@
 
 #include <cstdint>
 #include <cstring>
-#include <ctime>
 #include <string_view>
 
+#include "base/clock.h"
 #include "base/text_writer.h"
 #include "http/cross_origin.h"
 #include "http/http_date.h"
@@ -83,13 +83,6 @@ int ComposeHead(char (&head)[kHeadSize], int code, const char* reason, int type,
   return static_cast<int>(text.Finish());
 }
 
-// Unlike the clock of the Date header, this one never jumps.
-std::time_t MonotonicSeconds() {
-  timespec now{};
-  clock_gettime(CLOCK_MONOTONIC, &now);
-  return now.tv_sec;
-}
-
 }  // namespace
 
 bool KnowsStatus(int status) { return ReasonFor(status) != nullptr; }
@@ -98,11 +91,11 @@ void DrainBody(mg_connection* conn) {
   char discarded[8192];
   if (mg_set_body_deadline != nullptr) mg_set_body_deadline(conn, kDrainSeconds * 1000);
   int64_t drained = 0;
-  std::time_t deadline = 0;
+  int64_t deadline = 0;
   int got = 0;
   while ((got = mg_read(conn, discarded, sizeof discarded)) > 0) {
     drained += got;
-    const std::time_t now = MonotonicSeconds();
+    const int64_t now = MonotonicSeconds();  // unlike the clock of the Date header, it never jumps
     if (deadline == 0) deadline = now + kDrainSeconds;
     if (drained >= kDrainBytes || now >= deadline) return;
   }

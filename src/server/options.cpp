@@ -19,6 +19,14 @@ static_assert(2 * (kOwnOptions + kMostOverrides) < kOptionEntries, "the vector e
 
 std::array<const char*, kOptionEntries> s_Options{};
 
+// The value of an option that was added, or null.
+const char* AddedValue(const char* key) {
+  for (std::size_t i = 0; s_Options[i] != nullptr; i += 2) {
+    if (std::strcmp(s_Options[i], key) == 0) return s_Options[i + 1];
+  }
+  return nullptr;
+}
+
 // Copies, so that a setter called after Init takes effect at the next Init only. The ports are not copied.
 char documentRoot[kConfigTextSize];
 char certificatePath[kConfigTextSize];
@@ -41,18 +49,12 @@ class OptionWriter {
   // What the host set beyond the options that were added.
   void AddTheRest() {
     for (const OptionOverride& override : Overrides()) {
-      if (override.value != nullptr && !Has(override.key)) Append(override.key, override.value);
+      if (override.value != nullptr && AddedValue(override.key) == nullptr)
+        Append(override.key, override.value);
     }
   }
 
  private:
-  bool Has(const char* key) const {
-    for (std::size_t i = 0; i < next_; i += 2) {
-      if (std::strcmp(s_Options[i], key) == 0) return true;
-    }
-    return false;
-  }
-
   void Append(const char* key, const char* value) {
     s_Options[next_++] = key;
     s_Options[next_++] = value;
@@ -66,10 +68,8 @@ class OptionWriter {
 const char** GetOptionsParam() { return s_Options.data(); }
 
 const char* OptionValue(const char* key) {
-  for (std::size_t i = 0; s_Options[i] != nullptr; i += 2) {
-    if (std::strcmp(s_Options[i], key) == 0) return s_Options[i + 1];
-  }
-  return "";
+  const char* const value = AddedValue(key);
+  return value != nullptr ? value : "";
 }
 
 }  // namespace sdkapi

@@ -15,17 +15,11 @@ namespace {
 
 using namespace sdkapi;
 
-constexpr uint64_t kMillisecondsPerSecond = 1000;
-
-uint64_t SecondsSince(int64_t then, int64_t now) {
-  return now > then ? static_cast<uint64_t>(now - then) / kMillisecondsPerSecond : 0;
-}
-
 SdkAPIExtLogin Describe(const LoginFacts& facts, int64_t now) {
   SdkAPIExtLogin login{};
   login.webSockets = facts.webSockets;
-  login.ageSeconds = SecondsSince(facts.birth, now);
-  login.idleSeconds = SecondsSince(facts.lastUse, now);
+  login.ageSeconds = SecondsBetween(facts.birth, now);
+  login.idleSeconds = SecondsBetween(facts.lastUse, now);
   CopyText(login.address, facts.address);
   CopyText(login.token, facts.token);
   return login;
@@ -41,17 +35,10 @@ int SdkAPIExt_Login_End(const char* token) {
 }
 
 int SdkAPIExt_Login_List(SdkAPIExtLogin* logins, size_t* count) {
-  if (count == nullptr) return Refuse(kExtensionLog.error(), __func__, "no count");
-  const std::size_t room = *count;
-  if (room > 0 && logins == nullptr) return Refuse(kExtensionLog.error(), __func__, "no records");
-  if (room > 0 && !KnowsSize<SdkAPIExtLogin>(logins->size))
-    return Refuse(kExtensionLog.error(), __func__, "size unknown");
+  RecordArray list(logins, count);
+  if (const char* const fault = list.Fault()) return Refuse(kExtensionLog.error(), __func__, fault);
   const int64_t now = MonotonicMilliseconds();
-  std::size_t number = 0;
-  ForEachLogin([&](const LoginFacts& facts) {
-    if (number < room) WriteRecordAt(Describe(facts, now), logins, number);
-    ++number;
-  });
-  *count = number;
+  ForEachLogin([&](const LoginFacts& facts) { list.Add([&] { return Describe(facts, now); }); });
+  list.Finish();
   return 0;
 }

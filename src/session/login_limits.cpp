@@ -16,7 +16,6 @@ namespace sdkapi {
 namespace {
 
 constexpr uint32_t kMostLogins = 20;  // as the session stack holds
-constexpr int64_t kMillisecondsPerSecond = 1000;
 
 std::atomic<bool> limitsAreSet{false};  // spares requests the lock
 constinit Mutex limitsMutex;

@@ -23,7 +23,6 @@ namespace {
 
 using namespace sdkapi;
 
-constexpr int64_t kMillisecondsPerSecond = 1000;
 constexpr std::size_t kMostReasonBytes = 123;
 
 // What is wrong with a frame; null when nothing is.
@@ -67,7 +66,7 @@ SdkAPIExtWebSocket Describe(Connection& connection, int64_t now) {
   SdkAPIExtWebSocket socket{};
   socket.port = connection.port;
   socket.id = connection.id;
-  socket.ageSeconds = static_cast<uint64_t>((now - connection.birth) / kMillisecondsPerSecond);
+  socket.ageSeconds = SecondsBetween(connection.birth, now);
   socket.queuedBytes = QueuedBytes(connection);
   CopyText(socket.address, connection.address);
   CopyText(socket.token, connection.entry.token);
@@ -116,17 +115,10 @@ int SdkAPIExt_WebSocket_Close(uint64_t id, int code, const char* reason) {
 }
 
 int SdkAPIExt_WebSocket_List(SdkAPIExtWebSocket* sockets, size_t* count) {
-  if (count == nullptr) return Refuse(kExtensionLog.error(), __func__, "no count");
-  const std::size_t room = *count;
-  if (room > 0 && sockets == nullptr) return Refuse(kExtensionLog.error(), __func__, "no records");
-  if (room > 0 && !KnowsSize<SdkAPIExtWebSocket>(sockets->size))
-    return Refuse(kExtensionLog.error(), __func__, "size unknown");
+  RecordArray list(sockets, count);
+  if (const char* const fault = list.Fault()) return Refuse(kExtensionLog.error(), __func__, fault);
   const int64_t now = MonotonicMilliseconds();
-  std::size_t number = 0;
-  ForEachConnection([&](Connection& connection) {
-    if (number < room) WriteRecordAt(Describe(connection, now), sockets, number);
-    ++number;
-  });
-  *count = number;
+  ForEachConnection([&](Connection& connection) { list.Add([&] { return Describe(connection, now); }); });
+  list.Finish();
   return 0;
 }
