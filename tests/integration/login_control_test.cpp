@@ -7,12 +7,15 @@
 #include <utility>
 #include <vector>
 
+#include "extension_lists.h"
 #include "raw_websocket.h"
 #include "sdkapi/extension.h"
 #include "server_test_base.h"
 
 namespace integration {
 namespace {
+
+using sdktest::Logins;
 
 // Code 1008 and the reason.
 const Frame kLoginEnded{true, 8, "\x03\xf0login ended"};
@@ -44,14 +47,6 @@ class LoginControlTest : public ModeTest {
 
   Response DeviceInfoAs(const std::string& token) {
     return SendBare({"GET", "/dev_info", {"Authorization: Bearer " + token}, ""});
-  }
-  static std::vector<SdkAPIExtLogin> Logins() {
-    std::vector<SdkAPIExtLogin> logins(30);
-    logins[0].size = sizeof(SdkAPIExtLogin);
-    size_t count = logins.size();
-    EXPECT_EQ(SdkAPIExt_Login_List(logins.data(), &count), 0);
-    logins.resize(count);
-    return logins;
   }
   static SdkAPIExtLoginLimits Limits() {
     SdkAPIExtLoginLimits limits{};

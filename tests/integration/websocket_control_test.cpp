@@ -4,12 +4,15 @@
 #include <string>
 #include <vector>
 
+#include "extension_lists.h"
 #include "raw_websocket.h"
 #include "sdkapi/extension.h"
 #include "server_test_base.h"
 
 namespace integration {
 namespace {
+
+using sdktest::Sockets;
 
 std::mutex messagesMutex;
 std::vector<std::string> messages;
@@ -50,14 +53,6 @@ class WebSocketControlTest : public ModeTest {
     auto socket = std::make_unique<RawWebSocket>(mode());
     EXPECT_TRUE(socket->Open(token()));
     return socket;
-  }
-  static std::vector<SdkAPIExtWebSocket> Sockets() {
-    std::vector<SdkAPIExtWebSocket> sockets(30);
-    sockets[0].size = sizeof(SdkAPIExtWebSocket);
-    size_t count = sockets.size();
-    EXPECT_EQ(SdkAPIExt_WebSocket_List(sockets.data(), &count), 0);
-    sockets.resize(count);
-    return sockets;
   }
   static uint64_t NewestId() { return Sockets().back().id; }
   static void SetLimits(uint32_t frames, uint64_t bytes, uint64_t message) {

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "base/text.h"
+#include "extension_lists.h"
 #include "http/handlers.h"
 #include "library_fixture.h"
 #include "monotonic_clock.h"
@@ -19,6 +20,7 @@ namespace {
 
 using sdktest::JsonReply;
 using sdktest::LogCapture;
+using sdktest::Logins;
 using sdktest::MonotonicClock;
 using sdktest::Strings;
 using sdktest::TestHost;
@@ -84,15 +86,6 @@ class LoginControlTest : public sdktest::LibraryTest {
     return limits;
   }
   static void Set(const SdkAPIExtLoginLimits& limits) { EXPECT_EQ(SdkAPIExt_Login_Limits_Set(&limits), 0); }
-
-  static std::vector<SdkAPIExtLogin> Logins() {
-    std::vector<SdkAPIExtLogin> logins(30);
-    logins[0].size = sizeof(SdkAPIExtLogin);
-    size_t count = logins.size();
-    EXPECT_EQ(SdkAPIExt_Login_List(logins.data(), &count), 0);
-    logins.resize(count);
-    return logins;
-  }
 
   static void ExpectRefusal(const std::string& function, const std::string& reason) {
     EXPECT_EQ(Log(), Strings{"4 sdkapiext " + function + ": " + reason + "!!!!"});

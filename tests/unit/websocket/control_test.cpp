@@ -3,6 +3,7 @@
 #include <memory>
 #include <vector>
 
+#include "extension_lists.h"
 #include "http/handlers.h"
 #include "library_fixture.h"
 #include "monotonic_clock.h"
@@ -18,6 +19,7 @@ namespace {
 using sdktest::Bounds;
 using sdktest::LogCapture;
 using sdktest::MonotonicClock;
+using sdktest::Sockets;
 using sdktest::Strings;
 using sdktest::TestHost;
 using sdktest::WebSocketFrame;
@@ -82,14 +84,6 @@ class WebSocketControlTest : public sdktest::LibraryTest {
   }
   static int Receive(const Socket& conn, int flags, std::string data) {
     return WebsocketDataHandler(conn.get(), flags, data.data(), data.size(), nullptr);
-  }
-  static std::vector<SdkAPIExtWebSocket> Sockets() {
-    std::vector<SdkAPIExtWebSocket> sockets(30);
-    sockets[0].size = sizeof(SdkAPIExtWebSocket);
-    size_t count = sockets.size();
-    EXPECT_EQ(SdkAPIExt_WebSocket_List(sockets.data(), &count), 0);
-    sockets.resize(count);
-    return sockets;
   }
   static uint64_t NewestId() { return Sockets().back().id; }
   static int Send(uint64_t id, int frame, const std::string& data) {
