@@ -1,0 +1,23 @@
+/** The kit: default implementations of the slots that are hard to write well, each usable alone.
+ * @file
+ *
+ * The library calls slots; the kit brings functions for them, and a product replaces any of them by its own.
+ * There is one header a subject; this one includes them all. What holds for all of them:
+ *
+ * -# **One device a process.** As the library, each subject exists once. It is started with a record of
+ *    options, puts its functions into the host's table, and is stopped after the server.
+ * -# **Results.** 0 for success, -1 for failure, with a reason for the log (@ref SdkKitLog_Set). Whatever
+ * goes wrong inside, memory included, is a result: no C++ exception leaves the kit.
+ * -# **Records.** The first field of every record of options is its size, `sizeof` the record; a size that
+ *    this kit does not know is refused. The rest of a zeroed record is a good default. Texts and
+ *    arrays are copied; functions must stay callable until the subject was stopped.
+ * -# **Threads.** Functions may be called from any thread, slots and host functions included, unless they say
+ *    otherwise. None waits for a client.
+ *
+ * Programs link `sdkapi-kit` and `sdkapi`. */
+#ifndef SDKAPI_KIT_H
+#define SDKAPI_KIT_H
+
+#include "sdkapi/kit_log.h"
+
+#endif

@@ -1,0 +1,22 @@
+// The kit's lines, one subject a source file.
+#pragma once
+
+#include "sdkapi/kit_log.h"
+
+namespace sdkkit {
+
+// Writes lines under one subject's name: Log{"accounts"}.Error("no room for %s", name).
+class Log {
+ public:
+  explicit constexpr Log(const char* subject) : subject_(subject) {}
+
+  [[gnu::format(printf, 2, 3)]] void Info(const char* format, ...) const;
+  [[gnu::format(printf, 2, 3)]] void Audit(const char* format, ...) const;
+  [[gnu::format(printf, 2, 3)]] void Warning(const char* format, ...) const;
+  [[gnu::format(printf, 2, 3)]] void Error(const char* format, ...) const;
+
+ private:
+  const char* subject_;
+};
+
+}  // namespace sdkkit
