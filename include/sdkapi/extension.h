@@ -97,7 +97,7 @@ typedef void (*SdkAPIExtServerLogHook)(const SdkAPIExtServerMessage* message);
 SDKAPI_EXPORT int SdkAPIExt_ServerLog_Set(SdkAPIExtServerLogHook hook);
 
 /** Tells why the last @ref SdkAPISer_Start failed: a meaning where one is known, and the words of the web
- * server.
+ * server. A start that is refused because another one is under way leaves that one's reason.
  * @param text     gets the text with its NUL, cut to its size; empty before the first start and after a good
  * one.
  * @param textSize bytes of text; 2048 hold every text.

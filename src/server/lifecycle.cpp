@@ -123,9 +123,7 @@ void StopServer(mg_context* ctx) {
 
 // The start's result.
 int RefuseStart(const char* reason) {
-  BeginStartNotes();
-  NoteStartMessage(reason);
-  EndStartNotes(false);
+  NoteRefusedStart(reason);
   return -1;
 }
 

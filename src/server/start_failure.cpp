@@ -61,6 +61,13 @@ void BeginStartNotes() {
   notes.text[0] = '\0';
 }
 
+void NoteRefusedStart(const char* reason) {
+  const ScopedLock lock(notes.mutex);
+  if (notes.open) return;
+  notes.text[0] = '\0';
+  Append(reason);
+}
+
 void NoteStartMessage(const char* message) {
   const ScopedLock lock(notes.mutex);
   if (!notes.open) return;

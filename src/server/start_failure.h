@@ -6,6 +6,9 @@ namespace sdkapi {
 // A start begins: forgets the one before.
 void BeginStartNotes();
 
+// A start failed before it began. What another one under way has noted stays.
+void NoteRefusedStart(const char* reason);
+
 // What the web server or the library says while a start is under way; nothing is noted at other times.
 void NoteStartMessage(const char* message);
 

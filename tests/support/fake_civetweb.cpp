@@ -149,6 +149,7 @@ mg_context* mg_start(const mg_callbacks* callbacks, void* userData, const char**
   server->userData = userData;
   server->options.clear();
   for (const char** option = options; *option != nullptr; ++option) server->options.emplace_back(*option);
+  if (server->onStart) server->onStart();
   if (server->failStart) return nullptr;
   server->context.stopping = false;
   server->context.stopped = false;

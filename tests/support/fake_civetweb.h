@@ -155,6 +155,7 @@ struct FakeServer {
   std::vector<WebSocketEndpoint> endpoints;
   std::vector<std::string> journal;  // start, routes and endpoints, stop in order
   mg_context context;
+  std::function<void()> onStart;  // while the server starts
   std::function<void()> onRoute;  // while a route is registered
   std::function<void()> onStop;   // while the server stops
   int deepestLock = 0;

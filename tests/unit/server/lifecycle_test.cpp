@@ -13,6 +13,7 @@
 #include <thread>
 
 #include "library_fixture.h"
+#include "sdkapi/extension.h"
 #include "server/config.h"
 #include "server/host_table.h"
 #include "websocket/connections.h"
@@ -35,6 +36,12 @@ class LifecycleTest : public sdktest::LibraryTest {
     SdkAPISer_Stop(nullptr);
     SdkAPISer_WebsocketUrl_Set("");
     SdkAPiSer_CertPassword_Set("");
+  }
+
+  static std::string StartFailure() {
+    char text[2048];
+    EXPECT_EQ(SdkAPIExt_StartFailure_Get(text, sizeof text), 0);
+    return text;
   }
 
   SdkAPISerHandle table_ = TestHost::Table();
@@ -128,6 +135,33 @@ TEST_F(LifecycleTest, StartWhileRunningIsRefused) {
   EXPECT_EQ(SdkAPISer_Start(&table_), 0);
   EXPECT_EQ(SdkAPISer_Start(&table_), -1);
   EXPECT_EQ(Server().starts, 1);
+}
+
+TEST_F(LifecycleTest, AStartBesideAnotherIsRefusedAndLeavesItsReason) {
+  Server().failStart = true;
+  Server().onStart = [&] {
+    sdkapi::log_message(nullptr, "first");
+    EXPECT_EQ(std::async(std::launch::async, [&] { return SdkAPISer_Start(&table_); }).get(), -1);
+    EXPECT_EQ(std::async(std::launch::async, [] { return SdkAPISer_Start(nullptr); }).get(), -1);
+    sdkapi::log_message(nullptr, "second");
+  };
+  EXPECT_EQ(SdkAPISer_Start(&table_), -1);
+  EXPECT_EQ(StartFailure(), "first; second");
+}
+
+TEST_F(LifecycleTest, ARefusedStartSaysWhy) {
+  EXPECT_EQ(SdkAPISer_Start(&table_), 0);
+  EXPECT_EQ(StartFailure(), "");
+  EXPECT_EQ(SdkAPISer_Start(nullptr), -1);
+  EXPECT_EQ(StartFailure(), "there is no table of functions");
+  EXPECT_EQ(SdkAPISer_Start(&table_), -1);
+  EXPECT_EQ(StartFailure(), "the server runs, or is being stopped");
+}
+
+TEST_F(LifecycleTest, AStartThatFailsWithoutAWordSaysSo) {
+  Server().failStart = true;
+  EXPECT_EQ(SdkAPISer_Start(&table_), -1);
+  EXPECT_EQ(StartFailure(), "the web server gave no reason");
 }
 
 TEST_F(LifecycleTest, StopLogsAndStopsTheWebServer) {
