@@ -2,7 +2,7 @@
 include(CMakePackageConfigHelpers)
 
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/include/sdkapi DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT development
-        FILES_MATCHING PATTERN "*.h")
+        FILES_MATCHING PATTERN "*.h" PATTERN "kit*.h" EXCLUDE)
 
 # The way from the library folder up to the prefix, so that an installed tree can be moved.
 string(REGEX REPLACE "[^/]+" ".." libdirUp ${CMAKE_INSTALL_LIBDIR})
@@ -14,4 +14,5 @@ configure_package_config_file(cmake/sdkapi-config.cmake.in sdkapi-config.cmake I
 write_basic_package_version_file(sdkapi-config-version.cmake COMPATIBILITY SameMajorVersion)
 install(FILES ${PROJECT_BINARY_DIR}/sdkapi-config.cmake ${PROJECT_BINARY_DIR}/sdkapi-config-version.cmake
         DESTINATION ${packageFolder} COMPONENT development)
-install(EXPORT sdkapi NAMESPACE sdkapi:: DESTINATION ${packageFolder} COMPONENT development)
+# Not "sdkapi.cmake", which would take every "sdkapi-*.cmake" beside it for one of its configurations.
+install(EXPORT sdkapi FILE targets.cmake NAMESPACE sdkapi:: DESTINATION ${packageFolder} COMPONENT development)

@@ -1,17 +1,20 @@
-# Debian packages: the library with its private web server, its development files, the simulated device, the tools.
+# Debian packages: the library with its private web server, the kit, their development files, the simulated device, the tools.
 
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_STRIP_FILES ON)
 set(CPACK_DEB_COMPONENT_INSTALL ON)
 set(CPACK_COMPONENTS_ALL runtime development tools)
+if(TARGET sdkapi-kit)
+  list(APPEND CPACK_COMPONENTS_ALL kit kit-development)
+endif()
 if(TARGET sdkapi-simulator)
   list(APPEND CPACK_COMPONENTS_ALL simulator)
 endif()
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_MAINTAINER "sdkapi developers <developers@sdkapi.example>")
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
-set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${PROJECT_BINARY_DIR} ${PROJECT_BINARY_DIR}/src)
+set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${PROJECT_BINARY_DIR} ${PROJECT_BINARY_DIR}/src ${PROJECT_BINARY_DIR}/kit)
 set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
 if(CMAKE_SYSTEM_PROCESSOR STREQUAL aarch64)
   set(CPACK_DEBIAN_PACKAGE_ARCHITECTURE arm64)
@@ -31,9 +34,23 @@ set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "libsdkapi1 (= ${PROJECT_VERSION})"
 set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION
     "API server of a networked audio/video device (development files)\n Headers, pkg-config file and CMake package for device programs.")
 
+set(CPACK_DEBIAN_KIT_PACKAGE_NAME libsdkapi-kit1)
+set(CPACK_DEBIAN_KIT_PACKAGE_SECTION libs)
+set(CPACK_DEBIAN_KIT_PACKAGE_DEPENDS "libsdkapi1 (= ${PROJECT_VERSION})")
+set(CPACK_COMPONENT_KIT_DESCRIPTION
+    "default implementations of a device program's slots\n The kit brings accounts, uploads, archives, firmware, previews, events and a runner for device\n programs on the API server library.")
+set(CPACK_DEBIAN_KIT_PACKAGE_CONTROL_EXTRA ${PROJECT_SOURCE_DIR}/packaging/triggers ${PROJECT_SOURCE_DIR}/packaging/kit/shlibs)
+
+set(CPACK_DEBIAN_KIT-DEVELOPMENT_PACKAGE_NAME libsdkapi-kit-dev)
+set(CPACK_DEBIAN_KIT-DEVELOPMENT_PACKAGE_SECTION libdevel)
+set(CPACK_DEBIAN_KIT-DEVELOPMENT_PACKAGE_SHLIBDEPS OFF)
+set(CPACK_DEBIAN_KIT-DEVELOPMENT_PACKAGE_DEPENDS "libsdkapi-dev (= ${PROJECT_VERSION}), libsdkapi-kit1 (= ${PROJECT_VERSION})")
+set(CPACK_COMPONENT_KIT-DEVELOPMENT_DESCRIPTION
+    "default implementations of a device program's slots (development files)\n Headers, static library, pkg-config file and CMake targets for device programs.")
+
 set(CPACK_DEBIAN_SIMULATOR_PACKAGE_NAME sdkapi-simulator)
 set(CPACK_DEBIAN_SIMULATOR_PACKAGE_SECTION net)
-set(CPACK_DEBIAN_SIMULATOR_PACKAGE_DEPENDS "libsdkapi1 (= ${PROJECT_VERSION})")
+set(CPACK_DEBIAN_SIMULATOR_PACKAGE_DEPENDS "libsdkapi1 (= ${PROJECT_VERSION}), libsdkapi-kit1 (= ${PROJECT_VERSION})")
 set(CPACK_COMPONENT_SIMULATOR_DESCRIPTION
     "simulated audio/video device with the device API\n An eight-unit matrix without the hardware, with a web console, as a service.\n Clients of the API are developed and tested against it.")
 
@@ -61,6 +78,9 @@ foreach(component IN LISTS CPACK_COMPONENTS_ALL)
   sdkapi_package_file(${component} ${folder} ${PROJECT_BINARY_DIR}/changelog.gz)
 endforeach()
 sdkapi_package_file(runtime ${CMAKE_INSTALL_DATADIR}/lintian/overrides packaging/libsdkapi1.lintian-overrides RENAME libsdkapi1)
+if(TARGET sdkapi-kit)
+  sdkapi_package_file(kit ${CMAKE_INSTALL_DATADIR}/lintian/overrides packaging/kit/libsdkapi-kit1.lintian-overrides RENAME libsdkapi-kit1)
+endif()
 if(TARGET sdkapi-simulator)
   execute_process(COMMAND gzip -9nc INPUT_FILE ${PROJECT_SOURCE_DIR}/packaging/sdkapi-simulator.1
                   OUTPUT_FILE ${PROJECT_BINARY_DIR}/sdkapi-simulator.1.gz)

@@ -1,7 +1,7 @@
 #!/usr/bin/python3
-"""The programs of docs/extension/: built and run as they stand against an installed tree, they print what their pages say.
+"""A page with a program: built and run as it stands against an installed tree, it prints what the page says.
 
-usage: extension_pages.py BUILD PAGE, in the repository's root
+usage: program_pages.py BUILD PAGE, in the repository's root; such as docs/extension/uploads.md
 """
 import os
 import pathlib
@@ -21,7 +21,7 @@ def block(page, language):
 
 
 def main():
-    path = pathlib.Path("docs/extension") / f"{sys.argv[2]}.md"
+    path = pathlib.Path(sys.argv[2])
     page = path.read_text()
     with tempfile.TemporaryDirectory() as folder:
         subprocess.run(["cmake", "--install", sys.argv[1], "--prefix", folder + "/tree"], check=True, stdout=subprocess.DEVNULL)
