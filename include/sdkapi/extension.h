@@ -65,8 +65,11 @@ typedef struct SdkAPIExtRequest {
   const char* path;              /**< what was asked for, as sent: not decoded, without the query. */
   const char* query;             /**< what stands behind the "?", as sent; empty without one. */
   const char* userAgent;         /**< the "User-Agent" header; empty without one. */
-  const char* route; /**< the pattern that serves it, as it was registered: of a built-in or a custom route,
-                        or of the WebSocket endpoint. Empty with a web server that cannot tell. */
+  const char* route;  /**< the pattern that serves it, as it was registered: of a built-in or a custom route,
+                         or of the WebSocket endpoint. Empty with a web server that cannot tell. */
+  const char* host;   /**< the "Host" header: how the client calls this device; empty without one. */
+  const char* origin; /**< the "Origin" header: the page that a browser asks for; empty without one. */
+  const char* fetchSite; /**< the "Sec-Fetch-Site" header: how a browser sees that page; empty without one. */
 } SdkAPIExtRequest;
 
 /** Describes the request that the calling thread is serving: inside every slot and host function, also at

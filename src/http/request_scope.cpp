@@ -33,6 +33,9 @@ SdkAPIExtRequest Describe(const mg_connection* conn, const mg_request_info& info
   request.path = OrEmpty(SentPath(conn));
   request.query = OrEmpty(info.query_string);
   request.userAgent = OrEmpty(mg_get_header(conn, "User-Agent"));
+  request.host = OrEmpty(mg_get_header(conn, "Host"));
+  request.origin = OrEmpty(mg_get_header(conn, "Origin"));
+  request.fetchSite = OrEmpty(mg_get_header(conn, "Sec-Fetch-Site"));
   request.route = mg_get_route != nullptr ? OrEmpty(mg_get_route(conn)) : "";
   return request;
 }

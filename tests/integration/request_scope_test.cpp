@@ -14,6 +14,9 @@
 namespace integration {
 namespace {
 
+constexpr const char* kProbe =
+    "User-Agent: probe/7\r\nOrigin: http://a.example\r\nSec-Fetch-Site: cross-site";
+
 // What a slot was told, with the texts copied.
 struct Seen {
   std::string slot;
@@ -22,6 +25,7 @@ struct Seen {
   std::string path;
   std::string query;
   std::string userAgent;
+  std::string browser;  // host, origin and how the browser sees it
   std::string route;
   std::string address;
   int tls;
@@ -62,10 +66,11 @@ class RequestScopeTest : public ModeTest {
     const int result = SdkAPIExt_Request_Get(&request);
     const std::lock_guard lock(mutex_);
     if (result != 0) {
-      seen_.push_back({slot, result, "", "", "", "", "", "", 0, 0, 0});
+      seen_.push_back({slot, result, "", "", "", "", "", "", "", 0, 0, 0});
       return 0;
     }
     seen_.push_back({slot, result, request.method, request.path, request.query, request.userAgent,
+                     std::string(request.host) + " " + request.origin + " " + request.fetchSite,
                      request.route, request.address, request.tls, request.port, request.contentLength});
     return 0;
   }
@@ -119,6 +124,7 @@ class RequestScopeTest : public ModeTest {
       EXPECT_EQ(one.path, path);
       EXPECT_EQ(one.query, target == path ? "" : target.substr(path.size() + 1));
       EXPECT_EQ(one.userAgent, "probe/7");
+      EXPECT_TRUE(one.browser.ends_with(" http://a.example cross-site")) << one.browser;
       EXPECT_EQ(one.route, route);
       EXPECT_EQ(one.address, "127.0.0.1");
       EXPECT_EQ(one.tls, mode().https ? 1 : 0);
@@ -163,7 +169,7 @@ TEST_P(RequestScopeTest, EverySlotLearnsItsRequest) {
   for (const Row& row : rows) {
     SCOPED_TRACE(row.target);
     TakeSeen();
-    Send(HttpRequest{row.method, row.target, {"User-Agent: probe/7"}, row.body});
+    Send(HttpRequest{row.method, row.target, {kProbe}, row.body});
     ExpectSeen(row.method, row.target, row.route, {row.slot});
     SdkAPISer_AuthenticationSwitch_Set(mode().auth ? 1 : 0);  // as it was before AuthQueryCb
   }
@@ -187,7 +193,7 @@ TEST_P(RequestScopeTest, EveryCallOfAnUploadLearnsIt) {
     SCOPED_TRACE(row.target);
     TakeSeen();
     HttpRequest request = UploadRequest(row.target, MultipartBody({{"f", "content", "a.bin"}}));
-    request.headers.push_back("User-Agent: probe/7");
+    request.headers.push_back(kProbe);
     EXPECT_EQ(Send(request).status(), 200);
     const std::vector<Seen> seen = seen_;
     for (const Seen& one : seen) EXPECT_EQ(one.contentLength, static_cast<int64_t>(request.body.size()));
@@ -201,7 +207,7 @@ TEST_P(RequestScopeTest, AWebSocketIsItsHandshakeToTheEnd) {
   {
     RawWebSocket socket(mode());
     std::string request = RawWebSocket::Request("/websocket/deep?x=1", token());
-    request.insert(request.find("\r\n") + 2, "User-Agent: probe/7\r\n");
+    request.insert(request.find("\r\n") + 2, std::string(kProbe) + "\r\n");
     ASSERT_TRUE(socket.ShakeWith(request).starts_with("HTTP/1.1 101 "));
     ASSERT_TRUE(WaitForSlot("event 0"));
     ASSERT_TRUE(socket.SendText("hello"));
@@ -214,7 +220,7 @@ TEST_P(RequestScopeTest, AWebSocketIsItsHandshakeToTheEnd) {
 
 TEST_P(RequestScopeTest, ACustomRouteThatHidesABuiltInOneIsTheRoute) {
   ASSERT_EQ(SdkAPISer_Custom_Get_Post_Api_Add("/api/v1", Serve), 0);
-  EXPECT_EQ(Send(HttpRequest{"GET", "/api/v1/log", {"User-Agent: probe/7"}, ""}).status(), 200);
+  EXPECT_EQ(Send(HttpRequest{"GET", "/api/v1/log", {kProbe}, ""}).status(), 200);
   ExpectSeen("GET", "/api/v1/log", "/api/v1", {"get/post"});
   Server::Get().Stop();
 }
@@ -224,6 +230,7 @@ TEST_P(RequestScopeTest, ARequestWithoutTheseHeadersHasEmptyTexts) {
   const std::vector<Seen> seen = TakeSeen();
   ASSERT_EQ(seen.size(), 1U);
   EXPECT_EQ(seen[0].userAgent, "");
+  EXPECT_EQ(seen[0].browser, "127.0.0.1  ");
   EXPECT_EQ(seen[0].query, "");
   EXPECT_EQ(seen[0].contentLength, -1);
 }
