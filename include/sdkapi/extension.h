@@ -360,6 +360,54 @@ SDKAPI_EXPORT int SdkAPIExt_WebSocket_Slots_Set(const SdkAPIExtWebSocketSlots* s
  * @return 0; -1 for an unknown size, or bytes above 2147418112. */
 SDKAPI_EXPORT int SdkAPIExt_WebSocket_Limits_Set(const SdkAPIExtWebSocketLimits* limits);
 
+/** What the server does, and what it has done since the process began, over stops and starts. Where
+ * "(server)" stands, only the library's own build of the web server can tell; with another one the number is
+ * 0. */
+typedef struct SdkAPIExtStatistics {
+  uint32_t size;    /**< set by the caller: sizeof(SdkAPIExtStatistics). */
+  int32_t complete; /**< 1; 0 with a web server that cannot tell what is marked "(server)". */
+
+  uint64_t uptimeSeconds;   /**< now: since the server was started; 0 while none runs. */
+  uint64_t workers;         /**< now: as many workers as there may be (server). */
+  uint64_t busyWorkers;     /**< now: of them, those that serve a connection (server). */
+  uint64_t connections;     /**< now: open connections (server). */
+  uint64_t idleConnections; /**< now: of them, those that wait for their client without a worker (server). */
+  uint64_t previews;        /**< now: open previews. */
+  uint64_t webSockets;      /**< now: open WebSockets. */
+  uint64_t logins;          /**< now: registered logins. */
+
+  uint64_t acceptedConnections; /**< connections that were accepted, refused ones included (server). */
+  uint64_t requests[6];         /**< answers by the hundreds of their status, such as requests[4] for 400 to
+                                   499; requests[1] counts handshakes of WebSockets, requests[0] requests that
+                                   ended without a status (server). */
+  uint64_t bytesIn;             /**< bytes that clients sent; of TLS the payload (server). */
+  uint64_t bytesOut;            /**< bytes that were sent to clients; of TLS the payload (server). */
+  uint64_t uploads;             /**< uploads that were answered 200. */
+  uint64_t failedUploads;       /**< uploads of a client with a login that were not. */
+  uint64_t downloads;           /**< files that were sent whole. */
+  uint64_t failedDownloads;     /**< files that could not be read or sent to their end. */
+  uint64_t grantedLogins;       /**< logins that succeeded. */
+  uint64_t deniedLogins;        /**< logins that LoginCb refused or found locked. */
+  uint64_t droppedFrames;       /**< frames that were lost because a handshake was not complete. */
+  uint64_t overrunWebSockets;   /**< WebSockets that ended because their client did not read (server). */
+
+  uint64_t refusedConnections; /**< by the limit of connections per address (server). */
+  uint64_t refusedPreviews;    /**< by the limit of previews. */
+  uint64_t refusedWebSockets;  /**< by the limit of WebSockets. */
+  uint64_t refusedStreams;     /**< previews and WebSockets by the limit of both together. */
+  uint64_t refusedForWorkers;  /**< previews and WebSockets because the last workers are the requests'. */
+  uint64_t refusedBodies;      /**< by the limit of a custom body. */
+  uint64_t refusedUploads;     /**< by @ref SdkAPIExt_Upload_Limit_Set. */
+  uint64_t refusedLogins;      /**< by SdkAPIExtLoginLimits::most. */
+  uint64_t refusedMessages;    /**< by SdkAPIExtWebSocketLimits::mostMessageBytes. */
+} SdkAPIExtStatistics;
+
+/** Tells what the server does and has done. Costs microseconds. The numbers are read one after the other
+ * while requests go on: their sums may differ by what happens meanwhile.
+ * @param statistics filled as far as its size goes; unchanged after -1.
+ * @return 0; -1 for NULL, or when the size is not known. */
+SDKAPI_EXPORT int SdkAPIExt_Statistics_Get(SdkAPIExtStatistics* statistics);
+
 SDKAPI_END
 
 #endif

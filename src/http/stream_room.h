@@ -1,27 +1,38 @@
-// Room for long-lived streams: some workers always stay free for ordinary requests.
+// Room for long-lived streams: within the host's limits, and so that some workers stay free for requests.
 #pragma once
+
+#include <cstdint>
 
 struct mg_connection;
 
 namespace sdkapi {
 
-// One preview's or WebSocket's claim on a worker. It is given back with the object, unless it is kept; a kept
-// one is given back by GiveBackStreamPlace.
+enum class Stream { kPreview, kWebSocket };
+
+// One stream's claim on a worker. It is given back with the object, unless it is kept; a kept one is given
+// back by GiveBackStreamPlace.
 class StreamPlace {
  public:
-  explicit StreamPlace(const mg_connection* conn);
+  StreamPlace(const mg_connection* conn, Stream kind);
   ~StreamPlace();
   StreamPlace(const StreamPlace&) = delete;
   StreamPlace& operator=(const StreamPlace&) = delete;
 
-  // False when the streams that there are leave no room; that has been logged.
+  // False when the streams that there are leave no room; that has been logged and counted.
   bool granted() const { return held_; }
   void Keep() { held_ = false; }
 
  private:
+  Stream kind_;
   bool held_;
 };
 
-void GiveBackStreamPlace();
+void GiveBackStreamPlace(Stream kind);
+
+struct OpenStreams {
+  uint32_t previews;
+  uint32_t webSockets;
+};
+OpenStreams CurrentStreams();
 
 }  // namespace sdkapi

@@ -8,6 +8,7 @@
 #include <cstdio>
 #include <cstring>
 
+#include "base/clock.h"
 #include "base/lock_order.h"
 #include "base/mutex.h"
 #include "base/thread_safety.h"
@@ -37,6 +38,7 @@ struct RunState {
   Condition changed;
   Phase phase GUARDED_BY(mutex) = Phase::kStopped;
   mg_context* context GUARDED_BY(mutex) = nullptr;
+  int64_t since GUARDED_BY(mutex) = 0;  // on the monotonic clock, in milliseconds
   int registrations GUARDED_BY(mutex) = 0;
 };
 constinit RunState runState;
@@ -69,6 +71,7 @@ void WaitWhile(Phase phase) REQUIRES(runState.mutex) {
 void Enter(Phase phase) EXCLUDES(runState.mutex) {
   const ScopedLock lock(runState.mutex);
   runState.phase = phase;
+  runState.since = MonotonicMilliseconds();
   runState.changed.WakeAll();
 }
 
@@ -159,6 +162,11 @@ bool RegisterRoute(const char* uri, RequestHandler handler, void* cbdata) {
   if (uri != nullptr) mg_set_request_handler(GetMgContext(), uri, handler, cbdata);
   LeaveRegistration();
   return true;
+}
+
+uint64_t UptimeSeconds() {
+  const ScopedLock lock(runState.mutex);
+  return runState.phase == Phase::kRunning ? SecondsBetween(runState.since, MonotonicMilliseconds()) : 0;
 }
 
 bool ServerIsStopped() {

@@ -1,6 +1,8 @@
 // The running server: its context, whether it runs, and registration of routes while it does.
 #pragma once
 
+#include <cstdint>
+
 struct mg_connection;
 struct mg_context;
 
@@ -23,6 +25,9 @@ bool RegisterRoute(const char* uri, RequestHandler handler, void* cbdata);
 
 // Starts the web server with its routes and its WebSocket endpoint. Returns 0 or -1.
 int CivetWebServerTask(const char** options, char* certPassword, const char* websocketUrl);
+
+// Since the server was started; 0 while none runs.
+uint64_t UptimeSeconds();
 
 // Whether nothing runs, starts or is being stopped.
 bool ServerIsStopped();

@@ -13,6 +13,7 @@
 #include "sdkapi/session.h"
 #include "sdkapi/values.h"
 #include "server/authentication.h"
+#include "server/counters.h"
 #include "server/host_table.h"
 #include "server/log.h"
 #include "session/login_limits.h"
@@ -68,11 +69,13 @@ int CompleteLogin(mg_connection* conn, const LoginRef& login, const LoginInfo& i
         return Reply(conn, 500, "");
       case Registration::kNoRoom:
         kLog.error()("no room for another login!!!!");
+        Count(Counter::kRefusedLogins);
         return Reply(conn, 503, "");
       case Registration::kDone:
         break;
     }
   }
+  Count(Counter::kGrantedLogins);
   return Reply(conn, 200, body.get());
 }
 
@@ -91,6 +94,7 @@ extern "C" int FuncLogin(mg_connection* conn, void* /*cbdata*/) {
 
   Terminate(info.token);
   Terminate(info.wizard);
+  if (info.code == kRefused || info.code == kLocked) Count(Counter::kDeniedLogins);
   if (info.code == kRefused) return ReplyJson(conn, 200, RefusedBody());
   if (info.code == kLocked) return ReplyJson(conn, 200, LockedBody(info));
   return info.code == kSuccess ? CompleteLogin(conn, login, info) : 0;

@@ -228,7 +228,7 @@ int TimeOutLogin(const char* token, const LoginRef& unlessEnded) {
   return 0;
 }
 
-int LoginCount() { return HandleManageGetUsrCount(&registry.list); }
+std::size_t LoginCount() { return Listed(); }
 
 LoginRef TakeLoginByToken(const char* token) {
   if (!IsToken(token)) return nullptr;

@@ -42,9 +42,6 @@ int LoginTimeOutTaskCb(const char* userid) EXCLUDES(listLock);
 // the token is none of its WebSockets' business any more.
 int TimeOutLogin(const char* token, const LoginRef& unlessEnded) EXCLUDES(listLock);
 
-// The number of registered logins.
-int LoginCount() EXCLUDES(listLock);
-
 // Logins that leave list and session stack without their host's log-out; null when there is none. They have
 // ended from then on: a WebSocket of theirs ends no other login of the same token.
 LoginRef TakeLoginByToken(const char* token) EXCLUDES(listLock);

@@ -11,6 +11,7 @@
 #include "base/text_writer.h"
 #include "http/cross_origin.h"
 #include "sdkapi/transfer.h"
+#include "server/counters.h"
 #include "transfer/file_source.h"
 
 namespace sdkapi {
@@ -148,9 +149,7 @@ bool SendChunks(FileSource& file, ChunkedBody& body) {
   return !body.failed() && !file.GivenUp();
 }
 
-}  // namespace
-
-int SendFile(mg_connection* conn, const char* path, const char* name, const LogSource& log) {
+int Send(mg_connection* conn, const char* path, const char* name, const LogSource& log) {
   ChunkedBody body(conn);
   body.AddHead(name != nullptr ? name : "", CrossOriginHeader(conn).text());
 
@@ -168,6 +167,14 @@ int SendFile(mg_connection* conn, const char* path, const char* name, const LogS
   log.error()("mg_send_chunk error");
   mg_disable_connection_keep_alive(conn);
   return -1;
+}
+
+}  // namespace
+
+int SendFile(mg_connection* conn, const char* path, const char* name, const LogSource& log) {
+  const int result = Send(conn, path, name, log);
+  Count(result == 0 ? Counter::kDownloads : Counter::kFailedDownloads);
+  return result;
 }
 
 }  // namespace sdkapi

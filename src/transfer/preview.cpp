@@ -71,7 +71,7 @@ extern "C" int FuncPreview(mg_connection* conn, void* /*cbdata*/) {
   stream->table = *GetSerHandle();
   if (stream->table.PreviewCb == nullptr) return NotRegistered(kLog.error(), __func__);
   NameSource(conn, stream->frame);
-  const StreamPlace place(conn);
+  const StreamPlace place(conn, Stream::kPreview);
   if (!place.granted()) return Reply(conn, 503, "");
   if (CallHost(*stream, kOpen) != 0) return 0;
 

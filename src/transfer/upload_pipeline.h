@@ -27,6 +27,7 @@
 #include "http/request.h"
 #include "sdkapi/extension.h"
 #include "sdkapi/host.h"
+#include "server/counters.h"
 #include "server/log.h"
 #include "transfer/form.h"
 #include "transfer/upload_end.h"
@@ -168,6 +169,7 @@ UploadAnswer Conclude(Upload<Family>& upload, bool parsed) {
   if (ctx.error == kNotAuthorised) return {401, ""};
   if (upload.tooLarge) {
     Family::kLog.error()("upload is larger than allowed!!!!");
+    Count(Counter::kRefusedUploads);
     return {413, ""};
   }
   if (!parsed || !Family::Bound(ctx) || !Family::Accepts(ctx.error)) return Family::Refusal(ctx);
@@ -200,6 +202,7 @@ void TellEnd(Upload<Family>& upload, const char* token, int status) {
 template <class Request, class Family>
 int ReplyToUpload(const Request& request, Upload<Family>& upload, bool parsed) {
   const UploadAnswer answer = Conclude(upload, parsed);
+  Count(answer.status == 200 ? Counter::kUploads : Counter::kFailedUploads);
   // Before the client knows: its next upload finds the host done with this one.
   TellEnd(upload, request.token(), answer.status);
   const MallocPtr<char> extra(std::exchange(upload.ctx.extra, nullptr));

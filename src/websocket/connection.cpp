@@ -10,6 +10,7 @@
 
 #include "base/mutex.h"
 #include "base/thread_safety.h"
+#include "server/counters.h"
 #include "server/log.h"
 
 // In our build of the web server only: without them a close frame waits for its answer as long as the client
@@ -86,6 +87,7 @@ bool AppendWaiting(Connection& connection, int opcode, std::string_view data) RE
   WaitingFrame* const frame = fits ? NewFrame(opcode, data) : nullptr;
   if (frame == nullptr) {
     kLog.error()("websocket handshake not complete, frame of %zu bytes dropped", data.size());
+    Count(Counter::kDroppedFrames);
     return false;
   }
   WaitingFrame** last = &connection.waiting;

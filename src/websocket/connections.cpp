@@ -240,7 +240,7 @@ int WebSocketConnectHandler(const mg_connection* conn, void* /*cbdata*/) {
     NotRegistered(kLog.error(), __func__);
     return kRefuse;
   }
-  StreamPlace place(conn);
+  StreamPlace place(conn, Stream::kWebSocket);
   if (!place.granted()) return kRefuse;
   const int answer = AcceptLogin(conn, token, login);
   if (answer == kAccept) place.Keep();
@@ -258,5 +258,5 @@ void WebSocketCloseHandler(const mg_connection* conn, void* /*cbdata*/) {
   const ConnectionRef connection = TakeConnection(conn);
   if (connection == nullptr) return;
   StopSending(*connection);
-  GiveBackStreamPlace();
+  GiveBackStreamPlace(Stream::kWebSocket);
 }

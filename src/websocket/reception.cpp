@@ -12,6 +12,7 @@
 #include "base/sized_record.h"
 #include "base/thread_safety.h"
 #include "base/utf8.h"
+#include "server/counters.h"
 #include "server/refusal.h"
 #include "websocket/close_codes.h"
 #include "websocket/connection.h"
@@ -114,8 +115,10 @@ Received Receive(Connection& connection, int flags, std::string_view data) {
   if (begins) message.kind = opcode;
   const int kind = message.kind;
   message.bytes += data.size();
-  if (message.bytes > connection.settings.mostMessageBytes)
+  if (message.bytes > connection.settings.mostMessageBytes) {
+    Count(Counter::kRefusedMessages);
     return CloseWith(connection, kCloseTooBig, "message is too big");
+  }
   const bool isFinal = (flags & kFinalBit) != 0;
   if (!HasSlot(connection.settings.slots, kind)) {
     if (isFinal) message.Drop();

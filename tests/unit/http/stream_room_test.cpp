@@ -15,7 +15,7 @@ int PlacesFor(const char* workers) {
   const mg_connection conn;
   std::vector<std::unique_ptr<sdkapi::StreamPlace>> places;
   do {
-    places.push_back(std::make_unique<sdkapi::StreamPlace>(&conn));
+    places.push_back(std::make_unique<sdkapi::StreamPlace>(&conn, sdkapi::Stream::kPreview));
   } while (places.back()->granted() && places.size() < 1000);
   return static_cast<int>(places.size()) - 1;
 }

@@ -60,7 +60,7 @@ TEST_F(PreviewTest, SomeWorkersAreLeftToOthers) {
   for (const char* const workers : {"2", "1", "0", ""}) {
     sdktest::Server().workers = workers;
     mg_connection conn("GET", "/stream");
-    const sdkapi::StreamPlace another(&conn);
+    const sdkapi::StreamPlace another(&conn, sdkapi::Stream::kWebSocket);
     ASSERT_TRUE(another.granted());
     EXPECT_EQ(FuncPreview(&conn, nullptr), 1);
     EXPECT_EQ(conn.output, sdktest::JsonReply(503));
