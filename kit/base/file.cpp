@@ -28,17 +28,6 @@ bool IsSafe(char c) {
 
 bool IsTemporary(const fs::path& path) { return path.filename().string().starts_with(kTempPrefix); }
 
-// Fills bytes from the file; false at its end or at a failure before that.
-bool ReadAll(int descriptor, std::string& bytes) {
-  for (size_t done = 0; done < bytes.size();) {
-    const ssize_t got = read(descriptor, bytes.data() + done, bytes.size() - done);
-    if (got < 0 && errno == EINTR) continue;
-    if (got <= 0) return false;
-    done += static_cast<size_t>(got);
-  }
-  return true;
-}
-
 }  // namespace
 
 FileDescriptor::FileDescriptor(FileDescriptor&& other) noexcept
@@ -59,14 +48,31 @@ std::optional<FileStatus> StatusOf(const std::string& path) {
   return FileStatus{.size = static_cast<uint64_t>(status.st_size), .modified = status.st_mtime};
 }
 
-std::optional<std::string> ReadFile(const std::string& path, uint64_t limit) {
-  // Not blocking: a pipe of that name must not keep us.
-  const FileDescriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+FileDescriptor OpenToRead(const std::string& path) {
+  FileDescriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
   struct stat status {};
-  if (!file || fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode)) return std::nullopt;
+  if (!file || fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode)) return FileDescriptor();
+  return file;
+}
+
+size_t ReadUpTo(const FileDescriptor& file, std::string& bytes) {
+  size_t done = 0;
+  while (done < bytes.size()) {
+    const ssize_t got = read(file.get(), bytes.data() + done, bytes.size() - done);
+    if (got < 0 && errno == EINTR) continue;
+    if (got <= 0) break;
+    done += static_cast<size_t>(got);
+  }
+  return done;
+}
+
+std::optional<std::string> ReadFile(const std::string& path, uint64_t limit) {
+  const FileDescriptor file = OpenToRead(path);
+  struct stat status {};
+  if (!file || fstat(file.get(), &status) != 0) return std::nullopt;
   if (static_cast<uint64_t>(status.st_size) > limit) return std::nullopt;
   std::string bytes(static_cast<size_t>(status.st_size), '\0');
-  if (!ReadAll(file.get(), bytes)) return std::nullopt;
+  if (ReadUpTo(file, bytes) != bytes.size()) return std::nullopt;
   return bytes;
 }
 

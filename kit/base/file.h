@@ -39,6 +39,12 @@ struct FileStatus {
 // Nothing when there is no regular file of this name.
 std::optional<FileStatus> StatusOf(const std::string& path);
 
+// Opens a regular file for reading, without waiting where it is something else; without a file it is empty.
+FileDescriptor OpenToRead(const std::string& path);
+
+// Fills bytes from the file; how many there were.
+size_t ReadUpTo(const FileDescriptor& file, std::string& bytes);
+
 // A whole file; nothing when it cannot be read or holds more than limit bytes.
 std::optional<std::string> ReadFile(const std::string& path, uint64_t limit);
 
