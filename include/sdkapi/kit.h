@@ -20,6 +20,7 @@
 
 #include "sdkapi/kit_archive.h"
 #include "sdkapi/kit_content.h"
+#include "sdkapi/kit_firmware.h"
 #include "sdkapi/kit_log.h"
 
 #endif
