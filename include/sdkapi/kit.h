@@ -22,5 +22,6 @@
 #include "sdkapi/kit_content.h"
 #include "sdkapi/kit_firmware.h"
 #include "sdkapi/kit_log.h"
+#include "sdkapi/kit_upload.h"
 
 #endif

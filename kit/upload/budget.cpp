@@ -1,0 +1,53 @@
+// How much may be stored: counted with what is under way, so that parallel uploads cannot pass it.
+#include "upload/budget.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "base/file.h"
+
+namespace sdkkit {
+namespace {
+
+uint64_t Beyond(uint64_t bytes, uint64_t credit) { return bytes - std::min(bytes, credit); }
+
+}  // namespace
+
+Budget::Share::Share(Budget& budget, std::string target) : budget_(budget), target_(std::move(target)) {
+  const auto replaced = target_.empty() ? std::nullopt : StatusOf(target_);
+  const std::lock_guard lock(budget_.mutex_);
+  // Looked at anew each time: others may store files there, too.
+  budget_.stored_ = BytesBelow(budget_.root_);
+  if (replaced && budget_.credited_.insert(target_).second) {
+    credit_ = replaced->size;
+  } else {
+    target_.clear();
+  }
+}
+
+Budget::Share::~Share() {
+  const std::lock_guard lock(budget_.mutex_);
+  budget_.stored_ = BytesBelow(budget_.root_);
+  budget_.arriving_ -= bytes_;
+  budget_.charged_ -= Beyond(bytes_, credit_);
+  if (!target_.empty()) budget_.credited_.erase(target_);
+}
+
+bool Budget::Share::Grow(uint64_t bytes) {
+  const std::lock_guard lock(budget_.mutex_);
+  const uint64_t more = Beyond(bytes_ + bytes, credit_) - Beyond(bytes_, credit_);
+  if (budget_.stored_ + budget_.charged_ + more > budget_.limit_ && more > 0) return false;
+  bytes_ += bytes;
+  budget_.arriving_ += bytes;
+  budget_.charged_ += more;
+  return true;
+}
+
+uint64_t Budget::Stored() { return BytesBelow(root_); }
+
+uint64_t Budget::Arriving() {
+  const std::lock_guard lock(mutex_);
+  return arriving_;
+}
+
+}  // namespace sdkkit

@@ -1,0 +1,104 @@
+// The uploads that run now: one call after the other finds its upload here.
+#include "upload/store.h"
+
+#include <stdexcept>
+#include <string>
+#include <utility>
+
+#include "base/file.h"
+#include "base/log.h"
+
+namespace sdkkit {
+namespace {
+
+constexpr Log kLog{"upload"};
+constexpr uint32_t kMostAtOnce = 32;
+constexpr uint64_t kBudget = uint64_t{256} << 20;
+constexpr const char* kIncoming = "/.incoming";
+constexpr size_t kPathSize = 256;  // of a download's record, with the NUL
+
+void MakeOrThrow(const std::string& folder) {
+  if (!MakeFolder(folder)) throw std::invalid_argument("the folder " + folder + " cannot be made");
+}
+
+void MakeFolders(const UploadPlace& place, const UploadRows& rows) {
+  MakeOrThrow(place.root);
+  MakeOrThrow(place.temporary);
+  for (const SdkKitUploadRow& row : rows.all()) {
+    if (row.file == nullptr) continue;
+    const std::string path = place.root + "/" + row.file;
+    if (path.size() + (IsFolder(row) ? kMostNameBytes : 0) >= kPathSize)
+      throw std::invalid_argument("a path is too long");
+    MakeOrThrow(IsFolder(row) ? path : FolderOf(path));
+  }
+}
+
+}  // namespace
+
+UploadStore::UploadStore(const SdkKitUploadOptions& options)
+    : mostAtOnce_(options.mostAtOnce == 0 ? kMostAtOnce : options.mostAtOnce) {
+  const std::string fault = rows_.Take(options);
+  if (!fault.empty()) throw std::invalid_argument(fault);
+  if (options.root == nullptr || *options.root == '\0') throw std::invalid_argument("there is no root");
+  const std::string root = options.root;
+  const std::string temporary = options.temporary == nullptr ? root + kIncoming : options.temporary;
+  place_ = std::make_shared<UploadPlace>(root, temporary, options.budget == 0 ? kBudget : options.budget,
+                                         options.progress);
+  MakeFolders(*place_, rows_);
+  RemoveTempFiles(temporary);
+}
+
+void UploadStore::End(const void* record) {
+  std::shared_ptr<Upload> upload;
+  {
+    const std::lock_guard lock(mutex_);
+    const auto entry = uploads_.extract(record);
+    if (!entry.empty()) upload = entry.mapped();
+  }
+  if (upload) upload->Tell();
+}
+
+void UploadStore::Fill(SdkKitUploadUsage& usage) {
+  usage.stored = place_->budget.Stored();
+  usage.arriving = place_->budget.Arriving();
+  usage.budget = place_->budget.limit();
+  const std::lock_guard lock(mutex_);
+  usage.underWay = static_cast<uint32_t>(uploads_.size());
+}
+
+std::shared_ptr<Upload> UploadStore::Find(const void* record) {
+  const std::lock_guard lock(mutex_);
+  const auto entry = uploads_.find(record);
+  return entry == uploads_.end() ? nullptr : entry->second;
+}
+
+int UploadStore::Begin(const UploadStep& step, const UploadRequest& request) {
+  const SdkKitUploadRow* const row = rows_.Find(step.family, step.funcId, request.route);
+  if (row == nullptr) {
+    kLog.Audit("%s was refused an upload to %s: no such kind of file", request.address.c_str(),
+               request.url.c_str());
+    return -1;
+  }
+  const auto upload = Add(step, request, *row);
+  return upload ? upload->Begin() : -1;
+}
+
+std::shared_ptr<Upload> UploadStore::Add(const UploadStep& step, const UploadRequest& request,
+                                         const SdkKitUploadRow& row) {
+  const std::lock_guard lock(mutex_);
+  if (uploads_.size() >= mostAtOnce_) {
+    kLog.Audit("%s was refused an upload to %s: too many at once", request.address.c_str(),
+               request.url.c_str());
+    return nullptr;
+  }
+  auto upload = std::make_shared<Upload>(place_, row, request);
+  uploads_[step.record] = upload;
+  return upload;
+}
+
+int UploadStore::RefuseForm() {
+  kLog.Audit("an upload without a file was refused");
+  return -1;
+}
+
+}  // namespace sdkkit
