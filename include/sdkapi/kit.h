@@ -22,6 +22,7 @@
 #include "sdkapi/kit_content.h"
 #include "sdkapi/kit_firmware.h"
 #include "sdkapi/kit_log.h"
+#include "sdkapi/kit_runner.h"
 #include "sdkapi/kit_upload.h"
 
 #endif

@@ -27,6 +27,12 @@ typedef void (*SdkKitLogHook)(int level, const char* subject, const char* text);
  * @param hook the function; NULL: lines go nowhere. It stays callable until the process ends. */
 SDKAPI_EXPORT void SdkKitLog_Set(SdkKitLogHook hook);
 
+/** Writes a line of the host's own among those of the kit, cut and cleaned as these.
+ * @param level one of SdkKitLogLevel; any other writes nothing.
+ * @param subject the part of the host that speaks; a name that no client chooses.
+ * @param text the line, without secrets. */
+SDKAPI_EXPORT void SdkKitLog_Write(int level, const char* subject, const char* text);
+
 SDKAPI_END
 
 #endif

@@ -11,16 +11,21 @@ namespace sdkkit {
 namespace {
 
 std::atomic<SdkKitLogHook> g_hook{nullptr};
+std::atomic<LineSink> g_sink{nullptr};
 
 bool IsControl(char letter) { return static_cast<unsigned char>(letter) < 0x20 || letter == 0x7f; }
 
+void Deliver(int level, const char* subject, const void* statement, const char* text) {
+  if (const LineSink sink = g_sink.load()) sink(level, subject, statement, text);
+  if (const SdkKitLogHook hook = g_hook.load()) hook(level, subject, text);
+}
+
 void Write(SdkKitLogLevel level, const char* subject, const char* format, va_list arguments) {
-  const SdkKitLogHook hook = g_hook.load();
-  if (hook == nullptr) return;
+  if (g_hook.load() == nullptr && g_sink.load() == nullptr) return;
   std::array<char, 1024> text{};
   std::vsnprintf(text.data(), text.size(), format, arguments);
   std::replace_if(text.begin(), std::find(text.begin(), text.end(), '\0'), IsControl, '?');
-  hook(level, subject, text.data());
+  Deliver(level, subject, format, text.data());
 }
 
 }  // namespace
@@ -53,6 +58,16 @@ void Log::Error(const char* format, ...) const {
   va_end(arguments);
 }
 
+void SetLineSink(LineSink sink) { g_sink.store(sink); }
+
 }  // namespace sdkkit
 
 void SdkKitLog_Set(SdkKitLogHook hook) { sdkkit::g_hook.store(hook); }
+
+void SdkKitLog_Write(int level, const char* subject, const char* text) {
+  if (level < kKitInfo || level > kKitError || subject == nullptr || text == nullptr) return;
+  std::array<char, 1024> line{};
+  std::snprintf(line.data(), line.size(), "%s", text);
+  std::replace_if(line.begin(), std::find(line.begin(), line.end(), '\0'), sdkkit::IsControl, '?');
+  sdkkit::Deliver(level, subject, __builtin_return_address(0), line.data());
+}

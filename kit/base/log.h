@@ -1,9 +1,15 @@
 // The kit's lines, one subject a source file.
 #pragma once
 
+#include <string_view>
+
 #include "sdkapi/kit_log.h"
 
 namespace sdkkit {
+
+// Takes the kit's lines beside the host's hook; statement is an address that tells where a line is written.
+using LineSink = void (*)(int level, std::string_view subject, const void* statement, std::string_view text);
+void SetLineSink(LineSink sink);
 
 // Writes lines under one subject's name: Log{"accounts"}.Error("no room for %s", name).
 class Log {
