@@ -18,6 +18,7 @@
 #ifndef SDKAPI_KIT_H
 #define SDKAPI_KIT_H
 
+#include "sdkapi/kit_accounts.h"
 #include "sdkapi/kit_archive.h"
 #include "sdkapi/kit_content.h"
 #include "sdkapi/kit_firmware.h"

@@ -75,8 +75,8 @@ bool Server::StartOnce(const ServerSetup& setup) {
   SdkAPiSer_DocumentRoot_Set(DocumentRoot().c_str());
   SdkAPISer_WebsocketUrl_Set(setup.webSocketUrl.c_str());
   SdkAPISer_Init();
-  const SdkAPISerHandle table = setup.emptyTable ? SdkAPISerHandle{} : TestHost::Table();
-  return SdkAPISer_Start(&table) == 0;
+  const SdkAPISerHandle usual = setup.emptyTable ? SdkAPISerHandle{} : TestHost::Table();
+  return SdkAPISer_Start(setup.table != nullptr ? setup.table : &usual) == 0;
 }
 
 void Server::Ensure(const ServerSetup& setup) {

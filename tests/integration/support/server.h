@@ -8,8 +8,9 @@
 namespace integration {
 
 struct ServerSetup {
-  std::string webSocketUrl;  // empty: the default endpoint
-  bool emptyTable = false;   // start with a table without any function
+  std::string webSocketUrl;                // empty: the default endpoint
+  bool emptyTable = false;                 // start with a table without any function
+  const SdkAPISerHandle* table = nullptr;  // start with this one instead of the test host's
 
   bool operator==(const ServerSetup&) const = default;
 };

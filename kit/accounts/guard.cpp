@@ -1,0 +1,167 @@
+// The check of rights, and a function before every slot that asks it.
+#include "accounts/guard.h"
+
+#include <mutex>
+#include <set>
+#include <string>
+
+#include "accounts/accounts.h"
+#include "accounts/origin.h"
+#include "base/guarded.h"
+
+namespace sdkkit::accounts {
+namespace {
+
+// What the host wants called; written before the server starts.
+SdkAPISerHandle hostTable{};
+
+bool IsWebSocket(const SdkAPIExtRequest& request) {
+  return SdkAPIExt_WebSocket_Current() != 0 && request.size != 0;
+}
+
+// Without a token a browser lends everybody's page this device's trust.
+const char* OpenFault(const SdkAPIExtRequest& request, const Right& right, std::string_view method) {
+  if ((right.flags & kKitNeedsLogin) != 0) return "it needs a login";
+  const bool changes = !IsReading(method) || (right.flags & kKitChanges) != 0 || IsWebSocket(request);
+  if (!changes || !IsForeignPage(request.host, request.origin, request.fetchSite)) return nullptr;
+  return "a page of another origin asks";
+}
+
+const char* FaultOf(const Accounts& accounts, const std::optional<Session>& user,
+                    const SdkAPIExtRequest& request, std::string_view route, std::string_view method) {
+  const Right& right = accounts.rights().Find(route, method);
+  if (accounts.IsOpen()) {
+    if (const char* const fault = OpenFault(request, right, method)) return fault;
+  }
+  return accounts.Fault(user, right);
+}
+
+bool Judge(std::string_view token) {
+  Accounts* const accounts = TheAccounts();
+  if (accounts == nullptr) return false;
+  const SdkAPIExtRequest request = CurrentRequest();
+  const char* const route = request.route[0] != '\0' ? request.route : request.path;
+  const auto user = accounts->Who(token);
+  const char* const fault = FaultOf(*accounts, user, request, route, request.method);
+  if (fault == nullptr) return true;
+  kLog.Audit("refused %s %s to %s from %s: %s", request.method, route, user ? user->name.c_str() : "nobody",
+             request.address, fault);
+  return false;
+}
+
+template <auto kSlot>
+struct Before;
+
+// Slots that take a token and tell by -2 that it is not enough.
+template <class... Rest, int (*SdkAPISerHandle::*kSlot)(const char*, Rest...)>
+struct Before<kSlot> {
+  static int Call(const char* token, Rest... rest) {
+    return MayGoOn(token) ? (hostTable.*kSlot)(token, rest...) : kNotAuthorised;
+  }
+};
+
+template <auto... kSlots>
+void PutBefore(SdkAPISerHandle& table) {
+  ((table.*kSlots != nullptr ? void(table.*kSlots = Before<kSlots>::Call) : void()), ...);
+}
+
+int BeforeDeviceInfo(const char* token, DeviceInfo* info) {
+  if (!MayGoOn(token)) return kNotAuthorised;
+  const int result = hostTable.DeviceInfoCb(token, info);
+  const Accounts* const accounts = TheAccounts();
+  if (result == 0 && info->timeout == -1 && accounts != nullptr)
+    info->timeout = static_cast<int32_t>(accounts->settings().idleSeconds);
+  return result;
+}
+
+// Pictures and the logo are asked for without a token; the rights may switch them off.
+int BeforePreview(PreviewFrame* frame) {
+  constexpr int kOpen = 0;
+  return frame->state != kOpen || MayGoOn("") ? hostTable.PreviewCb(frame) : kNotAuthorised;
+}
+
+// WebSockets whose opening was refused: the host never hears of them.
+class RefusedSockets {
+ public:
+  void Add(uint64_t id) {
+    const std::lock_guard lock(mutex_);
+    ids_.insert(id);
+  }
+  bool Has(uint64_t id) {
+    const std::lock_guard lock(mutex_);
+    return ids_.contains(id);
+  }
+  void Remove(uint64_t id) {
+    const std::lock_guard lock(mutex_);
+    ids_.erase(id);
+  }
+
+ private:
+  std::mutex mutex_;
+  std::set<uint64_t> ids_;
+};
+RefusedSockets refused;
+
+int BeforeWebSocket(int event, const char* token, const char* data, int length) {
+  enum Event : int { kOpened = 0, kText = 1, kClosed = 2 };
+  constexpr int kPolicyViolation = 1008;
+  const uint64_t id = SdkAPIExt_WebSocket_Current();
+  if (event == kOpened && !MayGoOn(token)) {
+    refused.Add(id);
+    return SdkAPIExt_WebSocket_Close(id, kPolicyViolation, "not authorised");
+  }
+  if (refused.Has(id)) {
+    if (event == kClosed) refused.Remove(id);
+    return kNotAuthorised;
+  }
+  if (event == kText && !MayGoOn(token)) return kNotAuthorised;
+  return hostTable.WebSocketCb(event, token, data, length);
+}
+
+void Guard(SdkAPISerHandle& table) {
+  hostTable = table;
+  using Table = SdkAPISerHandle;
+  PutBefore<&Table::ChangeUserInfoCb, &Table::ManageUserCb, &Table::CustomRestoreCb,
+            &Table::DownloadLogFileCb, &Table::DownloadCustomCb, &Table::DownloadSceneFileCb,
+            &Table::GetTxRxListCb, &Table::GetPrivJsonCb, &Table::SpecifyPrivCb, &Table::DeletePrivCb,
+            &Table::DownloadEdidFileCb, &Table::DownloadSettingFileCb, &Table::DownloadImageFileCb,
+            &Table::UploadImageFileCb, &Table::UploadTxtFileCb, &Table::UploadCertFileCb,
+            &Table::UploadZipFileCb, &Table::UpgradeCb>(table);
+  if (table.DeviceInfoCb != nullptr) table.DeviceInfoCb = BeforeDeviceInfo;
+  if (table.PreviewCb != nullptr) table.PreviewCb = BeforePreview;
+  if (table.WebSocketCb != nullptr) table.WebSocketCb = BeforeWebSocket;
+}
+
+}  // namespace
+
+SdkAPIExtRequest CurrentRequest() {
+  SdkAPIExtRequest request{};
+  request.size = sizeof request;
+  if (SdkAPIExt_Request_Get(&request) == 0) return request;
+  request = {};
+  request.method = request.path = request.query = request.userAgent = request.route = "";
+  request.host = request.origin = request.fetchSite = "";
+  return request;
+}
+
+bool MayGoOn(std::string_view token) {
+  return Guarded(
+      kLog, [&] { return Judge(token); }, false);
+}
+
+}  // namespace sdkkit::accounts
+
+void SdkKitAccounts_Guard(SdkAPISerHandle* table) {
+  if (table != nullptr) sdkkit::accounts::Guard(*table);
+}
+
+int SdkKitAccounts_May(const char* token, const char* route, const char* method) {
+  using namespace sdkkit::accounts;
+  return sdkkit::Guarded(kLog, [&] {
+    Accounts* const accounts = TheAccounts();
+    if (accounts == nullptr || route == nullptr) return -1;
+    const auto user = accounts->Who(token != nullptr ? token : "");
+    const char* const asked = method != nullptr ? method : "GET";
+    return FaultOf(*accounts, user, CurrentRequest(), route, asked) == nullptr ? 0 : -1;
+  });
+}

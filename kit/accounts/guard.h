@@ -1,0 +1,12 @@
+// The one check before every slot and route.
+#pragma once
+
+#include <string_view>
+
+namespace sdkkit::accounts {
+
+// Whether the request that this thread serves may go on; else the log has an audit line that says who and
+// why.
+bool MayGoOn(std::string_view token);
+
+}  // namespace sdkkit::accounts

@@ -1,0 +1,238 @@
+// The exported functions and the slots: names, records and results; what they do stands in accounts.cpp.
+#include <algorithm>
+#include <atomic>
+#include <cstdio>
+#include <memory>
+#include <string>
+
+#include "accounts/accounts.h"
+#include "accounts/options.h"
+#include "accounts/password.h"
+#include "base/guarded.h"
+
+namespace sdkkit::accounts {
+namespace {
+
+std::unique_ptr<Accounts> owner;
+std::atomic<Accounts*> current{nullptr};
+
+template <std::size_t kSize>
+void Copy(char (&to)[kSize], const std::string& text) {
+  std::snprintf(to, kSize, "%s", text.c_str());
+}
+
+// Runs with the accounts; -1 before the start.
+template <class Body>
+int WithAccounts(Body&& body) {
+  return Guarded(kLog, [&] {
+    Accounts* const accounts = TheAccounts();
+    return accounts != nullptr ? static_cast<int>(body(*accounts)) : -1;
+  });
+}
+
+int AnswerAuthQuery(int* flag) {
+  const Accounts* const accounts = TheAccounts();
+  *flag = accounts != nullptr && accounts->settings().isOpen ? 1 : 0;
+  return 0;
+}
+
+int LogIn(LoginInfo* info) {
+  return WithAccounts([&](Accounts& accounts) {
+    accounts.LogIn(*info);
+    return 0;
+  });
+}
+
+void NoteChange(const Session& caller, const char* what, const std::string& name, int code) {
+  const std::string shown = IsName(name) ? name : "(no possible name)";
+  kLog.Audit("%s from %s: %s %s gave code %d", caller.name.c_str(), CurrentRequest().address, what,
+             shown.c_str(), code);
+}
+
+int ChangeUser(const char* token, ChangeUserRequest* request) {
+  return WithAccounts([&](Accounts& accounts) {
+    const auto caller = accounts.Who(token);
+    if (!caller) return kNotAuthorised;
+    const std::string subject = request->username[0] != '\0' ? request->username : caller->name;
+    if (subject != caller->name && caller->role != accounts.settings().administrator) {
+      NoteChange(*caller, "change of", subject, kNotAuthorised);
+      return kNotAuthorised;
+    }
+    request->code = accounts.Change(*caller, token, *request);
+    NoteChange(*caller, "change of", subject, request->code);
+    return 0;
+  });
+}
+
+int ManageUser(const char* token, ManageUserRequest* request) {
+  constexpr int kCreate = 0;
+  return WithAccounts([&](Accounts& accounts) {
+    const auto caller = accounts.Who(token);
+    if (!caller || caller->role != accounts.settings().administrator) return kNotAuthorised;
+    const bool creates = request->action == kCreate;
+    request->code = creates ? accounts.Create(request->username, request->password, request->role)
+                            : accounts.Delete(request->username);
+    NoteChange(*caller, creates ? "creation of" : "deletion of", request->username,
+               static_cast<int>(request->code));
+    return 0;
+  });
+}
+
+// Whether a list's arguments are in order; then the number that there is room for.
+template <class Record>
+bool HasRoom(const Record* records, const std::size_t* count) {
+  return count != nullptr && (*count == 0 || IsKnown(records));
+}
+
+void Describe(const Accounts& accounts, const std::string& name, int role, int firstLogin, SdkKitUser& user) {
+  user = {};
+  user.size = sizeof user;
+  user.role = role;
+  user.firstlogin = firstLogin;
+  Copy(user.name, name);
+  const Role* const known = accounts.FindRole(role);
+  Copy(user.roleName, known != nullptr ? known->name : "");
+}
+
+void Describe(const Session& session, const LibraryLogins& logins, std::string_view token,
+              SdkKitSession& out) {
+  out = {};
+  out.size = sizeof out;
+  out.role = session.role;
+  out.id = session.id;
+  out.own = session.hash == HashToken(token) ? 1 : 0;
+  Copy(out.name, session.name);
+  Copy(out.address, session.address);
+  const auto found = logins.find(session.hash);
+  if (found == logins.end()) return;
+  out.ageSeconds = found->second.ageSeconds;
+  out.idleSeconds = found->second.idleSeconds;
+  out.webSockets = found->second.webSockets;
+}
+
+// Whose logins a token's user may see and end: nobody's without a user.
+Sessions::Filter VisibleTo(Accounts& accounts, const char* token) {
+  if (token == nullptr) return [](const Session&) { return true; };
+  const auto asker = accounts.Who(token);
+  if (!asker) return nullptr;
+  const bool isAdministrator = asker->role == accounts.settings().administrator;
+  return [isAdministrator, name = asker->name](const Session& session) {
+    return isAdministrator || session.name == name;
+  };
+}
+
+}  // namespace
+
+Accounts* TheAccounts() { return current.load(); }
+
+}  // namespace sdkkit::accounts
+
+int SdkKitAccounts_Start(const SdkKitAccountsOptions* options) {
+  using namespace sdkkit::accounts;
+  return sdkkit::Guarded(kLog, [&] {
+    const char* fault = !sdkkit::IsKnown(options) ? "the options have an unknown size"
+                        : owner != nullptr        ? "started already"
+                                                  : OptionsFault(*options);
+    if (fault != nullptr) {
+      kLog.Error("no start: %s", fault);
+      return -1;
+    }
+    StartPasswords();
+    owner = std::make_unique<Accounts>(OpenDatabase(*options), SettingsOf(*options), RightsOf(*options));
+    current.store(owner.get());
+    return 0;
+  });
+}
+
+void SdkKitAccounts_Fill(SdkAPISerHandle* table) {
+  using namespace sdkkit::accounts;
+  if (table == nullptr) return;
+  table->AuthQueryCb = AnswerAuthQuery;
+  table->LoginCb = LogIn;
+  table->ChangeUserInfoCb = ChangeUser;
+  table->ManageUserCb = ManageUser;
+}
+
+void SdkKitAccounts_Stop(void) {
+  using namespace sdkkit::accounts;
+  current.store(nullptr);
+  owner.reset();
+}
+
+int SdkKitAccounts_Who(const char* token, SdkKitUser* user) {
+  using namespace sdkkit::accounts;
+  return WithAccounts([&](Accounts& accounts) {
+    const auto session = accounts.Who(token != nullptr ? token : "");
+    if (!sdkkit::IsKnown(user) || !session) return -1;
+    Describe(accounts, session->name, session->role, session->firstLogin, *user);
+    return 0;
+  });
+}
+
+int SdkKitAccounts_List(SdkKitUser* users, size_t* count) {
+  using namespace sdkkit::accounts;
+  return WithAccounts([&](Accounts& accounts) {
+    if (!HasRoom(users, count)) return -1;
+    const std::vector<User> all = accounts.users().List();
+    for (std::size_t i = 0; i < std::min(all.size(), *count); ++i)
+      Describe(accounts, all[i].name, all[i].role, all[i].firstLogin, users[i]);
+    *count = all.size();
+    return 0;
+  });
+}
+
+int SdkKitAccounts_Create(const char* name, const char* password, int role) {
+  using namespace sdkkit::accounts;
+  if (name == nullptr || password == nullptr) return -1;
+  return WithAccounts([&](Accounts& accounts) { return accounts.Create(name, password, role); });
+}
+
+int SdkKitAccounts_Delete(const char* name) {
+  using namespace sdkkit::accounts;
+  if (name == nullptr) return -1;
+  return WithAccounts([&](Accounts& accounts) { return accounts.Delete(name); });
+}
+
+int SdkKitAccounts_SetRole(const char* name, int role) {
+  using namespace sdkkit::accounts;
+  if (name == nullptr) return -1;
+  return WithAccounts([&](Accounts& accounts) { return accounts.SetRole(name, role); });
+}
+
+int SdkKitAccounts_Sessions(const char* token, SdkKitSession* sessions, size_t* count) {
+  using namespace sdkkit::accounts;
+  return WithAccounts([&](Accounts& accounts) {
+    const Sessions::Filter isVisible = VisibleTo(accounts, token);
+    if (!HasRoom(sessions, count) || isVisible == nullptr) return -1;
+    accounts.sessions().Reconcile();
+    const LibraryLogins logins = ListLibraryLogins();
+    std::size_t found = 0;
+    for (const Session& session : accounts.sessions().List()) {
+      if (!isVisible(session)) continue;
+      if (found < *count) Describe(session, logins, token != nullptr ? token : "", sessions[found]);
+      ++found;
+    }
+    *count = found;
+    return 0;
+  });
+}
+
+int SdkKitAccounts_EndSession(const char* token, uint64_t id) {
+  using namespace sdkkit::accounts;
+  return WithAccounts([&](Accounts& accounts) {
+    const Sessions::Filter isVisible = VisibleTo(accounts, token);
+    if (isVisible == nullptr) return -1;
+    const std::size_t ended = accounts.sessions().EndIf(
+        [&](const Session& session) { return session.id == id && isVisible(session); });
+    if (ended > 0) kLog.Audit("a login was ended on request from %s", CurrentRequest().address);
+    return ended > 0 ? 0 : -1;
+  });
+}
+
+int SdkKitAccounts_Reset(void) {
+  using namespace sdkkit::accounts;
+  return WithAccounts([](Accounts& accounts) {
+    accounts.Reset();
+    return 0;
+  });
+}
