@@ -23,6 +23,7 @@
 #include "sdkapi/kit_content.h"
 #include "sdkapi/kit_firmware.h"
 #include "sdkapi/kit_log.h"
+#include "sdkapi/kit_metrics.h"
 #include "sdkapi/kit_runner.h"
 #include "sdkapi/kit_upload.h"
 
