@@ -55,7 +55,7 @@ def members(document, operation):
 
 def row(document, path, item, method):
     operation = item[method]
-    shown = path.replace("{below}", "*") + ("*" if item["x-sdkapi-match"] == "prefix" and "{" not in path else "")
+    shown = path + ("*" if item["x-sdkapi-match"] == "prefix" and "{" not in path else "")
     mark = " &#9675;" if operation.get("security") == [] else ""
     sent = members(document, operation)
     text = html.escape(operation["summary"] + (f" ({sent})" if sent else ""))

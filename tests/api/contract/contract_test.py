@@ -29,6 +29,17 @@ UNREACHABLE = {
 }
 
 
+def check_text(validator, schema, text, _):
+    """A text that holds JSON is as its content is described; validators leave this to their callers."""
+    try:
+        yield from validator.descend(json.loads(text), schema)
+    except ValueError as error:
+        yield jsonschema.ValidationError(f"{text[:100]}: {error}")
+
+
+Validator = jsonschema.validators.extend(jsonschema.Draft202012Validator, {"contentSchema": check_text})
+
+
 class Contract:
     def __init__(self, program):
         self.program = program
@@ -72,7 +83,7 @@ class Contract:
         elif not (body == b"" and response.get("x-sdkapi-may-be-empty")):
             assert reply.media in content, f"{where}: {reply.media}"
             if reply.media == "application/json":
-                jsonschema.Draft202012Validator(content[reply.media]["schema"], resolver=self.resolver).validate(json.loads(body))
+                Validator(content[reply.media]["schema"], resolver=self.resolver).validate(json.loads(body))
 
     def send(self, device, operation, method, target, body=(None, None), token=None):
         path, headers = target
@@ -86,9 +97,13 @@ class Contract:
             secured = operation.get("security", True) != []
             assert not (secured and token != device.token_ and reply.status != 401), f"{operation['operationId']} asks for no token"
 
+    def served_below(self, path):
+        """Does the route serve what begins with its path? The device's own routes look at the whole URI."""
+        return self.document["paths"][path]["x-sdkapi-match"] == "prefix" and "{" not in path and not path.startswith("/sim/")
+
     def try_generated(self, device, path, method, operation):
         @settings(max_examples=EXAMPLES, derandomize=True, deadline=None, database=None, suppress_health_check=list(HealthCheck))
-        @given(inputs.targets(path, operation, self.resolve), inputs.bodies(operation, self.resolve))
+        @given(inputs.targets(path, operation, self.resolve, self.served_below(path)), inputs.bodies(operation, self.resolve))
         def run(target, body):
             self.send(device, operation, method, target, body, device.token())
 

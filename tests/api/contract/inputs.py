@@ -58,15 +58,16 @@ def bodies(operation, resolve):
 SEGMENT = st.text(st.characters(blacklist_categories=("Cs", "Cc"), blacklist_characters="/\\."), min_size=1, max_size=60)
 
 
-def targets(path, operation, resolve):
-    """The path with its parameters filled, and the headers that are parameters."""
+def targets(path, operation, resolve, below):
+    """The path with its parameters filled, or with something below it, and the headers that are parameters."""
     parts = {}
     for parameter in operation.get("parameters", []):
         values = SEGMENT if parameter["in"] == "path" else texts(parameter["schema"], resolve)
         if parameter["in"] == "header":
             values = st.sampled_from(["1", "65535", "0", "x", "9" * 200])
         parts[(parameter["in"], parameter["name"])] = values if parameter["in"] == "path" else st.none() | values
-    return st.fixed_dictionaries(parts).map(lambda values: fill(path, values))
+    paths = st.just(path) | SEGMENT.map(lambda segment: path + quote(segment)) if below else st.just(path)
+    return st.builds(fill, paths, st.fixed_dictionaries(parts))
 
 
 def fill(path, values):
