@@ -1,27 +1,15 @@
 /* Runs the browser tests: finds Chromium, installs the locked packages beside the results, starts node's test runner. */
 import { spawnSync } from 'node:child_process';
-import { accessSync, constants } from 'node:fs';
-import { delimiter, dirname, join } from 'node:path';
+import { dirname, join } from 'node:path';
 import { fileURLToPath } from 'node:url';
+import { findChromium } from '../support/find_chromium.mjs';
 import { installLockedPackages } from '../support/locked_packages.mjs';
 
 const SKIPPED = 77;
 const here = dirname(fileURLToPath(import.meta.url));
 const output = process.env.SDKAPI_BROWSER_OUTPUT ?? join(here, 'output');
 
-function findProgram(names) {
-  const places = names.flatMap((name) => process.env.PATH.split(delimiter).map((folder) => join(folder, name)));
-  return places.find((place) => {
-    try {
-      accessSync(place, constants.X_OK);
-      return true;
-    } catch {
-      return false;
-    }
-  });
-}
-
-const chromium = process.env.SDKAPI_CHROMIUM ?? findProgram(['chromium', 'chromium-browser', 'google-chrome']);
+const chromium = findChromium();
 if (!chromium) {
   console.log('SKIPPED: Chromium is not installed (apt-get install chromium).');
   process.exit(SKIPPED);

@@ -10,7 +10,7 @@ import sys
 
 ROOT = pathlib.Path(sys.argv[1])
 PAGES = sorted([*ROOT.glob("*.md"), *ROOT.glob("docs/**/*.md")])
-SERVED = {"custom.txt"}  # files that the simulated device makes
+SERVED = {"custom.txt", "/api/openapi.yaml", "/api/asyncapi.yaml"}  # files that the simulated device makes, and addresses
 WITHOUT_CODE = re.compile(r"^```.*?^```$", re.S | re.M)
 
 
@@ -55,7 +55,7 @@ def names():
         for path in re.findall(r"`((?:\.ci|abi|bench|cmake|docs|examples|include|scripts|src|tests|tools)/[\w./-]*)`", text):
             if not (ROOT / path).exists() and not any(file.startswith(path + ".") for file in files):
                 yield f"{page.name}: no path {path}"
-        for folder, test in re.findall(r"`(abi|api|docs|unit)\.(\w+)`", text):
+        for folder, test in re.findall(r"`(abi|api|clients|docs|unit)\.(\w+)`", text):
             if not any(re.search(rf"\b{test}\b", path.read_text()) for path in ROOT.glob(f"tests/{folder}/**/CMakeLists.txt")):
                 yield f"{page.name}: no test {folder}.{test}"
         for option in re.findall(r"(?:-D|`)(SDKAPI_[A-Z_]+)", text):

@@ -1,8 +1,10 @@
 /* Installs the packages of a folder's lock file beside the results: once, and again when the lock file changes. */
 import { spawnSync } from 'node:child_process';
 import { copyFileSync, existsSync, mkdirSync, readFileSync, rmSync } from 'node:fs';
-import { basename, join } from 'node:path';
+import { join, relative } from 'node:path';
+import { fileURLToPath } from 'node:url';
 
+const TOP = fileURLToPath(new URL('../..', import.meta.url));
 const LOCK = 'package-lock.json';
 const INSTALLED = 'installed.json'; // the lock file whose packages are all there
 
@@ -13,7 +15,7 @@ function isInstalled(from, output) {
 
 function complain(from, npm) {
   const code = /code (\w+)/.exec(npm.stderr ?? '')?.[1] ?? npm.error?.code ?? `exit code ${npm.status}`;
-  console.error(`npm ci: the packages of tests/${basename(from)}/${LOCK} cannot be had from npm's registry (${code})`);
+  console.error(`npm ci: the packages of ${relative(TOP, join(from, LOCK))} cannot be had from npm's registry (${code})`);
 }
 
 /** True when the packages are there; otherwise it has said why not. */

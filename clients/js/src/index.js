@@ -1,0 +1,6 @@
+/* Everything but the element <sdkapi-preview>, which preview.js defines. */
+export { Channel } from './channel.js';
+export { Connection } from './connection.js';
+export { Device } from './device.js';
+export { ApiError } from './errors.js';
+export { applyMessage } from './state.js';

@@ -1,0 +1,162 @@
+/* Made from docs/api/asyncapi.yaml by make_types.mjs. */
+export type paths = Record<string, never>;
+export type webhooks = Record<string, never>;
+export interface components {
+    schemas: {
+        Unit: {
+            name: components["schemas"]["UnitName"];
+            /** @enum {unknown} */
+            type: "tx" | "rx";
+            online: boolean;
+            ip: string;
+            mac: string;
+            /** @description 256 hexadecimal digits in factory state. */
+            edid: string;
+            /** @description Of a receiver: the name of a transmitter, or empty. Of a transmitter: empty. */
+            input: string;
+        };
+        Status: {
+            /** @constant */
+            type: "status";
+            /** @description Seconds. */
+            uptime: number;
+            /** @description Degrees Celsius. */
+            temperature: number;
+            /** @description Open connections. */
+            clients: number;
+            /** @description Units that are online. */
+            online: number;
+        };
+        Upgrade: {
+            /** @constant */
+            type: "upgrade";
+            /** @enum {unknown} */
+            phase: "receiving" | "verifying" | "rebooting" | "done" | "failed";
+            percent: number;
+            /** @description The version that comes, or has come. */
+            version: string;
+        };
+        /** @description Any JSON value. */
+        Id: unknown;
+        UnitName: string;
+        deviceHello: {
+            /** @constant */
+            type: "hello";
+            model: string;
+            version: string;
+            units: components["schemas"]["Unit"][];
+            status: components["schemas"]["Status"];
+            /** @description The upgrade that is going on. */
+            upgrade: null | components["schemas"]["Upgrade"];
+        };
+        deviceStatus: components["schemas"]["Status"];
+        deviceUnit: {
+            /** @constant */
+            type: "unit";
+            unit: components["schemas"]["Unit"];
+            was?: string;
+        };
+        deviceUpload: {
+            /** @constant */
+            type: "upload";
+            route: string;
+            file: string;
+            /** @description Received so far. */
+            bytes: number;
+            done: boolean;
+            /** @description Says something only when `done`. */
+            ok: boolean;
+        };
+        deviceUpgrade: components["schemas"]["Upgrade"];
+        deviceLog: {
+            /** @constant */
+            type: "log";
+            /** @description 4: error. */
+            level: number;
+            text: string;
+        };
+        deviceRestored: {
+            /** @constant */
+            type: "restored";
+        };
+        devicePong: {
+            /** @constant */
+            type: "pong";
+            id: components["schemas"]["Id"];
+        };
+        deviceOk: {
+            /** @constant */
+            type: "ok";
+            id: components["schemas"]["Id"];
+        };
+        deviceError: {
+            /** @constant */
+            type: "error";
+            id: components["schemas"]["Id"];
+            text: string;
+        };
+        clientPing: {
+            /** @constant */
+            type: "ping";
+            id?: components["schemas"]["Id"];
+        };
+        clientSetUnitName: {
+            /** @constant */
+            type: "set-unit-name";
+            id?: components["schemas"]["Id"];
+            /** @description Name of the unit. */
+            unit: string;
+            name: components["schemas"]["UnitName"];
+        };
+        clientSetUnitOnline: {
+            /** @constant */
+            type: "set-unit-online";
+            id?: components["schemas"]["Id"];
+            /** @description Name of the unit. */
+            unit: string;
+            online: boolean;
+        };
+        clientSetUnitInput: {
+            /** @constant */
+            type: "set-unit-input";
+            id?: components["schemas"]["Id"];
+            /** @description Name of the unit. */
+            unit: string;
+            /** @description Name of a transmitter, or empty for none. */
+            input: string;
+        };
+        clientReboot: {
+            /** @constant */
+            type: "reboot";
+            id?: components["schemas"]["Id"];
+        };
+    };
+    responses: never;
+    parameters: never;
+    requestBodies: never;
+    headers: never;
+    pathItems: never;
+}
+export type $defs = Record<string, never>;
+export type operations = Record<string, never>;
+
+/** What the device sends. */
+export type DeviceMessage =
+  | components["schemas"]["deviceHello"]
+  | components["schemas"]["deviceStatus"]
+  | components["schemas"]["deviceUnit"]
+  | components["schemas"]["deviceUpload"]
+  | components["schemas"]["deviceUpgrade"]
+  | components["schemas"]["deviceLog"]
+  | components["schemas"]["deviceRestored"]
+  | components["schemas"]["devicePong"]
+  | components["schemas"]["deviceOk"]
+  | components["schemas"]["deviceError"];
+
+/** What a client sends; the channel adds the `id`. */
+export type Command =
+  | components["schemas"]["clientPing"]
+  | components["schemas"]["clientSetUnitName"]
+  | components["schemas"]["clientSetUnitOnline"]
+  | components["schemas"]["clientSetUnitInput"]
+  | components["schemas"]["clientReboot"];

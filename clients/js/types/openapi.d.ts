@@ -1,0 +1,2354 @@
+/* Made from docs/api/openapi.yaml by make_types.mjs. */
+export interface paths {
+    "/iplogin": {
+        parameters: {
+            query?: never;
+            header?: never;
+            path?: never;
+            cookie?: never;
+        };
+        /**
+         * Is a login needed?
+         * @description The answer also sets the authentication switch.
+         */
+        get: operations["askWhetherLoginIsNeeded"];
+        put?: never;
+        post?: never;
+        delete?: never;
+        options?: never;
+        head?: never;
+        patch?: never;
+        trace?: never;
+    };
+    "/api/v1/auth/login": {
+        parameters: {
+            query?: never;
+            header?: never;
+            path?: never;
+            cookie?: never;
+        };
+        get?: never;
+        put?: never;
+        /**
+         * Log in
+         * @description 404 when the device gives no verdict. Only a reply with a token begins a login.
+         */
+        post: operations["logIn"];
+        delete?: never;
+        options?: never;
+        head?: never;
+        patch?: never;
+        trace?: never;
+    };
+    "/logout": {
+        parameters: {
+            query?: never;
+            header?: never;
+            path?: never;
+            cookie?: never;
+        };
+        get?: never;
+        put?: never;
+        /**
+         * Log out
+         * @description 404 with authentication switched off: there is no login to end.
+         */
+        post: operations["logOut"];
+        delete?: never;
+        options?: never;
+        head?: never;
+        patch?: never;
+        trace?: never;
+    };
+    "/change/password": {
+        parameters: {
+            query?: never;
+            header?: never;
+            path?: never;
+            cookie?: never;
+        };
+        get?: never;
+        put?: never;
+        /**
+         * Change the own password
+         * @description A failure other than a missing right is answered with nothing: the connection ends without a byte. The login keeps its token.
+         */
+        post: operations["changePassword"];
+        delete?: never;
+        options?: never;
+        head?: never;
+        patch?: never;
+        trace?: never;
+    };
+    "/change/usrorpasswd": {
+        parameters: {
+            query?: never;
+            header?: never;
+            path?: never;
+            cookie?: never;
+        };
+        get?: never;
+        put?: never;
+        /**
+         * Change the own name and password
+         * @description A failure other than a missing right is answered with nothing: the connection ends without a byte. The login keeps its token.
+         */
+        post: operations["changeNameOrPassword"];
+        delete?: never;
+        options?: never;
+        head?: never;
+        patch?: never;
+        trace?: never;
+    };
+    "/createuser": {
+        parameters: {
+            query?: never;
+            header?: never;
+            path?: never;
+            cookie?: never;
+        };
+        get?: never;
+        put?: never;
+        /**
+         * Create a user
+         * @description Administrators only, on the simulated device.
+         */
+        post: operations["createUser"];
+        delete?: never;
+        options?: never;
+        head?: never;
+        patch?: never;
+        trace?: never;
+    };
+    "/deleteuser": {
+        parameters: {
+            query?: never;
+            header?: never;
+            path?: never;
+            cookie?: never;
+        };
+        get?: never;
+        put?: never;
+        /**
+         * Delete a user
+         * @description Administrators only, on the simulated device.
+         */
+        post: operations["deleteUser"];
+        delete?: never;
+        options?: never;
+        head?: never;
+        patch?: never;
+        trace?: never;
+    };
+    "/dev_info": {
+        parameters: {
+            query?: never;
+            header?: never;
+            path?: never;
+            cookie?: never;
+        };
+        /** Device information */
+        get: operations["getDeviceInformation"];
+        put?: never;
+        post?: never;
+        delete?: never;
+        options?: never;
+        head?: never;
+        patch?: never;
+        trace?: never;
+    };
+    "/getdevicetime": {
+        parameters: {
+            query?: never;
+            header?: never;
+            path?: never;
+            cookie?: never;
+        };
+        /** Device information, older spelling */
+        get: operations["getDeviceTime"];
+        put?: never;
+        post?: never;
+        delete?: never;
+        options?: never;
+        head?: never;
+        patch?: never;
+        trace?: never;
+    };
+    "/custom_restore": {
+        parameters: {
+            query?: never;
+            header?: never;
+            path?: never;
+            cookie?: never;
+        };
+        get?: never;
+        put?: never;
+        /**
+         * Restore the factory state
+         * @description On the simulated device for administrators only; all logins end, certificates stay.
+         */
+        post: operations["restore"];
+        delete?: never;
+        options?: never;
+        head?: never;
+        patch?: never;
+        trace?: never;
+    };
+    "/getTxRxList": {
+        parameters: {
+            query?: never;
+            header?: never;
+            path?: never;
+            cookie?: never;
+        };
+        /** List transmitters and receivers */
+        get: operations["listUnits"];
+        put?: never;
+        post?: never;
+        delete?: never;
+        options?: never;
+        head?: never;
+        patch?: never;
+        trace?: never;
+    };
+    "/getprivjson": {
+        parameters: {
+            query?: never;
+            header?: never;
+            path?: never;
+            cookie?: never;
+        };
+        /** List privilege pictures */
+        get: operations["listPrivileges"];
+        put?: never;
+        post?: never;
+        delete?: never;
+        options?: never;
+        head?: never;
+        patch?: never;
+        trace?: never;
+    };
+    "/specifypriv": {
+        parameters: {
+            query?: never;
+            header?: never;
+            path?: never;
+            cookie?: never;
+        };
+        /** Bind a picture to a host */
+        get: operations["bindPrivilege"];
+        put?: never;
+        post?: never;
+        delete?: never;
+        options?: never;
+        head?: never;
+        patch?: never;
+        trace?: never;
+    };
+    "/delete_priv": {
+        parameters: {
+            query?: never;
+            header?: never;
+            path?: never;
+            cookie?: never;
+        };
+        /** Delete a privilege picture */
+        get: operations["deletePrivilege"];
+        put?: never;
+        post?: never;
+        delete?: never;
+        options?: never;
+        head?: never;
+        patch?: never;
+        trace?: never;
+    };
+    "/upload/logo": {
+        parameters: {
+            query?: never;
+            header?: never;
+            path?: never;
+            cookie?: never;
+        };
+        get?: never;
+        put?: never;
+        /**
+         * Upload: Logo
+         * @description The simulated device takes PNG, JPEG or BMP by content, at most 8 MiB. In another spelling of upper and lower case the kind of file is unknown (-1), which the simulated device refuses.
+         */
+        post: operations["uploadLogo"];
+        delete?: never;
+        options?: never;
+        head?: never;
+        patch?: never;
+        trace?: never;
+    };
+    "/upload/bg": {
+        parameters: {
+            query?: never;
+            header?: never;
+            path?: never;
+            cookie?: never;
+        };
+        get?: never;
+        put?: never;
+        /**
+         * Upload: Background picture
+         * @description The simulated device takes PNG, JPEG or BMP by content, at most 8 MiB. In another spelling of upper and lower case the kind of file is unknown (-1), which the simulated device refuses.
+         */
+        post: operations["uploadBackground"];
+        delete?: never;
+        options?: never;
+        head?: never;
+        patch?: never;
+        trace?: never;
+    };
+    "/upload/sub/bg": {
+        parameters: {
+            query?: never;
+            header?: never;
+            path?: never;
+            cookie?: never;
+        };
+        get?: never;
+        put?: never;
+        /**
+         * Upload: Background picture, older spelling
+         * @description The simulated device takes PNG, JPEG or BMP by content, at most 8 MiB. The whole URI tells the device the kind of file. With anything below it, or in another spelling, the kind is -1, which the simulated device refuses.
+         */
+        post: operations["uploadSubBackground"];
+        delete?: never;
+        options?: never;
+        head?: never;
+        patch?: never;
+        trace?: never;
+    };
+    "/upload/sub/logo": {
+        parameters: {
+            query?: never;
+            header?: never;
+            path?: never;
+            cookie?: never;
+        };
+        get?: never;
+        put?: never;
+        /**
+         * Upload: Logo, older spelling
+         * @description The simulated device takes PNG, JPEG or BMP by content, at most 8 MiB. The whole URI tells the device the kind of file. With anything below it, or in another spelling, the kind is -1, which the simulated device refuses.
+         */
+        post: operations["uploadSubLogo"];
+        delete?: never;
+        options?: never;
+        head?: never;
+        patch?: never;
+        trace?: never;
+    };
+    "/upload/sub/png": {
+        parameters: {
+            query?: never;
+            header?: never;
+            path?: never;
+            cookie?: never;
+        };
+        get?: never;
+        put?: never;
+        /**
+         * Upload: PNG picture
+         * @description The simulated device takes PNG, JPEG or BMP by content, at most 8 MiB. The whole URI tells the device the kind of file. With anything below it, or in another spelling, the kind is -1, which the simulated device refuses.
+         */
+        post: operations["uploadPng"];
+        delete?: never;
+        options?: never;
+        head?: never;
+        patch?: never;
+        trace?: never;
+    };
+    "/upload/sub/setbgimage": {
+        parameters: {
+            query?: never;
+            header?: never;
+            path?: never;
+            cookie?: never;
+        };
+        get?: never;
+        put?: never;
+        /**
+         * Upload: Background of the settings
+         * @description The simulated device takes PNG, JPEG or BMP by content, at most 8 MiB. The whole URI tells the device the kind of file. With anything below it, or in another spelling, the kind is -1, which the simulated device refuses.
+         */
+        post: operations["uploadBackgroundImage"];
+        delete?: never;
+        options?: never;
+        head?: never;
+        patch?: never;
+        trace?: never;
+    };
+    "/upload/sub/setbaseimage": {
+        parameters: {
+            query?: never;
+            header?: never;
+            path?: never;
+            cookie?: never;
+        };
+        get?: never;
+        put?: never;
+        /**
+         * Upload: Base picture
+         * @description The simulated device takes PNG, JPEG or BMP by content, at most 8 MiB. The whole URI tells the device the kind of file. With anything below it, or in another spelling, the kind is -1, which the simulated device refuses.
+         */
+        post: operations["uploadBaseImage"];
+        delete?: never;
+        options?: never;
+        head?: never;
+        patch?: never;
+        trace?: never;
+    };
+    "/upload/priv": {
+        parameters: {
+            query?: never;
+            header?: never;
+            path?: never;
+            cookie?: never;
+        };
+        get?: never;
+        put?: never;
+        /**
+         * Upload: Privilege picture
+         * @description The simulated device takes a picture of at most 8 MiB, kept under its file name (letters, digits, `._-` and blanks; others become `_`). In another spelling of upper and lower case the kind of file is unknown (-1), which the simulated device refuses.
+         */
+        post: operations["uploadPrivilegePicture"];
+        delete?: never;
+        options?: never;
+        head?: never;
+        patch?: never;
+        trace?: never;
+    };
+    "/upload/scene": {
+        parameters: {
+            query?: never;
+            header?: never;
+            path?: never;
+            cookie?: never;
+        };
+        get?: never;
+        put?: never;
+        /**
+         * Upload: Scene
+         * @description The simulated device takes JSON in UTF-8, at most 1 MiB. The whole URI tells the device the kind of file. With anything below it, or in another spelling, the kind is -1, which the simulated device refuses.
+         */
+        post: operations["uploadScene"];
+        delete?: never;
+        options?: never;
+        head?: never;
+        patch?: never;
+        trace?: never;
+    };
+    "/upload/xyte": {
+        parameters: {
+            query?: never;
+            header?: never;
+            path?: never;
+            cookie?: never;
+        };
+        get?: never;
+        put?: never;
+        /**
+         * Upload: Cloud settings
+         * @description The simulated device takes JSON in UTF-8, at most 1 MiB. In another spelling of upper and lower case the kind of file is unknown (-1), which the simulated device refuses.
+         */
+        post: operations["uploadXyte"];
+        delete?: never;
+        options?: never;
+        head?: never;
+        patch?: never;
+        trace?: never;
+    };
+    "/upload/edid": {
+        parameters: {
+            query?: never;
+            header?: never;
+            path?: never;
+            cookie?: never;
+        };
+        get?: never;
+        put?: never;
+        /**
+         * Upload: EDID
+         * @description The simulated device takes 128 or 256 bytes with the EDID header and correct block checksums. In another spelling of upper and lower case the kind of file is unknown (-1), which the simulated device refuses.
+         */
+        post: operations["uploadEdid"];
+        delete?: never;
+        options?: never;
+        head?: never;
+        patch?: never;
+        trace?: never;
+    };
+    "/upload/security": {
+        parameters: {
+            query?: never;
+            header?: never;
+            path?: never;
+            cookie?: never;
+        };
+        get?: never;
+        put?: never;
+        /**
+         * Upload: Certificate
+         * @description The simulated device takes PEM with a certificate and the unencrypted key that matches; used after the next start. The whole URI tells the device the kind of file. With anything below it, or in another spelling, the kind is -1, which the simulated device refuses.
+         */
+        post: operations["uploadCertificate"];
+        delete?: never;
+        options?: never;
+        head?: never;
+        patch?: never;
+        trace?: never;
+    };
+    "/upload/sub/security": {
+        parameters: {
+            query?: never;
+            header?: never;
+            path?: never;
+            cookie?: never;
+        };
+        get?: never;
+        put?: never;
+        /**
+         * Upload: Certificate, older spelling
+         * @description The simulated device takes PEM with a certificate and the unencrypted key that matches; used after the next start. The whole URI tells the device the kind of file. With anything below it, or in another spelling, the kind is -1, which the simulated device refuses.
+         */
+        post: operations["uploadSubCertificate"];
+        delete?: never;
+        options?: never;
+        head?: never;
+        patch?: never;
+        trace?: never;
+    };
+    "/api/v1/security/https_setting": {
+        parameters: {
+            query?: never;
+            header?: never;
+            path?: never;
+            cookie?: never;
+        };
+        get?: never;
+        put?: never;
+        /**
+         * Upload: HTTPS certificate
+         * @description The simulated device takes PEM with a certificate and the unencrypted key that matches; used after the next start. In another spelling of upper and lower case the kind of file is unknown, and failures give 500 instead of 406.
+         */
+        post: operations["uploadHttpsCertificate"];
+        delete?: never;
+        options?: never;
+        head?: never;
+        patch?: never;
+        trace?: never;
+    };
+    "/api/v1/security/ieee802_1x_setting": {
+        parameters: {
+            query?: never;
+            header?: never;
+            path?: never;
+            cookie?: never;
+        };
+        get?: never;
+        put?: never;
+        /**
+         * Upload: 802.1X certificate
+         * @description The simulated device takes PEM with a certificate and the unencrypted key that matches; used after the next start. In another spelling of upper and lower case the kind of file is unknown, and failures give 500 instead of 406.
+         */
+        post: operations["upload8021xCertificate"];
+        delete?: never;
+        options?: never;
+        head?: never;
+        patch?: never;
+        trace?: never;
+    };
+    "/upload/setting": {
+        parameters: {
+            query?: never;
+            header?: never;
+            path?: never;
+            cookie?: never;
+        };
+        get?: never;
+        put?: never;
+        /**
+         * Upload: Settings archive
+         * @description The simulated device takes a zip that the export made, from administrators.
+         */
+        post: operations["uploadSettings"];
+        delete?: never;
+        options?: never;
+        head?: never;
+        patch?: never;
+        trace?: never;
+    };
+    "/upload/sub/upgrade": {
+        parameters: {
+            query?: never;
+            header?: never;
+            path?: never;
+            cookie?: never;
+        };
+        get?: never;
+        put?: never;
+        /**
+         * Upload: Settings archive, older spelling
+         * @description The simulated device takes a zip that the export made, from administrators. The whole URI tells the device the kind of file. With anything below it the kind is -1, which makes no difference to the simulated device.
+         */
+        post: operations["uploadSubArchive"];
+        delete?: never;
+        options?: never;
+        head?: never;
+        patch?: never;
+        trace?: never;
+    };
+    "/api/v1/settings/import": {
+        parameters: {
+            query?: never;
+            header?: never;
+            path?: never;
+            cookie?: never;
+        };
+        get?: never;
+        put?: never;
+        /**
+         * Upload: Settings archive
+         * @description The simulated device takes a zip that the export made, from administrators.
+         */
+        post: operations["importSettings"];
+        delete?: never;
+        options?: never;
+        head?: never;
+        patch?: never;
+        trace?: never;
+    };
+    "/api/v1/fw_upload": {
+        parameters: {
+            query?: never;
+            header?: never;
+            path?: never;
+            cookie?: never;
+        };
+        get?: never;
+        put?: never;
+        /**
+         * Upload: Firmware
+         * @description The simulated device takes a firmware container of at most 512 MiB, from administrators.
+         */
+        post: operations["uploadFirmware"];
+        delete?: never;
+        options?: never;
+        head?: never;
+        patch?: never;
+        trace?: never;
+    };
+    "/log": {
+        parameters: {
+            query?: never;
+            header?: never;
+            path?: never;
+            cookie?: never;
+        };
+        /** Download: Log */
+        get: operations["downloadLog"];
+        put?: never;
+        post?: never;
+        delete?: never;
+        options?: never;
+        head?: never;
+        patch?: never;
+        trace?: never;
+    };
+    "/api/v1/log": {
+        parameters: {
+            query?: never;
+            header?: never;
+            path?: never;
+            cookie?: never;
+        };
+        /** Download: Log */
+        get: operations["downloadLogV1"];
+        put?: never;
+        post?: never;
+        delete?: never;
+        options?: never;
+        head?: never;
+        patch?: never;
+        trace?: never;
+    };
+    "/download/custom": {
+        parameters: {
+            query?: never;
+            header?: never;
+            path?: never;
+            cookie?: never;
+        };
+        /**
+         * Download: Custom file
+         * @description A text report of the simulated device's state.
+         */
+        get: operations["downloadCustom"];
+        put?: never;
+        post?: never;
+        delete?: never;
+        options?: never;
+        head?: never;
+        patch?: never;
+        trace?: never;
+    };
+    "/download/scene": {
+        parameters: {
+            query?: never;
+            header?: never;
+            path?: never;
+            cookie?: never;
+        };
+        /**
+         * Download: Scene
+         * @description 500 as long as none was uploaded.
+         */
+        get: operations["downloadScene"];
+        put?: never;
+        post?: never;
+        delete?: never;
+        options?: never;
+        head?: never;
+        patch?: never;
+        trace?: never;
+    };
+    "/download/edid": {
+        parameters: {
+            query?: never;
+            header?: never;
+            path?: never;
+            cookie?: never;
+        };
+        /**
+         * Download: EDID
+         * @description 500 as long as none was uploaded.
+         */
+        get: operations["downloadEdid"];
+        put?: never;
+        post?: never;
+        delete?: never;
+        options?: never;
+        head?: never;
+        patch?: never;
+        trace?: never;
+    };
+    "/download/setting": {
+        parameters: {
+            query?: never;
+            header?: never;
+            path?: never;
+            cookie?: never;
+        };
+        /**
+         * Download: Settings archive
+         * @description 401 only without a login: whatever the device refuses is 404. On the simulated device `full` and `users` are for administrators.
+         */
+        get: operations["downloadSettings"];
+        put?: never;
+        post?: never;
+        delete?: never;
+        options?: never;
+        head?: never;
+        patch?: never;
+        trace?: never;
+    };
+    "/api/v1/settings/export": {
+        parameters: {
+            query?: never;
+            header?: never;
+            path?: never;
+            cookie?: never;
+        };
+        /**
+         * Download: Settings archive
+         * @description 401 only without a login: whatever the device refuses is 404. On the simulated device `full` and `users` are for administrators.
+         */
+        get: operations["exportSettings"];
+        put?: never;
+        post?: never;
+        delete?: never;
+        options?: never;
+        head?: never;
+        patch?: never;
+        trace?: never;
+    };
+    "/download/logo": {
+        parameters: {
+            query?: never;
+            header?: never;
+            path?: never;
+            cookie?: never;
+        };
+        /**
+         * Download: Logo
+         * @description Open to every client.
+         */
+        get: operations["downloadLogo"];
+        put?: never;
+        post?: never;
+        delete?: never;
+        options?: never;
+        head?: never;
+        patch?: never;
+        trace?: never;
+    };
+    "/stream": {
+        parameters: {
+            query?: never;
+            header?: never;
+            path?: never;
+            cookie?: never;
+        };
+        /**
+         * Watch the device's own picture
+         * @description No token is read.
+         */
+        get: operations["watchDevice"];
+        put?: never;
+        post?: never;
+        delete?: never;
+        options?: never;
+        head?: never;
+        patch?: never;
+        trace?: never;
+    };
+    "/preview/{unit}": {
+        parameters: {
+            query?: never;
+            header?: never;
+            path?: never;
+            cookie?: never;
+        };
+        /**
+         * Watch a unit
+         * @description Without `/` and a name behind `/preview`, or in another spelling of it, it is the device's own picture. Refused units are left to the web server (404).
+         */
+        get: operations["watchUnit"];
+        put?: never;
+        post?: never;
+        delete?: never;
+        options?: never;
+        head?: never;
+        patch?: never;
+        trace?: never;
+    };
+    "/sim/units": {
+        parameters: {
+            query?: never;
+            header?: never;
+            path?: never;
+            cookie?: never;
+        };
+        /** List the units */
+        get: operations["listSimulatedUnits"];
+        put?: never;
+        post?: never;
+        delete?: never;
+        options?: never;
+        head?: never;
+        patch?: never;
+        trace?: never;
+    };
+    "/sim/units/{name}": {
+        parameters: {
+            query?: never;
+            header?: never;
+            path?: never;
+            cookie?: never;
+        };
+        /**
+         * One unit
+         * @description Methods other than GET and POST are answered 405, URIs that only begin like `/sim/units` 404, both with an `error`.
+         */
+        get: operations["getSimulatedUnit"];
+        put?: never;
+        /**
+         * Change a unit
+         * @description Viewers get 401.
+         */
+        post: operations["changeSimulatedUnit"];
+        delete?: never;
+        options?: never;
+        head?: never;
+        patch?: never;
+        trace?: never;
+    };
+    "/sim/status": {
+        parameters: {
+            query?: never;
+            header?: never;
+            path?: never;
+            cookie?: never;
+        };
+        /** Status */
+        get: operations["getSimulatedStatus"];
+        put?: never;
+        post?: never;
+        delete?: never;
+        options?: never;
+        head?: never;
+        patch?: never;
+        trace?: never;
+    };
+    "/sim/users": {
+        parameters: {
+            query?: never;
+            header?: never;
+            path?: never;
+            cookie?: never;
+        };
+        /**
+         * List the users
+         * @description Administrators only.
+         */
+        get: operations["listSimulatedUsers"];
+        put?: never;
+        post?: never;
+        delete?: never;
+        options?: never;
+        head?: never;
+        patch?: never;
+        trace?: never;
+    };
+    "/sim/files": {
+        parameters: {
+            query?: never;
+            header?: never;
+            path?: never;
+            cookie?: never;
+        };
+        /** List the files */
+        get: operations["listSimulatedFiles"];
+        put?: never;
+        post?: never;
+        delete?: never;
+        options?: never;
+        head?: never;
+        patch?: never;
+        trace?: never;
+    };
+    "/sim/picture/{kind}": {
+        parameters: {
+            query?: never;
+            header?: never;
+            path?: never;
+            cookie?: never;
+        };
+        /**
+         * Download a stored file
+         * @description 500 for unknown kinds and files that are not there.
+         */
+        get: operations["downloadSimulatedFile"];
+        put?: never;
+        post?: never;
+        delete?: never;
+        options?: never;
+        head?: never;
+        patch?: never;
+        trace?: never;
+    };
+    "/sim/upload": {
+        parameters: {
+            query?: never;
+            header?: never;
+            path?: never;
+            cookie?: never;
+        };
+        get?: never;
+        put?: never;
+        /**
+         * Upload: a note
+         * @description Any file of at most 32 MiB; it replaces the note before it.
+         */
+        post: operations["uploadNote"];
+        delete?: never;
+        options?: never;
+        head?: never;
+        patch?: never;
+        trace?: never;
+    };
+    "/sim/download": {
+        parameters: {
+            query?: never;
+            header?: never;
+            path?: never;
+            cookie?: never;
+        };
+        /**
+         * Download: the note
+         * @description 500 as long as there is no note.
+         */
+        get: operations["downloadNote"];
+        put?: never;
+        post?: never;
+        delete?: never;
+        options?: never;
+        head?: never;
+        patch?: never;
+        trace?: never;
+    };
+}
+export type webhooks = Record<string, never>;
+export interface components {
+    schemas: {
+        LoginNeed: {
+            /** @enum {unknown} */
+            result: "on" | "off";
+        };
+        Credentials: {
+            username: string;
+            password: string;
+        };
+        LoginReply: {
+            token: string;
+            /** @description 1 as long as the first password has not been changed, on the simulated device. */
+            firstlogin: number;
+            /** @constant */
+            code: 0;
+            /** @description Present when the device sets it. */
+            wizard?: string;
+        } | {
+            /** @constant */
+            code: 1;
+        } | {
+            /** @constant */
+            code: 2;
+            /** @description Seconds. */
+            lockTime: number;
+        };
+        LogOutReply: {
+            /** @constant */
+            code: "0";
+        };
+        CodeReply: {
+            /** @description On the simulated device 1 wrong old password, 2 weak password, 3 user exists, 4 no such user, 5 last administrator, 6 bad user name, 7 bad role. */
+            code: number;
+        };
+        ChangeUser: {
+            username: string;
+            newusername?: string;
+            oldpassword?: string;
+            newpassword?: string;
+        };
+        ManageUser: {
+            username: string;
+            password: string;
+            /** @description 1 administrator, 2 operator, 3 viewer on the simulated device. */
+            role: number;
+        };
+        DeviceInformation: {
+            model?: string;
+            security?: string;
+            timeout?: string;
+            devicetime?: string;
+        };
+        UnitList: {
+            /** @description On the simulated device JSON, the units in an array. */
+            list: string;
+        };
+        PrivilegeList: {
+            picnum: number;
+            "6000list": {
+                serialnum: number;
+                picname: string;
+                /** @description Empty when there are more than 99. */
+                hostname: string[];
+            }[];
+        };
+        Error: {
+            error: string;
+        };
+        Unit: {
+            name: string;
+            /** @enum {unknown} */
+            type: "tx" | "rx";
+            online: boolean;
+            ip: string;
+            mac: string;
+            /** @description 256 hexadecimal digits in factory state. */
+            edid: string;
+            /** @description Of a receiver: the name of a transmitter, or empty. Of a transmitter: empty. */
+            input: string;
+        };
+        Units: {
+            units: components["schemas"]["Unit"][];
+        };
+        UnitChange: {
+            name?: string;
+            online?: boolean;
+            input?: string;
+        };
+        Status: {
+            model: string;
+            version: string;
+            uptime: number;
+            clients: number;
+            online: number;
+            temperature: number;
+        };
+        SimulatedUsers: {
+            users: {
+                name: string;
+                role: number;
+                firstlogin: number;
+            }[];
+        };
+        Files: {
+            files: {
+                /** @enum {unknown} */
+                kind: "logo" | "bg" | "setbgimage" | "setbaseimage" | "png" | "scene" | "edid" | "xyte";
+                /** @description Bytes. */
+                size: number;
+                /** @description Seconds since 1970. */
+                mtime: number;
+            }[];
+        };
+        UserName: {
+            username: string;
+        };
+    };
+    responses: {
+        /** @description No login has this token, or the user lacks the right. The body is empty. */
+        Unauthorised: {
+            headers: {
+                [name: string]: unknown;
+            };
+            content?: never;
+        };
+        /** @description No login has this token (the body is empty), or the user lacks the right. */
+        OwnUnauthorised: {
+            headers: {
+                [name: string]: unknown;
+            };
+            content: {
+                /**
+                 * @example {
+                 *       "error": "not authorised"
+                 *     }
+                 */
+                "application/json": components["schemas"]["Error"];
+            };
+        };
+        /** @description The device failed or refused. The body is empty. */
+        Failed: {
+            headers: {
+                [name: string]: unknown;
+            };
+            content?: never;
+        };
+        /** @description The device failed or refused; writing privileges says 503 where other routes say 500. The body is empty. */
+        Unavailable: {
+            headers: {
+                [name: string]: unknown;
+            };
+            content?: never;
+        };
+        /** @description The file is not what the route takes. */
+        InvalidFile: {
+            headers: {
+                [name: string]: unknown;
+            };
+            content: {
+                /**
+                 * @example {
+                 *       "result": "Invalid File"
+                 *     }
+                 */
+                "application/json": {
+                    /** @constant */
+                    result: "Invalid File";
+                };
+            };
+        };
+        /** @description The device left the request to the web server (`text/plain; charset=utf-8`, two lines). */
+        WebServer404: {
+            headers: {
+                [name: string]: unknown;
+            };
+            content: {
+                /**
+                 * @example Error 404: Not Found
+                 *     Not found
+                 */
+                "text/plain": string;
+            };
+        };
+        /** @description Another method than the described one. */
+        MethodNotAllowed: {
+            headers: {
+                [name: string]: unknown;
+            };
+            content: {
+                /**
+                 * @example {
+                 *       "error": "method not allowed"
+                 *     }
+                 */
+                "application/json": components["schemas"]["Error"];
+            };
+        };
+        /** @description The file, in chunks. */
+        Download: {
+            headers: {
+                /**
+                 * @description The file name, as the device gives it.
+                 * @example attachment;filename="device.log"
+                 */
+                "Content-Disposition"?: string;
+                /** @description The length is not announced. */
+                "Transfer-Encoding"?: "chunked";
+                [name: string]: unknown;
+            };
+            content: {
+                "application/octet-stream": string;
+            };
+        };
+        /** @description Stored. The body is empty. */
+        Stored: {
+            headers: {
+                [name: string]: unknown;
+            };
+            content?: never;
+        };
+        /** @description 0 done; other numbers are the device's. */
+        Code: {
+            headers: {
+                [name: string]: unknown;
+            };
+            content: {
+                /**
+                 * @example {
+                 *       "code": 0
+                 *     }
+                 */
+                "application/json": components["schemas"]["CodeReply"];
+            };
+        };
+        /** @description 0 done; other numbers are the device's. Printed with line breaks and tabs. */
+        FormattedCode: {
+            headers: {
+                [name: string]: unknown;
+            };
+            content: {
+                /**
+                 * @example {
+                 *       "code": 0
+                 *     }
+                 */
+                "application/json": components["schemas"]["CodeReply"];
+            };
+        };
+        /** @description The members that the device sets; `timeout` is a number of seconds as a text. */
+        DeviceInformation: {
+            headers: {
+                [name: string]: unknown;
+            };
+            content: {
+                /**
+                 * @example {
+                 *       "model": "SIM-8X8",
+                 *       "security": "tls1.2",
+                 *       "timeout": "43200",
+                 *       "devicetime": "2026-01-01 12:00:00"
+                 *     }
+                 */
+                "application/json": components["schemas"]["DeviceInformation"];
+            };
+        };
+        /** @description Pictures without end, each a part of `Content-Type: image/jpeg` with its `Content-Length`. The boundary parameter is "--w00t"; a part begins with exactly these six characters. The connection ends with the stream. */
+        Pictures: {
+            headers: {
+                [name: string]: unknown;
+            };
+            content: {
+                "multipart/x-mixed-replace": string;
+            };
+        };
+        /** @description The unit. */
+        SimulatedUnit: {
+            headers: {
+                [name: string]: unknown;
+            };
+            content: {
+                /**
+                 * @example {
+                 *       "name": "TX01",
+                 *       "type": "tx",
+                 *       "online": true,
+                 *       "ip": "192.0.2.11",
+                 *       "mac": "02:00:00:00:00:0b",
+                 *       "edid": "00ffffffffffff004d2d01000b0000000022010300000000000000000000000000000000000000000000000000000000000000000000023a801871382d40582c450000000000001e0000000000000000000000000000000000000000000000000000000000000000000000000000000000000000000000000000000000000089",
+                 *       "input": ""
+                 *     }
+                 */
+                "application/json": components["schemas"]["Unit"];
+            };
+        };
+        /** @description No such unit. */
+        NoSuchUnit: {
+            headers: {
+                [name: string]: unknown;
+            };
+            content: {
+                /**
+                 * @example {
+                 *       "error": "no such unit"
+                 *     }
+                 */
+                "application/json": components["schemas"]["Error"];
+            };
+        };
+    };
+    parameters: never;
+    requestBodies: {
+        /** @description A form with `Content-Type: multipart/form-data; boundary=...`. The field may have any name; names and file names are handed on with at most 127 bytes, the content in pieces of at most 32768 bytes. Fields without a file name reach the device too. Anything else than a whole, well-formed form fails: 406 where the route has it, else 500. A form without fields reaches the device as the end of an upload. */
+        File: {
+            content: {
+                "multipart/form-data": {
+                    /** @description The file; its part needs a `filename`. */
+                    file: string;
+                };
+            };
+        };
+    };
+    headers: never;
+    pathItems: never;
+}
+export type $defs = Record<string, never>;
+export interface operations {
+    askWhetherLoginIsNeeded: {
+        parameters: {
+            query?: never;
+            header?: never;
+            path?: never;
+            cookie?: never;
+        };
+        requestBody?: never;
+        responses: {
+            /** @description "off" when requests need no token. */
+            200: {
+                headers: {
+                    [name: string]: unknown;
+                };
+                content: {
+                    /**
+                     * @example {
+                     *       "result": "on"
+                     *     }
+                     */
+                    "application/json": components["schemas"]["LoginNeed"];
+                };
+            };
+        };
+    };
+    logIn: {
+        parameters: {
+            query?: never;
+            header?: never;
+            path?: never;
+            cookie?: never;
+        };
+        requestBody: {
+            content: {
+                /**
+                 * @example {
+                 *       "username": "admin",
+                 *       "password": "admin"
+                 *     }
+                 */
+                "application/json": components["schemas"]["Credentials"];
+            };
+        };
+        responses: {
+            /** @description `code` decides: 0 with a token, 1 refused, 2 locked for `lockTime` seconds. */
+            200: {
+                headers: {
+                    [name: string]: unknown;
+                };
+                content: {
+                    "application/json": components["schemas"]["LoginReply"];
+                };
+            };
+            404: components["responses"]["WebServer404"];
+            /** @description Twenty sessions are open, or memory is short. The body is empty. */
+            500: {
+                headers: {
+                    [name: string]: unknown;
+                };
+                content?: never;
+            };
+        };
+    };
+    logOut: {
+        parameters: {
+            query?: never;
+            header?: never;
+            path?: never;
+            cookie?: never;
+        };
+        requestBody?: never;
+        responses: {
+            /** @description The login has ended; `code` is a text here. */
+            200: {
+                headers: {
+                    [name: string]: unknown;
+                };
+                content: {
+                    /**
+                     * @example {
+                     *       "code": "0"
+                     *     }
+                     */
+                    "application/json": components["schemas"]["LogOutReply"];
+                };
+            };
+            401: components["responses"]["Unauthorised"];
+            404: components["responses"]["WebServer404"];
+        };
+    };
+    changePassword: {
+        parameters: {
+            query?: never;
+            header?: never;
+            path?: never;
+            cookie?: never;
+        };
+        requestBody: {
+            content: {
+                /**
+                 * @example {
+                 *       "username": "admin",
+                 *       "oldpassword": "admin",
+                 *       "newpassword": "Correct-Horse-7"
+                 *     }
+                 */
+                "application/json": components["schemas"]["ChangeUser"];
+            };
+        };
+        responses: {
+            200: components["responses"]["FormattedCode"];
+            401: components["responses"]["Unauthorised"];
+        };
+    };
+    changeNameOrPassword: {
+        parameters: {
+            query?: never;
+            header?: never;
+            path?: never;
+            cookie?: never;
+        };
+        requestBody: {
+            content: {
+                /**
+                 * @example {
+                 *       "username": "admin",
+                 *       "newusername": "chief",
+                 *       "oldpassword": "admin",
+                 *       "newpassword": "Correct-Horse-7"
+                 *     }
+                 */
+                "application/json": components["schemas"]["ChangeUser"];
+            };
+        };
+        responses: {
+            200: components["responses"]["FormattedCode"];
+            401: components["responses"]["Unauthorised"];
+        };
+    };
+    createUser: {
+        parameters: {
+            query?: never;
+            header?: never;
+            path?: never;
+            cookie?: never;
+        };
+        requestBody: {
+            content: {
+                /**
+                 * @example {
+                 *       "username": "olga",
+                 *       "password": "Correct-Horse-7",
+                 *       "role": 2
+                 *     }
+                 */
+                "application/json": components["schemas"]["ManageUser"];
+            };
+        };
+        responses: {
+            200: components["responses"]["Code"];
+            401: components["responses"]["Unauthorised"];
+            500: components["responses"]["Failed"];
+        };
+    };
+    deleteUser: {
+        parameters: {
+            query?: never;
+            header?: never;
+            path?: never;
+            cookie?: never;
+        };
+        requestBody: {
+            content: {
+                /**
+                 * @example {
+                 *       "username": "olga"
+                 *     }
+                 */
+                "application/json": components["schemas"]["UserName"];
+            };
+        };
+        responses: {
+            200: components["responses"]["Code"];
+            401: components["responses"]["Unauthorised"];
+            500: components["responses"]["Failed"];
+        };
+    };
+    getDeviceInformation: {
+        parameters: {
+            query?: never;
+            header?: never;
+            path?: never;
+            cookie?: never;
+        };
+        requestBody?: never;
+        responses: {
+            200: components["responses"]["DeviceInformation"];
+            401: components["responses"]["Unauthorised"];
+            500: components["responses"]["Failed"];
+        };
+    };
+    getDeviceTime: {
+        parameters: {
+            query?: never;
+            header?: never;
+            path?: never;
+            cookie?: never;
+        };
+        requestBody?: never;
+        responses: {
+            200: components["responses"]["DeviceInformation"];
+            401: components["responses"]["Unauthorised"];
+            500: components["responses"]["Failed"];
+        };
+    };
+    restore: {
+        parameters: {
+            query?: never;
+            header?: never;
+            path?: never;
+            cookie?: never;
+        };
+        requestBody?: never;
+        responses: {
+            /** @description Restored. The body is empty. */
+            200: {
+                headers: {
+                    [name: string]: unknown;
+                };
+                content?: never;
+            };
+            401: components["responses"]["Unauthorised"];
+            500: components["responses"]["Failed"];
+        };
+    };
+    listUnits: {
+        parameters: {
+            query?: never;
+            header?: never;
+            path?: never;
+            cookie?: never;
+        };
+        requestBody?: never;
+        responses: {
+            /** @description `list` is a text of the device's own format; the simulated device's holds JSON. */
+            200: {
+                headers: {
+                    [name: string]: unknown;
+                };
+                content: {
+                    /**
+                     * @example {
+                     *       "list": "[{\"name\":\"TX01\",\"type\":\"tx\",\"online\":true,\"ip\":\"192.0.2.11\",\"mac\":\"02:00:00:00:00:0b\",\"edid\":\"\",\"input\":\"\"}]"
+                     *     }
+                     */
+                    "application/json": components["schemas"]["UnitList"];
+                };
+            };
+            401: components["responses"]["Unauthorised"];
+            500: components["responses"]["Failed"];
+        };
+    };
+    listPrivileges: {
+        parameters: {
+            query?: never;
+            header?: never;
+            path?: never;
+            cookie?: never;
+        };
+        requestBody?: never;
+        responses: {
+            /** @description Pictures and the hosts that they are bound to. */
+            200: {
+                headers: {
+                    [name: string]: unknown;
+                };
+                content: {
+                    /**
+                     * @example {
+                     *       "picnum": 1,
+                     *       "6000list": [
+                     *         {
+                     *           "serialnum": 1,
+                     *           "picname": "a.png",
+                     *           "hostname": [
+                     *             "RX01"
+                     *           ]
+                     *         }
+                     *       ]
+                     *     }
+                     */
+                    "application/json": components["schemas"]["PrivilegeList"];
+                };
+            };
+            401: components["responses"]["Unauthorised"];
+            500: components["responses"]["Failed"];
+        };
+    };
+    bindPrivilege: {
+        parameters: {
+            query: {
+                /**
+                 * @description Host. Longer names are cut.
+                 * @example RX01
+                 */
+                hostname: string;
+                /**
+                 * @description Picture. Longer names are cut.
+                 * @example a.png
+                 */
+                file: string;
+            };
+            header?: never;
+            path?: never;
+            cookie?: never;
+        };
+        requestBody?: never;
+        responses: {
+            /** @description Bound. */
+            200: {
+                headers: {
+                    [name: string]: unknown;
+                };
+                content?: never;
+            };
+            401: components["responses"]["Unauthorised"];
+            503: components["responses"]["Unavailable"];
+        };
+    };
+    deletePrivilege: {
+        parameters: {
+            query: {
+                /**
+                 * @description Picture. Longer names are cut.
+                 * @example a.png
+                 */
+                file: string;
+            };
+            header?: never;
+            path?: never;
+            cookie?: never;
+        };
+        requestBody?: never;
+        responses: {
+            /** @description Deleted. */
+            200: {
+                headers: {
+                    [name: string]: unknown;
+                };
+                content?: never;
+            };
+            401: components["responses"]["Unauthorised"];
+            503: components["responses"]["Unavailable"];
+        };
+    };
+    uploadLogo: {
+        parameters: {
+            query?: never;
+            header?: never;
+            path?: never;
+            cookie?: never;
+        };
+        requestBody: components["requestBodies"]["File"];
+        responses: {
+            200: components["responses"]["Stored"];
+            401: components["responses"]["Unauthorised"];
+            500: components["responses"]["Failed"];
+        };
+    };
+    uploadBackground: {
+        parameters: {
+            query?: never;
+            header?: never;
+            path?: never;
+            cookie?: never;
+        };
+        requestBody: components["requestBodies"]["File"];
+        responses: {
+            200: components["responses"]["Stored"];
+            401: components["responses"]["Unauthorised"];
+            500: components["responses"]["Failed"];
+        };
+    };
+    uploadSubBackground: {
+        parameters: {
+            query?: never;
+            header?: never;
+            path?: never;
+            cookie?: never;
+        };
+        requestBody: components["requestBodies"]["File"];
+        responses: {
+            200: components["responses"]["Stored"];
+            401: components["responses"]["Unauthorised"];
+            500: components["responses"]["Failed"];
+        };
+    };
+    uploadSubLogo: {
+        parameters: {
+            query?: never;
+            header?: never;
+            path?: never;
+            cookie?: never;
+        };
+        requestBody: components["requestBodies"]["File"];
+        responses: {
+            200: components["responses"]["Stored"];
+            401: components["responses"]["Unauthorised"];
+            500: components["responses"]["Failed"];
+        };
+    };
+    uploadPng: {
+        parameters: {
+            query?: never;
+            header?: never;
+            path?: never;
+            cookie?: never;
+        };
+        requestBody: components["requestBodies"]["File"];
+        responses: {
+            200: components["responses"]["Stored"];
+            401: components["responses"]["Unauthorised"];
+            500: components["responses"]["Failed"];
+        };
+    };
+    uploadBackgroundImage: {
+        parameters: {
+            query?: never;
+            header?: never;
+            path?: never;
+            cookie?: never;
+        };
+        requestBody: components["requestBodies"]["File"];
+        responses: {
+            200: components["responses"]["Stored"];
+            401: components["responses"]["Unauthorised"];
+            500: components["responses"]["Failed"];
+        };
+    };
+    uploadBaseImage: {
+        parameters: {
+            query?: never;
+            header?: never;
+            path?: never;
+            cookie?: never;
+        };
+        requestBody: components["requestBodies"]["File"];
+        responses: {
+            200: components["responses"]["Stored"];
+            401: components["responses"]["Unauthorised"];
+            500: components["responses"]["Failed"];
+        };
+    };
+    uploadPrivilegePicture: {
+        parameters: {
+            query?: never;
+            header?: never;
+            path?: never;
+            cookie?: never;
+        };
+        requestBody: components["requestBodies"]["File"];
+        responses: {
+            200: components["responses"]["Stored"];
+            401: components["responses"]["Unauthorised"];
+            500: components["responses"]["Failed"];
+        };
+    };
+    uploadScene: {
+        parameters: {
+            query?: never;
+            header?: never;
+            path?: never;
+            cookie?: never;
+        };
+        requestBody: components["requestBodies"]["File"];
+        responses: {
+            200: components["responses"]["Stored"];
+            401: components["responses"]["Unauthorised"];
+            500: components["responses"]["Failed"];
+        };
+    };
+    uploadXyte: {
+        parameters: {
+            query?: never;
+            header?: never;
+            path?: never;
+            cookie?: never;
+        };
+        requestBody: components["requestBodies"]["File"];
+        responses: {
+            200: components["responses"]["Stored"];
+            401: components["responses"]["Unauthorised"];
+            500: components["responses"]["Failed"];
+        };
+    };
+    uploadEdid: {
+        parameters: {
+            query?: never;
+            header?: never;
+            path?: never;
+            cookie?: never;
+        };
+        requestBody: components["requestBodies"]["File"];
+        responses: {
+            200: components["responses"]["Stored"];
+            401: components["responses"]["Unauthorised"];
+            500: components["responses"]["Failed"];
+        };
+    };
+    uploadCertificate: {
+        parameters: {
+            query?: never;
+            header?: never;
+            path?: never;
+            cookie?: never;
+        };
+        requestBody: components["requestBodies"]["File"];
+        responses: {
+            200: components["responses"]["Stored"];
+            401: components["responses"]["Unauthorised"];
+            500: components["responses"]["Failed"];
+        };
+    };
+    uploadSubCertificate: {
+        parameters: {
+            query?: never;
+            header?: never;
+            path?: never;
+            cookie?: never;
+        };
+        requestBody: components["requestBodies"]["File"];
+        responses: {
+            200: components["responses"]["Stored"];
+            401: components["responses"]["Unauthorised"];
+            500: components["responses"]["Failed"];
+        };
+    };
+    uploadHttpsCertificate: {
+        parameters: {
+            query?: never;
+            header?: never;
+            path?: never;
+            cookie?: never;
+        };
+        requestBody: components["requestBodies"]["File"];
+        responses: {
+            200: components["responses"]["Stored"];
+            401: components["responses"]["Unauthorised"];
+            406: components["responses"]["InvalidFile"];
+            500: components["responses"]["Failed"];
+        };
+    };
+    upload8021xCertificate: {
+        parameters: {
+            query?: never;
+            header?: {
+                /**
+                 * @description 802.1X port, handed to the device; longer texts are cut.
+                 * @example 1
+                 */
+                Port?: string;
+            };
+            path?: never;
+            cookie?: never;
+        };
+        requestBody: components["requestBodies"]["File"];
+        responses: {
+            200: components["responses"]["Stored"];
+            401: components["responses"]["Unauthorised"];
+            406: components["responses"]["InvalidFile"];
+            500: components["responses"]["Failed"];
+        };
+    };
+    uploadSettings: {
+        parameters: {
+            query?: never;
+            header?: never;
+            path?: never;
+            cookie?: never;
+        };
+        requestBody: components["requestBodies"]["File"];
+        responses: {
+            200: components["responses"]["Stored"];
+            401: components["responses"]["Unauthorised"];
+            500: components["responses"]["Failed"];
+        };
+    };
+    uploadSubArchive: {
+        parameters: {
+            query?: never;
+            header?: never;
+            path?: never;
+            cookie?: never;
+        };
+        requestBody: components["requestBodies"]["File"];
+        responses: {
+            200: components["responses"]["Stored"];
+            401: components["responses"]["Unauthorised"];
+            500: components["responses"]["Failed"];
+        };
+    };
+    importSettings: {
+        parameters: {
+            query?: never;
+            header?: never;
+            path?: never;
+            cookie?: never;
+        };
+        requestBody: components["requestBodies"]["File"];
+        responses: {
+            200: components["responses"]["Stored"];
+            401: components["responses"]["Unauthorised"];
+            500: components["responses"]["Failed"];
+        };
+    };
+    uploadFirmware: {
+        parameters: {
+            query?: never;
+            header?: never;
+            path?: never;
+            cookie?: never;
+        };
+        requestBody: components["requestBodies"]["File"];
+        responses: {
+            200: components["responses"]["Stored"];
+            401: components["responses"]["Unauthorised"];
+            406: components["responses"]["InvalidFile"];
+            500: components["responses"]["Failed"];
+        };
+    };
+    downloadLog: {
+        parameters: {
+            query?: never;
+            header?: never;
+            path?: never;
+            cookie?: never;
+        };
+        requestBody?: never;
+        responses: {
+            200: components["responses"]["Download"];
+            401: components["responses"]["Unauthorised"];
+            500: components["responses"]["Failed"];
+        };
+    };
+    downloadLogV1: {
+        parameters: {
+            query?: never;
+            header?: never;
+            path?: never;
+            cookie?: never;
+        };
+        requestBody?: never;
+        responses: {
+            200: components["responses"]["Download"];
+            401: components["responses"]["Unauthorised"];
+            500: components["responses"]["Failed"];
+        };
+    };
+    downloadCustom: {
+        parameters: {
+            query?: never;
+            header?: never;
+            path?: never;
+            cookie?: never;
+        };
+        requestBody?: never;
+        responses: {
+            200: components["responses"]["Download"];
+            401: components["responses"]["Unauthorised"];
+            500: components["responses"]["Failed"];
+        };
+    };
+    downloadScene: {
+        parameters: {
+            query?: never;
+            header?: never;
+            path?: never;
+            cookie?: never;
+        };
+        requestBody?: never;
+        responses: {
+            200: components["responses"]["Download"];
+            401: components["responses"]["Unauthorised"];
+            500: components["responses"]["Failed"];
+        };
+    };
+    downloadEdid: {
+        parameters: {
+            query?: never;
+            header?: never;
+            path?: never;
+            cookie?: never;
+        };
+        requestBody?: never;
+        responses: {
+            200: components["responses"]["Download"];
+            401: components["responses"]["Unauthorised"];
+            500: components["responses"]["Failed"];
+        };
+    };
+    downloadSettings: {
+        parameters: {
+            query?: {
+                /**
+                 * @description What to export; on the simulated device `full` (also without one), `users` or `units`. Longer values are cut.
+                 * @example units
+                 */
+                method?: string;
+            };
+            header?: never;
+            path?: never;
+            cookie?: never;
+        };
+        requestBody?: never;
+        responses: {
+            200: components["responses"]["Download"];
+            401: components["responses"]["Unauthorised"];
+            404: components["responses"]["WebServer404"];
+        };
+    };
+    exportSettings: {
+        parameters: {
+            query?: {
+                /**
+                 * @description What to export; on the simulated device `full` (also without one), `users` or `units`. Longer values are cut.
+                 * @example units
+                 */
+                method?: string;
+            };
+            header?: never;
+            path?: never;
+            cookie?: never;
+        };
+        requestBody?: never;
+        responses: {
+            200: components["responses"]["Download"];
+            401: components["responses"]["Unauthorised"];
+            404: components["responses"]["WebServer404"];
+        };
+    };
+    downloadLogo: {
+        parameters: {
+            query?: never;
+            header?: never;
+            path?: never;
+            cookie?: never;
+        };
+        requestBody?: never;
+        responses: {
+            200: components["responses"]["Download"];
+            404: components["responses"]["WebServer404"];
+        };
+    };
+    watchDevice: {
+        parameters: {
+            query?: never;
+            header?: never;
+            path?: never;
+            cookie?: never;
+        };
+        requestBody?: never;
+        responses: {
+            200: components["responses"]["Pictures"];
+            404: components["responses"]["WebServer404"];
+        };
+    };
+    watchUnit: {
+        parameters: {
+            query?: never;
+            header?: never;
+            path: {
+                /**
+                 * @description Unit; longer names are cut to 31 characters.
+                 * @example TX01
+                 */
+                unit: string;
+            };
+            cookie?: never;
+        };
+        requestBody?: never;
+        responses: {
+            200: components["responses"]["Pictures"];
+            404: components["responses"]["WebServer404"];
+        };
+    };
+    listSimulatedUnits: {
+        parameters: {
+            query?: never;
+            header?: never;
+            path?: never;
+            cookie?: never;
+        };
+        requestBody?: never;
+        responses: {
+            /** @description All units. */
+            200: {
+                headers: {
+                    [name: string]: unknown;
+                };
+                content: {
+                    /**
+                     * @example {
+                     *       "units": [
+                     *         {
+                     *           "name": "TX01",
+                     *           "type": "tx",
+                     *           "online": true,
+                     *           "ip": "192.0.2.11",
+                     *           "mac": "02:00:00:00:00:0b",
+                     *           "edid": "",
+                     *           "input": ""
+                     *         }
+                     *       ]
+                     *     }
+                     */
+                    "application/json": components["schemas"]["Units"];
+                };
+            };
+            401: components["responses"]["OwnUnauthorised"];
+            405: components["responses"]["MethodNotAllowed"];
+        };
+    };
+    getSimulatedUnit: {
+        parameters: {
+            query?: never;
+            header?: never;
+            path: {
+                /**
+                 * @description Name of a unit.
+                 * @example TX01
+                 */
+                name: string;
+            };
+            cookie?: never;
+        };
+        requestBody?: never;
+        responses: {
+            200: components["responses"]["SimulatedUnit"];
+            401: components["responses"]["OwnUnauthorised"];
+            404: components["responses"]["NoSuchUnit"];
+        };
+    };
+    changeSimulatedUnit: {
+        parameters: {
+            query?: never;
+            header?: never;
+            path: {
+                /**
+                 * @description Name of a unit.
+                 * @example TX01
+                 */
+                name: string;
+            };
+            cookie?: never;
+        };
+        requestBody: {
+            content: {
+                /**
+                 * @example {
+                 *       "online": true
+                 *     }
+                 */
+                "application/json": components["schemas"]["UnitChange"];
+            };
+        };
+        responses: {
+            200: components["responses"]["SimulatedUnit"];
+            /** @description The body is no such object, or a value is refused. */
+            400: {
+                headers: {
+                    [name: string]: unknown;
+                };
+                content: {
+                    /**
+                     * @example {
+                     *       "error": "bad body"
+                     *     }
+                     */
+                    "application/json": components["schemas"]["Error"];
+                };
+            };
+            401: components["responses"]["OwnUnauthorised"];
+            404: components["responses"]["NoSuchUnit"];
+        };
+    };
+    getSimulatedStatus: {
+        parameters: {
+            query?: never;
+            header?: never;
+            path?: never;
+            cookie?: never;
+        };
+        requestBody?: never;
+        responses: {
+            /** @description The answer. */
+            200: {
+                headers: {
+                    [name: string]: unknown;
+                };
+                content: {
+                    /**
+                     * @example {
+                     *       "model": "SIM-8X8",
+                     *       "version": "1.0.0",
+                     *       "uptime": 60,
+                     *       "clients": 1,
+                     *       "online": 8,
+                     *       "temperature": 41.5
+                     *     }
+                     */
+                    "application/json": components["schemas"]["Status"];
+                };
+            };
+            401: components["responses"]["OwnUnauthorised"];
+            405: components["responses"]["MethodNotAllowed"];
+        };
+    };
+    listSimulatedUsers: {
+        parameters: {
+            query?: never;
+            header?: never;
+            path?: never;
+            cookie?: never;
+        };
+        requestBody?: never;
+        responses: {
+            /** @description The answer. */
+            200: {
+                headers: {
+                    [name: string]: unknown;
+                };
+                content: {
+                    /**
+                     * @example {
+                     *       "users": [
+                     *         {
+                     *           "name": "admin",
+                     *           "role": 1,
+                     *           "firstlogin": 1
+                     *         }
+                     *       ]
+                     *     }
+                     */
+                    "application/json": components["schemas"]["SimulatedUsers"];
+                };
+            };
+            401: components["responses"]["OwnUnauthorised"];
+            405: components["responses"]["MethodNotAllowed"];
+        };
+    };
+    listSimulatedFiles: {
+        parameters: {
+            query?: never;
+            header?: never;
+            path?: never;
+            cookie?: never;
+        };
+        requestBody?: never;
+        responses: {
+            /** @description The answer. */
+            200: {
+                headers: {
+                    [name: string]: unknown;
+                };
+                content: {
+                    /**
+                     * @example {
+                     *       "files": [
+                     *         {
+                     *           "kind": "logo",
+                     *           "size": 1000,
+                     *           "mtime": 1767225600
+                     *         }
+                     *       ]
+                     *     }
+                     */
+                    "application/json": components["schemas"]["Files"];
+                };
+            };
+            401: components["responses"]["Unauthorised"];
+            405: components["responses"]["MethodNotAllowed"];
+        };
+    };
+    downloadSimulatedFile: {
+        parameters: {
+            query?: never;
+            header?: never;
+            path: {
+                /**
+                 * @description Kind of file.
+                 * @example logo
+                 */
+                kind: string;
+            };
+            cookie?: never;
+        };
+        requestBody?: never;
+        responses: {
+            200: components["responses"]["Download"];
+            401: components["responses"]["Unauthorised"];
+            500: components["responses"]["Failed"];
+        };
+    };
+    uploadNote: {
+        parameters: {
+            query?: never;
+            header?: never;
+            path?: never;
+            cookie?: never;
+        };
+        requestBody: components["requestBodies"]["File"];
+        responses: {
+            200: components["responses"]["Stored"];
+            401: components["responses"]["Unauthorised"];
+            500: components["responses"]["Failed"];
+        };
+    };
+    downloadNote: {
+        parameters: {
+            query?: never;
+            header?: never;
+            path?: never;
+            cookie?: never;
+        };
+        requestBody?: never;
+        responses: {
+            200: components["responses"]["Download"];
+            401: components["responses"]["Unauthorised"];
+            500: components["responses"]["Failed"];
+        };
+    };
+}

@@ -1,0 +1,208 @@
+/* The package's modules against a running device, without a browser. */
+import assert from 'node:assert/strict';
+import { createRequire } from 'node:module';
+import { join } from 'node:path';
+import { after, before, beforeEach, describe, test } from 'node:test';
+import { ApiError, Channel, Device, applyMessage } from '../../clients/js/src/index.js';
+import { pictures } from '../../clients/js/src/pictures.js';
+import { Simulator } from '../browser/support/simulator.mjs';
+import { freezableWay, listen } from './support.mjs';
+
+// Node's own WebSocket comes with a later version than the one that the package needs.
+globalThis.WebSocket = createRequire(join(process.env.SDKAPI_BROWSER_OUTPUT, 'package.json'))('ws');
+
+const JPEG = [0xff, 0xd8, 0xff];
+const fails = (action, kind, status) => assert.rejects(action, (error) => {
+  assert.ok(error instanceof ApiError, error.stack);
+  assert.deepEqual([error.kind, error.status], [kind, status]);
+  return true;
+});
+
+describe('requests', () => {
+  let simulator;
+  let device;
+  before(async () => (simulator = await Simulator.start('http')));
+  after(async () => assert.equal(await simulator?.remove(), 0));
+  beforeEach(() => (device = new Device({ base: `${simulator.url}/` })));
+
+  const loggedIn = async (name = 'admin', password = 'admin') => {
+    assert.equal((await device.login(name, password)).code, 0);
+    return device;
+  };
+
+  test('a login gives a token, a log-out ends it', async () => {
+    assert.equal(await device.loginRequired(), true);
+    assert.deepEqual(await device.login('admin', 'wrong'), { code: 1 });
+    assert.equal(device.token, '');
+    await loggedIn();
+    assert.equal(await device.tokenIsValid(), true);
+    assert.equal((await device.getJson('/dev_info')).model, 'SIM-8X8');
+    const { token } = device;
+    await device.logout();
+    assert.equal(device.token, '');
+    device.token = token;
+    assert.equal(await device.tokenIsValid(), false);
+  });
+
+  test('texts that hold JSON are read once more', async () => {
+    await loggedIn();
+    const units = JSON.parse((await device.getJson('/getTxRxList')).list);
+    assert.deepEqual(units, (await device.getJson('/sim/units')).units);
+  });
+
+  test('a failure says what it is', async () => {
+    await fails(device.getJson('/dev_info'), 'ended', 401);
+    await loggedIn();
+    await device.postJson('/createuser', { username: 'guest', password: 'Guest-1pw', role: 3 });
+    await fails(device.getJson('/sim/units/NOBODY'), 'missing', 404);
+    await fails(device.download('/download/scene'), 'failed', 500);
+    await fails(device.request('/specifypriv?hostname=RX01&file=none.png'), 'busy', 503);
+    await fails(device.request('/dev_info', { signal: AbortSignal.abort() }), 'cancelled', 0);
+    await loggedIn('guest', 'Guest-1pw');
+    await fails(device.getJson('/sim/users'), 'forbidden', 401);
+    await fails(new Device({ base: 'http://127.0.0.1:1' }).loginRequired(), 'offline', 0);
+  });
+
+  test('a download has its name and counts what has come', async () => {
+    await loggedIn();
+    const counts = [];
+    const { blob, name } = await device.download('/api/v1/log', { onProgress: (received) => counts.push(received) });
+    assert.equal(name, 'device.log');
+    assert.equal(counts.at(-1), blob.size);
+    assert.ok(blob.size > 0);
+  });
+
+  test('pictures come one after the other until the loop ends', async () => {
+    const seen = [];
+    for await (const picture of device.watch('TX01')) {
+      seen.push([...new Uint8Array(await picture.slice(0, 3).arrayBuffer())]);
+      if (seen.length === 3) break;
+    }
+    assert.deepEqual(seen, [JPEG, JPEG, JPEG]);
+    assert.ok((await device.snapshot()).size > 1000);
+    await fails(device.snapshot('NOBODY'), 'missing', 404);
+    await fails(device.snapshot('TX01', AbortSignal.abort()), 'cancelled', 0);
+  });
+});
+
+describe('a stream of pictures', () => {
+  const part = (text) => `\r\n\r\n--w00t\r\nContent-Type: image/jpeg\r\nContent-Length: ${text.length}\r\n\r\n${text}`;
+  const inPieces = (text, size) => {
+    const bytes = new TextEncoder().encode(text);
+    let at = 0;
+    return new Response(new ReadableStream({
+      pull(controller) {
+        if (at >= bytes.length) return controller.close();
+        controller.enqueue(bytes.slice(at, (at += size)));
+      },
+    }));
+  };
+  const all = async (response) => {
+    const found = [];
+    for await (const picture of pictures(response)) found.push(await picture.text());
+    return found;
+  };
+
+  for (const size of [1, 2, 3, 5, 7, 64, 1000]) {
+    test(`is cut into its pictures in pieces of ${size}`, async () => {
+      assert.deepEqual(await all(inPieces((part('first') + part('second\r\n\r\n') + part('3')).trimStart(), size)), ['first', 'second\r\n\r\n', '3']);
+    });
+  }
+
+  for (const [what, text] of [['ends within a picture', part('first').slice(0, -2)], ['has a part without a length', '--w00t\r\nContent-Type: image/jpeg\r\n\r\nx'],
+    ['has a length without end', part('x').replace('Length: 1', 'Length: 99999999999')], ['has a head without end', `--w00t\r\nX: ${'x'.repeat(2000)}`]]) {
+    test(`is broken when it ${what}`, () => fails(all(inPieces(text, 100)), 'broken', 0));
+  }
+});
+
+describe('the event channel', () => {
+  const open = async (simulator, options) => {
+    const device = new Device({ base: simulator.url });
+    if (await device.loginRequired()) assert.equal((await device.login('admin', 'admin')).code, 0);
+    const channel = new Channel(device, options);
+    const [states, messages] = [listen(channel, 'state'), listen(channel, 'message')];
+    channel.open();
+    await states.wait('open', (state) => state === 'open');
+    return { device, channel, states, messages };
+  };
+  const withDevice = (name, options, action) => test(name, { timeout: 60000 }, async () => {
+    const simulator = await Simulator.start('http', ...options);
+    try {
+      await action(simulator);
+    } finally {
+      assert.equal(await simulator.remove(), 0);
+    }
+  });
+
+  withDevice('tells the state, events and the outcome of commands', [], async (simulator) => {
+    const { channel, messages, states } = await open(simulator);
+    const hello = await messages.wait('hello', ({ type }) => type === 'hello');
+    assert.equal(hello.units.length, 8);
+    const names = [];
+    channel.on('unit', ({ unit, was }) => names.push([was, unit.name]));
+    await channel.command({ type: 'set-unit-name', unit: 'TX01', name: 'Stage' });
+    await messages.wait('the new name', ({ type }) => type === 'unit');
+    assert.deepEqual(names, [['TX01', 'Stage']]);
+    assert.equal((await channel.command({ type: 'ping' })).type, 'pong');
+    await assert.rejects(channel.command({ type: 'set-unit-name', unit: 'nobody', name: 'x' }), { message: 'no such unit' });
+    channel.close();
+    await states.wait('closed', (state) => state === 'closed');
+    await fails(channel.command({ type: 'ping' }), 'offline', 0);
+  });
+
+  withDevice('ends when its login does', [], async (simulator) => {
+    const { states, device } = await open(simulator);
+    const { token } = device;
+    await device.logout();
+    device.token = token;
+    await simulator.halt();
+    await states.wait('lost', (state) => state === 'lost');
+    await simulator.launch();
+    await states.wait('ended', (state) => state === 'ended');
+  });
+
+  withDevice('comes back after a restart where no login is wanted', ['--no-auth'], async (simulator) => {
+    const { channel, states, messages } = await open(simulator);
+    await messages.wait('hello', ({ type }) => type === 'hello');
+    await simulator.halt();
+    await states.wait('lost', (state) => state === 'lost');
+    await simulator.launch();
+    await states.wait('open', (state) => state === 'open');
+    await messages.wait('hello', ({ type }) => type === 'hello');
+    channel.close();
+  });
+
+  for (const [options, outcome] of [[[], 'ended'], [['--no-auth'], 'open']]) {
+    withDevice(`a dead connection is noticed after a restart: ${outcome}`, options, async (simulator) => {
+      const way = await freezableWay(simulator);
+      const { channel, states } = await open(way, { silence: 2500 });
+      way.freeze();
+      await states.wait('lost', (state) => state === 'lost');
+      await simulator.halt();
+      await simulator.launch();
+      await states.wait(outcome, (state) => state === outcome);
+      channel.close();
+      way.close();
+    });
+  }
+});
+
+test('the state follows the messages and leaves the old one alone', () => {
+  const unit = { name: 'TX01', online: true };
+  const first = applyMessage(null, { type: 'hello', model: 'M', version: '1', units: [unit], status: { uptime: 1 }, upgrade: null });
+  const upgrade = (phase) => ({ type: 'upgrade', phase, percent: 5, version: '2' });
+  for (const [message, change] of [
+    [{ type: 'status', uptime: 2 }, { status: { type: 'status', uptime: 2 } }],
+    [{ type: 'unit', unit: { name: 'Stage' }, was: 'TX01' }, { units: [{ name: 'Stage' }] }],
+    [{ type: 'unit', unit: { name: 'TX02' } }, { units: [unit, { name: 'TX02' }] }],
+    [upgrade('receiving'), { upgrade: { phase: 'receiving', percent: 5, version: '2' } }],
+    [upgrade('failed'), { upgrade: null }],
+    [upgrade('done'), { upgrade: null, version: '2' }],
+    [{ type: 'weather' }, {}],
+  ]) {
+    const before = structuredClone(first);
+    assert.deepEqual(applyMessage(first, message), { ...first, ...change });
+    assert.deepEqual(first, before);
+  }
+  assert.equal(applyMessage(null, { type: 'status', uptime: 2 }), null);
+});
