@@ -1,9 +1,9 @@
 /* Start of the console: connects to the shared login, chooses what to show, and switches between the views. */
-import { DeviceApi } from './api.js';
 import { fill, h, notice } from './dom.js';
 import { iconOf } from './icons.js';
 import { loginPage, newPasswordPage } from './login.js';
 import { restartCurtain } from './restart.js';
+import { Connection } from './sdkapi/index.js';
 import { describe } from './state.js';
 import * as certificates from './views/certificates.js';
 import * as custom from './views/custom.js';
@@ -20,56 +20,33 @@ import * as users from './views/users.js';
 const VIEWS = { overview, units, pictures, scenes, privileges, users, firmware, settings, certificates, log, custom };
 const FEED_LENGTH = 60;
 
-const api = new DeviceApi();
+const connection = new Connection();
 const bus = new EventTarget();
 const store = { session: null, link: 'connecting', device: null, feed: [] };
 const root = document.getElementById('app');
-const waiting = new Map();
 const curtain = restartCurtain();
-let port = null;
-let references = 0;
 let leave = new AbortController();
 let shown = '';
 
-const post = (message) => port.postMessage(message);
 const emit = (type, detail) => bus.dispatchEvent(new CustomEvent(type, { detail }));
 
-async function openPort() {
-  const inPage = async () => {
-    const { attach } = await import('./hub.js');
-    const { port1, port2 } = new MessageChannel();
-    attach(port1);
-    usePort(port2);
-  };
-  if (!globalThis.SharedWorker) return inPage();
-  const worker = new SharedWorker('hub.js', { type: 'module', name: 'device' });
-  worker.onerror = inPage;
-  usePort(worker.port);
-}
-
-function usePort(next) {
-  port = next;
-  port.onmessage = ({ data }) => receive(data);
-}
-
-function receive(data) {
-  if (data.ref) return settle(data);
-  const before = store.device;
-  for (const name of ['session', 'link', 'device']) if (name in data) store[name] = data[name];
-  api.token = store.session?.token ?? '';
-  if (data.event) note(before, data.event);
-  curtain(store);
-  if ('session' in data) show();
-  if ('link' in data) emit('link', store.link);
-  if (data.event) emit('event', data.event);
-  if ('device' in data) emit('device', store.device);
-}
-
-function settle({ ref, error }) {
-  const { resolve, reject } = waiting.get(ref);
-  waiting.delete(ref);
-  if (error) reject(new Error(error));
-  else resolve();
+function listen() {
+  const hear = (type, act) => connection.addEventListener(type, ({ detail }) => act(detail));
+  hear('session', (session) => {
+    store.session = session;
+    curtain(store);
+    show();
+  });
+  hear('link', (link) => emit('link', (store.link = link)));
+  hear('message', (message) => {
+    note(store.device, message);
+    emit('event', message);
+  });
+  hear('state', (device) => {
+    store.device = device;
+    curtain(store);
+    emit('device', device);
+  });
 }
 
 function note(before, message) {
@@ -83,24 +60,16 @@ function note(before, message) {
   if (message.type === 'upgrade' && message.phase === 'done') notice(line.text, 'good');
 }
 
-/** What every view gets: the API, the state, and the ways to listen, to command and to report an ended session. */
+/** What every view gets: the device, the state, and the ways to listen, to command and to report an ended session. */
 function makeContext() {
   leave.abort();
   leave = new AbortController();
   const { signal } = leave;
   return {
-    api, store, signal,
+    api: connection.device, connection, store, signal,
     on: (type, listener) => bus.addEventListener(type, ({ detail }) => listener(detail), { signal }),
-    command: (command) => new Promise((resolve, reject) => {
-      waiting.set(++references, { resolve, reject });
-      post({ command, ref: references });
-    }),
-    check: (error) => {
-      if (error.kind === 'ended') post({ do: 'ended', with: api.token });
-      return error.kind === 'ended';
-    },
-    logIn: (login) => post({ do: 'login', with: login }),
-    amend: (changes) => post({ do: 'amend', with: changes }),
+    command: (command) => connection.command(command),
+    check: (error) => connection.check(error),
   };
 }
 
@@ -133,9 +102,9 @@ function header() {
   menu.addEventListener('click', () => setMenu(!document.body.classList.contains('open')));
   const user = store.session.user;
   return h('header', menu, h('a.brand', { href: '#/overview' }, h('img', { id: 'brand', src: '/download/logo', alt: '' }), h('span', { id: 'model' }, 'Device')),
-    h('span.grow'), h('span.link', { id: 'link', role: 'status' }), h('a', { href: '/api/' }, 'API'), themeButton(),
+    h('span.grow'), h('span.link', { id: 'link', role: 'status' }), h('a', { href: '/api/', target: '_blank' }, 'API'), themeButton(),
     user && h('span.user', user),
-    store.session.required && h('button', { type: 'button', onclick: () => post({ do: 'logout' }) }, 'Log out'));
+    store.session.required && h('button', { type: 'button', onclick: () => connection.logout() }, 'Log out'));
 }
 
 function setMenu(open) {
@@ -213,9 +182,8 @@ bus.addEventListener('event', ({ detail }) => {
   if (brand && logo) brand.src = `/download/logo?${Date.now()}`;
 });
 addEventListener('hashchange', showView);
-addEventListener('pagehide', () => port && post({ bye: true }));
 addEventListener('pageshow', (event) => event.persisted && location.reload());
 // A file that misses a drop zone must not replace the page: leaving the page ends the login.
 for (const type of ['dragover', 'drop']) addEventListener(type, (event) => event.preventDefault());
 useTheme();
-openPort();
+listen();

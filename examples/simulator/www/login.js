@@ -16,14 +16,13 @@ export function loginPage(ctx) {
   (lastUser ? password : user).dataset.first = '';
   const element = form([field('User name', user), field('Password', password)], 'Log in', async () => {
     if (!user.value) throw new Error('Please enter a user name.');
-    const answer = await ctx.api.login(user.value, password.value).catch((error) => {
+    const answer = await ctx.connection.login(user.value, password.value).catch((error) => {
       throw new Error(error.status === 500 ? 'Too many users are logged in. Try again later.' : error.message);
     });
     if (answer.code === 2) return lockOut(element, Number(answer.lockTime), ctx.signal);
     password.value = '';
     password.focus();
     if (answer.code) throw new Error('The user name or the password is wrong.');
-    ctx.logIn({ token: answer.token, user: user.value, firstlogin: answer.firstlogin });
   });
   const why = h('p.status.warn', { role: 'status' }, REASONS[reason]);
   return page('Log in', reason && why, element);
@@ -50,7 +49,7 @@ export function newPasswordPage(ctx) {
   const inputs = passwordInputs();
   const element = form(inputs.fields, 'Change password', async () => {
     await changePassword(ctx, user, inputs);
-    ctx.amend({ firstlogin: 0 });
+    ctx.connection.amend({ firstlogin: 0 });
   });
   return page('Choose a new password', h('p', `This is the first login of ${user}. The device wants a password of your own before anything else.`), element);
 }

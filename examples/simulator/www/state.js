@@ -1,32 +1,4 @@
-/* What the console knows about the device, kept up to date by its messages, and the words for each message. */
-
-/** Returns the state after a message; the given state is not changed. */
-export function applyMessage(state, message) {
-  switch (message.type) {
-    case 'hello': {
-      const { model, version, units, status, upgrade } = message;
-      return { model, version, units, status, upgrade };
-    }
-    case 'status':
-      return state && { ...state, status: message };
-    case 'unit':
-      return state && { ...state, units: withUnit(state.units, message) };
-    case 'upgrade': {
-      const { phase, percent, version } = message;
-      const over = phase === 'done' || phase === 'failed';
-      const now = phase === 'done' && version ? version : state?.version;
-      return state && { ...state, version: now, upgrade: over ? null : { phase, percent, version } };
-    }
-    default:
-      return state;
-  }
-}
-
-function withUnit(units, { unit, was }) {
-  const name = was ?? unit.name;
-  const known = units.some((other) => other.name === name);
-  return known ? units.map((other) => (other.name === name ? unit : other)) : [...units, unit];
-}
+/* The words for each message of the device. */
 
 /** One line for the event list: {key, text, tone}, or null. Lines with the same key replace each other. */
 export function describe(before, message) {

@@ -1,6 +1,6 @@
 /* What the device is, how it is, and what happens on it. */
 import { badge, card, fill, formatDuration, h } from '../dom.js';
-import { previewWall } from '../live.js';
+import { pictureOf } from '../live.js';
 
 export const title = 'Overview';
 const CLOCK_MS = 30000;
@@ -9,7 +9,7 @@ export function render(ctx) {
   const facts = factList(['Model', 'Software', 'Device clock (UTC)', 'Up-time', 'Temperature', 'Open consoles', 'Security', 'Session time-out']);
   const units = h('ul.pills');
   const feed = h('ul.feed', { 'aria-label': 'Live events' });
-  const picture = previewWall(ctx).add({ name: '', online: true }, 'the device');
+  const picture = pictureOf(ctx, { name: '', online: true }, 'the device');
   const clock = deviceClock(ctx, facts);
 
   function update(device) {

@@ -1,14 +1,13 @@
 /* All transmitters and receivers with their pictures, names, inputs and states. */
 import { badge, field, fill, form, h, notice } from '../dom.js';
 import { edidWords } from '../edid.js';
-import { previewWall } from '../live.js';
+import { pictureOf } from '../live.js';
 
 export const title = 'Units';
 export const intro = 'Three pictures at a time are live; the others are stills that renew themselves.';
 const GROUPS = { all: 'All', tx: 'Transmitters', rx: 'Receivers' };
 
 export function render(ctx) {
-  const wall = previewWall(ctx);
   const grid = h('div.grid');
   const tiles = [];
   let group = 'all';
@@ -17,7 +16,7 @@ export function render(ctx) {
     if (!device) return;
     const sources = device.units.filter((unit) => unit.type === 'tx').map((unit) => unit.name);
     device.units.forEach((unit, index) => {
-      if (!tiles[index]) grid.append((tiles[index] = unitTile(ctx, wall, unit)).element);
+      if (!tiles[index]) grid.append((tiles[index] = unitTile(ctx, unit)).element);
       tiles[index].update(unit, sources);
       tiles[index].element.hidden = group !== 'all' && group !== unit.type;
     });
@@ -34,10 +33,10 @@ export function render(ctx) {
   return [choice, grid];
 }
 
-function unitTile(ctx, wall, first) {
+function unitTile(ctx, first) {
   let unit = first;
   let shown = '';
-  const picture = wall.add(unit, unit.name);
+  const picture = pictureOf(ctx, unit, unit.name);
   const name = h('h2');
   const state = badge('');
   const act = (message) => ctx.command({ unit: unit.name, ...message }).catch((error) => {

@@ -66,7 +66,7 @@ function myAccount(ctx, changed) {
     const { user } = ctx.store.session;
     const wanted = name.value;
     await changePassword(ctx, user, inputs, wanted);
-    if (wanted) ctx.amend({ user: wanted });
+    if (wanted) ctx.connection.amend({ user: wanted });
     name.value = '';
     changed();
     return wanted ? `You are ${wanted} now, with a new password.` : 'Your password is changed.';

@@ -1,0 +1,44 @@
+#!/usr/bin/python3
+"""The device serves its descriptions, its API page and the client package, from the checkout and installed.
+
+usage: served_test.py SIMULATOR BUILD
+"""
+import pathlib
+import subprocess
+import sys
+import tempfile
+
+from device import Device, Reply, request, shared
+
+SERVED = {"/api/openapi.yaml": "docs/api/openapi.yaml", "/api/asyncapi.yaml": "docs/api/asyncapi.yaml",
+          "/api/": "examples/simulator/www/api/index.html", "/index.html": "examples/simulator/www/index.html"}
+
+
+def served():
+    package = shared("clients/js/src")
+    return SERVED | {f"/sdkapi/{path.relative_to(package)}": f"clients/js/src/{path.relative_to(package)}"
+                     for path in sorted(package.rglob("*.js"))}
+
+
+def check(device):
+    for path, file in served().items():
+        reply = Reply(device.exchange(request("get", path, "")))
+        assert reply.status == 200, (path, reply.raw[:200])
+        assert reply.content() == shared(file).read_bytes(), path
+
+
+def main():
+    with Device(sys.argv[1]) as device:
+        check(device)
+    with tempfile.TemporaryDirectory() as folder:
+        subprocess.run(["cmake", "--install", sys.argv[2], "--prefix", folder, "--component", "simulator"], check=True,
+                       stdout=subprocess.DEVNULL)
+        www = pathlib.Path(folder, "share/sdkapi-simulator/www")
+        links = [str(path) for path in www.rglob("*") if path.is_symlink()]
+        assert not links, f"links to a checkout were installed: {links}"
+        with Device(sys.argv[1], "--www", str(www), tls=True) as device:
+            check(device)
+    print(f"{len(served())} files are served, also when installed")
+
+
+main()
