@@ -49,7 +49,7 @@ int RefusePassPhrase(char* /*buf*/, int /*size*/, int /*rwflag*/, void* /*userDa
 void RegisterWebSocket(mg_context* ctx, const char* websocketUrl) {
   char pattern[kConfigTextSize + 1] = "/websocket";
   // Deliberate: only a configured URL is matched exactly; the default also serves longer paths.
-  if (websocketUrl != nullptr && websocketUrl[0] != '\0') {
+  if (websocketUrl[0] != '\0') {
     std::snprintf(pattern, sizeof pattern, "%s$", websocketUrl);
   }
   mg_set_websocket_handler(ctx, pattern, WebSocketConnectHandler, WebSocketReadyHandler, WebsocketDataHandler,

@@ -78,14 +78,15 @@ void EndDueLogins() {
 Registration RegisterWithinLimits(const LoginRef& login, const char* token) {
   for (;;) {
     const SdkAPIExtLoginLimits limits = Limits();
-    const Registration result = RegisterLogin(login, token, limits.most);
+    LoginRef displaced;
+    LoginRef* const mayGo = limits.whenFull == kExtFullEndsOldestIdle ? &displaced : nullptr;
+    const Registration result = RegisterLogin(login, token, limits.most, mayGo);
     if (result != Registration::kNoRoom) return result;
-    if (limits.whenFull == kExtFullRefuses) {
+    if (mayGo == nullptr) {
       TellEnded(limits.ended, login->data, kExtLoginNoRoom);
       return result;
     }
-    const LoginRef ended = TakeLongestUnusedLogin();
-    if (ended != nullptr) Finish(ended, limits.ended, kExtLoginNoRoom);
+    Finish(displaced, limits.ended, kExtLoginNoRoom);
   }
 }
 

@@ -65,10 +65,10 @@ bool Append(const LoginRef& ref) REQUIRES(registry.mutex) {
   Login* const login = LoginOf(LoginRef(ref).Detach());  // the registry's reference
   const ListLock lock(registry.list);
   login->birth = MonotonicMilliseconds();
-  registry.uses.Add(login, login->birth);
+  registry.uses.Add(*login, login->birth);
   LinkBehind(registry.list, registry.last, node);
   registry.last = node;
-  registry.index.Add(login, ref->data);
+  registry.index.Add(*login, ref->data);
   login->node = node;
   return true;
 }
@@ -79,17 +79,17 @@ LoginRef TakeOut(Login* login) REQUIRES(registry.mutex) {
   if (login->node == nullptr) return nullptr;
   if (registry.last == login->node) registry.last = login->node->prev;
   Unlink(registry.list, login->node);
-  registry.index.Remove(login);
-  registry.uses.Remove(login);
+  registry.index.Remove(*login);
+  registry.uses.Remove(*login);
   std::free(std::exchange(login->node, nullptr));
   return LoginRef::Adopt(&login->record);
 }
 
-// List and session stack lose it together.
+// List and session stack lose a registered login together.
 LoginRef End(Login* login) REQUIRES(registry.mutex) {
   login->ended.store(true);
   LoginRef ended = TakeOut(login);
-  if (ended != nullptr) DelUsrIdStack(ended->data);
+  DelUsrIdStack(ended->data);
   return ended;
 }
 
@@ -122,9 +122,10 @@ std::size_t Listed() EXCLUDES(listLock) {
   return registry.index.size();
 }
 
+// For a list that has one.
 Login* LongestUnusedLogin() EXCLUDES(listLock) {
   const ListLock lock(registry.list);
-  return LongestUnused();
+  return &static_cast<Login&>(*registry.uses.longestUnused());
 }
 
 struct Due {
@@ -171,7 +172,7 @@ LoginRef LookUpLogin(const char* token) {
   const ListLock lock(registry.list);
   Login* const login = Find(token);
   if (login == nullptr) return nullptr;
-  registry.uses.Use(login, now);
+  registry.uses.Use(*login, now);
   return LoginRef::Share(&login->record);
 }
 
@@ -190,10 +191,13 @@ LoginRef NewLogin(const char* address) {
   return login;
 }
 
-Registration RegisterLogin(const LoginRef& login, const char* token, uint32_t most) {
+Registration RegisterLogin(const LoginRef& login, const char* token, uint32_t most, LoginRef* displaced) {
   CopyText(login->data, token);
   const ScopedLock lock(registry.mutex);
-  if (most != 0 && Listed() >= most) return Registration::kNoRoom;
+  if (most != 0 && Listed() >= most) {
+    if (displaced != nullptr) *displaced = End(LongestUnusedLogin());
+    return Registration::kNoRoom;
+  }
   if (!Append(login)) return Registration::kListFailed;
   const bool full = AddUsrIdToStack(token) == kUserStackFull;
   return full ? Registration::kSessionsFull : Registration::kDone;
@@ -237,14 +241,7 @@ LoginRef TakeLoginByToken(const char* token) {
   return login != nullptr ? End(login) : nullptr;
 }
 
-LoginRef TakeLongestUnusedLogin() {
-  const ScopedLock lock(registry.mutex);
-  Login* const login = LongestUnusedLogin();
-  return login != nullptr ? End(login) : nullptr;
-}
-
 DueLogin TakeDueLogin(int64_t birth, int64_t use) {
-  if (FindDue(birth, use).login == nullptr) return {nullptr, false};
   const ScopedLock lock(registry.mutex);
   const Due due = FindDue(birth, use);
   return {due.login != nullptr ? End(due.login) : nullptr, due.isTooOld};

@@ -19,8 +19,10 @@ enum class Registration { kDone, kListFailed, kSessionsFull, kNoRoom };
 
 // Writes the token into the login's table and registers both it and a session. The registry then shares the
 // login. With kSessionsFull it stays registered without a session, as clients expect. With kNoRoom there are
-// as many logins as there may be (0: any number), and nothing is registered.
-Registration RegisterLogin(const LoginRef& login, const char* token, uint32_t most = 0) EXCLUDES(listLock);
+// as many logins as there may be (0: any number), and nothing is registered; the one that was not used for
+// the longest time has ended in its favour, and is handed over, where displaced is not null.
+Registration RegisterLogin(const LoginRef& login, const char* token, uint32_t most = 0,
+                           LoginRef* displaced = nullptr) EXCLUDES(listLock);
 
 // As FindLogin, but nothing is ended by a limit.
 LoginRef LookUpLogin(const char* token) EXCLUDES(listLock);
@@ -42,10 +44,9 @@ int LoginTimeOutTaskCb(const char* userid) EXCLUDES(listLock);
 // the token is none of its WebSockets' business any more.
 int TimeOutLogin(const char* token, const LoginRef& unlessEnded) EXCLUDES(listLock);
 
-// Logins that leave list and session stack without their host's log-out; null when there is none. They have
-// ended from then on: a WebSocket of theirs ends no other login of the same token.
+// A login that leaves list and session stack without its host's log-out; null when there is none. It has
+// ended from then on: a WebSocket of it ends no other login of the same token.
 LoginRef TakeLoginByToken(const char* token) EXCLUDES(listLock);
-LoginRef TakeLongestUnusedLogin() EXCLUDES(listLock);
 
 struct DueLogin {
   LoginRef login;

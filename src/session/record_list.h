@@ -28,9 +28,11 @@ Ref<T> FindInList(HandleManage& list, Fits fits) EXCLUDES(listLock) {
   return nullptr;
 }
 
+// The record stands in the list.
 template <class T>
 void TakeFromList(HandleManage& list, const Ref<T>& record) EXCLUDES(listLock) {
-  if (HandleManageDelHandle(&list, record.get()) == 0) Ref<T>::Adopt(record.get());
+  HandleManageDelHandle(&list, record.get());
+  Ref<T>::Adopt(record.get());
 }
 
 }  // namespace sdkapi

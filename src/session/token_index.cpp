@@ -13,24 +13,24 @@ constexpr std::size_t kShrinkBelow = 8;  // buckets for one entry
 
 }  // namespace
 
-void TokenIndex::Append(Bucket& bucket, TokenEntry* entry) {
-  entry->next = nullptr;
-  entry->prev = bucket.last;
-  (bucket.last != nullptr ? bucket.last->next : bucket.first) = entry;
-  bucket.last = entry;
+void TokenIndex::Append(Bucket& bucket, TokenEntry& entry) {
+  entry.next = nullptr;
+  entry.prev = bucket.last;
+  (bucket.last != nullptr ? bucket.last->next : bucket.first) = &entry;
+  bucket.last = &entry;
 }
 
-void TokenIndex::Add(TokenEntry* entry, const char* token) {
-  entry->token = token;
-  entry->hash = KeyedHash(key_, token);
+void TokenIndex::Add(TokenEntry& entry, const char* token) {
+  entry.token = token;
+  entry.hash = KeyedHash(key_, token);
   if (++entries_ > bucketCount_) Resize(bucketCount_ * 2);
-  Append(Buckets()[Place(entry->hash)], entry);
+  Append(Buckets()[Place(entry.hash)], entry);
 }
 
-void TokenIndex::Remove(TokenEntry* entry) {
-  Bucket& bucket = Buckets()[Place(entry->hash)];
-  (entry->prev != nullptr ? entry->prev->next : bucket.first) = entry->next;
-  (entry->next != nullptr ? entry->next->prev : bucket.last) = entry->prev;
+void TokenIndex::Remove(TokenEntry& entry) {
+  Bucket& bucket = Buckets()[Place(entry.hash)];
+  (entry.prev != nullptr ? entry.prev->next : bucket.first) = entry.next;
+  (entry.next != nullptr ? entry.next->prev : bucket.last) = entry.prev;
   if (--entries_ < bucketCount_ / kShrinkBelow) Resize(bucketCount_ / 2);
 }
 
@@ -56,7 +56,7 @@ void TokenIndex::Resize(std::size_t bucketCount) {
     TokenEntry* following = std::exchange(old[i], Bucket{}).first;
     while (TokenEntry* const entry = following) {
       following = entry->next;
-      Append(Buckets()[Place(entry->hash)], entry);
+      Append(Buckets()[Place(entry->hash)], *entry);
     }
   }
   std::free(released);

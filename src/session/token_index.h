@@ -22,8 +22,8 @@ class TokenIndex {
   // The key must be set while the index is empty.
   void SetKey(const HashKey& key) { key_ = key; }
 
-  void Add(TokenEntry* entry, const char* token);
-  void Remove(TokenEntry* entry);
+  void Add(TokenEntry& entry, const char* token);
+  void Remove(TokenEntry& entry);
   TokenEntry* Find(const char* token) const;
   std::size_t size() const { return entries_; }
 
@@ -34,7 +34,7 @@ class TokenIndex {
   };
   static constexpr std::size_t kFewestBuckets = 32;
 
-  static void Append(Bucket& bucket, TokenEntry* entry);
+  static void Append(Bucket& bucket, TokenEntry& entry);
   Bucket* Buckets() { return more_ != nullptr ? more_ : few_; }
   const Bucket* Buckets() const { return more_ != nullptr ? more_ : few_; }
   std::size_t Place(uint64_t hash) const { return hash & (bucketCount_ - 1); }

@@ -17,20 +17,20 @@ class UseOrder {
  public:
   UseEntry* longestUnused() const { return first_; }
 
-  void Add(UseEntry* entry, int64_t now) {
-    entry->lastUse = now;
-    entry->before = last_;
-    entry->after = nullptr;
-    (last_ != nullptr ? last_->after : first_) = entry;
-    last_ = entry;
+  void Add(UseEntry& entry, int64_t now) {
+    entry.lastUse = now;
+    entry.before = last_;
+    entry.after = nullptr;
+    (last_ != nullptr ? last_->after : first_) = &entry;
+    last_ = &entry;
   }
 
-  void Remove(UseEntry* entry) {
-    (entry->before != nullptr ? entry->before->after : first_) = entry->after;
-    (entry->after != nullptr ? entry->after->before : last_) = entry->before;
+  void Remove(UseEntry& entry) {
+    (entry.before != nullptr ? entry.before->after : first_) = entry.after;
+    (entry.after != nullptr ? entry.after->before : last_) = entry.before;
   }
 
-  void Use(UseEntry* entry, int64_t now) {
+  void Use(UseEntry& entry, int64_t now) {
     Remove(entry);
     Add(entry, now);
   }

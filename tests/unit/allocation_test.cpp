@@ -176,11 +176,11 @@ TEST_F(NamedAllocationTest, AnIndexThatCannotGrowStillFindsEveryToken) {
   for (int i = 0; i < 200; ++i) tokens.push_back("token " + std::to_string(i));
   std::vector<sdkapi::TokenEntry> entries(tokens.size());
   FailingAllocator allocator(1, Failing::kFromThenOn);
-  for (std::size_t i = 0; i < tokens.size(); ++i) index.Add(&entries[i], tokens[i].c_str());
+  for (std::size_t i = 0; i < tokens.size(); ++i) index.Add(entries[i], tokens[i].c_str());
   EXPECT_TRUE(allocator.hasFailed());
   for (std::size_t i = 0; i < tokens.size(); ++i) EXPECT_EQ(index.Find(tokens[i].c_str()), &entries[i]);
   allocator.Relent();
-  for (std::size_t i = 0; i < tokens.size(); ++i) index.Remove(&entries[i]);
+  for (std::size_t i = 0; i < tokens.size(); ++i) index.Remove(entries[i]);
   EXPECT_EQ(allocator.stillAllocated(), 0U);
 }
 
@@ -193,11 +193,11 @@ TEST_F(NamedAllocationTest, AnIndexGrowsWhenItsEntriesHaveDoubled) {
   std::vector<std::size_t> grownAt;
   for (std::size_t i = 0; i < tokens.size(); ++i) {
     const int before = allocator.calls();
-    index.Add(&entries[i], tokens[i].c_str());
+    index.Add(entries[i], tokens[i].c_str());
     if (allocator.calls() != before) grownAt.push_back(i + 1);
   }
   EXPECT_EQ(grownAt, (std::vector<std::size_t>{33, 65, 129, 257}));
-  for (std::size_t i = 0; i < tokens.size(); ++i) index.Remove(&entries[i]);
+  for (std::size_t i = 0; i < tokens.size(); ++i) index.Remove(entries[i]);
 }
 
 TEST_F(NamedAllocationTest, TheVersionStaysWithoutMemory) {

@@ -27,11 +27,11 @@ class TokenIndexTest : public testing::Test {
 
   Item& Add(const std::string& token) {
     Item& item = items_.emplace_back(Item{token});
-    index_.Add(&item.entry, item.token.c_str());
+    index_.Add(item.entry, item.token.c_str());
     return item;
   }
   void Remove(Item& item) {
-    index_.Remove(&item.entry);
+    index_.Remove(item.entry);
     item.entry.token = nullptr;
   }
 

@@ -13,7 +13,7 @@ using sdkapi::UseOrder;
 class UseOrderTest : public testing::Test {
  protected:
   UseOrderTest() : entries_(3) {
-    for (UseEntry& entry : entries_) order_.Add(&entry, now_++);
+    for (UseEntry& entry : entries_) order_.Add(entry, now_++);
   }
 
   // The entries' numbers, the longest unused first; the links back agree.
@@ -38,27 +38,27 @@ using Numbers = std::vector<long>;
 TEST_F(UseOrderTest, AnEmptyOrderHasNoLongestUnused) { EXPECT_EQ(UseOrder{}.longestUnused(), nullptr); }
 
 TEST_F(UseOrderTest, WhatIsUsedGoesToTheEnd) {
-  order_.Use(&entries_[1], 200);
+  order_.Use(entries_[1], 200);
   EXPECT_EQ(Order(), (Numbers{0, 2, 1}));
-  order_.Use(&entries_[0], 201);
+  order_.Use(entries_[0], 201);
   EXPECT_EQ(Order(), (Numbers{2, 1, 0}));
-  order_.Use(&entries_[0], 202);
+  order_.Use(entries_[0], 202);
   EXPECT_EQ(Order(), (Numbers{2, 1, 0}));
   EXPECT_EQ(entries_[0].lastUse, 202);
   EXPECT_EQ(entries_[2].lastUse, 102);
 }
 
 TEST_F(UseOrderTest, WhatGoesLeavesTheOthers) {
-  order_.Remove(&entries_[1]);
+  order_.Remove(entries_[1]);
   EXPECT_EQ(Order(), (Numbers{0, 2}));
-  order_.Add(&entries_[1], 300);
-  order_.Remove(&entries_[0]);
+  order_.Add(entries_[1], 300);
+  order_.Remove(entries_[0]);
   EXPECT_EQ(Order(), (Numbers{2, 1}));
-  order_.Remove(&entries_[1]);
+  order_.Remove(entries_[1]);
   EXPECT_EQ(Order(), (Numbers{2}));
-  order_.Remove(&entries_[2]);
+  order_.Remove(entries_[2]);
   EXPECT_EQ(Order(), Numbers{});
-  order_.Add(&entries_[0], 301);
+  order_.Add(entries_[0], 301);
   EXPECT_EQ(Order(), (Numbers{0}));
 }
 
