@@ -62,19 +62,22 @@ int CallFieldGet(mg_connection& conn, mg_form_data_handler& handler, const char*
   return result;
 }
 
+const char* OrNull(const std::optional<std::string>& text) { return text ? text->c_str() : nullptr; }
+
 enum class Parse { kGoOn, kAbort };
 
 Parse OfferField(mg_connection& conn, mg_form_data_handler& handler, const FormField& field) {
   char path[512] = "untouched";
   const int found =
-      handler.field_found(field.key.c_str(), field.fileName.c_str(), path, sizeof path, handler.user_data);
-  conn.trace.lines.push_back("found " + field.key + " " + field.fileName + " -> " + std::to_string(found));
+      handler.field_found(OrNull(field.key), OrNull(field.fileName), path, sizeof path, handler.user_data);
+  conn.trace.lines.push_back("found " + field.key.value_or("null") + " " + field.fileName.value_or("null") +
+                             " -> " + std::to_string(found));
   if (std::strcmp(path, "untouched") != 0) conn.trace.lines.push_back("path touched");
   if (found == MG_FORM_FIELD_STORAGE_ABORT) return Parse::kAbort;
   if (found != MG_FORM_FIELD_STORAGE_GET) return Parse::kGoOn;
 
   // Like the real parser: the name comes with the first piece only.
-  const char* key = field.key.c_str();
+  const char* key = OrNull(field.key);
   for (const FormPiece& piece : field.pieces) {
     const int got = CallFieldGet(conn, handler, key, piece);
     key = "";
@@ -156,9 +159,6 @@ mg_context* mg_start(const mg_callbacks* callbacks, void* userData, const char**
   return &server->context;
 }
 
-extern "C" void mg_stop_begin(mg_context* ctx);
-extern "C" void mg_stop_begin(mg_context* ctx) { ctx->stopping = true; }
-
 void mg_stop(mg_context* ctx) {
   if (server->onStop) server->onStop();
   server->journal.emplace_back("stop");
@@ -181,10 +181,11 @@ void mg_set_websocket_handler(mg_context* /*ctx*/, const char* uri, mg_websocket
 }
 
 const mg_request_info* mg_get_request_info(const mg_connection* conn) {
-  conn->info.request_method = conn->method.c_str();
-  conn->info.request_uri = conn->uri ? conn->uri->c_str() : nullptr;
+  if (conn->onRequestInfo) std::exchange(conn->onRequestInfo, nullptr)();
+  conn->info.request_method = OrNull(conn->method);
+  conn->info.request_uri = OrNull(conn->uri);
   conn->info.local_uri = conn->info.request_uri;
-  conn->info.query_string = conn->query ? conn->query->c_str() : nullptr;
+  conn->info.query_string = OrNull(conn->query);
   conn->info.content_length = conn->contentLength;
   conn->info.user_data = nullptr;
   conn->info.conn_data = conn->userData;
@@ -231,14 +232,6 @@ int mg_read(mg_connection* conn, void* buffer, size_t length) {
   std::memcpy(buffer, conn->body.data() + conn->bodyRead, count);
   conn->bodyRead += count;
   return static_cast<int>(count);
-}
-
-extern "C" const char* mg_get_route(const mg_connection* conn);
-extern "C" const char* mg_get_route(const mg_connection* /*conn*/) { return nullptr; }
-
-extern "C" const char* mg_get_sent_path(const mg_connection* conn);
-extern "C" const char* mg_get_sent_path(const mg_connection* conn) {
-  return conn->uri ? conn->uri->c_str() : nullptr;
 }
 
 const mg_option* mg_get_valid_options(void) { return server->validOptions.data(); }
@@ -290,7 +283,7 @@ int mg_websocket_write(mg_connection* conn, int opcode, const char* data, size_t
 mg_context* mg_get_context(const mg_connection* /*conn*/) { return &server->context; }
 
 const char* mg_get_option(const mg_context* /*ctx*/, const char* name) {
-  return std::strcmp(name, "num_threads") == 0 ? server->workers.c_str() : nullptr;
+  return std::strcmp(name, "num_threads") == 0 ? OrNull(server->workers) : nullptr;
 }
 
 void mg_lock_context(mg_context* ctx) {

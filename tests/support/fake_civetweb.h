@@ -26,8 +26,8 @@ struct FormPiece {
 
 // One field of a scripted form.
 struct FormField {
-  std::string key;
-  std::string fileName;
+  std::optional<std::string> key;
+  std::optional<std::string> fileName;
   std::vector<FormPiece> pieces;
   bool offered = true;  // false: counted by the parser, but its name could not be decoded
 };
@@ -88,7 +88,7 @@ struct mg_connection {
   mg_connection& ChunkedBody(const std::string& text);  // of unknown length
   mg_connection& Multipart(sdktest::FormScript form);
 
-  std::string method;
+  std::optional<std::string> method;
   std::optional<std::string> uri;
   std::optional<std::string> query;
   std::vector<std::pair<std::string, std::string>> headers;
@@ -125,6 +125,8 @@ struct mg_connection {
 
   // Runs while a frame is being written, before anything else.
   std::function<void()> whileWriting;
+  // Runs once, when the library asks for what is known of the request.
+  mutable std::function<void()> onRequestInfo;
 
   std::vector<sdktest::WebSocketFrame> Frames();
   void NoteCloseReturned();
@@ -144,7 +146,7 @@ struct FakeServer {
   bool otherCallbacksAreNull = true;
   void* userData = nullptr;
   std::vector<std::string> options;  // key, value, key, value ...
-  std::string workers = "200";
+  std::optional<std::string> workers = "200";
   // The last one has no name.
   std::vector<mg_option> validOptions{{"listening_ports", MG_CONFIG_TYPE_STRING_LIST, "8080"},
                                       {"num_threads", MG_CONFIG_TYPE_NUMBER, "200"},

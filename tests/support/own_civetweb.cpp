@@ -1,5 +1,5 @@
 // What only our build of the web server has, for the in-memory one: closing and bounding single WebSockets, a
-// bound for bodies, and the count of bytes sent.
+// bound for bodies, the count of bytes sent, a request's route and path as sent, and the beginning of a stop.
 #include "own_civetweb.h"
 
 #include <utility>
@@ -23,6 +23,9 @@ void mg_websocket_set_limits(mg_connection* conn, size_t queueBytes, size_t queu
 size_t mg_websocket_queued(mg_connection* conn);
 int mg_set_body_limit(mg_connection* conn, long long bytes);
 long long mg_get_bytes_sent(const mg_connection* conn);
+const char* mg_get_route(const mg_connection* conn);
+const char* mg_get_sent_path(const mg_connection* conn);
+void mg_stop_begin(mg_context* ctx);
 
 int mg_websocket_close(mg_connection* conn, const char* data, size_t length) {
   return mg_websocket_write(conn, MG_WEBSOCKET_OPCODE_CONNECTION_CLOSE, data, length);
@@ -43,4 +46,10 @@ int mg_set_body_limit(mg_connection* conn, long long bytes) {
 }
 
 long long mg_get_bytes_sent(const mg_connection* conn) { return static_cast<long long>(conn->output.size()); }
+
+const char* mg_get_route(const mg_connection* /*conn*/) { return nullptr; }
+
+const char* mg_get_sent_path(const mg_connection* conn) { return conn->uri ? conn->uri->c_str() : nullptr; }
+
+void mg_stop_begin(mg_context* ctx) { ctx->stopping = true; }
 }

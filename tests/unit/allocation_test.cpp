@@ -4,10 +4,13 @@
 #include <string>
 #include <vector>
 
+#include "extension_lists.h"
 #include "failing_allocator.h"
 #include "http/handlers.h"
 #include "scenarios.h"
+#include "sdkapi/extension.h"
 #include "server/lifecycle.h"
+#include "server/options.h"
 #include "session/token_index.h"
 
 namespace {
@@ -154,6 +157,73 @@ TEST_F(NamedAllocationTest, AWebSocketWithoutMemoryForItsEntryIsRefused) {
     EXPECT_EQ(TestHost::Get().Lines(), Strings{}) << "no event for a refused connection";
     EndScenario();
   }
+}
+
+TEST_F(NamedAllocationTest, AMessageWithoutMemoryEndsItsConnection) {
+  mg_connection conn;
+  StartScenario(Named("GovernedWebSocket"), conn);
+  ASSERT_EQ(WebSocketConnectHandler(&conn, nullptr), 0);
+  WebSocketReadyHandler(&conn, nullptr);
+  std::string part(1000, 'm');
+  EXPECT_EQ(WebsocketDataHandler(&conn, 0x01, part.data(), part.size(), nullptr), 1);
+  {
+    FailingAllocator allocator(1, Failing::kOnce);
+    EXPECT_EQ(WebsocketDataHandler(&conn, 0x00, part.data(), part.size(), nullptr), 0);
+    EXPECT_TRUE(allocator.hasFailed());
+  }
+  WebSocketCloseHandler(&conn, nullptr);
+  EndScenario();
+}
+
+TEST_F(NamedAllocationTest, AFrameThatCannotWaitIsRefused) {
+  mg_connection conn;
+  StartScenario(Named("GovernedWebSocket"), conn);
+  TestHost::Get().webSocket = nullptr;
+  ASSERT_EQ(WebSocketConnectHandler(&conn, nullptr), 0);
+  const uint64_t id = sdktest::Sockets().front().id;
+  {
+    FailingAllocator allocator(1, Failing::kOnce);
+    EXPECT_EQ(SdkAPIExt_WebSocket_Send(id, kExtText, "lost", 4), -1);
+    EXPECT_EQ(SdkAPIExt_WebSocket_Send(id, kExtText, "kept", 4), 0);
+  }
+  WebSocketReadyHandler(&conn, nullptr);
+  EXPECT_EQ(conn.Frames(), (std::vector<sdktest::WebSocketFrame>{{1, "kept"}}));
+  WebSocketCloseHandler(&conn, nullptr);
+  EndScenario();
+}
+
+TEST_F(NamedAllocationTest, AnOptionWithoutMemoryKeepsItsValue) {
+  ASSERT_EQ(SdkAPIExt_Option_Set("num_threads", "7"), 0);
+  sdktest::LogCapture::Clear();
+  {
+    FailingAllocator allocator(1, Failing::kOnce);
+    EXPECT_EQ(SdkAPIExt_Option_Set("num_threads", "9"), -1);
+    EXPECT_EQ(SdkAPIExt_Option_Set("static_file_max_age", nullptr), 0);
+  }
+  EXPECT_EQ(Log(), Strings{"4 sdkapiext SdkAPIExt_Option_Set: memory is short!!!!"});
+  SdkAPISer_Init();
+  EXPECT_STREQ(sdkapi::OptionValue("num_threads"), "7");
+  EXPECT_EQ(SdkAPIExt_Option_Set("num_threads", nullptr), 0);
+  SdkAPISer_Init();
+}
+
+// The device is out of memory, and this is when somebody needs to read why.
+TEST_F(NamedAllocationTest, WhatTheServerSaysNeedsNoMemory) {
+  static int messages;
+  messages = 0;
+  SdkAPIExt_ServerLog_Set([](const SdkAPIExtServerMessage*) { ++messages; });
+  sdktest::Server().failStart = true;
+  sdktest::Server().onStart = [] { sdkapi::log_message(nullptr, "cannot bind to 80"); };
+  SdkAPISer_Init();
+  const SdkAPISerHandle table = TestHost::Table();
+  char reason[100];
+  {
+    FailingAllocator allocator(1, Failing::kFromThenOn);
+    EXPECT_EQ(SdkAPISer_Start(&table), -1);
+    EXPECT_EQ(SdkAPIExt_StartFailure_Get(reason, sizeof reason), 0);
+  }
+  EXPECT_STREQ(reason, "a port is taken, or this process may not listen on it: cannot bind to 80");
+  EXPECT_EQ(messages, 1);
 }
 
 TEST_F(NamedAllocationTest, AListIsUnchangedWhenANodeCannotBeMade) {

@@ -5,6 +5,7 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <set>
 
 namespace {
@@ -50,6 +51,7 @@ void* __real_malloc(std::size_t size);
 void* __real_calloc(std::size_t count, std::size_t size);
 void* __real_realloc(void* block, std::size_t size);
 void __real_free(void* block);
+char* __real_strdup(const char* text);
 std::FILE* __real_fopen(const char* path, const char* mode);
 int __real_open(const char* path, int flags, ...);
 
@@ -57,6 +59,7 @@ void* __wrap_malloc(std::size_t size);
 void* __wrap_calloc(std::size_t count, std::size_t size);
 void* __wrap_realloc(void* block, std::size_t size);
 void __wrap_free(void* block);
+char* __wrap_strdup(const char* text);
 std::FILE* __wrap_fopen(const char* path, const char* mode);
 int __wrap_open(const char* path, int flags, ...);
 
@@ -70,6 +73,11 @@ void* __wrap_realloc(void* block, std::size_t size) {
   if (MustFail()) return nullptr;
   TheState().blocks.erase(block);
   return Note(__real_realloc(block, size));
+}
+
+char* __wrap_strdup(const char* text) {
+  if (MustFail()) return nullptr;
+  return static_cast<char*>(Note(__real_strdup(text)));
 }
 
 void __wrap_free(void* block) {

@@ -35,7 +35,7 @@ ssize_t __wrap_readv(int file, const iovec* places, int count);
 ssize_t __wrap_readv(int file, const iovec* places, int count) {
   ReadScript& script = Reads();
   const bool due = ++script.calls >= script.from;
-  if (due && script.error == EINTR) script.from = sdktest::kNever;
+  if (due && (script.error == EINTR || script.error == EAGAIN)) script.from = sdktest::kNever;
   if (due && script.error != 0) {
     errno = script.error;
     return -1;
@@ -89,6 +89,24 @@ TEST_F(FileFailureTest, AnInterruptedReadIsRepeated) {
     EXPECT_EQ(Send(conn), 0);
     EXPECT_TRUE(conn.output == kHead + Body(bytes_)) << from;
   }
+}
+
+// Of a file on a disk it would be an error without an end.
+TEST_F(FileFailureTest, AReadThatWouldWaitIsRepeatedWhereItMayWait) {
+  Reads() = ReadScript{.from = 1, .error = EAGAIN};
+  mg_connection conn;
+  EXPECT_EQ(Send(conn), 0);
+  EXPECT_TRUE(conn.output == kHead + Body(""));
+  unlink(path_.c_str());
+  ASSERT_EQ(mkfifo(path_.c_str(), 0600), 0);
+  const int pipe = open(path_.c_str(), O_RDWR | O_NONBLOCK);
+  const std::string chunk(1500, 'x');
+  ASSERT_EQ(write(pipe, chunk.data(), chunk.size()), 1500);
+  Reads() = ReadScript{.from = 1, .error = EAGAIN};
+  mg_connection waiting;
+  EXPECT_EQ(Send(waiting), -1) << "no server runs when the pipe is empty";
+  EXPECT_EQ(waiting.output, kHead + ("5dc\r\n" + chunk + "\r\n"));
+  close(pipe);
 }
 
 TEST_F(FileFailureTest, ShortReadsGiveTheSameBytes) {

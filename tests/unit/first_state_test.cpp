@@ -7,6 +7,8 @@
 #include "sdkapi/sdkapi.h"
 #include "server/lifecycle.h"
 #include "server/log.h"
+#include "session/user_stack.h"
+#include "system_calls.h"
 #include "test_host.h"
 
 namespace {
@@ -29,6 +31,17 @@ TEST(FirstState, TheVersionIsEmptyAndNeverNull) {
   ASSERT_EQ(chdir("/"), 0);  // there is no build.config
   EXPECT_STREQ(SdkAPiSer_Version_Get(), "");
   sdktest::LogCapture::Clear();
+}
+
+// Nobody has said yet what a session's end means.
+TEST(FirstState, SessionsWithoutATimeOutFunctionStay) {
+  EXPECT_EQ(InitUsrIdStack(nullptr), 0);
+  EXPECT_EQ(AddUsrIdToStack("one"), 0);
+  sdktest::System().upTime += 1000000;
+  sdktest::System().onSleep = [](unsigned) { UnInitUsrIdStack(); };
+  EXPECT_EQ(sdkapi::CheckUsrIdStack(nullptr), 0);
+  EXPECT_STREQ(sdkapi::UserTableSnapshot().entries[0].id, "one");
+  sdktest::System() = {};
 }
 
 TEST(FirstState, NoServerRuns) {

@@ -1,11 +1,17 @@
 // A host that governs its server beside a web server without what only our build of it has.
 #include <vector>
 
+#include "http/handlers.h"
 #include "library_fixture.h"
 #include "sdkapi/extension.h"
+#include "server/lifecycle.h"
 
 namespace {
 
+using sdktest::JsonReply;
+using sdktest::Server;
+using sdktest::Strings;
+using sdktest::TestHost;
 using sdktest::WebSocketFrame;
 using Frames = std::vector<WebSocketFrame>;
 
@@ -69,6 +75,77 @@ TEST_F(OtherCivetwebTest, AMessagesBoundIsCheckedWhenItsFrameIsThere) {
 TEST_F(OtherCivetwebTest, WhatNeedsOurBuildIsRefused) {
   EXPECT_EQ(SdkAPIExt_SilentFailure_Set(500), -1);
   EXPECT_EQ(SdkAPIExt_Upload_Limit_Set(kExtUploadImage, 1000), -1);
+}
+
+TEST_F(OtherCivetwebTest, ARequestHasNoRouteAndThePathThatWasDecoded) {
+  SdkAPIExtRequest request{};
+  request.size = sizeof request;
+  sdkapi::BeginRequest(&conn_);
+  EXPECT_EQ(SdkAPIExt_Request_Get(&request), 0);
+  sdkapi::EndRequest(&conn_, 200);
+  EXPECT_STREQ(request.route, "");
+  EXPECT_STREQ(request.path, "/websocket");
+  EXPECT_EQ(request.port, 4711);
+}
+
+class PlainServerTest : public sdktest::LibraryTest {
+ protected:
+  ~PlainServerTest() override { SdkAPISer_Port_Set(8080, 0); }
+
+  int Start(int httpsPort) const {
+    SdkAPISer_Port_Set(8080, httpsPort);
+    SdkAPISer_Init();
+    return SdkAPISer_Start(&table_);
+  }
+
+  const SdkAPISerHandle table_ = TestHost::Table();
+};
+
+TEST_F(PlainServerTest, AStartWithHttpsIsRefused) {
+  EXPECT_EQ(Start(8443), -1);
+  EXPECT_EQ(Log(), Strings{"4 sdkapi https is not available with this web server"});
+  char reason[100];
+  EXPECT_EQ(SdkAPIExt_StartFailure_Get(reason, sizeof reason), 0);
+  EXPECT_STREQ(reason, "HTTPS is not available with this web server");
+  EXPECT_EQ(Server().starts, 0);
+  EXPECT_FALSE(sdkapi::ServerIsRunning());
+}
+
+TEST_F(PlainServerTest, WithHttpAloneItStartsAndStops) {
+  EXPECT_EQ(Start(0), 0);
+  EXPECT_EQ(SdkAPISer_Stop(nullptr), 0);
+  EXPECT_EQ(Server().journal.back(), "stop");
+  EXPECT_FALSE(Server().context.stopping) << "it has no call that announces a stop";
+}
+
+// Its parser spins for ever on some other bodies.
+TEST_F(PlainServerTest, OnlyMultipartBodiesReachTheFormParser) {
+  struct Row {
+    const char* type;
+    bool chunked;
+    const char* body;
+    bool parsed;
+  };
+  for (const Row& row : {Row{"application/x-www-form-urlencoded", false, "a=%", false},
+                         Row{"", false, "a=%", false}, Row{"multipart/form-data", false, "body", false},
+                         Row{"multipart/form-data; boundary=B", false, "", false},
+                         Row{"multipart/form-data; boundary=B", false, "body", true},
+                         Row{"multipart/form-data; boundary=B", true, "body", true}}) {
+    mg_connection conn("POST", "/upload/logo");
+    conn.Header("Content-Type", row.type);
+    conn.form.fields.push_back({"file", "a.png", {{"x"}}});
+    row.chunked ? conn.ChunkedBody(row.body) : conn.Body(row.body);
+    EXPECT_EQ(FuncUploadImageFile(&conn, nullptr), 1);
+    EXPECT_EQ(conn.trace.ran, row.parsed) << row.type;
+    EXPECT_EQ(conn.output, JsonReply(row.parsed ? 200 : 500)) << row.type;
+  }
+}
+
+TEST_F(PlainServerTest, AnotherTransferCodingIsNoBody) {
+  mg_connection conn("POST", "/upload/logo");
+  conn.Header("Content-Type", "multipart/form-data; boundary=B").Header("Transfer-Encoding", "gzip");
+  EXPECT_EQ(FuncUploadImageFile(&conn, nullptr), 1);
+  EXPECT_FALSE(conn.trace.ran);
 }
 
 }  // namespace

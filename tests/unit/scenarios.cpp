@@ -7,8 +7,10 @@
 #include <fstream>
 
 #include "base/text.h"
+#include "extension_lists.h"
 #include "http/handlers.h"
 #include "sdkapi/device.h"
+#include "sdkapi/extension.h"
 #include "server/lifecycle.h"
 #include "websocket/connections.h"
 
@@ -38,22 +40,20 @@ void Upload(mg_connection& conn, const char* uri) {
   conn.Body("twenty bytes of body");
 }
 
+template <std::size_t kName, std::size_t kPath>
+int Offer(char (&name)[kName], char (&path)[kPath]) {
+  sdkapi::CopyText(name, "f.bin");
+  sdkapi::CopyText(path, DownloadPath().c_str());
+  return 0;
+}
+
 void Download(mg_connection& conn, const char* uri) {
   Request(conn, "GET", uri);
-  TestHost::Get().download = [](DownloadFileInfo& info) {
-    sdkapi::CopyText(info.name, "f.bin");
-    sdkapi::CopyText(info.path, DownloadPath().c_str());
-    return 0;
-  };
-  TestHost::Get().downloadSetting = [](DownloadSettingInfo& info) {
-    sdkapi::CopyText(info.name, "f.bin");
-    sdkapi::CopyText(info.path, DownloadPath().c_str());
-    return 0;
-  };
-  TestHost::Get().customDownload = [](mg_connection*, CustomDownloadInfo& info) {
-    sdkapi::CopyText(info.downloadName, "f.bin");
-    sdkapi::CopyText(info.filePath, DownloadPath().c_str());
-    return 0;
+  TestHost& host = TestHost::Get();
+  host.download = [](DownloadFileInfo& info) { return Offer(info.name, info.path); };
+  host.downloadSetting = [](DownloadSettingInfo& info) { return Offer(info.name, info.path); };
+  host.customDownload = [](mg_connection*, CustomDownloadInfo& info) {
+    return Offer(info.downloadName, info.filePath);
   };
 }
 
@@ -132,6 +132,74 @@ int LiveWebSocket(mg_connection& conn) {
   return 1;
 }
 
+// The login that is there ends in favour of the new one.
+void DisplaceLogin(mg_connection& conn) {
+  GrantLogin(conn);
+  SdkAPIExtLoginLimits limits{};
+  limits.size = sizeof limits;
+  limits.most = 1;
+  limits.ended = [](const char* token, int reason) {
+    EXPECT_STREQ(token, "tok");
+    EXPECT_EQ(reason, kExtLoginNoRoom);
+  };
+  EXPECT_EQ(SdkAPIExt_Login_Limits_Set(&limits), 0);
+}
+
+void GovernUpload(mg_connection& conn) {
+  Upload(conn, "/upload/logo");
+  EXPECT_EQ(SdkAPIExt_Upload_Limit_Set(kExtUploadImage, 100000), 0);
+  SdkAPIExt_UploadEnd_Set([](const SdkAPIExtUpload* upload) {
+    EXPECT_EQ(upload->family, kExtUploadImage);
+    EXPECT_STREQ(upload->token, "tok");
+  });
+}
+
+void AskWhoAsks(mg_connection& conn) {
+  Post(conn, "/own", "body");
+  EXPECT_EQ(SdkAPIExt_SilentFailure_Set(500), 0);
+  TestHost::Get().customGetPost = [](mg_connection*, CustomReqInfo&) {
+    SdkAPIExtRequest request{};
+    request.size = sizeof request;
+    EXPECT_EQ(SdkAPIExt_Request_Get(&request), 0);
+    EXPECT_STREQ(request.path, "/own");
+    EXPECT_EQ(Logins().size(), 1U);
+    return -1;
+  };
+}
+
+void GovernWebSocket(mg_connection& conn) {
+  conn.Header("Sec-WebSocket-Protocol", "tok");
+  SdkAPIExtWebSocketSlots slots{};
+  slots.size = sizeof slots;
+  slots.message = [](uint64_t id, const char*, int frame, const char* data, size_t length) {
+    EXPECT_EQ(std::string(data, length), std::string(1000, 'm') + "end");
+    SdkAPIExt_WebSocket_Send(id, frame, data, length);
+    return 0;
+  };
+  EXPECT_EQ(SdkAPIExt_WebSocket_Slots_Set(&slots), 0);
+  TestHost::Get().webSocket = [](int event, const std::string&, const std::string&) {
+    if (event == 0) SdkAPIExt_WebSocket_Send(SdkAPIExt_WebSocket_Current(), kExtBinary, "early", 5);
+    return 0;
+  };
+}
+
+// A message in two frames, sends of all kinds, and a close.
+int LiveGovernedWebSocket(mg_connection& conn) {
+  if (WebSocketConnectHandler(&conn, nullptr) != 0) return 1;
+  const uint64_t id = Sockets().front().id;
+  WebSocketReadyHandler(&conn, nullptr);
+  std::string first(1000, 'm');
+  std::string last("end");
+  if (WebsocketDataHandler(&conn, 0x01, first.data(), first.size(), nullptr) == 1) {
+    WebsocketDataHandler(&conn, 0x80, last.data(), last.size(), nullptr);
+  }
+  SdkAPIExt_WebSocket_Send_Token("tok", kExtText, "token", 5);
+  SdkAPIExt_WebSocket_Send_Valid(kExtText, "valid", 5);
+  SdkAPIExt_WebSocket_Close(id, 1000, "bye");
+  WebSocketCloseHandler(&conn, nullptr);
+  return 1;
+}
+
 template <int (*kHandler)(mg_connection*, void*)>
 int Run(mg_connection& conn) {
   return kHandler(&conn, nullptr);
@@ -139,7 +207,10 @@ int Run(mg_connection& conn) {
 
 template <int (*kHandler)(mg_connection*, void*), auto kHostFunction>
 int RunCustom(mg_connection& conn) {
-  return kHandler(&conn, reinterpret_cast<void*>(kHostFunction));
+  sdkapi::BeginRequest(&conn);
+  const int result = kHandler(&conn, reinterpret_cast<void*>(kHostFunction));
+  sdkapi::EndRequest(&conn, 200);
+  return result;
 }
 
 }  // namespace
@@ -188,6 +259,10 @@ const std::vector<Scenario>& Scenarios() {
        RunCustom<FuncUploadCustomHandle, TestHost::CustomUpload>},
       {"CustomDownload", [](mg_connection& conn) { Download(conn, "/own/download"); },
        RunCustom<FuncDownloadCustomHandle, TestHost::CustomDownload>},
+      {"LoginThatDisplaces", DisplaceLogin, Run<FuncLogin>},
+      {"GovernedUpload", GovernUpload, Run<FuncUploadImageFile>},
+      {"SilentFailure", AskWhoAsks, RunCustom<FuncCustomGetPost, TestHost::CustomGetPost>},
+      {"GovernedWebSocket", GovernWebSocket, LiveGovernedWebSocket},
   };
   return scenarios;
 }

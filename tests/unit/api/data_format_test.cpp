@@ -56,6 +56,18 @@ TEST(Strength, EveryLetterAndDigitCounts) {
   }
 }
 
+TEST(Strength, NoOtherCharacterCountsAsLetterOrDigit) {
+  for (int code = 1; code < 256; ++code) {
+    const char c = static_cast<char>(code);
+    const bool lower = c >= 'a' && c <= 'z';
+    const bool upper = c >= 'A' && c <= 'Z';
+    const bool digit = c >= '0' && c <= '9';
+    EXPECT_EQ(DataFormatverification((std::string("A1!") + c).c_str()), lower ? 0 : -1) << code;
+    EXPECT_EQ(DataFormatverification((std::string("a1!") + c).c_str()), upper ? 0 : -1) << code;
+    EXPECT_EQ(DataFormatverification((std::string("aA!") + c).c_str()), digit ? 0 : -1) << code;
+  }
+}
+
 struct BoolCase {
   const char* text;
   int result;

@@ -67,6 +67,13 @@ INSTANTIATE_TEST_SUITE_P(Lengths, NoBodyTest,
                                          LengthCase{"ZeroAs32Bits", 0x100000000LL}),
                          sdktest::ByName{});
 
+TEST_F(CustomGetPostTest, ARequestWithoutAMethodIsOfAnotherKind) {
+  mg_connection conn("GET", "/own");
+  conn.method.reset();
+  EXPECT_EQ(FuncCustomGetPost(&conn, kHost), 1);
+  EXPECT_EQ(TestHost::Get().Lines(), Strings{"CustomGetPost(NULL, 0, 2)"});
+}
+
 TEST_F(CustomGetPostTest, AShortBodyReportsWhatWasRead) {
   mg_connection conn("POST", "/own");
   conn.Body("abc");

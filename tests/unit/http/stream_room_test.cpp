@@ -10,7 +10,7 @@ namespace {
 
 class StreamRoomTest : public sdktest::LibraryTest {};
 
-int PlacesFor(const char* workers) {
+int PlacesFor(const std::optional<std::string>& workers) {
   sdktest::Server().workers = workers;
   const mg_connection conn;
   std::vector<std::unique_ptr<sdkapi::StreamPlace>> places;
@@ -33,6 +33,7 @@ TEST_F(StreamRoomTest, SixteenWorkersAreTheRequestsOrOneHalfOfAFew) {
 
 TEST_F(StreamRoomTest, ANumberThatIsNoneLeavesRoomForOne) {
   for (const char* const workers : {"0", "", "-5"}) EXPECT_EQ(PlacesFor(workers), 1) << workers;
+  EXPECT_EQ(PlacesFor(std::nullopt), 1);
 }
 
 }  // namespace

@@ -36,6 +36,13 @@ TEST_F(LogTest, ANullHookIsRefusedAndTheEarlierOneStays) {
   EXPECT_EQ(Log(), Strings{"1 sdkapimain still here"});
 }
 
+// A wide character that the locale cannot write.
+TEST_F(LogTest, ATextThatCannotBeComposedIsNotLogged) {
+  constexpr wchar_t kNoCharacter[] = {0x10ffff, 0};
+  kLog.info()("before %ls behind", kNoCharacter);
+  EXPECT_TRUE(LogCapture::Records().empty());
+}
+
 struct LengthCase {
   std::size_t length;
   bool logged;

@@ -111,6 +111,15 @@ TEST_P(UnknownPathTest, IsLeftToTheWebServer) {
   }
 }
 
+TEST_F(ChangeUserTest, ARequestWithoutAPathIsLeftToTheWebServer) {
+  for (const auto handler : {FuncChangeUserInfo, FuncManageUser}) {
+    mg_connection conn("POST");
+    conn.uri.reset();
+    EXPECT_EQ(handler(&conn, nullptr), 0);
+    EXPECT_EQ(TestHost::Get().Lines(), Strings{});
+  }
+}
+
 INSTANTIATE_TEST_SUITE_P(Paths, UnknownPathTest,
                          testing::Values("/change", "/change/password/", "/CHANGE/PASSWORD", "/createuser/",
                                          "/", "/change/password-and-a-tail-that-is-far-too-long",

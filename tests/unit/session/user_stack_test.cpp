@@ -95,7 +95,8 @@ TEST_F(UserStackTest, AFreedPlaceIsTakenNext) {
 using IdFunction = int (*)(const char*);
 class IdLengthTest : public UserStackTest, public testing::WithParamInterface<IdFunction> {};
 
-TEST_P(IdLengthTest, EmptyAndOver1024CharactersAreRefused) {
+TEST_P(IdLengthTest, NullEmptyAndOver1024CharactersAreRefused) {
+  EXPECT_EQ(GetParam()(nullptr), -1);
   EXPECT_EQ(GetParam()(""), -1);
   EXPECT_EQ(GetParam()(std::string(1025, 'i').c_str()), -1);
   EXPECT_EQ(GetParam()(std::string(5000, 'i').c_str()), -1);

@@ -2,7 +2,9 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <chrono>
 #include <cstring>
+#include <future>
 
 #include "base/text.h"
 #include "download_file.h"
@@ -128,6 +130,29 @@ TEST_P(SenderTest, ADownloadThatIsStoppedWhileItWaitsEndsWithoutATerminator) {
   EXPECT_EQ(conn.output, Head("f"));
   EXPECT_EQ(Log(), Strings{Line("mg_send_chunk error")});
   EXPECT_FALSE(conn.keepAlive);
+}
+
+// A pipe without a writer is asked again and again; the stop ends it.
+TEST_P(SenderTest, ADownloadThatWaitsIsEndedByAStop) {
+  unlink(path_.c_str());
+  ASSERT_EQ(mkfifo(path_.c_str(), 0600), 0);
+  SdkAPISer_Init();
+  const SdkAPISerHandle table = TestHost::Table();
+  ASSERT_EQ(SdkAPISer_Start(&table), 0);
+  mg_connection conn;
+  std::future<int> sent =
+      std::async(std::launch::async, [&] { return GetParam().send(&conn, path_.c_str(), "f"); });
+  EXPECT_EQ(sent.wait_for(std::chrono::milliseconds(250)), std::future_status::timeout);
+  SdkAPISer_Stop(nullptr);
+  EXPECT_EQ(sent.get(), -1);
+  EXPECT_EQ(conn.output, Head("f"));
+}
+
+TEST_P(SenderTest, WithoutANameOrAPathTheHeadStandsAlone) {
+  mg_connection conn;
+  EXPECT_EQ(GetParam().send(&conn, nullptr, nullptr), -1);
+  EXPECT_EQ(conn.output, Head(""));
+  EXPECT_EQ(Log(), Strings{Line("open file error")});
 }
 
 TEST_P(SenderTest, LongNamesGoOutWhole) {

@@ -155,6 +155,13 @@ INSTANTIATE_TEST_SUITE_P(
                     NameCase{"Cut100", "/preview/" + std::string(100, 'n'), std::string(31, 'n'), true}),
     sdktest::ByName{});
 
+TEST_F(PreviewTest, ARequestWithoutAPathNamesNoUnit) {
+  TestHost::Get().preview = [](PreviewFrame&) { return 1; };
+  conn_.uri.reset();
+  FuncPreview(&conn_, nullptr);
+  EXPECT_EQ(TestHost::Get().Lines(), Strings{"PreviewCb(, 0)"});
+}
+
 TEST_F(PreviewTest, APictureOfLengthZeroEndsTheStreamBehindItsHead) {
   Show({"p", ""});
   EXPECT_EQ(FuncPreview(&conn_, nullptr), 1);

@@ -221,6 +221,18 @@ TEST_P(FamilyTest, WithoutAUriNothingIsDone) {
   EXPECT_EQ(TestHost::Get().Lines(), Strings{});
 }
 
+// As a parser would that goes on behind its request.
+TEST_P(FamilyTest, OutsideOfAFormAFieldIsRefused) {
+  conn_.Multipart(OneFile());
+  EXPECT_EQ(Handle(conn_), 1);
+  TestHost::Get().Reset();
+  char path[8] = {};
+  const mg_form_data_handler& form = conn_.trace.handler;
+  EXPECT_EQ(form.field_found("late", "late", path, sizeof path, &conn_), MG_FORM_FIELD_STORAGE_ABORT);
+  EXPECT_EQ(form.field_get("late", "x", 1, &conn_), MG_FORM_FIELD_HANDLE_ABORT);
+  EXPECT_EQ(TestHost::Get().Lines(), Strings{});
+}
+
 TEST_P(FamilyTest, AFormWithoutFieldsGetsTheFinalCallOnly) {
   conn_.Token("tok").Multipart({});
   EXPECT_EQ(Handle(conn_), 1);
@@ -243,6 +255,14 @@ TEST_P(FamilyTest, AFieldWithoutAFileNameKeepsTheOneBefore) {
                      Call("found note (none) after a.png"), Call("piece 1 last note (none) after a.png"),
                      Call("final last note (none) after a.png")}));
   for (const UploadStep& step : TestHost::Get().Uploads()) EXPECT_EQ(step.fileName, "a.png");
+}
+
+// The web server's interface has no name for a field that is none of a file's.
+TEST_P(FamilyTest, NamesThatAreNoTextAreEmpty) {
+  conn_.Token("tok").Multipart({{FormField{std::nullopt, std::nullopt, {{"x"}}}}});
+  EXPECT_EQ(Handle(conn_), 1);
+  EXPECT_EQ(TestHost::Get().Lines(),
+            (Strings{Call("found  (none)"), Call("piece 1 last  (none)"), Call("final last  (none)")}));
 }
 
 TEST_P(FamilyTest, AFieldFoundAfterDataShowsNoDataOfTheFieldBefore) {

@@ -156,9 +156,12 @@ TEST_F(WebSocketControlTest, AFrameGoesToOneOfTwo) {
   EXPECT_EQ(Send(NewestId(), kExtText, "text"), 0);
   EXPECT_EQ(Send(NewestId(), kExtBinary, std::string("\0\xff", 2)), 0);
   EXPECT_EQ(SdkAPIExt_WebSocket_Send(NewestId(), kExtBinary, nullptr, 0), 0);
+  EXPECT_EQ(SdkAPIExt_WebSocket_Send(NewestId(), kExtText, nullptr, 0), 0);
   EXPECT_EQ(first->Frames(), Frames{});
-  EXPECT_EQ(second->Frames(),
-            (Frames{{kTextFrame, "text"}, {kBinaryFrame, std::string("\0\xff", 2)}, {kBinaryFrame, ""}}));
+  EXPECT_EQ(second->Frames(), (Frames{{kTextFrame, "text"},
+                                      {kBinaryFrame, std::string("\0\xff", 2)},
+                                      {kBinaryFrame, ""},
+                                      {kTextFrame, ""}}));
   Close(first);
   Close(second);
 }
@@ -290,6 +293,26 @@ TEST_F(WebSocketControlTest, ACloseBeforeTheHandshakeFollowsWhatWaits) {
   EXPECT_EQ(SdkAPIExt_WebSocket_Close(NewestId(), 1000, nullptr), -1);
   WebSocketReadyHandler(conn.get(), nullptr);
   EXPECT_EQ(conn->Frames(), (Frames{{kTextFrame, "first"}, CloseOf(1000, "")}));
+  Close(conn);
+}
+
+TEST_F(WebSocketControlTest, NothingFollowsAFrameThatFailed) {
+  const Socket conn = Handshake("tok");
+  EXPECT_EQ(Send(NewestId(), kExtText, "first"), 0);
+  EXPECT_EQ(Send(NewestId(), kExtText, "second"), 0);
+  EXPECT_EQ(SdkAPIExt_WebSocket_Close(NewestId(), 1000, nullptr), 0);
+  conn->failFrameFrom = 1;
+  WebSocketReadyHandler(conn.get(), nullptr);
+  EXPECT_EQ(conn->frameCalls, 1);
+  Close(conn);
+}
+
+TEST_F(WebSocketControlTest, ACloseFrameThatCannotBeWrittenIsTold) {
+  const Socket conn = Open("tok");
+  conn->failFrameFrom = 1;
+  EXPECT_EQ(SdkAPIExt_WebSocket_Close(NewestId(), 1000, nullptr), -1);
+  EXPECT_EQ(SdkAPIExt_WebSocket_Close(NewestId(), 1000, nullptr), -1);
+  EXPECT_EQ(conn->frameCalls, 1);
   Close(conn);
 }
 
@@ -481,6 +504,15 @@ TEST_F(WebSocketControlTest, TheBoundHoldsWithoutSlotsToo) {
   Close(conn);
 }
 
+TEST_F(WebSocketControlTest, BytesWithinTheBoundGoToNobodyWithoutSlots) {
+  SetLimits(0, 0, 10);
+  const Socket conn = Open("tok");
+  EXPECT_EQ(Receive(conn, kFinal | kBinaryFrame, "0123456789"), 1);
+  EXPECT_EQ(conn->Frames(), Frames{});
+  EXPECT_EQ(TestHost::Get().Lines(), Strings{"WebSocketCb(tok, 0, , 0)"});
+  Close(conn);
+}
+
 TEST_F(WebSocketControlTest, ABoundOfTheLibraryHoldsForSlotsWithoutOne) {
   SetSlots(true, true);
   const Socket conn = Open("tok");
@@ -600,6 +632,15 @@ TEST_F(EndedLoginTest, AHandshakeUnderWayIsClosedWhenItIsComplete) {
   WebSocketReadyHandler(conn.get(), nullptr);
   EXPECT_EQ(conn->Frames(), (Frames{CloseOf(1008, "login ended")}));
   Close(conn);
+}
+
+TEST_F(EndedLoginTest, AHandshakeWhoseLoginEndsBeforeItIsListedIsRefused) {
+  mg_connection conn("GET", "/websocket");
+  conn.Header("Sec-WebSocket-Protocol", "tok");
+  conn.onRequestInfo = [] { EXPECT_EQ(SdkAPIExt_Login_End("tok"), 0); };
+  EXPECT_EQ(WebSocketConnectHandler(&conn, nullptr), 1);
+  EXPECT_TRUE(Sockets().empty());
+  EXPECT_EQ(TestHost::Get().Lines(), Strings{});
 }
 
 TEST_F(EndedLoginTest, EveryEventMayEndItsOwnLogin) {

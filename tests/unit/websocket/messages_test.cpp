@@ -2,6 +2,7 @@
 #include <cstdio>
 
 #include "library_fixture.h"
+#include "sdkapi/extension.h"
 #include "server/lifecycle.h"
 #include "websocket/connections.h"
 
@@ -50,6 +51,16 @@ TEST_F(MessagesTest, AnEmptyTextReachesTheHost) {
   EXPECT_EQ(WebsocketDataHandler(&conn_, 0x81, nullptr, 0, nullptr), 1);
   EXPECT_EQ(TestHost::Get().Lines(), Strings(2, "WebSocketCb(tok, 1, , 0)"));
   WebSocketCloseHandler(&conn_, nullptr);
+}
+
+TEST_F(MessagesTest, ATextOfAConnectionThatIsNotListedReachesTheHostAsNobodys) {
+  conn_.Header("Sec-WebSocket-Protocol", "tok");
+  TestHost::Get().webSocket = [](int, const std::string&, const std::string&) {
+    EXPECT_EQ(SdkAPIExt_WebSocket_Current(), 0U);
+    return 0;
+  };
+  EXPECT_EQ(Receive(conn_, 0x81, "hello"), 1);
+  EXPECT_EQ(TestHost::Get().Lines(), Strings{"WebSocketCb(tok, 1, hello, 5)"});
 }
 
 TEST_F(MessagesTest, ATextWithNulsKeepsItsLength) {
