@@ -21,9 +21,11 @@
 #include "sdkapi/kit_accounts.h"
 #include "sdkapi/kit_archive.h"
 #include "sdkapi/kit_content.h"
+#include "sdkapi/kit_events.h"
 #include "sdkapi/kit_firmware.h"
 #include "sdkapi/kit_log.h"
 #include "sdkapi/kit_metrics.h"
+#include "sdkapi/kit_preview.h"
 #include "sdkapi/kit_runner.h"
 #include "sdkapi/kit_upload.h"
 
