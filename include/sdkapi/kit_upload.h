@@ -24,13 +24,13 @@ SDKAPI_BEGIN
 
 struct SdkKitUploadRow;
 
-/** What is known of one upload. No text is NULL; all are valid during the call. */
+/** What is known of one upload. No text but `extra` is NULL; all are valid during the call. */
 typedef struct SdkKitUpload {
   const struct SdkKitUploadRow* row; /**< the kit's copy of the row that takes it. */
   const char* url;                   /**< what the client asked for, as sent. */
   const char* token;                 /**< the request's token. */
   const char* fileName;              /**< the client's file name made safe; may be empty. */
-  const char* extra;                 /**< the "Port" header of an 802.1X certificate; else empty. */
+  const char* extra;                 /**< the "Port" header of an 802.1X certificate; NULL without one. */
   const char* path; /**< in `accept` the temporary file, in `stored` its place; else empty. */
   const char*
       sha256;      /**< in `accept` and `stored` the hash of its bytes, 64 hexadecimal digits; else empty. */

@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-#include "content/verdict.h"
+#include "content/judge.h"
 #include "sdkapi/kit_content.h"
 
 namespace sdkkit {

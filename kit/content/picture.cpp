@@ -3,7 +3,7 @@
 
 #include <mutex>
 
-#include "content/verdict.h"
+#include "content/judge.h"
 #include "sdkapi/kit_content.h"
 
 namespace sdkkit {

@@ -5,7 +5,7 @@
 #include <string>
 
 #include "base/json.h"
-#include "content/verdict.h"
+#include "content/judge.h"
 #include "sdkapi/kit_content.h"
 
 namespace sdkkit {

@@ -106,7 +106,7 @@ SdkKitUpload Upload::Told(const std::string& path) const {
           .url = request_.url.c_str(),
           .token = request_.token.c_str(),
           .fileName = fileName_.c_str(),
-          .extra = request_.extra.c_str(),
+          .extra = request_.extra ? request_.extra->c_str() : nullptr,
           .path = path.c_str(),
           .sha256 = sha256_.c_str(),
           .why = why_.c_str(),

@@ -40,7 +40,7 @@ struct UploadRequest {
   std::string token;
   std::string address;
   std::string fileName;  // as the client sent it
-  std::string extra;
+  std::optional<std::string> extra;
   int64_t announced = -1;  // bytes of the whole form; below 0: unknown
 };
 

@@ -78,6 +78,7 @@ int RefuseViewers(const SdkKitUpload* upload, char* /*why*/, size_t /*whySize*/)
 }
 
 int AppendPort(const SdkKitUpload* upload, char* why, size_t whySize) {
+  if (upload->extra == nullptr) return 0;
   if (std::strcmp(upload->extra, "0") == 0) {
     std::snprintf(why, whySize, "no such port");
     return -1;
@@ -347,6 +348,8 @@ TEST_F(UploadWireTest, AFileThatAFunctionTakesIsNotKept) {
 TEST_F(UploadWireTest, WhatAcceptAppendsBelongsToTheFile) {
   EXPECT_EQ(Upload("/api/v1/security/ieee802_1x_setting", "pem ", "p", {"Port: 7"}), 200);
   EXPECT_EQ(Stored("port.pem"), "pem 7");
+  EXPECT_EQ(Upload("/api/v1/security/ieee802_1x_setting", "pem"), 200);
+  EXPECT_EQ(Stored("port.pem"), "pem");
 }
 
 TEST_F(UploadWireTest, OneFileAFormAndValuesBesideIt) {

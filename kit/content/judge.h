@@ -1,4 +1,4 @@
-// What a check says: nothing for a good file, else why it is refused.
+// The frame of a check: reads a file and judges its bytes.
 #pragma once
 
 #include <cstddef>
@@ -9,16 +9,11 @@
 
 #include "base/file.h"
 #include "base/guarded.h"
+#include "base/verdict.h"
 
 namespace sdkkit {
 
 inline constexpr Log kContentLog{"content"};
-
-// Gives a fault in the form of an SdkKitCheck.
-inline int Verdict(const std::string& fault, char* why, std::size_t whySize) {
-  std::snprintf(why, whySize, "%s", fault.c_str());
-  return fault.empty() ? 0 : -1;
-}
 
 // Reads a file of at most limit bytes and asks `faultOf(bytes)`.
 template <class FaultOf>

@@ -1,0 +1,145 @@
+// The exported functions: the choice of a start, the checks of uploads, what a certificate says.
+#include <cstdio>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <utility>
+
+#include "base/file.h"
+#include "base/guarded.h"
+#include "base/verdict.h"
+#include "certificate/info.h"
+#include "certificate/keeper.h"
+#include "certificate/pem_reader.h"
+#include "certificate/server_check.h"
+#include "sdkapi/kit_certificate.h"
+#include "sdkapi/server.h"
+
+namespace sdkkit {
+namespace {
+
+constexpr Log kLog{"certificate"};
+
+struct InUse {
+  std::mutex mutex;
+  std::shared_ptr<CertificateKeeper> keeper;
+};
+
+InUse& Place() {
+  static InUse place;
+  return place;
+}
+
+std::shared_ptr<CertificateKeeper> Keeper() {
+  const std::lock_guard lock(Place().mutex);
+  return Place().keeper;
+}
+
+std::string PassPhrase() {
+  const auto keeper = Keeper();
+  return keeper ? keeper->passPhrase() : "";
+}
+
+void* BeginPieces() {
+  PemReader* reader = nullptr;
+  Guarded(kLog, [&] {
+    reader = std::make_unique<PemReader>(PassPhrase()).release();
+    return 0;
+  });
+  return reader;
+}
+
+int FeedPiece(void* state, const char* bytes, size_t length, char* why, size_t whySize) {
+  return Guarded(kLog, [&] {
+    return Verdict(static_cast<PemReader*>(state)->Feed({bytes, length}), why, whySize);
+  });
+}
+
+void EndPieces(void* state) { const std::unique_ptr<PemReader> owned(static_cast<PemReader*>(state)); }
+
+constexpr SdkKitPieceCheck kPieces{BeginPieces, FeedPiece, EndPieces};
+
+}  // namespace
+}  // namespace sdkkit
+
+int SdkKitCertificate_Start(const SdkKitCertificateOptions* options) {
+  using namespace sdkkit;
+  return Guarded(kLog, [&] {
+    SdkKitCertificateOptions chosen{};
+    chosen.size = sizeof chosen;
+    if (options != nullptr) chosen = *options;
+    if (!IsKnown(&chosen)) {
+      kLog.Error("options of an unknown size");
+      return -1;
+    }
+    const auto keeper = std::make_shared<CertificateKeeper>(chosen);
+    keeper->Choose();
+    SdkAPiSer_Cert_Set(keeper->inUse().c_str());
+    SdkAPiSer_CertPassword_Set(keeper->passPhrase().c_str());
+    const std::lock_guard lock(Place().mutex);
+    Place().keeper = keeper;
+    return 0;
+  });
+}
+
+int SdkKitCertificate_Check(const char* path, char* why, size_t whySize) {
+  using namespace sdkkit;
+  if (path == nullptr || why == nullptr || whySize == 0) return -1;
+  std::snprintf(why, whySize, "it cannot be checked");
+  return Guarded(kLog, [&] {
+    std::string fault = LoadFault(path, PassPhrase());
+    if (fault.empty()) fault = DateFault(path);
+    return Verdict(fault, why, whySize);
+  });
+}
+
+const SdkKitPieceCheck* SdkKitCertificate_Pieces(void) { return &sdkkit::kPieces; }
+
+int SdkKitCertificate_Take(const SdkKitUpload* upload, char* why, size_t whySize) {
+  using namespace sdkkit;
+  if (upload == nullptr || why == nullptr || whySize == 0) return -1;
+  return Guarded(kLog, [&] {
+    const auto keeper = Keeper();
+    return Verdict(keeper ? keeper->Take(upload->path) : "certificates are not started", why, whySize);
+  });
+}
+
+int SdkKitCertificate_Status(SdkKitCertificateStatus* status) {
+  using namespace sdkkit;
+  return Guarded(kLog, [&] {
+    const auto keeper = Keeper();
+    if (!keeper || !IsKnown(status)) return -1;
+    keeper->Fill(*status);
+    return 0;
+  });
+}
+
+int SdkKitCertificate_Info(const char* path, SdkKitCertificateInfo* info) {
+  using namespace sdkkit;
+  return Guarded(kLog, [&] {
+    const auto keeper = Keeper();
+    if (!IsKnown(info) || (path == nullptr && !keeper)) return -1;
+    const std::string file = path != nullptr ? path : keeper->inUse();
+    const CertificatePtr certificate = CertificateOf(ReadFile(file, kMostPemBytes).value_or(""));
+    if (!certificate) return -1;
+    Describe(certificate.get(), *info);
+    return 0;
+  });
+}
+
+int SdkKitCertificate_Request(char* pem, size_t size) {
+  using namespace sdkkit;
+  return Guarded(kLog, [&] {
+    const auto keeper = Keeper();
+    if (!keeper || pem == nullptr) return -1;
+    const std::string request = keeper->Request();
+    if (request.size() >= size) return -1;
+    std::snprintf(pem, size, "%s", request.c_str());
+    return 0;
+  });
+}
+
+void SdkKitCertificate_Stop(void) {
+  const std::lock_guard lock(sdkkit::Place().mutex);
+  sdkkit::Place().keeper = nullptr;
+}

@@ -1,0 +1,142 @@
+// The certificates of a folder: the one in use, the one before, and the one that waits for the next start.
+#include "certificate/keeper.h"
+
+#include <openssl/err.h>
+#include <openssl/pem.h>
+
+#include <cstdio>
+#include <stdexcept>
+
+#include "base/file.h"
+#include "base/log.h"
+#include "certificate/server_check.h"
+
+namespace sdkkit {
+namespace {
+
+constexpr Log kLog{"certificate"};
+constexpr std::uint32_t kValidDays = 3650;
+constexpr std::uint64_t kMostPhraseBytes = 1024;
+
+const char* Or(const char* text, const char* otherwise) { return text != nullptr ? text : otherwise; }
+
+void StoreOrThrow(const std::string& path, const std::string& bytes) {
+  if (!ReplaceFile(path, bytes)) throw std::runtime_error(path + " cannot be written");
+}
+
+}  // namespace
+
+CertificateKeeper::CertificateKeeper(const SdkKitCertificateOptions& options)
+    : folder_(Or(options.folder, "tls")),
+      subject_{Or(options.commonName, "device"),
+               Or(options.alternativeNames, "DNS:localhost,IP:127.0.0.1,IP:::1")},
+      validDays_(options.validDays == 0 ? kValidDays : options.validDays),
+      onlyUploaded_(options.onlyUploaded != 0),
+      passPhrase_(Or(options.passPhrase, "")) {
+  if (!MakeFolder(folder_)) throw std::runtime_error("the folder " + folder_ + " cannot be made");
+  RemoveTempFiles(folder_);
+  if (options.passPhrase == nullptr) ReadPassPhrase();
+}
+
+void CertificateKeeper::ReadPassPhrase() {
+  const std::string file = In("passphrase");
+  const std::string text = ReadFile(file, kMostPhraseBytes).value_or("");
+  passPhrase_ = text.substr(0, text.find('\n'));
+  if (!passPhrase_.empty()) return;
+  passPhrase_ = MakePassPhrase();
+  StoreOrThrow(file, passPhrase_ + "\n");
+}
+
+void CertificateKeeper::Choose() {
+  if (TakePending() || KeepsOrRestores()) return;
+  choice_ = onlyUploaded_ ? kKitCertificateNone : kKitCertificateMade;
+  if (onlyUploaded_) return;
+  StoreOrThrow(inUse(), MakeIdentity(subject_, validDays_, passPhrase_));
+  kLog.Info("a self-signed certificate was made");
+}
+
+// The one in use is kept as the one before first: at no instant there is none.
+bool CertificateKeeper::TakePending() {
+  const auto pending = ReadFile(Pending(), kMostPemBytes);
+  if (!pending) return false;
+  const std::string fault = LoadFault(Pending(), passPhrase_);
+  if (!fault.empty()) {
+    refused_ = true;
+    Say("the uploaded certificate cannot be used: " + fault);
+    return false;
+  }
+  const auto used = ReadFile(inUse(), kMostPemBytes);
+  const bool kept = !used || !LoadFault(inUse(), passPhrase_).empty() || ReplaceFile(Previous(), *used);
+  if (!kept || !ReplaceFile(inUse(), *pending)) {
+    Say("the uploaded certificate cannot be stored");
+    return false;
+  }
+  RemoveFile(Pending());
+  choice_ = kKitCertificateNew;
+  kLog.Info("the uploaded certificate is in use");
+  return true;
+}
+
+bool CertificateKeeper::KeepsOrRestores() {
+  if (!StatusOf(inUse()) && !StatusOf(Previous())) return false;
+  const std::string fault = LoadFault(inUse(), passPhrase_);
+  if (fault.empty()) return true;
+  Say("the certificate in use cannot be loaded any more: " + fault);
+  const auto previous = ReadFile(Previous(), kMostPemBytes);
+  if (!previous || !LoadFault(Previous(), passPhrase_).empty() || !ReplaceFile(inUse(), *previous))
+    return false;
+  choice_ = kKitCertificatePrevious;
+  kLog.Warning("the certificate before is in use again");
+  return true;
+}
+
+void CertificateKeeper::Say(const std::string& why) {
+  why_ = why;
+  kLog.Error("%s", why.c_str());
+}
+
+std::string CertificateKeeper::Take(const std::string& path) {
+  auto bytes = ReadFile(path, kMostPemBytes);
+  if (!bytes) return "it cannot be read, or is too large";
+  // The key that a request was made for never left the device.
+  if (bytes->find("PRIVATE KEY-----") == std::string::npos) {
+    const KeyPtr key = KeyInUse();
+    const BioPtr pem = BioToFill();
+    if (!key || PEM_write_bio_PKCS8PrivateKey(pem.get(), key.get(), EVP_aes_256_cbc(), passPhrase_.data(),
+                                              static_cast<int>(passPhrase_.size()), nullptr, nullptr) != 1) {
+      return "it has no key";
+    }
+    *bytes += "\n" + ContentOf(pem);
+  }
+  const std::lock_guard lock(taking_);
+  auto file = TempFile::Create(folder_);
+  if (!file || !file->Write(*bytes)) return "it cannot be stored";
+  std::string fault = LoadFault(file->path(), passPhrase_);
+  if (fault.empty()) fault = DateFault(file->path());
+  if (fault.empty() && !file->CommitTo(Pending())) fault = "it cannot be stored";
+  return fault;
+}
+
+KeyPtr CertificateKeeper::KeyInUse() const {
+  const std::string pem = ReadFile(inUse(), kMostPemBytes).value_or("");
+  const BioPtr bio = BioOver(pem);
+  std::string phrase = passPhrase_;
+  KeyPtr key(PEM_read_bio_PrivateKey(bio.get(), nullptr, GivePassPhrase, phrase.data()));
+  ERR_clear_error();
+  return key;
+}
+
+std::string CertificateKeeper::Request() const {
+  const KeyPtr key = KeyInUse();
+  if (!key) throw std::runtime_error("the key in use cannot be read");
+  return MakeRequest(subject_, key.get());
+}
+
+void CertificateKeeper::Fill(SdkKitCertificateStatus& status) const {
+  status.choice = choice_;
+  status.pending = StatusOf(Pending()) ? 1 : 0;
+  status.refused = refused_ ? 1 : 0;
+  std::snprintf(status.why, sizeof status.why, "%s", why_.c_str());
+}
+
+}  // namespace sdkkit
