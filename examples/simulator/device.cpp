@@ -6,18 +6,12 @@
 #include <cmath>
 #include <cstdio>
 #include <ctime>
-#include <fstream>
 #include <mutex>
 #include <optional>
-#include <stdexcept>
 
-#include "database.h"
 #include "events.h"
-#include "files.h"
 #include "firmware.h"
-#include "login_tokens.h"
-#include "media.h"
-#include "privileges.h"
+#include "sdkapi/kit_firmware.h"
 #include "slot_guard.h"
 #include "units.h"
 #include "users.h"
@@ -30,8 +24,6 @@ using Clock = std::chrono::steady_clock;
 
 constexpr auto kRebootTime = std::chrono::seconds(3);
 constexpr int kSessionSeconds = 43200;
-constexpr const char* kFirstVersion = "1.0.0";
-constexpr const char* kVersionFile = "build.config";
 
 struct Reboot {
   Clock::time_point until;
@@ -43,25 +35,29 @@ std::mutex mutex;
 std::string version;
 std::optional<Reboot> reboot;
 
-bool WriteVersion(const std::string& text) {
-  return ReplaceFile(kVersionFile, json{{"SoftwareVersion", text}}.dump() + '\n');
-}
+// The tick's own: false as long as the storage does not let the firmware start.
+bool firmwareRuns = true;
 
-// Factory state of everything in the database, or nothing of it.
-void ResetDatabase() {
-  const auto change = OneChange();
-  Transaction transaction(TheDatabase());
-  ClearPrivileges();
-  ResetUnits();
-  ResetUsers();
-  transaction.Commit();
+// Once the time is over.
+void EndReboot() {
+  std::string expected;
+  {
+    // Locked until the new version is there: a client that finds the reboot over finds that, too.
+    const std::lock_guard lock(mutex);
+    if (!reboot || Clock::now() < reboot->until) return;
+    expected = reboot->version;
+    reboot.reset();
+    firmwareRuns = RestartFirmware();
+    version = SdkAPiSer_Version_Get();
+    if (version != expected) return Publish(UpgradeEvent("failed", 0, expected));
+  }
+  if (firmwareRuns && FirmwareWorks() && SdkKitFirmware_Confirm() == 0)
+    Publish(UpgradeEvent("done", 100, expected));
 }
 
 }  // namespace
 
 void StartDevice() {
-  if (!std::ifstream(kVersionFile).good() && !WriteVersion(kFirstVersion))
-    throw std::runtime_error("build.config cannot be written");
   const std::lock_guard lock(mutex);
   version = SdkAPiSer_Version_Get();
 }
@@ -102,19 +98,14 @@ json CurrentUpgrade() {
 }
 
 void TickDevice() {
-  std::string finished;
-  bool written = false;
-  {
-    // Locked while the version is written: a client that finds the reboot over finds the new version, too.
-    const std::lock_guard lock(mutex);
-    if (!reboot || Clock::now() < reboot->until) return;
-    finished = reboot->version;
-    reboot.reset();
-    written = WriteVersion(finished);
-    if (written) version = finished;
+  if (Rebooting()) return EndReboot();
+  if (!firmwareRuns) firmwareRuns = RestartFirmware();
+  if (SdkKitFirmware_Trial() == 0) return;
+  if (FirmwareWorks()) {
+    SdkKitFirmware_Confirm();
+  } else {
+    BeginRebootSimulation(SoftwareVersion());
   }
-  if (!written) return ReportFirmwareFailure();
-  Publish(UpgradeEvent("done", 100, finished));
 }
 
 int FillDeviceInfo(const char* token, DeviceInfo* info) {
@@ -135,17 +126,6 @@ int FillDeviceInfo(const char* token, DeviceInfo* info) {
 int WriteUptime(char* uptime) {
   std::snprintf(uptime, kDeviceUptimeSize, "%lld", static_cast<long long>(DeviceUptime()));
   return 0;
-}
-
-int RestoreFactoryState(const char* token, CustomRestoreArg* /*arg*/) {
-  return Guarded([&] {
-    if (!IsAdministrator(token)) return kNotAuthorised;
-    ResetDatabase();
-    ForgetAllLogins();
-    ResetFiles();
-    Publish({{"type", "restored"}});
-    return 0;
-  });
 }
 
 }  // namespace sim

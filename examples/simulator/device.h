@@ -11,7 +11,7 @@ namespace sim {
 
 inline constexpr const char* kDeviceModel = "SIM-8X8";
 
-// Reads the version from build.config, or writes the first one.
+// Reads the version of the firmware that has started.
 void StartDevice();
 
 std::string SoftwareVersion();
@@ -27,12 +27,11 @@ bool Rebooting();
 // The running upgrade's last event, or null.
 nlohmann::json CurrentUpgrade();
 
-// Called once a second: ends a reboot whose time is over.
+// Called once a second: ends a reboot whose time is over, and confirms a new firmware that works.
 void TickDevice();
 
 // Slots of the host table.
 int FillDeviceInfo(const char* token, DeviceInfo* info);
 int WriteUptime(char* uptime);
-int RestoreFactoryState(const char* token, CustomRestoreArg* arg);
 
 }  // namespace sim

@@ -9,11 +9,9 @@
 #include "files.h"
 #include "jpeg_encoder.h"
 #include "media.h"
-#include "settings_archive.h"
 #include "slot_guard.h"
 #include "units.h"
 #include "upload_checks.h"
-#include "users.h"
 
 namespace sim {
 namespace {
@@ -78,14 +76,6 @@ int DownloadLogo(const char*, DownloadFileInfo* info) {
   return Guarded([&] {
     const std::string path = StatusOf(kLogoPath) ? kLogoPath : kBuiltInLogo;
     return Offer(info, std::string("logo") + PictureSuffix(path), path);
-  });
-}
-
-int DownloadSettings(const char* token, DownloadSettingInfo* info) {
-  return Guarded([&] {
-    if (HoldsUsers(info->method) && !IsAdministrator(token)) return kNotAuthorised;
-    const auto path = ExportSettings(info->method);
-    return path ? Offer(info, "settings.zip", *path) : kRefused;
   });
 }
 

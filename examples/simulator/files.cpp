@@ -21,14 +21,14 @@ namespace sim {
 namespace {
 
 constexpr std::array<FileKind, 8> kKinds{{
-    {"logo", "files/logo", kPictureLimit, IsPicture},
-    {"bg", "files/bg", kPictureLimit, IsPicture},
-    {"setbgimage", "files/setbgimage", kPictureLimit, IsPicture},
-    {"setbaseimage", "files/setbaseimage", kPictureLimit, IsPicture},
-    {"png", "files/png", kPictureLimit, IsPicture},
-    {"scene", "files/scene.json", kTextLimit, IsJsonText},
-    {"edid", "files/edid.bin", kEdidLimit, IsEdid},
-    {"xyte", "files/xyte.json", kTextLimit, IsJsonText},
+    {"logo", "files/logo", kPictureLimit, SdkKitContent_Picture},
+    {"bg", "files/bg", kPictureLimit, SdkKitContent_Picture},
+    {"setbgimage", "files/setbgimage", kPictureLimit, SdkKitContent_Picture},
+    {"setbaseimage", "files/setbaseimage", kPictureLimit, SdkKitContent_Picture},
+    {"png", "files/png", kPictureLimit, SdkKitContent_Picture},
+    {"scene", "files/scene.json", kTextLimit, SdkKitContent_Json},
+    {"edid", "files/edid.bin", kEdidLimit, SdkKitContent_Edid},
+    {"xyte", "files/xyte.json", kTextLimit, SdkKitContent_Json},
 }};
 
 bool IsSafe(char c) {
@@ -37,15 +37,15 @@ bool IsSafe(char c) {
   return letter || digit || c == '.' || c == '_' || c == '-' || c == ' ';
 }
 
-void SyncFolderOf(const std::string& path) {
-  const std::string folder = std::filesystem::path(path).parent_path().string();
-  const int descriptor = open(folder.empty() ? "." : folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-  if (descriptor < 0) return;
-  fsync(descriptor);
-  close(descriptor);
-}
-
 }  // namespace
+
+bool SyncFolder(const std::string& folder) {
+  const int descriptor = open(folder.empty() ? "." : folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  if (descriptor < 0) return false;
+  const bool synced = fsync(descriptor) == 0;
+  close(descriptor);
+  return synced;
+}
 
 std::span<const FileKind> FileKinds() { return kKinds; }
 
@@ -118,7 +118,7 @@ bool TempFile::Write(std::string_view bytes) {
 bool TempFile::CommitTo(const std::string& target) {
   if (fsync(descriptor_) != 0 || rename(path_.c_str(), target.c_str()) != 0) return false;
   path_.clear();
-  SyncFolderOf(target);
+  SyncFolder(std::filesystem::path(target).parent_path().string());
   return true;
 }
 
@@ -140,11 +140,6 @@ void EmptyFolder(const char* folder) {
   for (const std::string& name : NamesIn(folder)) {
     std::filesystem::remove_all(std::filesystem::path(folder) / name, ignored);
   }
-}
-
-void ResetFiles() {
-  EmptyFolder(kFileDir);
-  std::filesystem::create_directories(kPrivDir);
 }
 
 }  // namespace sim

@@ -9,6 +9,8 @@
 #include <string_view>
 #include <vector>
 
+#include "sdkapi/kit_content.h"
+
 namespace sim {
 
 // Paths are relative: the process works in the data folder, and the records of the library hold 255
@@ -16,6 +18,8 @@ namespace sim {
 inline constexpr const char* kTempDir = "tmp";
 inline constexpr const char* kFileDir = "files";
 inline constexpr const char* kPrivDir = "files/priv";
+inline constexpr const char* kPrivFiles = "files/priv/";
+inline constexpr size_t kMostPrivPictures = 100;
 inline constexpr const char* kExportDir = "export";
 inline constexpr const char* kTlsDir = "tls";
 inline constexpr const char* kNotePath = "files/note";
@@ -24,8 +28,8 @@ inline constexpr const char* kNotePath = "files/note";
 struct FileKind {
   const char* kind;
   const char* path;
-  size_t limit;                                   // bytes
-  bool (*isAcceptable)(const std::string& path);  // looks at the content
+  size_t limit;       // bytes
+  SdkKitCheck check;  // looks at the content
 };
 
 std::span<const FileKind> FileKinds();
@@ -79,5 +83,8 @@ bool ReplaceFile(const std::string& target, std::string_view text);
 void PrepareFolders();
 
 void EmptyFolder(const char* folder);
+
+// Brings to the disk which names a folder holds.
+bool SyncFolder(const std::string& folder);
 
 }  // namespace sim

@@ -1,152 +1,173 @@
-// The firmware container: reading it as it arrives and handing a good one to the device.
+// The device's firmware: two slots, a simulated start, and what the clients are told.
 #include "firmware.h"
 
-#include <algorithm>
+#include <fcntl.h>
+#include <sodium.h>
+#include <unistd.h>
+
 #include <array>
+#include <cerrno>
+#include <filesystem>
 #include <fstream>
 #include <nlohmann/json.hpp>
+#include <stdexcept>
+#include <vector>
 
 #include "device.h"
 #include "events.h"
 #include "files.h"
+#include "sdkapi/kit_firmware.h"
+#include "slot_guard.h"
+#include "users.h"
 
 namespace sim {
 namespace {
 
 using nlohmann::json;
 
-constexpr std::string_view kMagic = "SDKFW1\n";
-constexpr size_t kHeadLimit = 512;
-constexpr size_t kVersionLimit = 15;
-constexpr size_t kHashDigits = 64;
-constexpr std::chrono::milliseconds kReportInterval{250};
+constexpr const char* kFolder = "firmware";
+constexpr const char* kConfig = "build.config";
+constexpr size_t kConfigLimit = 4096;
+constexpr std::string_view kDoesNotStart = "does not start";
 
-bool IsVersion(const std::string& text) {
-  return !text.empty() && text.size() <= kVersionLimit &&
-         std::all_of(text.begin(), text.end(), [](char c) { return c >= ' ' && c <= '~'; });
+std::array<unsigned char, kKitFirmwareKeySize> key;
+int slot = -1;  // the one that is being written, by one upload at a time
+
+// build.config: {"SoftwareVersion":TEXT,"Slot":0 or 1,"Before":TEXT}. The library reads the version.
+json Config() {
+  const auto text = ReadFile(kConfig, kConfigLimit);
+  const json config = text ? json::parse(*text, nullptr, false) : json();
+  return config.is_object() ? config : json::object();
 }
 
-bool IsHash(const std::string& text) {
-  return text.size() == kHashDigits && text.find_first_not_of("0123456789abcdefABCDEF") == std::string::npos;
+int RunningSlot() { return Config().value("Slot", 0); }
+
+std::string SlotPath(int number) { return std::string(kFolder) + "/slot-" + std::to_string(number); }
+
+bool Select(const std::string& version, int number, const std::string& before) {
+  return ReplaceFile(kConfig,
+                     json{{"SoftwareVersion", version}, {"Slot", number}, {"Before", before}}.dump() + '\n');
 }
 
-// Reads the head with its two line feeds.
-std::optional<FirmwareHeader> ParseHead(std::string_view head) {
-  const json line = json::parse(head.substr(kMagic.size()), nullptr, false);
-  if (!line.is_object() || !line.contains("version") || !line.contains("size") || !line.contains("sha256")) {
-    return std::nullopt;
+int OpenSlot(const SdkKitFirmwareImage*) {
+  return Guarded([] {
+    slot = open(SlotPath(1 - RunningSlot()).c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
+    return slot >= 0 ? 0 : kRefused;
+  });
+}
+
+int WriteSlot(const char* bytes, size_t length) {
+  while (length > 0) {
+    const ssize_t written = write(slot, bytes, length);
+    if (written < 0 && errno == EINTR) continue;
+    if (written <= 0) return kRefused;
+    bytes += written;
+    length -= static_cast<size_t>(written);
   }
-  if (!line["version"].is_string() || !line["size"].is_number_unsigned() || !line["sha256"].is_string()) {
-    return std::nullopt;
+  return 0;
+}
+
+int CloseSlot(int good) {
+  const bool durable = good == 0 || fsync(slot) == 0;
+  close(slot);
+  return durable && (good == 0 || SyncFolder(kFolder)) ? 0 : kRefused;
+}
+
+int Activate(const char* version) {
+  return Guarded([&] { return Select(version, 1 - RunningSlot(), SdkAPiSer_Version_Get()) ? 0 : kRefused; });
+}
+
+int RollBack() {
+  return Guarded([] {
+    const json config = Config();
+    return Select(config.at("Before"), 1 - RunningSlot(), "") ? 0 : kRefused;
+  });
+}
+
+int MayUpgrade(const char* token) {
+  return Guarded([&] { return IsAdministrator(token) ? 0 : kNotAuthorised; });
+}
+
+// A firmware that was taken back is told when the reboot is over.
+void TellClients(const SdkKitFirmwareProgress* progress) {
+  Guarded([&] {
+    const std::string version = progress->version;
+    switch (progress->phase) {
+      case kKitFirmwareReceiving:
+        Publish(UpgradeEvent("receiving", progress->percent, version));
+        break;
+      case kKitFirmwareInstalling:
+        Publish(UpgradeEvent("verifying", 100, version));
+        break;
+      case kKitFirmwareInstalled:
+        BeginRebootSimulation(version);
+        break;
+      case kKitFirmwareFailed:
+        Publish(UpgradeEvent("failed", 0, version));
+        break;
+      default:
+        break;
+    }
+    return 0;
+  });
+}
+
+bool Start() {
+  const std::string version = SdkAPiSer_Version_Get();
+  SdkKitFirmwareOptions options{};
+  options.size = sizeof options;
+  options.keyCount = 1;
+  options.keys = key.data();
+  options.model = kDeviceModel;
+  options.version = version.c_str();
+  options.state = "firmware/trial";
+  options.mayDowngrade = 1;
+  options.may = MayUpgrade;
+  options.open = OpenSlot;
+  options.write = WriteSlot;
+  options.close = CloseSlot;
+  options.activate = Activate;
+  options.rollBack = RollBack;
+  options.progress = TellClients;
+  return SdkKitFirmware_Start(&options) == 0;
+}
+
+void ReadKey(const std::string& path) {
+  constexpr std::string_view kDigits = SIM_DEVELOPMENT_KEY;
+  if (path.empty()) {
+    sodium_hex2bin(key.data(), key.size(), kDigits.data(), kDigits.size(), nullptr, nullptr, nullptr);
+  } else if (SdkKitFirmware_Key_Read(path.c_str(), key.data()) != 0) {
+    throw std::runtime_error("no firmware key in " + path);
   }
-  FirmwareHeader header{.version = line["version"], .size = line["size"], .sha256 = line["sha256"]};
-  if (!IsVersion(header.version) || !IsHash(header.sha256) || header.size > kFirmwareLimit)
-    return std::nullopt;
-  return header;
-}
-
-std::string ToHex(const unsigned char* bytes, size_t count) {
-  constexpr std::string_view kDigits = "0123456789abcdef";
-  std::string text;
-  for (size_t i = 0; i < count; ++i) {
-    text += kDigits[bytes[i] >> 4];
-    text += kDigits[bytes[i] & 15];
-  }
-  return text;
-}
-
-std::string Lower(std::string text) {
-  std::transform(text.begin(), text.end(), text.begin(),
-                 [](char c) { return c >= 'A' && c <= 'F' ? char(c + 32) : c; });
-  return text;
-}
-
-// The head of a stored container, found again after the upload.
-std::optional<std::string> HeadOf(const std::string& path) {
-  std::ifstream file(path, std::ios::binary);
-  std::array<char, kHeadLimit> buffer{};
-  file.read(buffer.data(), buffer.size());
-  const std::string_view bytes(buffer.data(), static_cast<size_t>(file.gcount()));
-  const size_t end = bytes.find('\n', kMagic.size());
-  if (!bytes.starts_with(kMagic) || end == std::string_view::npos) return std::nullopt;
-  return std::string(bytes.substr(0, end + 1));
 }
 
 }  // namespace
 
-FirmwareReader::FirmwareReader() : digest_(EVP_MD_CTX_new()), reported_(std::chrono::steady_clock::now()) {
-  EVP_DigestInit_ex(digest_.get(), EVP_sha256(), nullptr);
+// A start that went back to the old slot has to be followed by another one.
+bool RestartFirmware() {
+  SdkKitFirmware_Stop();
+  return Start() || Start();
 }
 
-int FirmwareReader::Feed(std::string_view piece) {
-  if (piece.empty()) return 0;
-  if (!header_) {
-    const size_t used = FeedHead(piece);
-    if (used == std::string_view::npos) return kNotFirmware;
-    piece.remove_prefix(used);
-    if (!header_) return 0;
-  }
-  if (!FeedImage(piece)) return kNotFirmware;
-  Report();
-  return 0;
+void StartFirmware(const std::string& keyFile) {
+  std::filesystem::create_directories(kFolder);
+  ReadKey(keyFile);
+  if (!std::filesystem::exists(kConfig) && !Select("1.0.0", 0, ""))
+    throw std::runtime_error("build.config cannot be written");
+  if (!RestartFirmware()) throw std::runtime_error("the firmware cannot start");
 }
 
-size_t FirmwareReader::FeedHead(std::string_view piece) {
-  const size_t before = head_.size();
-  head_.append(piece.substr(0, kHeadLimit - before));
-  const std::string_view head = head_;
-  const size_t common = std::min(head.size(), kMagic.size());
-  if (head.substr(0, common) != kMagic.substr(0, common)) return std::string_view::npos;
-  const size_t end = head.find('\n', kMagic.size());
-  if (end == std::string_view::npos) return head.size() < kHeadLimit ? piece.size() : std::string_view::npos;
-  header_ = ParseHead(head.substr(0, end + 1));
-  return header_ ? end + 1 - before : std::string_view::npos;
+bool FirmwareWorks() {
+  std::ifstream image(SlotPath(RunningSlot()), std::ios::binary);
+  std::string beginning(kDoesNotStart.size(), '\0');
+  image.read(beginning.data(), static_cast<std::streamsize>(beginning.size()));
+  return beginning != kDoesNotStart;
 }
 
-// The hash is compared when the announced length is there: after the last piece it would be too late to say
-// so.
-bool FirmwareReader::FeedImage(std::string_view piece) {
-  if (piece.size() > header_->size - received_) return false;
-  received_ += piece.size();
-  EVP_DigestUpdate(digest_.get(), piece.data(), piece.size());
-  return received_ < header_->size || HashIsRight();
-}
-
-bool FirmwareReader::HashIsRight() {
-  std::array<unsigned char, EVP_MAX_MD_SIZE> hash{};
-  unsigned int length = 0;
-  EVP_DigestFinal_ex(digest_.get(), hash.data(), &length);
-  return ToHex(hash.data(), length) == Lower(header_->sha256);
-}
-
-void FirmwareReader::Report() {
-  const auto now = std::chrono::steady_clock::now();
-  if (now - reported_ < kReportInterval) return;
-  reported_ = now;
-  const uint64_t percent = header_->size == 0 ? 100 : received_ * 100 / header_->size;
-  Publish(UpgradeEvent("receiving", percent, header_->version));
-}
+void FillFirmware(SdkAPISerHandle* table) { SdkKitFirmware_Fill(table); }
 
 json UpgradeEvent(const char* phase, uint64_t percent, const std::string& version) {
   return {{"type", "upgrade"}, {"phase", phase}, {"percent", percent}, {"version", version}};
 }
-
-bool IsWholeFirmware(const std::string& path) {
-  const auto head = HeadOf(path);
-  const auto status = StatusOf(path);
-  if (!head || !status) return false;
-  const auto header = ParseHead(*head);
-  return header && static_cast<uint64_t>(status->size) == head->size() + header->size;
-}
-
-bool InstallFirmware(const std::string& path) {
-  const auto head = HeadOf(path);
-  const auto header = head ? ParseHead(*head) : std::nullopt;
-  if (!header) return false;
-  Publish(UpgradeEvent("verifying", 100, header->version));
-  return BeginRebootSimulation(header->version);
-}
-
-void ReportFirmwareFailure() { Publish(UpgradeEvent("failed", 0, "")); }
 
 }  // namespace sim

@@ -1,67 +1,28 @@
-// The firmware container: reading it as it arrives and handing a good one to the device.
+// The device's firmware: two slots, a simulated start, and what the clients are told.
 #pragma once
 
-#include <openssl/evp.h>
-
-#include <chrono>
-#include <cstddef>
 #include <cstdint>
-#include <memory>
 #include <nlohmann/json_fwd.hpp>
-#include <optional>
 #include <string>
-#include <string_view>
+
+#include "sdkapi/sdkapi.h"
 
 namespace sim {
 
-inline constexpr size_t kFirmwareLimit = size_t{512} << 20;
+// Starts what build.config names; a new version is on trial then. Takes containers that are signed for the
+// key in keyFile; empty: for the development key, whose other half everybody knows.
+void StartFirmware(const std::string& keyFile);
 
-// The result of an upload slot that says "this is no firmware".
-inline constexpr int kNotFirmware = 5;
+// What a reboot does: starts what build.config names now. False when the storage does not let it.
+bool RestartFirmware();
 
-// The line of JSON at the head of a container.
-struct FirmwareHeader {
-  std::string version;
-  uint64_t size;
-  std::string sha256;
-};
+// Does the running firmware work? An image that begins with "does not start" plays one that does not.
+bool FirmwareWorks();
 
-// Checks a container piece by piece, without keeping it.
-class FirmwareReader {
- public:
-  FirmwareReader();
-
-  // 0, or kNotFirmware as soon as the container is known to be wrong.
-  int Feed(std::string_view piece);
-
- private:
-  struct DigestDeleter {
-    void operator()(EVP_MD_CTX* context) const { EVP_MD_CTX_free(context); }
-  };
-
-  // How many bytes of the piece belong to the head; npos when the head is wrong.
-  size_t FeedHead(std::string_view piece);
-  bool FeedImage(std::string_view piece);
-  bool HashIsRight();
-  void Report();
-
-  std::string head_;
-  std::optional<FirmwareHeader> header_;
-  uint64_t received_ = 0;
-  std::unique_ptr<EVP_MD_CTX, DigestDeleter> digest_;
-  std::chrono::steady_clock::time_point reported_;
-};
+// Puts the upgrade into the host table.
+void FillFirmware(SdkAPISerHandle* table);
 
 // The event of one phase of an upgrade; a reboot without one ends with the version that it began with.
 nlohmann::json UpgradeEvent(const char* phase, uint64_t percent, const std::string& version);
-
-// Is this file a container of exactly the announced length? Its hash was checked on arrival.
-bool IsWholeFirmware(const std::string& path);
-
-// Starts the upgrade to the container in path.
-bool InstallFirmware(const std::string& path);
-
-// Tells the clients that an upgrade came to nothing.
-void ReportFirmwareFailure();
 
 }  // namespace sim

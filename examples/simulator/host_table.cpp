@@ -3,7 +3,9 @@
 
 #include "device.h"
 #include "events.h"
+#include "firmware.h"
 #include "media.h"
+#include "settings_archive.h"
 #include "units.h"
 #include "users.h"
 
@@ -17,7 +19,6 @@ SdkAPISerHandle HostTable() {
   table.ChangeUserInfoCb = ChangeUser;
   table.ManageUserCb = ManageUser;
   table.DeviceInfoCb = FillDeviceInfo;
-  table.CustomRestoreCb = RestoreFactoryState;
   table.DeviceStatusCb = WriteUptime;
   table.DownloadLogFileCb = DownloadLog;
   table.DownloadCustomCb = DownloadCustomFile;
@@ -28,14 +29,14 @@ SdkAPISerHandle HostTable() {
   table.SpecifyPrivCb = BindPrivilege;
   table.DeletePrivCb = DeletePrivilege;
   table.DownloadEdidFileCb = DownloadEdid;
-  table.DownloadSettingFileCb = DownloadSettings;
   table.DownloadImageFileCb = DownloadLogo;
   table.UploadImageFileCb = UploadImage;
   table.UploadTxtFileCb = UploadText;
   table.UploadCertFileCb = UploadCertificate;
   table.UploadZipFileCb = UploadArchive;
-  table.UpgradeCb = UploadFirmware;
   table.WebSocketCb = OnWebSocket;
+  FillSettings(&table);
+  FillFirmware(&table);
   return table;
 }
 

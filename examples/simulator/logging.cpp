@@ -59,4 +59,8 @@ void WriteLogLine(int level, const char* text) {
   if (level >= kError) Publish({{"type", "log"}, {"level", level}, {"text", line}});
 }
 
+void WriteKitLine(int level, const char* subject, const char* text) {
+  WriteLogLine(level, (std::string(subject) + ": " + text).c_str());
+}
+
 }  // namespace sim

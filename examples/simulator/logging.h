@@ -9,4 +9,7 @@ void StartLog(int consoleLevel);
 // The library's log hook; callable from any thread.
 void WriteLogLine(int level, const char* text);
 
+// The kit's log hook; callable from any thread.
+void WriteKitLine(int level, const char* subject, const char* text);
+
 }  // namespace sim

@@ -17,11 +17,15 @@
 #include "database.h"
 #include "device.h"
 #include "events.h"
+#include "firmware.h"
 #include "host_table.h"
 #include "logging.h"
 #include "media.h"
 #include "options.h"
+#include "sdkapi/kit_firmware.h"
+#include "sdkapi/kit_log.h"
 #include "sdkapi/sdkapi.h"
+#include "settings_archive.h"
 #include "tls_identity.h"
 #include "units.h"
 #include "users.h"
@@ -63,9 +67,12 @@ void StartParts(const Options& options) {
   EnterDataFolder(options.dataDir);
   StartLog(options.logLevel);
   SdkApiSer_Printf(WriteLogLine);
+  SdkKitLog_Set(WriteKitLine);
   OpenDatabase("device.db");
   StartUsers(!options.noAuth);
   StartUnits();
+  StartSettings();
+  StartFirmware(options.firmwareKey);
   StartDevice();
   StartMedia();
 }
@@ -103,6 +110,8 @@ void Stop() {
   StopMedia();
   StopEvents();
   SdkAPISer_Stop(nullptr);
+  SdkKitFirmware_Stop();
+  StopSettings();
 }
 
 int Run(const Options& options, const sigset_t& signals) {

@@ -10,14 +10,12 @@ int UploadImage(const char* token, int funcId, UploadFileCtx* ctx);
 int UploadText(const char* token, int funcId, UploadFileCtx* ctx);
 int UploadCertificate(const char* token, int funcId, UploadFileCtx* ctx);
 int UploadArchive(const char* token, int funcId, UploadFileCtx* ctx);
-int UploadFirmware(const char* token, UploadFileCtx* ctx);
 
 int DownloadLog(const char* token, DownloadFileInfo* info);
 int DownloadCustomFile(const char* token, DownloadFileInfo* info);
 int DownloadScene(const char* token, DownloadFileInfo* info);
 int DownloadEdid(const char* token, DownloadFileInfo* info);
 int DownloadLogo(const char* token, DownloadFileInfo* info);
-int DownloadSettings(const char* token, DownloadSettingInfo* info);
 
 int Preview(PreviewFrame* frame);
 
@@ -27,9 +25,6 @@ int DeletePrivilege(const char* token, const char* file);
 
 // Registers the file routes below /sim; call it after each start of the server.
 void RegisterFileRoutes();
-
-// Deletes every uploaded file; certificates stay.
-void ResetFiles();
 
 // Call StartMedia before the server starts, with the working directory set to the data folder and the
 // database open.

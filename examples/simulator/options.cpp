@@ -31,6 +31,8 @@ std::optional<Options> ParseOptions(int argc, char** argv, int& exitCode) {
   app.add_option("--log-level", options.logLevel, "lines copied to the console: 1 all, 4 errors")
       ->check(CLI::IsMember({1, 4}))
       ->capture_default_str();
+  app.add_option("--firmware-key", options.firmwareKey, "public key of the firmware that is taken")
+      ->check(CLI::ExistingFile);
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {
@@ -39,6 +41,7 @@ std::optional<Options> ParseOptions(int argc, char** argv, int& exitCode) {
   }
   options.dataDir = std::filesystem::absolute(options.dataDir);
   options.www = std::filesystem::absolute(options.www);
+  if (!options.firmwareKey.empty()) options.firmwareKey = std::filesystem::absolute(options.firmwareKey);
   return options;
 }
 

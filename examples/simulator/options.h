@@ -13,6 +13,7 @@ struct Options {
   std::string www;
   bool noAuth = false;
   int logLevel = 4;
+  std::string firmwareKey;  // empty: the development key
 };
 
 // Nothing when the program is to end; exitCode then says how.

@@ -89,16 +89,25 @@ std::string PrivilegePath(const std::string& picture) { return std::string(kPriv
 
 json ExportBindings() { return LoadBindings(); }
 
-bool ImportBindings(const json& bindings) {
-  if (!bindings.is_object() || !std::all_of(bindings.begin(), bindings.end(), IsListOfTexts)) return false;
-  ClearPrivileges();
+std::string BindingsFault(const json& bindings) {
+  if (!bindings.is_object() || bindings.size() > kMostPrivPictures) return "no list of bindings, or too long";
   for (const auto& [picture, units] : bindings.items()) {
-    for (const json& unit : units) Bind(picture, unit.get<std::string>());
+    if (picture.empty() || picture != SafeFileName(picture)) return "a bad name of a picture";
+    if (!IsListOfTexts(units) || units.size() > kMaxHosts) return "no list of units, or too long";
+  }
+  return "";
+}
+
+bool StoreBindings(const json& bindings) {
+  TheDatabase().Execute("DELETE FROM privileges");
+  for (const auto& [picture, units] : bindings.items()) {
+    for (const json& unit : units) {
+      if (!FindUnit(unit)) return false;
+      Bind(picture, unit);
+    }
   }
   return true;
 }
-
-void ClearPrivileges() { TheDatabase().Execute("DELETE FROM privileges"); }
 
 int PrivilegeList(const char*, PrivList* list) {
   return Guarded([&] { return FillList(*list); });

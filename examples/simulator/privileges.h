@@ -10,9 +10,9 @@ std::string PrivilegePath(const std::string& picture);
 
 // {"PICTURE":["UNIT",...],...}
 nlohmann::json ExportBindings();
-// Replaces all bindings; false when the document has another form.
-bool ImportBindings(const nlohmann::json& bindings);
-
-void ClearPrivileges();
+// An empty text for bindings that StoreBindings takes, else what is wrong with them.
+std::string BindingsFault(const nlohmann::json& bindings);
+// Replaces all bindings; false when a unit is not there.
+bool StoreBindings(const nlohmann::json& bindings);
 
 }  // namespace sim

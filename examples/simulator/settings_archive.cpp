@@ -1,21 +1,22 @@
-// The settings as one zip archive: export, test and import.
+// The settings as one archive: which documents and files they are made of.
 #include "settings_archive.h"
 
-#include <archive.h>
-#include <archive_entry.h>
-
 #include <array>
-#include <ctime>
-#include <map>
-#include <memory>
+#include <cstdio>
 #include <nlohmann/json.hpp>
-#include <utility>
+#include <optional>
+#include <stdexcept>
+#include <string>
 #include <vector>
 
 #include "database.h"
-#include "device.h"
+#include "events.h"
 #include "files.h"
+#include "login_tokens.h"
+#include "media.h"
 #include "privileges.h"
+#include "sdkapi/kit_archive.h"
+#include "slot_guard.h"
 #include "units.h"
 #include "upload_checks.h"
 #include "users.h"
@@ -25,226 +26,141 @@ namespace {
 
 using nlohmann::json;
 
-constexpr const char* kManifest = "manifest.json";
-constexpr const char* kUsers = "users.json";
-constexpr const char* kUnits = "units.json";
-constexpr const char* kBindings = "privileges.json";
-constexpr const char* kFormat = "sim-settings-1";
-constexpr std::array<std::string_view, 4> kDocuments{kManifest, kUsers, kUnits, kBindings};
+enum Method : uint32_t { kFull = 1, kUsers = 2, kUnits = 4 };
 
-constexpr size_t kMaxEntries = 1000;
-constexpr size_t kBlock = 65536;
+// The first one is meant when a client names none.
+constexpr std::array<SdkKitArchiveMethod, 3> kMethods{
+    {{"full", kFull, 0}, {"users", kUsers, 0}, {"units", kUnits, 0}}};
 
-// What a method exports.
-struct Method {
-  std::string_view name;
-  bool users;
-  bool units;
-  bool files;
-};
-
-constexpr std::array<Method, 3> kMethods{{
-    {"full", true, true, true},
-    {"users", true, false, false},
-    {"units", false, true, false},
-}};
-
-const Method* FindMethod(std::string_view name) {
-  for (const Method& method : kMethods) {
-    if (method.name == (name.empty() ? "full" : name)) return &method;
-  }
-  return nullptr;
-}
-
-struct WriterDeleter {
-  void operator()(archive* writer) const { archive_write_free(writer); }
-};
-struct ReaderDeleter {
-  void operator()(archive* reader) const { archive_read_free(reader); }
-};
-struct EntryDeleter {
-  void operator()(archive_entry* entry) const { archive_entry_free(entry); }
-};
-using Writer = std::unique_ptr<archive, WriterDeleter>;
-using Reader = std::unique_ptr<archive, ReaderDeleter>;
-
-bool AddEntry(archive* writer, const std::string& name, std::string_view bytes) {
-  const std::unique_ptr<archive_entry, EntryDeleter> entry(archive_entry_new());
-  archive_entry_set_pathname(entry.get(), name.c_str());
-  archive_entry_set_size(entry.get(), static_cast<int64_t>(bytes.size()));
-  archive_entry_set_filetype(entry.get(), AE_IFREG);
-  archive_entry_set_perm(entry.get(), 0600);
-  archive_entry_set_mtime(entry.get(), std::time(nullptr), 0);
-  return archive_write_header(writer, entry.get()) == ARCHIVE_OK &&
-         archive_write_data(writer, bytes.data(), bytes.size()) == static_cast<la_ssize_t>(bytes.size());
-}
-
-bool AddDocument(archive* writer, const char* name, const json& document) {
-  return AddEntry(writer, name, document.dump(2));
-}
-
-// A file that is not there is no failure: it was never uploaded.
-bool AddFile(archive* writer, const std::string& path, size_t limit) {
-  const auto bytes = ReadFile(path, limit);
-  return !bytes || AddEntry(writer, path, *bytes);
-}
-
-bool AddFiles(archive* writer) {
-  for (const FileKind& kind : FileKinds()) {
-    if (!AddFile(writer, kind.path, kind.limit)) return false;
-  }
-  for (const std::string& name : NamesIn(kPrivDir)) {
-    if (!AddFile(writer, PrivilegePath(name), kPictureLimit)) return false;
-  }
-  return AddDocument(writer, kBindings, ExportBindings());
-}
-
-bool WriteArchive(const Method& method, const std::string& path) {
-  const Writer writer(archive_write_new());
-  if (archive_write_set_format_zip(writer.get()) != ARCHIVE_OK) return false;
-  if (archive_write_open_filename(writer.get(), path.c_str()) != ARCHIVE_OK) return false;
-  const json manifest = {{"format", kFormat}, {"method", method.name}, {"version", SoftwareVersion()}};
-  bool good = AddDocument(writer.get(), kManifest, manifest);
-  if (method.users) good = good && AddDocument(writer.get(), kUsers, ExportUsers());
-  if (method.units) good = good && AddDocument(writer.get(), kUnits, ExportUnits());
-  if (method.files) good = good && AddFiles(writer.get());
-  return good && archive_write_close(writer.get()) == ARCHIVE_OK;
-}
-
-// An archive taken apart: everything in it is known and sound, nothing is stored yet.
-struct Content {
-  std::map<std::string, json> documents;
-  std::map<std::string, TempFile> files;
-  size_t entries = 0;
-  size_t bytes = 0;
-};
-
-// The limit and the test for a file of the archive; an empty optional for a name that no export writes.
-std::optional<FileKind> KindOfEntry(const std::string& name) {
-  for (const FileKind& kind : FileKinds()) {
-    if (name == kind.path) return kind;
-  }
-  const std::string folder = std::string(kPrivDir) + "/";
-  if (!name.starts_with(folder)) return std::nullopt;
-  const std::string picture = name.substr(folder.size());
-  if (picture.empty() || picture != SafeFileName(picture)) return std::nullopt;
-  return FileKind{.kind = "priv", .path = kPrivDir, .limit = kPictureLimit, .isAcceptable = IsPicture};
-}
-
-// Hands the bytes of the current entry to sink. The sizes that an archive states may be wrong: only arrived
-// bytes count.
-template <typename Sink>
-bool ReadEntry(archive* reader, size_t limit, Content& content, Sink sink) {
-  std::vector<char> block(kBlock);
-  size_t length = 0;
-  while (true) {
-    const la_ssize_t got = archive_read_data(reader, block.data(), block.size());
-    if (got <= 0) return got == 0;
-    length += static_cast<size_t>(got);
-    content.bytes += static_cast<size_t>(got);
-    if (length > limit || content.bytes > kSettingsLimit) return false;
-    if (!sink(std::string_view(block.data(), static_cast<size_t>(got)))) return false;
-  }
-}
-
-bool ReadDocument(archive* reader, const std::string& name, Content& content) {
-  std::string text;
-  const auto append = [&](std::string_view bytes) {
-    text.append(bytes);
-    return true;
-  };
-  if (!ReadEntry(reader, kTextLimit, content, append)) return false;
-  json document = json::parse(text, nullptr, false);
-  return !document.is_discarded() && content.documents.emplace(name, std::move(document)).second;
-}
-
-bool ReadStoredFile(archive* reader, const std::string& name, Content& content) {
-  const auto kind = KindOfEntry(name);
-  auto file = TempFile::Create();
-  if (!kind || !file) return false;
-  if (!ReadEntry(reader, kind->limit, content, [&](std::string_view bytes) { return file->Write(bytes); }))
-    return false;
-  return kind->isAcceptable(file->path()) && content.files.emplace(name, std::move(*file)).second;
-}
-
-bool TakeEntry(archive* reader, archive_entry* entry, Content& content) {
-  const char* pathname = archive_entry_pathname(entry);
-  if (++content.entries > kMaxEntries || pathname == nullptr) return false;
-  if (archive_entry_filetype(entry) != AE_IFREG || archive_entry_is_encrypted(entry) != 0) return false;
-  const std::string name = pathname;
-  for (const std::string_view document : kDocuments) {
-    if (name == document) return ReadDocument(reader, name, content);
-  }
-  return ReadStoredFile(reader, name, content);
-}
-
-bool IsManifest(const Content& content) {
-  const auto manifest = content.documents.find(kManifest);
-  return manifest != content.documents.end() && manifest->second.is_object() &&
-         manifest->second.value("format", json()) == kFormat;
-}
-
-std::optional<Content> TakeApart(const std::string& path) {
-  const Reader reader(archive_read_new());
-  // Only with the directory at the archive's end: an archive that was cut off must not pass.
-  archive_read_support_format_zip_seekable(reader.get());
-  if (archive_read_open_filename(reader.get(), path.c_str(), kBlock) != ARCHIVE_OK) return std::nullopt;
-  Content content;
-  archive_entry* entry = nullptr;
-  int result = ARCHIVE_OK;
-  while ((result = archive_read_next_header(reader.get(), &entry)) == ARCHIVE_OK) {
-    if (!TakeEntry(reader.get(), entry, content)) return std::nullopt;
-  }
-  if (result != ARCHIVE_EOF || !IsManifest(content)) return std::nullopt;
-  return content;
-}
-
+// A part of the database as one JSON document.
 struct Section {
-  const char* name;
-  bool (*load)(const json& document);
+  json (*make)();
+  json (*factory)();
+  std::string (*fault)(const json& document);
+  bool (*store)(const json& document);
 };
 
-constexpr std::array<Section, 3> kSections{{
-    {kUnits, ImportUnits},
-    {kUsers, ImportUsers},
-    {kBindings, ImportBindings},
-}};
+constexpr Section kUnitSection{ExportUnits, FactoryUnits, UnitsFault, StoreUnits};
+constexpr Section kUserSection{ExportUsers, FactoryUsers, UsersFault, StoreUsers};
 
-// All documents or none.
-bool LoadDocuments(const Content& content) {
-  const auto change = OneChange();
-  Transaction transaction(TheDatabase());
-  for (const Section& section : kSections) {
-    const auto document = content.documents.find(section.name);
-    if (document != content.documents.end() && !section.load(document->second)) return false;
-  }
-  transaction.Commit();
-  return true;
+json NoBindings() { return json::object(); }
+
+constexpr Section kBindingSection{ExportBindings, NoBindings, BindingsFault, StoreBindings};
+
+int Write(SdkKitArchiveText* text, const json& document) {
+  const std::string bytes = document.dump(2);
+  return SdkKitArchive_Text_Add(text, bytes.data(), bytes.size());
+}
+
+template <const Section& kSection>
+int Make(SdkKitArchiveText* text) {
+  return Guarded([&] { return Write(text, kSection.make()); });
+}
+
+template <const Section& kSection>
+int MakeFactory(SdkKitArchiveText* text) {
+  return Guarded([&] { return Write(text, kSection.factory()); });
+}
+
+// The kit has found the text to be JSON of a bounded depth.
+template <const Section& kSection>
+int Check(const char* text, size_t length, char* why, size_t whySize) {
+  return Guarded([&] {
+    const std::string fault = kSection.fault(json::parse(text, text + length));
+    std::snprintf(why, whySize, "%s", fault.c_str());
+    return fault.empty() ? 0 : kRefused;
+  });
+}
+
+template <const Section& kSection>
+int Apply(const char* text, size_t length) {
+  return Guarded([&] { return kSection.store(json::parse(text, text + length)) ? 0 : kRefused; });
+}
+
+template <const Section& kSection>
+SdkKitArchiveDocument Document(const char* name, uint32_t methods) {
+  return {name, methods, 0, Make<kSection>, MakeFactory<kSection>, Check<kSection>, Apply<kSection>};
+}
+
+// All documents are one change of the database.
+struct WholeChange {
+  std::unique_lock<std::recursive_mutex> lock = OneChange();
+  Transaction transaction{TheDatabase()};
+};
+
+std::optional<WholeChange> change;
+
+int BeginChange() {
+  return Guarded([] {
+    change.emplace();
+    return 0;
+  });
+}
+
+int EndChange(int commit) {
+  const int result = Guarded([&] {
+    if (commit != 0) change->transaction.Commit();
+    return 0;
+  });
+  change.reset();
+  return result;
+}
+
+std::vector<SdkKitArchiveFile> Files() {
+  std::vector<SdkKitArchiveFile> files;
+  for (const FileKind& kind : FileKinds())
+    files.push_back({kind.path, kFull, 0, kind.limit, kind.check, 0, 0});
+  files.push_back({kPrivFiles, kFull, kMostPrivPictures, kPictureLimit, SdkKitContent_Picture, 0, 0});
+  files.push_back({kNotePath, 0, 0, 0, nullptr, 0, 0});  // in no export, but gone after a restore
+  return files;
+}
+
+// Exports with password hashes and everything that replaces users are the administrators'.
+int May(const char* token, int act, const char* method) {
+  return Guarded([&] {
+    const bool isForAll = act == kKitArchiveExport && std::string_view(method) == "units";
+    return isForAll || IsAdministrator(token) ? 0 : kNotAuthorised;
+  });
+}
+
+void Done(int act) {
+  Guarded([&] {
+    if (act == kKitArchiveRestore) {
+      ForgetAllLogins();
+      Publish({{"type", "restored"}});
+    } else {
+      PublishUnits();
+    }
+    return 0;
+  });
 }
 
 }  // namespace
 
-std::optional<std::string> ExportSettings(std::string_view methodName) {
-  const Method* method = FindMethod(methodName);
-  auto file = TempFile::Create();
-  if (method == nullptr || !file || !WriteArchive(*method, file->path())) return std::nullopt;
-  const std::string target = std::string(kExportDir) + "/settings-" + std::string(method->name) + ".zip";
-  if (!file->CommitTo(target)) return std::nullopt;
-  return target;
+void StartSettings() {
+  // In the order in which they are applied: pictures are bound to units.
+  const std::array documents{Document<kUnitSection>("units.json", kFull | kUnits),
+                             Document<kUserSection>("users.json", kFull | kUsers),
+                             Document<kBindingSection>("privileges.json", kFull)};
+  const std::vector<SdkKitArchiveFile> files = Files();
+  SdkKitArchiveOptions options{};
+  options.size = sizeof options;
+  options.format = "sim-settings-1";
+  options.methods = kMethods.data();
+  options.methodCount = kMethods.size();
+  options.documents = documents.data();
+  options.documentCount = documents.size();
+  options.files = files.data();
+  options.fileCount = files.size();
+  options.begin = BeginChange;
+  options.end = EndChange;
+  options.may = May;
+  options.done = Done;
+  if (SdkKitArchive_Start(&options) != 0) throw std::runtime_error("the settings cannot be made whole");
 }
 
-bool HoldsUsers(std::string_view methodName) {
-  const Method* method = FindMethod(methodName);
-  return method != nullptr && method->users;
-}
+void StopSettings() { SdkKitArchive_Stop(); }
 
-bool ImportSettings(const std::string& path) {
-  auto content = TakeApart(path);
-  if (!content || !LoadDocuments(*content)) return false;
-  if (content->documents.contains(kUnits)) PublishUnits();
-  bool good = true;
-  for (auto& [target, file] : content->files) good = file.CommitTo(target) && good;
-  return good;
-}
+void FillSettings(SdkAPISerHandle* table) { SdkKitArchive_Fill(table); }
 
 }  // namespace sim

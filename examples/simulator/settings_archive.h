@@ -1,24 +1,21 @@
-// The settings as one zip archive: export, test and import.
+// The settings as one archive: which documents and files they are made of.
 #pragma once
 
 #include <cstddef>
-#include <optional>
-#include <string>
-#include <string_view>
+
+#include "sdkapi/sdkapi.h"
 
 namespace sim {
 
-inline constexpr size_t kSettingsLimit = size_t{128} << 20;
+// Bytes of an uploaded archive: what the kit says of the bounds below, known when the upload rows are made.
+inline constexpr size_t kSettingsLimit = size_t{516} << 20;
 
-// Writes the archive for a method ("" means "full") and gives its path; empty optional for an unknown method
-// or when it cannot be written.
-std::optional<std::string> ExportSettings(std::string_view method);
+// Declares the settings, and finishes an import or a restore that was interrupted; the database is open by
+// then.
+void StartSettings();
+void StopSettings();
 
-// Does this method's archive hold password hashes?
-bool HoldsUsers(std::string_view method);
-
-// Takes over what the archive holds, after every entry of it was found sound; false leaves the device as it
-// was.
-bool ImportSettings(const std::string& path);
+// Puts the export and the restore into the host table.
+void FillSettings(SdkAPISerHandle* table);
 
 }  // namespace sim

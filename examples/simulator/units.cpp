@@ -1,8 +1,11 @@
 // The transmitter and receiver units that the device manages.
 #include "units.h"
 
+#include <arpa/inet.h>
+
 #include <algorithm>
 #include <array>
+#include <cctype>
 #include <cstdio>
 
 #include "database.h"
@@ -106,11 +109,47 @@ void PublishUnit(const Unit& unit, const std::string& was) {
 
 bool IsText(const json& unit, const char* member) { return unit.value(member, json()).is_string(); }
 
-bool IsStoredUnit(const json& unit) {
+bool HasMembers(const json& unit) {
   return unit.is_object() && IsText(unit, "name") && IsText(unit, "type") && IsText(unit, "ip") &&
          IsText(unit, "mac") && IsText(unit, "edid") && IsText(unit, "input") &&
-         unit.value("online", json()).is_boolean() && IsName(unit["name"].get<std::string>()) &&
-         (unit["type"] == "tx" || unit["type"] == "rx");
+         unit.value("online", json()).is_boolean();
+}
+
+bool IsAddress(const std::string& text) {
+  in_addr address{};
+  return inet_pton(AF_INET, text.c_str(), &address) == 1;
+}
+
+bool IsMac(const std::string& text) {
+  constexpr std::string_view kForm = "xx:xx:xx:xx:xx:xx";
+  return text.size() == kForm.size() &&
+         std::equal(text.begin(), text.end(), kForm.begin(), [](char c, char form) {
+           return form == ':' ? c == ':' : std::isxdigit(static_cast<unsigned char>(c)) != 0;
+         });
+}
+
+bool IsEdidText(const std::string& text) {
+  return text.size() == 2 * kEdidSize &&
+         text.find_first_not_of("0123456789abcdefABCDEF") == std::string::npos;
+}
+
+// An empty text for a receiver's transmitter in the same list.
+std::string InputFault(const json& units, const json& unit) {
+  if (unit["input"] == "") return "";
+  if (unit["type"] != "rx") return "an input of what is no receiver";
+  const bool found = std::any_of(units.begin(), units.end(), [&](const json& other) {
+    return other["name"] == unit["input"] && other["type"] == "tx";
+  });
+  return found ? "" : "an input that is no transmitter";
+}
+
+std::string UnitFault(const json& unit) {
+  if (!HasMembers(unit)) return "a unit without its members";
+  if (!IsName(unit["name"].get<std::string>())) return "a bad name";
+  if (unit["type"] != "tx" && unit["type"] != "rx") return "a bad type";
+  if (!IsAddress(unit["ip"])) return "a bad address";
+  if (!IsMac(unit["mac"])) return "a bad MAC address";
+  return IsEdidText(unit["edid"]) ? "" : "a bad EDID";
 }
 
 Unit FromJson(const json& unit) {
@@ -125,17 +164,7 @@ json ToJson(const Unit& unit) {
 }
 
 void StartUnits() {
-  if (ListUnits().empty()) ResetUnits();
-}
-
-void ResetUnits() {
-  const auto lock = OneChange();
-  Transaction transaction(TheDatabase());
-  TheDatabase().Execute("DELETE FROM units");
-  for (const char* const type : {"tx", "rx"}) {
-    for (int number = 1; number <= kUnitsPerType; ++number) Insert(FactoryUnit(type, number));
-  }
-  transaction.Commit();
+  if (ListUnits().empty()) StoreUnits(FactoryUnits());
 }
 
 std::vector<Unit> ListUnits() {
@@ -189,14 +218,34 @@ json ExportUnits() {
   return units;
 }
 
-bool ImportUnits(const json& units) {
-  if (!units.is_array() || units.empty() || !std::all_of(units.begin(), units.end(), IsStoredUnit))
-    return false;
-  if (!HaveOwnNames(units)) return false;
+json FactoryUnits() {
+  json units = json::array();
+  for (const char* const type : {"tx", "rx"}) {
+    for (int number = 1; number <= kUnitsPerType; ++number)
+      units.push_back(ToJson(FactoryUnit(type, number)));
+  }
+  return units;
+}
+
+std::string UnitsFault(const json& units) {
+  if (!units.is_array() || units.empty()) return "no list of units";
+  if (units.dump(-1, ' ', true).size() >= kTxRxListSize) return "too many units";
+  for (const json& unit : units) {
+    if (std::string fault = UnitFault(unit); !fault.empty()) return fault;
+  }
+  if (!HaveOwnNames(units)) return "a name twice";
+  for (const json& unit : units) {
+    if (std::string fault = InputFault(units, unit); !fault.empty()) return fault;
+  }
+  return "";
+}
+
+bool StoreUnits(const json& units) {
   const auto lock = OneChange();
   Transaction transaction(TheDatabase());
   TheDatabase().Execute("DELETE FROM units");
   for (const json& unit : units) Insert(FromJson(unit));
+  TheDatabase().Execute("DELETE FROM privileges WHERE unit NOT IN (SELECT name FROM units)");
   transaction.Commit();
   return true;
 }

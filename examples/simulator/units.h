@@ -22,7 +22,6 @@ nlohmann::json ToJson(const Unit& unit);
 
 // Makes the factory units on an empty database.
 void StartUnits();
-void ResetUnits();
 
 std::vector<Unit> ListUnits();
 std::optional<Unit> FindUnit(const std::string& name);
@@ -42,7 +41,11 @@ std::optional<UnitChange> ToUnitChange(const nlohmann::json& body);
 std::string ChangeUnit(const std::string& name, const UnitChange& change);
 
 nlohmann::json ExportUnits();
-bool ImportUnits(const nlohmann::json& units);
+nlohmann::json FactoryUnits();
+// An empty text for a list that StoreUnits takes, else what is wrong with it.
+std::string UnitsFault(const nlohmann::json& units);
+// Replaces all units; pictures of units that are gone are unbound.
+bool StoreUnits(const nlohmann::json& units);
 
 // Tells all clients about every unit, after an import.
 void PublishUnits();

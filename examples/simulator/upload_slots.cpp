@@ -6,10 +6,9 @@
 #include <string>
 
 #include "certificates.h"
-#include "device.h"
-#include "firmware.h"
 #include "media.h"
 #include "privileges.h"
+#include "sdkapi/kit_archive.h"
 #include "settings_archive.h"
 #include "slot_guard.h"
 #include "units.h"
@@ -26,13 +25,10 @@ PieceCheck CheckPem() {
   };
 }
 
-PieceCheck CheckFirmware() {
-  return
-      [reader = std::make_shared<FirmwareReader>()](std::string_view piece) { return reader->Feed(piece); };
-}
-
 bool StorePrivilegePicture(Upload& upload, const UploadKind&) {
-  return !upload.fileName().empty() && upload.file().CommitTo(PrivilegePath(upload.fileName()));
+  const std::string path = PrivilegePath(upload.fileName());
+  const bool hasRoom = StatusOf(path) || NamesIn(kPrivDir).size() < kMostPrivPictures;
+  return !upload.fileName().empty() && hasRoom && upload.file().CommitTo(path);
 }
 
 bool StorePortCertificate(Upload& upload, const UploadKind& kind) {
@@ -41,9 +37,9 @@ bool StorePortCertificate(Upload& upload, const UploadKind& kind) {
   return ReplaceTarget(upload, kind);
 }
 
-bool StoreSettings(Upload& upload, const UploadKind&) { return ImportSettings(upload.file().path()); }
-
-bool StoreFirmware(Upload& upload, const UploadKind&) { return InstallFirmware(upload.file().path()); }
+bool StoreSettings(Upload& upload, const UploadKind&) {
+  return SdkKitArchive_Import(upload.file().path().c_str(), nullptr, 0) == 0;
+}
 
 constexpr UploadKind Picture(int funcId, const char* route, const char* target) {
   return {funcId, route, Access::kWrite, kPictureLimit, nullptr, IsPicture, ReplaceTarget, target, nullptr};
@@ -99,11 +95,6 @@ constexpr UploadKind kArchives[] = {
     Settings(kArchiveSettingsImport, "/api/v1/settings/import"),
 };
 
-constexpr UploadKind kFirmware = {
-    kUploadUnnamed,       "/api/v1/fw_upload", Access::kAdministrator, kFirmwareLimit,
-    CheckFirmware,        IsWholeFirmware,     StoreFirmware,          nullptr,
-    ReportFirmwareFailure};
-
 bool MayUpload(const UploadKind& kind, const char* token) {
   return kind.access == Access::kAdministrator ? IsAdministrator(token) : MayWrite(token);
 }
@@ -141,10 +132,6 @@ int UploadCertificate(const char* token, int funcId, UploadFileCtx* ctx) {
 
 int UploadArchive(const char* token, int funcId, UploadFileCtx* ctx) {
   return Guarded([&] { return RunFamily(kArchives, token, funcId, ctx); });
-}
-
-int UploadFirmware(const char* token, UploadFileCtx* ctx) {
-  return Guarded([&] { return Rebooting() ? kRefused : RunStep(kFirmware, token, ctx); });
 }
 
 }  // namespace sim

@@ -31,12 +31,15 @@ enum UserCode : int {
   kBadRole = 7
 };
 
+constexpr unsigned long long kHashPasses = 2;
+constexpr std::size_t kHashMemory = 8 * 1024 * 1024;
+constexpr std::size_t kMostUsers = 256;
+
 std::atomic<bool> authentication{true};
 
 std::string Hash(const std::string& password) {
   std::array<char, crypto_pwhash_STRBYTES> hash{};
-  constexpr std::size_t kMemory = 8 * 1024 * 1024;
-  if (crypto_pwhash_str(hash.data(), password.c_str(), password.size(), 2, kMemory) != 0) {
+  if (crypto_pwhash_str(hash.data(), password.c_str(), password.size(), kHashPasses, kHashMemory) != 0) {
     throw std::runtime_error("no memory to hash a password");
   }
   return hash.data();
@@ -74,6 +77,7 @@ UserCode CreateUser(const ManageUserRequest& request) {
   if (!IsName(request.username)) return kBadName;
   if (FindUser(request.username)) return kUserExists;
   if (!IsStrong(request.password)) return kWeakPassword;
+  if (ListUsers().size() >= kMostUsers) return kBadName;
   if (request.role < kAdministrator || request.role > kViewer) return kBadRole;
   AddUser(request.username, Hash(request.password), request.role, 1);
   return kDone;
@@ -115,11 +119,21 @@ UserCode Change(const std::string& name, const ChangeUserRequest& request) {
   return code;
 }
 
+bool IsNumber(const json& user, const char* member, int least, int most) {
+  const json value = user.value(member, json());
+  return value.is_number_integer() && value >= least && value <= most;
+}
+
 bool IsStoredUser(const json& user) {
   return user.is_object() && user.value("name", json()).is_string() &&
-         user.value("hash", json()).is_string() && user.value("role", json()).is_number_integer() &&
-         user.value("firstlogin", json(0)).is_number_integer() && IsName(user["name"].get<std::string>()) &&
-         user["role"] >= kAdministrator && user["role"] <= kViewer;
+         user.value("hash", json()).is_string() && IsNumber(user, "role", kAdministrator, kViewer) &&
+         IsNumber(user, "firstlogin", 0, 1) && IsName(user["name"].get<std::string>());
+}
+
+// Only what this device makes itself: another hash could cost a login gigabytes of memory, or hours.
+bool IsOwnHash(const std::string& hash) {
+  return hash.size() < crypto_pwhash_STRBYTES && hash.starts_with(crypto_pwhash_STRPREFIX) &&
+         crypto_pwhash_str_needs_rehash(hash.c_str(), kHashPasses, kHashMemory) == 0;
 }
 
 // Whom a change is about: the named user, who must be the caller unless an administrator asks.
@@ -133,14 +147,6 @@ void StartUsers(bool authenticate) {
   if (sodium_init() < 0) throw std::runtime_error("libsodium cannot start");
   authentication = authenticate;
   if (ListUsers().empty()) AddUser("admin", Hash("admin"), kAdministrator, 1);
-}
-
-void ResetUsers() {
-  const auto change = OneChange();
-  Transaction transaction(TheDatabase());
-  TheDatabase().Execute("DELETE FROM users");
-  AddUser("admin", Hash("admin"), kAdministrator, 1);
-  transaction.Commit();
 }
 
 std::optional<User> FindUser(const std::string& name) {
@@ -184,17 +190,25 @@ json ExportUsers() {
   return users;
 }
 
-bool ImportUsers(const json& users) {
+json FactoryUsers() {
+  return {{{"name", "admin"}, {"hash", Hash("admin")}, {"role", kAdministrator}, {"firstlogin", 1}}};
+}
+
+std::string UsersFault(const json& users) {
   const auto isAdministrator = [](const json& user) { return user["role"] == kAdministrator; };
-  if (!users.is_array() || !std::all_of(users.begin(), users.end(), IsStoredUser)) return false;
-  if (!std::any_of(users.begin(), users.end(), isAdministrator)) return false;
-  if (!HaveOwnNames(users)) return false;
+  const auto hasOwnHash = [](const json& user) { return IsOwnHash(user["hash"]); };
+  if (!users.is_array() || users.size() > kMostUsers) return "no list of users, or too many";
+  if (!std::all_of(users.begin(), users.end(), IsStoredUser)) return "a user without right members";
+  if (!std::all_of(users.begin(), users.end(), hasOwnHash)) return "a password hash of another kind";
+  if (!std::any_of(users.begin(), users.end(), isAdministrator)) return "no administrator";
+  return HaveOwnNames(users) ? "" : "a name twice";
+}
+
+bool StoreUsers(const json& users) {
   const auto change = OneChange();
   Transaction transaction(TheDatabase());
   TheDatabase().Execute("DELETE FROM users");
-  for (const json& user : users) {
-    AddUser(user["name"], user["hash"], user["role"], user.value("firstlogin", 0));
-  }
+  for (const json& user : users) AddUser(user["name"], user["hash"], user["role"], user["firstlogin"]);
   transaction.Commit();
   return true;
 }

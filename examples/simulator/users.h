@@ -23,9 +23,6 @@ struct User {
 // administrator's.
 void StartUsers(bool authenticate);
 
-// Factory state: the first administrator alone.
-void ResetUsers();
-
 std::vector<User> ListUsers();
 std::optional<User> FindUser(const std::string& name);
 
@@ -36,7 +33,12 @@ bool IsAdministrator(std::string_view token);
 
 // All users with their password hashes, for the settings archive.
 nlohmann::json ExportUsers();
-bool ImportUsers(const nlohmann::json& users);
+// The first administrator alone.
+nlohmann::json FactoryUsers();
+// An empty text for a list that StoreUsers takes, else what is wrong with it.
+std::string UsersFault(const nlohmann::json& users);
+// Replaces all users.
+bool StoreUsers(const nlohmann::json& users);
 
 // Slots of the host table.
 int AnswerAuthQuery(int* flag);

@@ -1,6 +1,8 @@
-// Preloaded into the simulated device: on command the Nth write of a file, flush or rename fails.
+// Preloaded into the simulated device: on command the Nth write of a file, flush, rename or removal fails, or
+// ends the process.
 #include <dlfcn.h>
 #include <fcntl.h>
+#include <signal.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -16,7 +18,7 @@ namespace {
 // Shared with the test through the file that FAILING_STORAGE names.
 struct Command {
   std::atomic<int32_t> left;   // the call that fails, counted from here; 0: none
-  std::atomic<int32_t> fault;  // its errno
+  std::atomic<int32_t> fault;  // its errno; -1: the process is killed in its place
   std::atomic<int32_t> lasts;  // whether all calls behind it fail, too
   std::atomic<int32_t> hits;   // calls that failed
 };
@@ -38,6 +40,7 @@ bool Fails() {
   if (left > 1 || command->lasts == 0) command->left = left - 1;
   if (left > 1) return false;
   ++command->hits;
+  if (command->fault < 0) kill(getpid(), SIGKILL);
   errno = command->fault;
   return true;
 }
@@ -85,6 +88,11 @@ int fdatasync(int file) {
 int rename(const char* from, const char* to) noexcept {
   static auto* const next = Next<int(const char*, const char*)>("rename");
   return Fails() ? -1 : next(from, to);
+}
+
+int unlink(const char* path) noexcept {
+  static auto* const next = Next<int(const char*)>("unlink");
+  return Fails() ? -1 : next(path);
 }
 
 }  // extern "C"

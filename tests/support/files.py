@@ -1,6 +1,4 @@
 """Files that the simulated device takes."""
-import hashlib
-import json
 import pathlib
 import subprocess
 import tempfile
@@ -24,7 +22,10 @@ def certificate():
         return b"".join((pathlib.Path(folder) / name).read_bytes() for name in ("cert.pem", "key.pem"))
 
 
-def firmware(version="1.1.0"):
-    image = b"image" * 100
-    head = json.dumps({"version": version, "size": len(image), "sha256": hashlib.sha256(image).hexdigest()})
-    return b"SDKFW1\n" + head.encode() + b"\n" + image
+def firmware(version="1.1.0", image=b"image" * 100, *options):
+    """A container, signed for the simulated device."""
+    with tempfile.TemporaryDirectory() as folder:
+        path = pathlib.Path(folder) / "image"
+        path.write_bytes(image)
+        subprocess.run([shared("scripts/make-firmware"), "pack", version, path, *options], check=True, capture_output=True)
+        return path.with_name("image.sdkfw").read_bytes()

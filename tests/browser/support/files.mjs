@@ -1,6 +1,6 @@
 /* Makes the files that the tests upload. */
 import { execFileSync } from 'node:child_process';
-import { createHash, randomBytes } from 'node:crypto';
+import { createHash, createPrivateKey, randomBytes, sign } from 'node:crypto';
 import { mkdtempSync, readFileSync, rmSync, writeFileSync } from 'node:fs';
 import { tmpdir } from 'node:os';
 import { join } from 'node:path';
@@ -71,10 +71,13 @@ export function edid(name, monitor) {
   return asFile(name, bytes);
 }
 
+/** A container, signed for the simulated device. */
 export function firmware(version, size = 2 * 1024 * 1024) {
   const image = randomBytes(size);
   const sha256 = createHash('sha256').update(image).digest('hex');
-  return asFile('firmware.bin', Buffer.concat([Buffer.from(`SDKFW1\n${JSON.stringify({ version, size, sha256 })}\n`), image]));
+  const head = Buffer.from(`SDKFW2\n${JSON.stringify({ model: 'SIM-8X8', version, size, sha256 })}\n`);
+  const key = createPrivateKey(readFileSync(new URL('../../../examples/simulator/development-key-not-secret.pem', import.meta.url)));
+  return asFile('firmware.bin', Buffer.concat([head, Buffer.from(`${sign(null, head, key).toString('hex')}\n`), image]));
 }
 
 /** A self-signed certificate with its unencrypted key. */
