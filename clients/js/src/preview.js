@@ -7,17 +7,21 @@ const STYLE = `:host { display: block }
 img { display: block; width: 100%; aspect-ratio: 16 / 9; object-fit: contain }
 img:not([src]) { visibility: hidden }`;
 
+let streams = 0;
+
 /** @typedef {'off' | 'connecting' | 'live' | 'still' | 'failed'} PreviewState */
 
 /**
  * Attributes: `unit` (without it the device's own picture), `mode` ("live", "still" or "off"), `alt`, `base` (where the device is).
  * The attribute `data-state` and the event 'state' tell what is shown. A stream runs while the picture can be seen and the page is in
  * front; of more than three the others are stills that renew themselves, as browsers open six connections to one device.
- * The picture is the part `picture`.
+ * The picture is the part `picture`. Pictures of another origin are live or off.
  */
 export class Preview extends HTMLElement {
   static observedAttributes = ['unit', 'mode', 'alt', 'base'];
-  #image = document.createElement('img');
+  #image = makeImage();
+  #spare = makeImage();
+  #internals = this.attachInternals();
   #run = new AbortController();
   #task = '';
   /** @type {Blob | null} */
@@ -36,7 +40,7 @@ export class Preview extends HTMLElement {
     super();
     const style = document.createElement('style');
     style.textContent = STYLE;
-    this.#image.part.add('picture');
+    this.#internals.role = 'img';
     this.attachShadow({ mode: 'open' }).append(style, this.#image);
   }
 
@@ -106,8 +110,14 @@ export class Preview extends HTMLElement {
     this.#task = task;
     this.#run.abort();
     this.#run = new AbortController();
-    if (task === 'live') this.#stream(this.#run.signal);
+    if (task === 'live' && this.foreign) this.#link(this.#run.signal);
+    else if (task === 'live') this.#stream(this.#run.signal);
     else this.#enter(task);
+  }
+
+  /** Pictures of another origin can be shown, but not read. */
+  get foreign() {
+    return new URL(this.device.previewUrl(this.unit), location.href).origin !== location.origin;
   }
 
   get wantsStill() {
@@ -135,8 +145,9 @@ export class Preview extends HTMLElement {
       this.#enter('connecting');
       try {
         for await (const picture of this.device.watch(this.unit, signal)) {
+          const shown = this.#show(picture);
+          if (this.state !== 'live') await shown;
           if (signal.aborted) return;
-          this.#show(picture);
           this.#enter('live');
           tries = 0;
         }
@@ -149,6 +160,27 @@ export class Preview extends HTMLElement {
     }
   }
 
+  /** Leaves the stream to the image, which tells whether it begins, not whether it ends. @param {AbortSignal} signal */
+  async #link(signal) {
+    const image = this.#image;
+    const ended = new Promise((resolve) => signal.addEventListener('abort', () => resolve(false)));
+    for (let tries = 0; !signal.aborted; ++tries) {
+      this.#enter('connecting');
+      // A number of its own keeps the browser from joining a stream that another picture is leaving.
+      image.src = `${this.device.previewUrl(this.unit)}?${++streams}`;
+      const begins = new Promise((resolve) => Object.assign(image, { onload: () => resolve(true), onerror: () => resolve(false) }));
+      if (await Promise.race([begins, ended])) {
+        this.#enter('live');
+        await ended;
+      } else if (!signal.aborted) {
+        this.#enter('failed');
+        await pause(RETRY_MS[Math.min(tries, RETRY_MS.length - 1)], signal);
+      }
+    }
+    Object.assign(image, { onload: null, onerror: null });
+    image.removeAttribute('src');
+  }
+
   /** Shows a picture; while one is being decoded, the newest that comes waits and the others are left out. @param {Blob} picture */
   async #show(picture) {
     this.#next = picture;
@@ -156,11 +188,18 @@ export class Preview extends HTMLElement {
     this.#showing = true;
     for (let blob = this.#take(); blob; blob = this.#take()) {
       const url = URL.createObjectURL(blob);
-      this.#image.src = url;
-      await this.#image.decode().catch(() => {});
+      // An image that gets another source is empty until it has it; a spare one that is ready takes its place.
+      this.#spare.src = url;
+      const ready = await this.#spare.decode().then(() => true, () => false);
       URL.revokeObjectURL(url);
+      if (ready && this.mode !== 'off') this.#swap();
     }
     this.#showing = false;
+  }
+
+  #swap() {
+    this.#image.replaceWith(this.#spare);
+    [this.#image, this.#spare] = [this.#spare, this.#image];
   }
 
   #take() {
@@ -175,7 +214,7 @@ export class Preview extends HTMLElement {
   }
 
   #describe() {
-    this.#image.alt = this.getAttribute('alt') ?? `Picture of ${this.unit || 'the device'}`;
+    this.#internals.ariaLabel = this.getAttribute('alt') ?? `Picture of ${this.unit || 'the device'}`;
   }
 
   /** @param {PreviewState} state */
@@ -185,6 +224,14 @@ export class Preview extends HTMLElement {
     this.dataset.state = state;
     this.dispatchEvent(new CustomEvent('state', { detail: state }));
   }
+}
+
+/** What the picture shows, the element itself says, so that a reader is not told of every picture. */
+function makeImage() {
+  const image = new Image();
+  image.alt = '';
+  image.part.add('picture');
+  return image;
 }
 
 /** @param {number} milliseconds @param {AbortSignal} signal */

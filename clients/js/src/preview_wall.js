@@ -38,7 +38,7 @@ export function arrange() {
   const wish = seen.filter((one) => one.mode === 'live').sort((a, b) => a.rank - b.rank);
   const live = new Set(wish.slice(0, MOST_LIVE));
   // Those that stop come first: their connections are free for those that start.
-  for (const one of pictures) if (!live.has(one)) one.assign(seen.includes(one) ? 'still' : 'off');
+  for (const one of pictures) if (!live.has(one)) one.assign(seen.includes(one) && !one.foreign ? 'still' : 'off');
   for (const one of live) one.assign('live');
   if (!renewing) renew();
 }

@@ -3,7 +3,7 @@
  * Attributes: `unit` (without it the device's own picture), `mode` ("live", "still" or "off"), `alt`, `base` (where the device is).
  * The attribute `data-state` and the event 'state' tell what is shown. A stream runs while the picture can be seen and the page is in
  * front; of more than three the others are stills that renew themselves, as browsers open six connections to one device.
- * The picture is the part `picture`.
+ * The picture is the part `picture`. Pictures of another origin are live or off.
  */
 export class Preview extends HTMLElement {
     static observedAttributes: string[];
@@ -31,6 +31,8 @@ export class Preview extends HTMLElement {
     attributeChangedCallback(name: string, before: string | null, now: string | null): void;
     /** What the wall has this picture do. @param {'live' | 'still' | 'off'} task */
     assign(task: "live" | "still" | "off"): void;
+    /** Pictures of another origin can be shown, but not read. */
+    get foreign(): boolean;
     get wantsStill(): boolean;
     /** Shows one picture; called in turn with the other stills. */
     renew(): Promise<void>;
