@@ -536,6 +536,57 @@ for (const scheme of ['http', 'https']) {
 }
 
 for (const scheme of ['http', 'https']) {
+  describe(`the API page over ${scheme}`, () => {
+    let device;
+    before(async () => (device = await Simulator.start(scheme)));
+    after(async () => assert.equal(await device?.remove(), 0));
+    const operation = (page, id) => page.locator(`#${id}`);
+    const tryIt = async (page, id, words) => {
+      if (!(await operation(page, id).getAttribute('open').then((open) => open !== null))) await operation(page, id).locator('summary').click();
+      await operation(page, id).getByRole('button', { name: 'Try' }).click();
+      await operation(page, id).getByLabel('Answer of').getByText(words).waitFor();
+    };
+
+    flow('its examples name this host', () => device, [refusedWith(401)], async (person) => {
+      const page = await openTab(person, '/api/');
+      const lines = await page.locator('#getDeviceInformation .curl').textContent();
+      assert.equal(lines, `curl ${scheme === 'https' ? '-k ' : ''}-H "Authorization: Bearer $TOKEN" '${device.url}/dev_info'`);
+      await tryIt(page, 'getDeviceInformation', '401 Unauthorized');
+    });
+
+    flow('routes that only read are tried with the page’s own login', () => device, [refusedWith(404)], async (person) => {
+      const page = await openTab(person, '/api/');
+      await page.getByLabel('Password').fill('wrong');
+      await page.getByRole('button', { name: 'Log in' }).click();
+      await page.getByText('The user name or the password is wrong.').waitFor();
+      await page.getByLabel('Password').fill('admin');
+      await page.getByRole('button', { name: 'Log in' }).click();
+      await page.getByText('Logged in as admin.').waitFor();
+      await tryIt(page, 'getDeviceInformation', /200 OK\s+\{[^]*"model": "SIM-8X8"/);
+      await tryIt(page, 'getSimulatedUnit', /200 OK\s+\{[^]*"name": "TX01"/);
+      await operation(page, 'getSimulatedUnit').getByRole('textbox', { name: 'name' }).fill('NOBODY');
+      await tryIt(page, 'getSimulatedUnit', /404 Not Found\s+\{[^]*"no such unit"/);
+      await tryIt(page, 'exportSettings', /200 OK\s+settings\.zip, \d+ bytes/);
+      const trials = await page.locator('.try').evaluateAll((all) => all.map((one) => one.closest('details').id));
+      for (const id of ['bindPrivilege', 'deletePrivilege', 'watchUnit', 'restore', 'uploadLogo']) assert.ok(!trials.includes(id), id);
+      await page.reload();
+      await page.getByText('Logged in as admin.').waitFor();
+      await page.getByRole('button', { name: 'Log out' }).click();
+      await page.getByRole('button', { name: 'Log in' }).waitFor();
+    });
+
+    flow('it has the login of the console, whose socket goes on', () => device, [], async (person) => {
+      const page = await openTab(person, '/');
+      await fillLogin(page, 'admin', 'admin');
+      await heading(page, 'Choose a new password').waitFor();
+      const api = await openTab(person, '/api/');
+      await api.getByText('Logged in as admin.').waitFor();
+      await tryIt(api, 'getSimulatedStatus', /200 OK\s+\{[^]*"clients": 1/);
+    });
+  });
+}
+
+for (const scheme of ['http', 'https']) {
   describe(`the README over ${scheme}`, () => {
     let device;
     before(async () => (device = await Simulator.start(scheme)));
@@ -570,6 +621,9 @@ describe('the console without a login', () => {
     const [api] = await Promise.all([page.waitForEvent('popup'), page.getByRole('link', { name: 'API', exact: true }).click()]);
     await api.getByRole('heading', { name: 'Device API' }).waitFor();
     assert.ok(await api.getByText('POST /api/v1/auth/login').isVisible());
+    await api.getByText('This device asks for no login.').waitFor();
+    const lost = await api.evaluate(() => [...document.querySelectorAll('a[href^="#"]')].filter(({ hash }) => !document.getElementById(hash.slice(1))).length);
+    assert.equal(lost, 0, 'every link leads to a schema');
   });
 
   flow('a lost connection comes back by itself', () => device, [CONNECTION_LOST], async (person) => {
