@@ -1,4 +1,4 @@
-/* Installs the package's locked tools beside the results and runs one area of its tests: node run.mjs types|node|browser */
+/* Installs the package's locked tools beside the results and runs one area of its tests: node run.mjs types|node|browser|page */
 import { spawnSync } from 'node:child_process';
 import { dirname, join } from 'node:path';
 import { fileURLToPath } from 'node:url';
