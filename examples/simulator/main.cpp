@@ -1,16 +1,14 @@
-// The simulated device: configures the library, starts it, waits for a signal, stops it.
-#include <arpa/inet.h>
+// The simulated device: a program on the kit's runner, with its parts in the order of their start.
 #include <malloc.h>
-#include <netinet/in.h>
-#include <signal.h>
-#include <sys/socket.h>
-#include <sys/stat.h>
-#include <unistd.h>
+#include <sdkapi/kit_firmware.h>
+#include <sdkapi/kit_log.h>
+#include <sdkapi/kit_runner.h>
 
-#include <cerrno>
 #include <cstdio>
 #include <exception>
 #include <filesystem>
+#include <iterator>
+#include <string>
 
 #include "certificates.h"
 #include "custom_routes.h"
@@ -19,11 +17,8 @@
 #include "events.h"
 #include "firmware.h"
 #include "host_table.h"
-#include "logging.h"
 #include "media.h"
-#include "options.h"
-#include "sdkapi/kit_firmware.h"
-#include "sdkapi/kit_log.h"
+#include "metrics.h"
 #include "sdkapi/sdkapi.h"
 #include "settings_archive.h"
 #include "tls_identity.h"
@@ -33,132 +28,111 @@
 namespace sim {
 namespace {
 
-constexpr int kPortTaken = 2;
 constexpr const char* kWebSocketUrl = "/ws";
 constexpr int kLargeBlock = 1024 * 1024;
 
-void EnterDataFolder(const std::string& folder) {
-  for (const char* const part : {"tls", "files/priv", "log", "tmp"}) {
-    std::filesystem::create_directories(std::filesystem::path(folder) / part);
-  }
-  std::filesystem::current_path(folder);
-}
+char g_firmwareKey[4096];  // empty: the development key
 
-bool PortIsTaken(int port) {
-  if (port == 0) return false;
-  const int probe = socket(AF_INET, SOCK_STREAM, 0);
-  const int on = 1;
-  setsockopt(probe, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on);
-  sockaddr_in address{};
-  address.sin_family = AF_INET;
-  address.sin_port = htons(static_cast<uint16_t>(port));
-  const void* const generic = &address;
-  const bool taken =
-      bind(probe, static_cast<const sockaddr*>(generic), sizeof address) != 0 && errno == EADDRINUSE;
-  close(probe);
-  if (taken) std::fprintf(stderr, "port %d is already in use\n", port);
-  return taken;
+constexpr SdkKitOption kOptions[] = {
+    {"firmware-key", "public key of the firmware that is taken", kKitOptionPath, sizeof g_firmwareKey, 0, 0,
+     nullptr, g_firmwareKey},
+};
+
+// The console beside the program when it is installed, else where it was built from.
+const char* ConsoleFolder() {
+  return std::filesystem::exists(SIM_INSTALLED_WWW) ? SIM_INSTALLED_WWW : SIM_BUILT_WWW;
 }
 
 // Everything that the device itself needs before requests arrive.
-void StartParts(const Options& options) {
+void StartParts(const SdkKitSettings& settings) {
   mallopt(M_MMAP_THRESHOLD, kLargeBlock);  // a password's 8 MiB go back at once, no thread keeps them
-  umask(077);                              // keys and password hashes are the device's own
-  EnterDataFolder(options.dataDir);
-  StartLog(options.logLevel);
-  SdkApiSer_Printf(WriteLogLine);
-  SdkKitLog_Set(WriteKitLine);
+  for (const char* const part : {"tls", "files/priv", "tmp"}) std::filesystem::create_directories(part);
   OpenDatabase("device.db");
-  StartUsers(!options.noAuth);
+  StartUsers(settings.noAuth == 0);
   StartUnits();
   StartSettings();
-  StartFirmware(options.firmwareKey);
+  StartFirmware(g_firmwareKey);
   StartDevice();
   StartMedia();
-}
-
-void Configure(const Options& options) {
-  SdkAPISer_Port_Set(options.httpPort, options.httpsPort);
-  SdkAPiSer_DocumentRoot_Set(options.www.c_str());
-  SdkAPISer_WebsocketUrl_Set(kWebSocketUrl);
-  SdkAPISer_AuthenticationSwitch_Set(options.noAuth ? 0 : 1);
-  if (options.httpsPort > 0) {
+  StartMetrics();
+  if (settings.httpsPort > 0) {
     SdkAPiSer_CertPassword_Set(PrepareTlsIdentity().c_str());
     SdkAPiSer_Cert_Set(kServerCertificate);
   }
-  SdkAPISer_Init();
 }
 
-void Greet(const Options& options) {
-  if (options.httpPort > 0) std::printf("http://localhost:%d/\n", options.httpPort);
-  if (options.httpsPort > 0)
-    std::printf("https://localhost:%d/ (self-signed certificate)\n", options.httpsPort);
-  std::puts(options.noAuth ? "no login is required"
-                           : "first user: admin, password admin (until it is changed)");
-  std::puts("listening on all interfaces");
-  std::puts("ready");
-  std::fflush(stdout);
+void StartRoutes() {
+  RegisterDeviceRoutes();
+  RegisterFileRoutes();
+  RegisterMetrics();
+  StartEvents();
 }
 
-void WaitForSignal(const sigset_t& signals) {
-  int received = 0;
-  sigwait(&signals, &received);
+// What fails says so in the log.
+template <typename Work>
+int Step(Work work) {
+  try {
+    work();
+    return 0;
+  } catch (const std::exception& error) {
+    SdkKitLog_Write(kKitError, "device", error.what());
+    return -1;
+  }
+}
+
+int Prepare(const SdkKitSettings* settings, SdkAPISerHandle* table) {
+  return Step([&] {
+    StartParts(*settings);
+    *table = HostTable();
+  });
+}
+
+int Started(const SdkKitSettings* settings) {
+  if (settings->noAuth == 0) std::puts("first user: admin, password admin (until it is changed)");
+  return Step(StartRoutes);
 }
 
 // Viewers are let go first, so that no host function keeps the server from stopping.
-void Stop() {
+void Stopping() {
   StopMedia();
   StopEvents();
-  SdkAPISer_Stop(nullptr);
+}
+
+// Also where the server never started.
+void Stopped() {
+  StopMedia();
   SdkKitFirmware_Stop();
   StopSettings();
 }
 
-int Run(const Options& options, const sigset_t& signals) {
-  if (options.httpPort == 0 && options.httpsPort == 0) {
-    std::fputs("both ports are switched off\n", stderr);
-    return 1;
-  }
-  if (PortIsTaken(options.httpPort) || PortIsTaken(options.httpsPort)) return kPortTaken;
-  StartParts(options);
-  Configure(options);
-  const SdkAPISerHandle table = HostTable();
-  if (SdkAPISer_Start(&table) != 0) {
-    std::fprintf(stderr, "the server cannot start; see %s/error.log\n", options.dataDir.c_str());
-    StopMedia();
-    return 1;
-  }
-  RegisterDeviceRoutes();
-  RegisterFileRoutes();
-  StartEvents();
-  Greet(options);
-  WaitForSignal(signals);
-  Stop();
-  return 0;
+void TellClients(int level, const char* subject, const char* text) {
+  if (level < kKitError) return;
+  Step([&] { Publish({{"type", "log"}, {"level", level}, {"text", std::string(subject) + ": " + text}}); });
 }
 
-// All threads inherit the mask: only WaitForSignal sees the signals.
-sigset_t BlockSignals() {
-  sigset_t signals;
-  sigemptyset(&signals);
-  sigaddset(&signals, SIGINT);
-  sigaddset(&signals, SIGTERM);
-  pthread_sigmask(SIG_BLOCK, &signals, nullptr);
-  return signals;
+int Run(int argc, char** argv) {
+  SdkKitProgram program{};
+  program.size = sizeof program;
+  program.name = "sdkapi-simulator";
+  program.version = SIM_VERSION;
+  program.description = "A simulated audio/video device with the device API.";
+  program.dataFolder = "./sdkapi-data";
+  program.documentRoot = ConsoleFolder();
+  program.webSocketUrl = kWebSocketUrl;
+  program.httpPort = 8080;
+  program.httpsPort = 8443;
+  program.options = kOptions;
+  program.optionSize = sizeof *kOptions;
+  program.optionCount = std::size(kOptions);
+  program.prepare = Prepare;
+  program.started = Started;
+  program.stopping = Stopping;
+  program.stopped = Stopped;
+  program.logged = TellClients;
+  return SdkKitRun(argc, argv, &program);
 }
 
 }  // namespace
 }  // namespace sim
 
-int main(int argc, char** argv) {
-  int exitCode = 0;
-  const auto options = sim::ParseOptions(argc, argv, exitCode);
-  if (!options) return exitCode;
-  const sigset_t signals = sim::BlockSignals();
-  try {
-    return sim::Run(*options, signals);
-  } catch (const std::exception& error) {
-    std::fprintf(stderr, "%s\n", error.what());
-    return 1;
-  }
-}
+int main(int argc, char** argv) { return sim::Run(argc, argv); }

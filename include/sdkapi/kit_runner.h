@@ -47,7 +47,8 @@ typedef enum SdkKitExit {
 typedef enum SdkKitOptionKind {
   kKitOptionFlag = 0,   /**< nothing; `number` becomes 1. In a file: `true` or `false`. */
   kKitOptionNumber = 1, /**< a whole number. */
-  kKitOptionText = 2    /**< a text. */
+  kKitOptionText = 2,   /**< a text. */
+  kKitOptionPath = 3    /**< the path of a file that exists; given to the program as an absolute one. */
 } SdkKitOptionKind;
 
 /** An option of the program's own. */
@@ -59,7 +60,7 @@ typedef struct SdkKitOption {
   int64_t least;    /**< a number's bounds; both 0: any number. */
   int64_t most;     /**< see `least`. */
   int64_t* number;  /**< gets a flag or a number; holds the default. */
-  char* text;       /**< gets a text; holds the default. A longer one is refused. */
+  char* text;       /**< gets a text or a path; holds the default. A longer one is refused. */
 } SdkKitOption;
 
 /** What the command line and the configuration file said. The texts hold until the process ends. */

@@ -4,6 +4,7 @@
 #include <memory>
 #include <mutex>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "base/guarded.h"
@@ -18,6 +19,7 @@ namespace {
 constexpr Log kLog{"metrics"};
 constexpr std::size_t kMostMetrics = 1000;
 constexpr int kGet = 0;
+constexpr std::string_view kNotAllowed = R"({"error":"method not allowed"})";
 
 using Metrics = std::vector<SdkKitMetric>;
 
@@ -94,7 +96,9 @@ int SdkKitMetrics_Start(const SdkKitMetricsOptions* options) {
 }
 
 int SdkKitMetrics_Answer(struct mg_connection* conn, CustomReqInfo* req) {
-  if (req->method != sdkkit::kGet) return SendReponseInfo(conn, 405, 0, nullptr, 0);
+  if (req->method != sdkkit::kGet)
+    return SendReponseInfo(conn, 405, 1, sdkkit::kNotAllowed.data(),
+                           static_cast<int>(sdkkit::kNotAllowed.size()));
   const int result = sdkkit::Guarded(sdkkit::kLog, [&] { return sdkkit::Send(conn, sdkkit::Text()); });
   return result == 0 ? 0 : SendReponseInfo(conn, 500, 0, nullptr, 0);
 }

@@ -13,7 +13,8 @@ std::string TextOr(const char* text, const char* otherwise) { return text == nul
 
 bool IsComplete(const SdkKitOption& option) {
   if (option.name == nullptr || option.help == nullptr) return false;
-  if (option.kind == kKitOptionText) return option.text != nullptr && option.room > 0;
+  if (option.kind == kKitOptionText || option.kind == kKitOptionPath)
+    return option.text != nullptr && option.room > 0;
   return (option.kind == kKitOptionFlag || option.kind == kKitOptionNumber) && option.number != nullptr;
 }
 
@@ -23,26 +24,29 @@ void AddNumber(CLI::App& app, const SdkKitOption& option) {
   if (option.least != 0 || option.most != 0) added->check(CLI::Range(option.least, option.most));
 }
 
-void AddText(CLI::App& app, const SdkKitOption& option) {
-  const auto take = [option](const std::string& text) {
+CLI::Option* AddText(CLI::App& app, const SdkKitOption& option) {
+  const auto take = [option](const std::string& given) {
+    const std::string text =
+        option.kind == kKitOptionPath ? std::filesystem::absolute(given).string() : given;
     if (text.size() >= option.room) throw CLI::ValidationError(option.name, "is too long");
     *std::copy(text.begin(), text.end(), option.text) = '\0';
   };
-  app.add_option_function<std::string>("--" + std::string(option.name), take, option.help)
+  return app.add_option_function<std::string>("--" + std::string(option.name), take, option.help)
       ->default_str(option.text);
 }
+
+void AddPath(CLI::App& app, const SdkKitOption& option) { AddText(app, option)->check(CLI::ExistingFile); }
 
 void AddFlag(CLI::App& app, const SdkKitOption& option) {
   app.add_flag("--" + std::string(option.name), *option.number, option.help);
 }
 
-void AddOwn(CLI::App& app, const SdkKitProgram& program) {
-  constexpr void (*kAdd[])(CLI::App&, const SdkKitOption&) = {AddFlag, AddNumber, AddText};
-  for (std::size_t i = 0; i < program.optionCount; ++i) {
-    const SdkKitOption& option = program.options[i];
-    if (!IsComplete(option)) throw std::invalid_argument("an option of the program is not in order");
-    kAdd[option.kind](app, option);
-  }
+void Add(CLI::App& app, const SdkKitOption& option) {
+  if (!IsComplete(option)) throw std::invalid_argument("an option of the program is not in order");
+  if (option.kind == kKitOptionFlag) AddFlag(app, option);
+  if (option.kind == kKitOptionNumber) AddNumber(app, option);
+  if (option.kind == kKitOptionText) AddText(app, option);
+  if (option.kind == kKitOptionPath) AddPath(app, option);
 }
 
 void AddCommon(CLI::App& app, const SdkKitProgram& program, Settings& settings) {
@@ -80,7 +84,7 @@ std::optional<Settings> ReadSettings(int argc, const char* const* argv, const Sd
   CLI::App app(TextOr(program.description, ""), program.name);
   try {
     AddCommon(app, program, settings);
-    AddOwn(app, program);
+    for (std::size_t i = 0; i < program.optionCount; ++i) Add(app, program.options[i]);
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {
     exitCode = app.exit(error) == 0 ? kKitExitDone : kKitExitUsage;

@@ -97,7 +97,11 @@ TEST_P(MetricsTest, LeaveOutWhatTheWebServerCannotTell) {
   EXPECT_EQ(told, statistics.complete == 1);
 }
 
-TEST_P(MetricsTest, AreReadOnly) { EXPECT_EQ(Post("/metrics", "x").status(), 405); }
+TEST_P(MetricsTest, AreReadOnly) {
+  const Response response = Post("/metrics", "x");
+  EXPECT_EQ(response.status(), 405);
+  EXPECT_EQ(response.body, R"({"error":"method not allowed"})");
+}
 
 TEST_P(MetricsTest, AskForAToken) {
   EXPECT_EQ(SendBare({"GET", "/metrics", {}, ""}).status(), mode().auth ? 401 : 200);

@@ -9,6 +9,7 @@
 static int64_t g_number = 7;
 static int64_t g_flag;
 static char g_text[8] = "old";
+static char g_path[4096];
 static char g_failing[16] = "";
 
 static const SdkKitOption g_options[] = {
@@ -20,6 +21,7 @@ static const SdkKitOption g_options[] = {
      .number = &g_number},
     {.name = "flag", .help = "a flag", .kind = kKitOptionFlag, .number = &g_flag},
     {.name = "text", .help = "a text", .kind = kKitOptionText, .text = g_text, .room = sizeof g_text},
+    {.name = "path", .help = "a file", .kind = kKitOptionPath, .text = g_path, .room = sizeof g_path},
     {.name = "failing",
      .help = "what fails",
      .kind = kKitOptionText,
@@ -53,6 +55,7 @@ static int Prepare(const SdkKitSettings* settings, SdkAPISerHandle* table) {
          settings->documentRoot);
   printf("in its folder: %s\n",
          getcwd(folder, sizeof folder) != NULL && strcmp(folder, settings->dataFolder) == 0 ? "yes" : "no");
+  if (*g_path != '\0') puts(g_path);
   fflush(stdout);
   table->LoginCb = Login;
   return Fails("prepare") ? -1 : 0;

@@ -110,9 +110,15 @@ class RunnerTest(unittest.TestCase):
         with Host(self.folder, "--config", path, "--text", "line") as host:
             self.assertEqual(host.lines[:2], ["number 3, flag 1, text line", f"ports {host.port} 0, no-auth 1, www "])
 
+    def test_a_path_is_absolute(self):
+        path = self.write("")
+        with Host(self.folder, "--path", os.path.relpath(path)) as host:
+            self.assertEqual(os.path.realpath(host.lines[3]), os.path.realpath(path))
+            self.assertTrue(os.path.isabs(host.lines[3]))
+
     def test_what_makes_no_sense_is_refused(self):
         for options, reason in ((["--unknown"], "--unknown"), (["--http-port", "65536"], "--http-port"), (["--number", "10"], "--number"),
-                                (["--text", "12345678"], "text"), (["--log-level", "2"], "--log-level"), (["--www", "/nonexistent"], "--www"),
+                                (["--text", "12345678"], "text"), (["--log-level", "2"], "--log-level"), (["--www", "/nonexistent"], "--www"), (["--path", "/nonexistent"], "--path"),
                                 (["--config", "/nonexistent"], "/nonexistent"), (["--config", self.write("colour = 3\n")], "colour"),
                                 (["--config", self.write("number = 11\n")], "number"), (["--http-port", "0"], "both ports are switched off")):
             with self.subTest(options):
@@ -124,7 +130,7 @@ class RunnerTest(unittest.TestCase):
     def test_help_and_version(self):
         code, output, complaint = self.fails("--help")
         self.assertEqual((code, complaint), (0, ""))
-        for name in ("--http-port", "--https-port", "--data-dir", "--www", "--no-auth", "--log-level", "--config", "--number", "--flag", "--text"):
+        for name in ("--http-port", "--https-port", "--data-dir", "--www", "--no-auth", "--log-level", "--config", "--number", "--flag", "--text", "--path"):
             self.assertIn(name, output)
         self.assertEqual(self.fails("--version"), (0, "1.2.3\n", ""))
 

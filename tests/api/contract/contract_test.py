@@ -175,6 +175,7 @@ OTHER_REQUESTS = {
     "changeSimulatedUnit": lambda: [("/sim/units/TX01", (b"{", "application/json"))],
     "listSimulatedUnits": lambda: [("/sim/units", (b"{}", "application/json"))],
     "getSimulatedStatus": lambda: [("/sim/status", (b"{}", "application/json"))],
+    "getSimulatedMetrics": lambda: [("/metrics", (b"{}", "application/json"))],
     "listSimulatedUsers": lambda: [("/sim/users", (b"{}", "application/json"))],
     "listSimulatedFiles": lambda: [("/sim/files", (b"{}", "application/json"))],
 }

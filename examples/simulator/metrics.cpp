@@ -1,0 +1,33 @@
+// The device's own numbers on /metrics.
+#include "metrics.h"
+
+#include <sdkapi/kit_metrics.h>
+
+#include <stdexcept>
+
+#include "device.h"
+#include "events.h"
+#include "sdkapi/sdkapi.h"
+#include "units.h"
+
+namespace sim {
+namespace {
+
+constexpr SdkKitMetric kMetrics[] = {
+    {"device_temperature_celsius", "How warm the device is.", nullptr, kKitGauge, 0, DeviceTemperature},
+    {"device_clients", "Clients that get events.", nullptr, kKitGauge, 0,
+     [] { return static_cast<double>(CountClients()); }},
+    {"device_units_online", "Units that are online.", nullptr, kKitGauge, 0,
+     [] { return static_cast<double>(CountOnlineUnits()); }},
+};
+
+}  // namespace
+
+void StartMetrics() {
+  const SdkKitMetricsOptions options{sizeof options, sizeof(SdkKitMetric), kMetrics, std::size(kMetrics)};
+  if (SdkKitMetrics_Start(&options) != 0) throw std::runtime_error("the metrics are not in order");
+}
+
+void RegisterMetrics() { SdkAPISer_Custom_Get_Post_Api_Add("/metrics$", SdkKitMetrics_Answer); }
+
+}  // namespace sim

@@ -1,0 +1,9 @@
+// The device's own numbers on /metrics.
+#pragma once
+
+namespace sim {
+
+void StartMetrics();
+void RegisterMetrics();
+
+}  // namespace sim
