@@ -1,12 +1,11 @@
 #!/usr/bin/python3
-"""Storage that fails loses nothing: every write, flush and rename of every change fails in turn.
+"""Storage that fails loses nothing: every write, flush, rename and removal of every change fails in turn, or never returns.
 
-usage: storage_faults_test.py SIMULATOR FAILING_STORAGE [REGEX]
+usage: storage_faults_test.py SIMULATOR FAILING_STORAGE failures|cuts [REGEX]
 
-After each failure the device shows its old state or its new one, never a mixture; what it called done is still
+"failures" are a full disk and one call that fails, "cuts" a loss of power. After each of them the device shows its old state or its new one, never a mixture; what it called done is still
 done when the power is lost in the next instant; and the same change succeeds when the storage works again.
 """
-import errno
 import io
 import json
 import pathlib
@@ -19,10 +18,11 @@ import zipfile
 
 from device import Device, Reply, form, request, shared
 from files import firmware
-from storage import BROKEN, FULL, Storage
+from storage import BROKEN, CUT_OFF, FULL, Storage
 
 OLD, NEW = "Correct-Horse-7", "Other-Horse-8"
 MOST_CALLS = 200
+FAULTS = {"failures": {"a full disk": FULL, "one failure": BROKEN}, "cuts": {"a loss of power": CUT_OFF}}
 WHOLE = ("import settings", "restore")  # where no part may be older than another
 
 
@@ -119,14 +119,26 @@ def check_state(where, name, found, before, after):
         assert found[member] in (before[member], after[member]), f"{where}: a mixture in {member}: {found[member]!r:.600}"
 
 
-def fail_one(program, storage, base, name, change, call, fault, before, after):
+def attempted(change, device, fault):
+    """Whether the device called the change done; one that has lost its power says nothing."""
+    try:
+        return change(device)
+    except (AttributeError, OSError, ValueError):
+        if fault != CUT_OFF:
+            raise
+        return False
+
+
+def fail_one(program, storage, base, name, change, call, what, fault, before, after):
     """False when the change makes fewer calls than this."""
-    where = f"{name}, call {call} fails with {errno.errorcode[fault[0]]}"
+    where = f"{name}, {what} at call {call}"
     with Device(program, copy_of=base, environment=storage.environment) as device:
         device.token()
         storage.fail(call, fault)
-        done = change(device)
+        done = attempted(change, device, fault)
         failed = storage.work()
+        if failed and fault == CUT_OFF:
+            device.lose_power()
         found = state(device)
         check_state(where, name, found, before, after)
         assert not done or found == after, f"{where}: called done, and is not"
@@ -141,7 +153,7 @@ def fail_one(program, storage, base, name, change, call, fault, before, after):
 
 
 def main():
-    program, library = sys.argv[1:3]
+    program, library, faults = sys.argv[1:4]
     storage = Storage(library)
     with tempfile.TemporaryDirectory() as folder:
         base = pathlib.Path(folder) / "base"
@@ -151,17 +163,17 @@ def main():
             device.stop()
             shutil.copytree(device.folder.name, base)
         for name, change in changes(exported).items():
-            if not re.search(sys.argv[3] if len(sys.argv) > 3 else "", name):
+            if not re.search(sys.argv[4] if len(sys.argv) > 4 else "", name):
                 continue
             with Device(program, copy_of=base, environment=storage.environment) as device:
                 assert change(device), name
                 after = state(device)
             assert after != before, f"{name} changes nothing"
-            for fault in (FULL, BROKEN):
+            for what, fault in FAULTS[faults].items():
                 calls = next(call for call in range(1, MOST_CALLS)
-                             if not fail_one(program, storage, base, name, change, call, fault, before, after))
+                             if not fail_one(program, storage, base, name, change, call, what, fault, before, after))
                 assert calls > 1, f"{name}: nothing was written"
-                print(f"{name}: {calls - 1} calls failed in turn with {errno.errorcode[fault[0]]}", flush=True)
+                print(f"{name}: {what} at each of {calls - 1} calls", flush=True)
 
 
 main()
