@@ -29,7 +29,8 @@ class StreamPlace {
 
 void GiveBackStreamPlace(Stream kind);
 
-struct OpenStreams {
+// Read and changed at once: aligned so that no compiler calls a library for it.
+struct alignas(uint64_t) OpenStreams {
   uint32_t previews;
   uint32_t webSockets;
 };
