@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstddef>
 #include <vector>
 
@@ -12,11 +13,14 @@ namespace sdktest {
 
 template <class Record>
 std::vector<Record> Listed(int (*list)(Record* records, size_t* count)) {
-  std::vector<Record> records(30);
+  size_t count = 0;
+  EXPECT_EQ(list(nullptr, &count), 0);
+  // Some may have come meanwhile.
+  std::vector<Record> records(count + 10);
   records[0].size = sizeof(Record);
-  size_t count = records.size();
+  count = records.size();
   EXPECT_EQ(list(records.data(), &count), 0);
-  records.resize(count);
+  records.resize(std::min(count, records.size()));
   return records;
 }
 
