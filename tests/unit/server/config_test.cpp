@@ -22,6 +22,7 @@ INSTANTIATE_TEST_SUITE_P(Ports, PortTest,
                                          PortCase{0, 443, "443s"}, PortCase{80, 443, "80,443s"},
                                          PortCase{-1, -1, "80"}, PortCase{-5, 443, "443s"},
                                          PortCase{8080, -7, "8080"}, PortCase{1, 1, "1,1s"},
+                                         PortCase{1, 0, "1"}, PortCase{0, 1, "1s"},
                                          PortCase{99999, 0, "99999"},
                                          PortCase{2147483647, 2147483647, "2147483647,2147483647s"}));
 

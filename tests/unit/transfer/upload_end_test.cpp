@@ -11,6 +11,7 @@ namespace {
 using sdktest::FormField;
 using sdktest::FormScript;
 using sdktest::JsonReply;
+using sdktest::LogCapture;
 using sdktest::Strings;
 using sdktest::TestHost;
 
@@ -105,6 +106,24 @@ TEST_F(UploadEndTest, WhatIsAnnouncedIsRefusedAtOnce) {
   EXPECT_EQ(TestHost::Get().Lines(), Strings{});
   EXPECT_FALSE(conn_.trace.ran);
   EXPECT_TRUE(ends.empty());
+}
+
+TEST_F(UploadEndTest, AsMuchAsMayComeIsTaken) {
+  ASSERT_EQ(SdkAPIExt_Upload_Limit_Set(kExtUploadImage, 100), 0);
+  conn_.contentLength = 100;
+  FuncUploadImageFile(&conn_, nullptr);
+  EXPECT_EQ(conn_.output, JsonReply(200));
+}
+
+TEST_F(UploadEndTest, LimitsRefuseBadArguments) {
+  for (const int family : {-1, kExtUploadCustom + 1, 1000}) {
+    EXPECT_EQ(SdkAPIExt_Upload_Limit_Set(family, 1), -1);
+    EXPECT_EQ(Log(), Strings{"4 sdkapiext SdkAPIExt_Upload_Limit_Set: family unknown!!!!"});
+    LogCapture::Clear();
+  }
+  EXPECT_EQ(SdkAPIExt_Upload_Limit_Set(kExtUploadImage, -1), -1);
+  EXPECT_EQ(Log(), Strings{"4 sdkapiext SdkAPIExt_Upload_Limit_Set: fewer than no bytes!!!!"});
+  EXPECT_EQ(SdkAPIExt_Upload_Limit_Set(kExtUploadCustom, 0), 0);
 }
 
 TEST_F(UploadEndTest, ARefusalOfTheCallerComesFirst) {
