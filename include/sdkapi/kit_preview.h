@@ -117,6 +117,18 @@ SDKAPI_EXPORT int SdkKitPreview_Push(const char* name, const void* jpeg, size_t 
 SDKAPI_EXPORT int SdkKitPreview_Push_Raw(const char* name, int format, uint32_t width, uint32_t height,
                                          const void* data);
 
+/** Makes a JPEG picture of a raw one, for whatever a host does with it.
+ * @param format  kPreviewRgb or kPreviewI420.
+ * @param width   16 to 4096, even.
+ * @param height  16 to 4096, even.
+ * @param data    the raw picture, as with @ref SdkKitPreview_Push_Raw.
+ * @param quality 1 to 100; less where the picture would have more than 655360 bytes.
+ * @param jpeg    gets the picture.
+ * @param length  in: bytes of jpeg; out: those of the picture.
+ * @return 0; -1 for a bad picture or quality, without memory, or when the room is too small. */
+SDKAPI_EXPORT int SdkKitPreview_Encode(int format, uint32_t width, uint32_t height, const void* data,
+                                       int quality, void* jpeg, size_t* length);
+
 /** Counts viewers.
  * @param name the source; NULL: of all.
  * @return their number; -1 without memory. */

@@ -111,6 +111,22 @@ int SdkKitPreview_Push_Raw(const char* name, int format, uint32_t width, uint32_
   });
 }
 
+int SdkKitPreview_Encode(int format, uint32_t width, uint32_t height, const void* data, int quality,
+                         void* jpeg, size_t* length) {
+  return Guarded(kLog, [&] {
+    constexpr const char* kWhat = "no picture made";
+    const RawShape shape{format, width, height};
+    if (!shape.IsGood() || data == nullptr || quality < 1 || quality > 100)
+      return Refuse(kWhat, "a bad picture");
+    const Jpeg picture = Encoder().Encode(shape, static_cast<const unsigned char*>(data), quality);
+    if (picture == nullptr || jpeg == nullptr || length == nullptr || picture->size() > *length)
+      return Refuse(kWhat, "no room");
+    std::memcpy(jpeg, picture->data(), picture->size());
+    *length = picture->size();
+    return 0;
+  });
+}
+
 int SdkKitPreview_Viewers(const char* name) {
   return Guarded(kLog, [&] { return Gallery::The().Count(name); });
 }

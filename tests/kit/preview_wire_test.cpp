@@ -315,6 +315,20 @@ TEST(EncoderTest, APictureThatIsTooLargeLosesQuality) {
   EXPECT_TRUE(sdkkit::IsJpeg(*picture));
 }
 
+TEST(EncoderTest, AHostMakesPicturesForItself) {
+  const std::vector<unsigned char> grey(std::size_t{kSide} * kSide * 3, 70);
+  std::string jpeg(2000, '\0');
+  std::size_t length = jpeg.size();
+  EXPECT_EQ(SdkKitPreview_Encode(kPreviewRgb, kSide, kSide, grey.data(), 90, jpeg.data(), &length), 0);
+  EXPECT_EQ(jpeg.substr(0, length), Picture(70));
+  std::size_t little = length - 1;
+  EXPECT_EQ(SdkKitPreview_Encode(kPreviewRgb, kSide, kSide, grey.data(), 90, jpeg.data(), &little), -1);
+  for (const int quality : {0, 101})
+    EXPECT_EQ(SdkKitPreview_Encode(kPreviewRgb, kSide, kSide, grey.data(), quality, jpeg.data(), &length),
+              -1);
+  EXPECT_EQ(SdkKitPreview_Encode(kPreviewJpeg, kSide, kSide, grey.data(), 90, jpeg.data(), &length), -1);
+}
+
 TEST(EncoderTest, BothRawFormatsGiveTheSameGrey) {
   const RawShape planes{kPreviewI420, kSide, kSide};
   std::vector<unsigned char> grey(planes.Bytes(), 128);
