@@ -1,11 +1,12 @@
 // Commands that clients send over the WebSocket.
 #pragma once
 
+#include <nlohmann/json.hpp>
 #include <string>
 
 namespace sim {
 
-// Carries a command out and answers it on the token's connection.
-void CarryOut(const std::string& token, const std::string& text);
+// Carries out a command of a login's client. Returns the answer.
+nlohmann::json CarryOut(const std::string& token, const std::string& text);
 
 }  // namespace sim

@@ -7,7 +7,7 @@
 #include <string>
 
 #include "device.h"
-#include "events.h"
+#include "live.h"
 #include "sdkapi/sdkapi.h"
 #include "slot_guard.h"
 #include "units.h"

@@ -1,21 +1,25 @@
 // The download slots: which file each route offers, and the files that are made for the purpose.
 #include "downloads.h"
 
+#include <sdkapi/kit_preview.h>
+
 #include <cstdio>
 #include <sstream>
 #include <string>
+#include <vector>
 
 #include "device.h"
 #include "files.h"
-#include "jpeg_encoder.h"
 #include "media.h"
 #include "slot_guard.h"
+#include "test_pattern.h"
 #include "units.h"
 #include "upload_checks.h"
 
 namespace sim {
 namespace {
 
+constexpr int kLogoQuality = 85;
 constexpr const char* kLogoPath = "files/logo";
 constexpr const char* kBuiltInLogo = "export/logo.jpg";
 constexpr const char* kReportPath = "export/custom.txt";
@@ -49,8 +53,13 @@ std::string DeviceReport() {
 }  // namespace
 
 void PrepareBuiltInLogo() {
-  const auto picture = JpegEncoder().Encode(TestPattern(kDeviceModel), kPictureLimit);
-  if (picture) ReplaceFile(kBuiltInLogo, {reinterpret_cast<const char*>(picture->data()), picture->size()});
+  std::vector<unsigned char> pixels(kPictureBytes);
+  TestPattern(kDeviceModel).CopyTo(pixels.data());
+  std::string jpeg(kPictureLimit, '\0');
+  std::size_t length = jpeg.size();
+  const bool made = SdkKitPreview_Encode(kPreviewI420, kPictureWidth, kPictureHeight, pixels.data(),
+                                         kLogoQuality, jpeg.data(), &length) == 0;
+  if (made) ReplaceFile(kBuiltInLogo, jpeg.substr(0, length));
 }
 
 int DownloadLog(const char*, DownloadFileInfo* info) {

@@ -1,29 +1,18 @@
-// The device's events and its WebSocket clients.
+// The bus: what the device tells its WebSocket clients.
 #pragma once
 
+#include <cstdint>
 #include <nlohmann/json.hpp>
-#include <string>
 
 namespace sim {
 
-// Starts and ends the thread that sends. Host functions only queue: they never wait for a slow client.
-void StartEvents();
-void StopEvents();
-
-// Queues an event for all clients.
+// Queues an event for all clients; from any thread, also under a lock.
 void Publish(const nlohmann::json& event);
 
-// Queues a message for a token's connection. The library reaches a token's oldest connection only: where
-// several connections share a token, all clients get the message.
-void SendTo(const std::string& token, const nlohmann::json& message);
+// Queues a message for one client.
+void AnswerTo(uint64_t client, const nlohmann::json& message);
 
-// The number of open WebSocket connections.
+// The number of clients.
 int CountClients();
-
-// The `status` event as it is now.
-nlohmann::json StatusEvent();
-
-// Slot of the host table.
-int OnWebSocket(int event, const char* token, const char* data, int length);
 
 }  // namespace sim

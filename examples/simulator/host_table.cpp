@@ -2,9 +2,10 @@
 #include "host_table.h"
 
 #include "device.h"
-#include "events.h"
 #include "firmware.h"
+#include "live.h"
 #include "media.h"
+#include "preview.h"
 #include "settings_archive.h"
 #include "units.h"
 #include "users.h"
@@ -23,7 +24,6 @@ SdkAPISerHandle HostTable() {
   table.DownloadLogFileCb = DownloadLog;
   table.DownloadCustomCb = DownloadCustomFile;
   table.DownloadSceneFileCb = DownloadScene;
-  table.PreviewCb = Preview;
   table.GetTxRxListCb = WriteUnitList;
   table.GetPrivJsonCb = PrivilegeList;
   table.SpecifyPrivCb = BindPrivilege;
@@ -34,7 +34,8 @@ SdkAPISerHandle HostTable() {
   table.UploadTxtFileCb = UploadText;
   table.UploadCertFileCb = UploadCertificate;
   table.UploadZipFileCb = UploadArchive;
-  table.WebSocketCb = OnWebSocket;
+  FillLive(table);
+  FillPreviews(table);
   FillSettings(&table);
   FillFirmware(&table);
   return table;

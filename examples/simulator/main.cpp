@@ -17,6 +17,7 @@
 #include "events.h"
 #include "firmware.h"
 #include "host_table.h"
+#include "live.h"
 #include "media.h"
 #include "metrics.h"
 #include "sdkapi/sdkapi.h"
@@ -55,6 +56,7 @@ void StartParts(const SdkKitSettings& settings) {
   StartDevice();
   StartMedia();
   StartMetrics();
+  StartLive();
   if (settings.httpsPort > 0) {
     SdkAPiSer_CertPassword_Set(PrepareTlsIdentity().c_str());
     SdkAPiSer_Cert_Set(kServerCertificate);
@@ -65,7 +67,6 @@ void StartRoutes() {
   RegisterDeviceRoutes();
   RegisterFileRoutes();
   RegisterMetrics();
-  StartEvents();
 }
 
 // What fails says so in the log.
@@ -95,12 +96,13 @@ int Started(const SdkKitSettings* settings) {
 // Viewers are let go first, so that no host function keeps the server from stopping.
 void Stopping() {
   StopMedia();
-  StopEvents();
+  StopLive();
 }
 
 // Also where the server never started.
 void Stopped() {
   StopMedia();
+  StopLive();
   SdkKitFirmware_Stop();
   StopSettings();
 }

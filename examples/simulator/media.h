@@ -17,8 +17,6 @@ int DownloadScene(const char* token, DownloadFileInfo* info);
 int DownloadEdid(const char* token, DownloadFileInfo* info);
 int DownloadLogo(const char* token, DownloadFileInfo* info);
 
-int Preview(PreviewFrame* frame);
-
 int PrivilegeList(const char* token, PrivList* list);
 int BindPrivilege(const char* token, const char* hostname, const char* file);
 int DeletePrivilege(const char* token, const char* file);

@@ -1,119 +1,98 @@
-// The preview streams: which viewer watches which source.
+// The previews: what the units and the device itself show.
 #include "preview.h"
 
-#include <cstring>
-#include <map>
-#include <memory>
-#include <mutex>
-#include <string>
-#include <utility>
+#include <sdkapi/kit_preview.h>
 
-#include "media.h"
-#include "preview_source.h"
+#include <chrono>
+#include <cstring>
+#include <memory>
+#include <optional>
+#include <stdexcept>
+#include <string>
+
+#include "device.h"
 #include "slot_guard.h"
+#include "test_pattern.h"
 #include "units.h"
 
 namespace sim {
 namespace {
 
-struct Viewer {
-  std::shared_ptr<PreviewSource> source;
-  uint64_t seen = 0;
-};
+constexpr uint32_t kMostViewers = 64;
+constexpr const char* kNoSignal = "NO SIGNAL";
 
-// Sources are owned by their viewers: the last one to leave ends the thread, outside of the lock.
-class Gallery {
+// A transmitter shows its own picture, a receiver that of its input. Nothing for units that are unknown or
+// offline.
+std::optional<std::string> ShownBy(const std::string& name) {
+  if (name.empty()) return kDeviceModel;
+  const auto unit = FindUnit(name);
+  if (!unit || !unit->online) return std::nullopt;
+  if (unit->type == "tx") return unit->name;
+  const auto input = FindUnit(unit->input);
+  return input && input->online ? input->name : kNoSignal;
+}
+
+// One source while somebody looks at it.
+class Screen {
  public:
-  int Enter(const PreviewFrame* stream, const std::string& unit) {
-    std::shared_ptr<PreviewSource> replaced;
-    const std::lock_guard lock(mutex_);
-    if (!open_) return kRefused;
-    std::shared_ptr<PreviewSource> source = sources_[unit].lock();
-    // A source can have ended while its viewers are still leaving.
-    if (!source || source->Ended()) {
-      std::erase_if(sources_, [](const auto& row) { return row.second.expired(); });
-      source = std::make_shared<PreviewSource>(unit);
-      sources_[unit] = source;
+  Screen(std::string name, const std::string& shown)
+      : name_(std::move(name)), shown_(shown), pattern_(shown) {}
+
+  int Paint(const SdkKitPreviewPicture& picture) {
+    const auto shown = ShownBy(name_);
+    if (!shown) return kRefused;
+    if (*shown != shown_) {
+      pattern_ = TestPattern(*shown);
+      shown_ = *shown;
     }
-    Viewer& viewer = viewers_[stream];
-    replaced = std::exchange(viewer.source, std::move(source));
-    viewer.seen = 0;
+    pattern_.Advance(++number_, std::chrono::system_clock::now());
+    pattern_.CopyTo(picture.data);
     return 0;
   }
 
-  // The viewer stays in place until its own stream leaves.
-  Viewer* Find(const PreviewFrame* stream) {
-    const std::lock_guard lock(mutex_);
-    const auto viewer = viewers_.find(stream);
-    return viewer == viewers_.end() || !open_ ? nullptr : &viewer->second;
-  }
-
-  void Leave(const PreviewFrame* stream) {
-    Viewer leaving;
-    const std::lock_guard lock(mutex_);
-    auto viewer = viewers_.extract(stream);
-    if (!viewer.empty()) leaving = std::move(viewer.mapped());
-  }
-
-  void Open() {
-    const std::lock_guard lock(mutex_);
-    open_ = true;
-  }
-
-  void Close() {
-    const std::lock_guard lock(mutex_);
-    open_ = false;
-    for (const auto& [stream, viewer] : viewers_) viewer.source->End();
-  }
-
  private:
-  std::mutex mutex_;
-  std::map<const PreviewFrame*, Viewer> viewers_;
-  std::map<std::string, std::weak_ptr<PreviewSource>> sources_;
-  bool open_ = false;
+  const std::string name_;
+  std::string shown_;
+  TestPattern pattern_;
+  uint64_t number_ = 0;
 };
 
-Gallery& TheGallery() {
-  static Gallery gallery;
-  return gallery;
+void* Open(const char* name) {
+  Screen* screen = nullptr;
+  Guarded([&] {
+    const auto shown = ShownBy(name);
+    if (shown) screen = std::make_unique<Screen>(name, *shown).release();
+    return 0;
+  });
+  return screen;
 }
 
-int OpenStream(const PreviewFrame& frame) {
-  const std::string name = frame.hostname;
-  if (!name.empty()) {
-    const auto unit = FindUnit(name);
-    if (!unit || !unit->online) return kRefused;
-  }
-  return TheGallery().Enter(&frame, name);
+int Paint(void* run, SdkKitPreviewPicture* picture) {
+  return Guarded([&] { return static_cast<Screen*>(run)->Paint(*picture); });
 }
 
-int NextPicture(PreviewFrame& frame) {
-  Viewer* viewer = TheGallery().Find(&frame);
-  if (viewer == nullptr) return kRefused;
-  const auto picture = viewer->source->Next(viewer->seen);
-  if (!picture) return kRefused;
-  std::memcpy(frame.frame, picture->data(), picture->size());
-  frame.length = static_cast<int64_t>(picture->size());
-  return 0;
-}
-
-int CloseStream(const PreviewFrame& frame) {
-  TheGallery().Leave(&frame);
-  return 0;
-}
+void Close(void* run) { const std::unique_ptr<Screen> ended(static_cast<Screen*>(run)); }
 
 }  // namespace
 
-void StartPreviews() { TheGallery().Open(); }
-
-void StopPreviews() { TheGallery().Close(); }
-
-int Preview(PreviewFrame* frame) {
-  enum { kOpen = 0, kNext = 1 };
-  return Guarded([&] {
-    if (frame->state == kOpen) return OpenStream(*frame);
-    return frame->state == kNext ? NextPicture(*frame) : CloseStream(*frame);
-  });
+void StartPreviews() {
+  SdkKitPreviewOptions options{};
+  options.size = sizeof options;
+  options.mostViewers = kMostViewers;
+  SdkKitPreviewSource source{};
+  source.size = sizeof source;
+  source.format = kPreviewI420;
+  source.width = kPictureWidth;
+  source.height = kPictureHeight;
+  source.open = Open;
+  source.picture = Paint;
+  source.close = Close;
+  if (SdkKitPreview_Start(&options) != 0 || SdkKitPreview_Source_Set(nullptr, &source) != 0)
+    throw std::runtime_error("the previews cannot start");
 }
+
+void StopPreviews() { SdkKitPreview_Stop(); }
+
+void FillPreviews(SdkAPISerHandle& table) { SdkKitPreview_Fill(&table); }
 
 }  // namespace sim

@@ -1,11 +1,16 @@
-// The preview streams: which viewer watches which source.
+// The previews: what the units and the device itself show.
 #pragma once
+
+#include "sdkapi/sdkapi.h"
 
 namespace sim {
 
 void StartPreviews();
 
-// Waiting calls return at once, later ones are refused; close calls are still expected.
+// Viewers that wait return at once, later ones are refused.
 void StopPreviews();
+
+// Puts the previews' slot into the host table.
+void FillPreviews(SdkAPISerHandle& table);
 
 }  // namespace sim

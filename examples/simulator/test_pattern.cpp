@@ -2,6 +2,7 @@
 #include "test_pattern.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstdio>
 #include <ctime>
@@ -108,6 +109,11 @@ void TestPattern::Advance(uint64_t number, std::chrono::system_clock::time_point
   const int steps = position <= kSteps ? position : 2 * kSteps - position;
   Fill({0, kTrackTop, kPictureWidth, kBlockSize}, kBlack);
   Fill({steps * kBlockStep, kTrackTop, kBlockSize, kBlockSize}, accent_);
+}
+
+void TestPattern::CopyTo(unsigned char* to) const {
+  for (const std::vector<uint8_t>* plane : {&y_, &cb_, &cr_})
+    to = std::copy(plane->begin(), plane->end(), to);
 }
 
 void TestPattern::Fill(const Area& area, Colour colour) {

@@ -1,8 +1,8 @@
 // The picture of a source: colour bars, its name, a running clock and a moving block.
 #pragma once
 
-#include <array>
 #include <chrono>
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -12,6 +12,7 @@ namespace sim {
 
 inline constexpr int kPictureWidth = 1280;
 inline constexpr int kPictureHeight = 720;
+inline constexpr std::size_t kPictureBytes = std::size_t{kPictureWidth} * kPictureHeight / 2 * 3;
 
 // One colour as the planes hold it (JPEG's full-range YCbCr).
 struct Colour {
@@ -30,7 +31,8 @@ class TestPattern {
   // Redraws what moves.
   void Advance(uint64_t number, std::chrono::system_clock::time_point now);
 
-  std::array<const unsigned char*, 3> planes() const { return {y_.data(), cb_.data(), cr_.data()}; }
+  // Brightness, then the two colour planes: kPictureBytes.
+  void CopyTo(unsigned char* to) const;
 
  private:
   // Coordinates and sizes are even, because two by two pixels share a colour.

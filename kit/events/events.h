@@ -20,6 +20,7 @@ namespace sdkkit {
 class Events {
  public:
   static Events& The();
+  ~Events() { Stop(); }
 
   // -1 when they run. What the functions below take has been judged.
   int Start(const SdkKitEventsOptions& options);

@@ -1,0 +1,75 @@
+// The WebSocket channel: the state for newcomers, commands, and what happens every second.
+#include "live.h"
+
+#include <sdkapi/kit_events.h>
+
+#include <stdexcept>
+#include <string>
+
+#include "commands.h"
+#include "device.h"
+#include "events.h"
+#include "login_tokens.h"
+#include "slot_guard.h"
+#include "units.h"
+
+namespace sim {
+namespace {
+
+using nlohmann::json;
+
+constexpr uint32_t kKeyMilliseconds = 50;
+
+void TellState(uint64_t client, const char* /*token*/) {
+  Guarded([&] {
+    AnswerTo(client, {{"type", "hello"},
+                      {"model", kDeviceModel},
+                      {"version", SoftwareVersion()},
+                      {"units", ExportUnits()},
+                      {"status", StatusEvent()},
+                      {"upgrade", CurrentUpgrade()}});
+    return 0;
+  });
+}
+
+void TakeCommand(uint64_t client, const char* token, const char* text, size_t length) {
+  Guarded([&] {
+    AnswerTo(client, CarryOut(token, {text, length}));
+    return 0;
+  });
+}
+
+void Tick() {
+  Guarded([] {
+    ForgetEndedLogins();
+    TickDevice();
+    if (CountClients() > 0) Publish(StatusEvent());
+    return 0;
+  });
+}
+
+}  // namespace
+
+void StartLive() {
+  SdkKitEventsOptions options{};
+  options.size = sizeof options;
+  options.keyMilliseconds = kKeyMilliseconds;
+  options.connected = TellState;
+  options.command = TakeCommand;
+  options.second = Tick;
+  if (SdkKitEvents_Start(&options) != 0) throw std::runtime_error("the WebSocket channel cannot start");
+}
+
+void StopLive() { SdkKitEvents_Stop(); }
+
+void FillLive(SdkAPISerHandle& table) { SdkKitEvents_Fill(&table); }
+
+json StatusEvent() {
+  return {{"type", "status"},
+          {"uptime", DeviceUptime()},
+          {"temperature", DeviceTemperature()},
+          {"clients", CountClients()},
+          {"online", CountOnlineUnits()}};
+}
+
+}  // namespace sim
