@@ -29,6 +29,7 @@ def main():
         package = next(pathlib.Path(folder).glob("tree/**/sdkapi.pc"))
         environment = {**os.environ, "PKG_CONFIG_PATH": str(package.parent)}
         environment.pop("LD_LIBRARY_PATH", None)
+        environment["PATH"] = f"{pathlib.Path('scripts').resolve()}:{environment['PATH']}"
         script = block(page, "sh").replace("8080", str(free_port())).replace("cc ", "cc -std=c11 -D_GNU_SOURCE -Wall -Wextra -Werror ", 1)
         # A failing command must not leave the host running.
         done = subprocess.run(["bash", "-euc", "trap 'kill $(jobs -p) 2>/dev/null || true' EXIT\n" + script], cwd=folder,
