@@ -317,6 +317,20 @@ TEST_F(LoginControlTest, AHookMayCallEverything) {
   EXPECT_EQ(sdkapi::LoginCount(), 0);
 }
 
+TEST_F(LoginControlTest, AHookIsNotCalledWithinItself) {
+  Set(Limits(60, 0));
+  for (const char* const token : {"a", "b", "c"}) LogIn(token);
+  int depth = 0;
+  onEnd = [&depth](const std::string&, int) {
+    EXPECT_EQ(++depth, 1);
+    EXPECT_EQ(SdkAPIExt_Login_Limits_Check(), 0);
+    --depth;
+  };
+  Pass(60);
+  EXPECT_EQ(SdkAPIExt_Login_Limits_Check(), 0);
+  EXPECT_EQ(ended.size(), 3U);
+}
+
 TEST_F(LoginControlTest, BeyondTheMostTheLongestUnusedEnds) {
   Set(Limits(0, 0, 2));
   LogIn("a");

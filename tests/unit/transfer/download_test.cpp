@@ -148,6 +148,19 @@ TEST_P(SenderTest, ADownloadThatWaitsIsEndedByAStop) {
   EXPECT_EQ(conn.output, Head("f"));
 }
 
+// As in a device program that closed its standard input.
+TEST_P(SenderTest, AFileMayGetTheFirstDescriptor) {
+  const std::string bytes = Fill(10);
+  const int standardInput = dup(STDIN_FILENO);
+  ASSERT_GE(standardInput, 0);
+  close(STDIN_FILENO);
+  mg_connection conn;
+  EXPECT_EQ(GetParam().send(&conn, path_.c_str(), "f"), 0);
+  dup2(standardInput, STDIN_FILENO);
+  close(standardInput);
+  EXPECT_EQ(conn.output, Head("f") + Chunks(bytes));
+}
+
 TEST_P(SenderTest, WithoutANameOrAPathTheHeadStandsAlone) {
   mg_connection conn;
   EXPECT_EQ(GetParam().send(&conn, nullptr, nullptr), -1);
