@@ -64,6 +64,16 @@ TEST_F(AccessorsTest, TheTokenIsWrittenWithoutATerminator) {
   EXPECT_STREQ(room, "abxxxxx");
 }
 
+// The room that callers give ends there; what stands behind it is not theirs to log.
+TEST_F(AccessorsTest, TheLineOfTheLongestTokenEndsWithIt) {
+  mg_connection conn;
+  conn.Token(std::string(1024, 't'));
+  std::string room(1040, 'x');
+  GetHttpToken(&conn, room.data());
+  EXPECT_EQ(room, std::string(1024, 't') + std::string(16, 'x'));
+  EXPECT_EQ(Log(), Strings{"1 sdkapi req http token " + std::string(1024, 't')});
+}
+
 TEST_F(AccessorsTest, TheBoundedFormStopsAtTheArraysLastByte) {
   mg_connection conn;
   conn.Token(std::string(300, 't'));

@@ -8,6 +8,7 @@
 
 #include "base/text.h"
 #include "download_file.h"
+#include "http/cross_origin.h"
 #include "library_fixture.h"
 
 namespace {
@@ -176,6 +177,22 @@ TEST_P(SenderTest, LongNamesGoOutWhole) {
     EXPECT_EQ(GetParam().send(&conn, path_.c_str(), name.c_str()), 0);
     EXPECT_TRUE(conn.output == Head(name) + Chunks(Fill(10))) << length;
   }
+}
+
+// The head's memory ends between these names where the header for another origin is as long as it gets.
+TEST_P(SenderTest, NamesBesideTheLongestAllowedOriginGoOutWhole) {
+  const std::string origin(288, 'o');
+  sdkapi::AllowOrigin(origin.c_str());
+  for (const std::size_t length : {0U, 1U, 59U, 60U, 61U, 62U, 63U, 300U}) {
+    const std::string name(length, 'n');
+    mg_connection conn;
+    conn.Header("Origin", "http://console");
+    EXPECT_EQ(GetParam().send(&conn, path_.c_str(), name.c_str()), 0);
+    const std::string plain = Head(name);
+    EXPECT_EQ(conn.output, plain.substr(0, plain.size() - 2) + "Access-Control-Allow-Origin: " + origin +
+                               "\r\n\r\n0\r\n\r\n");
+  }
+  sdkapi::AllowOrigin(nullptr);
 }
 
 TEST_P(SenderTest, ThreeThousandAndOneBytesAreThreeChunks) {
