@@ -3,72 +3,15 @@
 
 usage: events_test.py SIMULATOR
 """
-import base64
 import json
-import os
-import struct
 import sys
-import threading
 
 import jsonschema
 import yaml
 
 import inputs
+from channel import PATIENCE, Channel
 from device import Device, Reply, form, request, shared
-
-PATIENCE = 30
-
-
-class Channel:
-    """A client of the channel that keeps what it receives."""
-
-    def __init__(self, device):
-        self.socket = device.connect()
-        self.messages, self.changed = [], threading.Condition()
-        key = base64.b64encode(os.urandom(16)).decode()
-        self.socket.sendall((f"GET /ws HTTP/1.1\r\nHost: device\r\nUpgrade: websocket\r\nConnection: Upgrade\r\nSec-WebSocket-Version: 13"
-                             f"\r\nSec-WebSocket-Key: {key}\r\nSec-WebSocket-Protocol: {device.token()}\r\n\r\n").encode())
-        head = b""
-        while not head.endswith(b"\r\n\r\n"):
-            head += self.socket.recv(1)
-        assert head.startswith(b"HTTP/1.1 101 "), head
-        threading.Thread(target=self.read, daemon=True).start()
-
-    def receive(self, count):
-        data = b""
-        while len(data) < count:
-            piece = self.socket.recv(count - len(data))
-            if not piece:
-                raise OSError
-            data += piece
-        return data
-
-    def read(self):
-        try:
-            while True:
-                first, length = self.receive(2)
-                length = struct.unpack(">H", self.receive(2))[0] if length == 126 else length
-                length = struct.unpack(">Q", self.receive(8))[0] if length == 127 else length
-                text = self.receive(length)
-                if first & 15 == 1:
-                    with self.changed:
-                        self.messages.append(json.loads(text))
-                        self.changed.notify()
-        except OSError:
-            pass
-
-    def send(self, text):
-        data = text.encode()
-        head = bytes([0x81, 0x80 | len(data)]) if len(data) < 126 else bytes([0x81, 0xFE]) + struct.pack(">H", len(data))
-        self.socket.sendall(head + bytes(4) + data)
-
-    def wait_for(self, kind, **members):
-        """The first message of this type with these members."""
-        def found():
-            return next((m for m in self.messages if m["type"] == kind and all(m.get(k) == v for k, v in members.items())), None)
-        with self.changed:
-            assert self.changed.wait_for(found, PATIENCE), f"no {kind} {members}"
-            return found()
 
 
 def examples(document):

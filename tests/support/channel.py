@@ -1,0 +1,87 @@
+"""A client of a device's WebSocket channel."""
+import base64
+import json
+import os
+import socket
+import struct
+import threading
+
+PATIENCE = 30
+TEXT, BINARY, CLOSE = 1, 2, 8
+
+
+def frame(payload, opcode=TEXT, final=True):
+    """A client's frame."""
+    size = len(payload)
+    length = bytes([0x80 | size]) if size < 126 else b"\xfe" + struct.pack(">H", size) if size < 65536 else b"\xff" + struct.pack(">Q", size)
+    return bytes([(0x80 if final else 0) | opcode]) + length + bytes(4) + payload
+
+
+class Channel:
+    """Keeps what it receives; one that does not read has a small window, so that the device feels it soon."""
+
+    def __init__(self, device, token=None, reads=True):
+        self.socket = device.connect()
+        if not reads:
+            self.socket.setsockopt(socket.SOL_SOCKET, socket.SO_RCVBUF, 4096)
+        self.messages, self.changed = [], threading.Condition()
+        self.ended, self.close_code = False, None
+        key = base64.b64encode(os.urandom(16)).decode()
+        self.socket.sendall((f"GET /ws HTTP/1.1\r\nHost: device\r\nUpgrade: websocket\r\nConnection: Upgrade\r\nSec-WebSocket-Version: 13"
+                             f"\r\nSec-WebSocket-Key: {key}\r\nSec-WebSocket-Protocol: {token or device.token()}\r\n\r\n").encode())
+        head = b""
+        while not head.endswith(b"\r\n\r\n"):
+            head += self.socket.recv(1)
+        assert head.startswith(b"HTTP/1.1 101 "), head
+        if reads:
+            self.read_on()
+
+    def read_on(self):
+        threading.Thread(target=self.read, daemon=True).start()
+
+    def receive(self, count):
+        data = b""
+        while len(data) < count:
+            piece = self.socket.recv(count - len(data))
+            if not piece:
+                raise OSError
+            data += piece
+        return data
+
+    def read(self):
+        try:
+            while True:
+                first, length = self.receive(2)
+                length = struct.unpack(">H", self.receive(2))[0] if length == 126 else length
+                length = struct.unpack(">Q", self.receive(8))[0] if length == 127 else length
+                self.take(first & 15, self.receive(length))
+        except OSError:
+            with self.changed:
+                self.ended = True
+                self.changed.notify()
+
+    def take(self, opcode, payload):
+        with self.changed:
+            if opcode == TEXT:
+                self.messages.append(json.loads(payload))
+            if opcode == CLOSE:
+                self.close_code = struct.unpack(">H", payload[:2])[0]
+                self.socket.sendall(frame(payload[:2], CLOSE))
+            self.changed.notify()
+
+    def send(self, text):
+        self.socket.sendall(frame(text.encode()))
+
+    def find(self, kind, **members):
+        return next((m for m in self.messages if m["type"] == kind and all(m.get(k) == v for k, v in members.items())), None)
+
+    def wait_for(self, kind, **members):
+        """The first message of this type with these members."""
+        with self.changed:
+            assert self.changed.wait_for(lambda: self.find(kind, **members), PATIENCE), f"no {kind} {members}"
+            return self.find(kind, **members)
+
+    def wait_for_close(self, code):
+        with self.changed:
+            assert self.changed.wait_for(lambda: self.close_code is not None or self.ended, PATIENCE), "not closed"
+            assert self.close_code == code, self.close_code
