@@ -4,6 +4,7 @@ import { createRequire } from 'node:module';
 import { join } from 'node:path';
 import { after, before, beforeEach, describe, test } from 'node:test';
 import { ApiError, Channel, Device, applyMessage } from '../../clients/js/src/index.js';
+import { Hub } from '../../clients/js/src/hub.js';
 import { pictures } from '../../clients/js/src/pictures.js';
 import { Simulator } from '../browser/support/simulator.mjs';
 import { freezableWay, listen } from './support.mjs';
@@ -185,6 +186,31 @@ describe('the event channel', () => {
       way.close();
     });
   }
+});
+
+test('a log-in that comes while a login ends is kept', { timeout: 60000 }, async () => {
+  const simulator = await Simulator.start('http');
+  const place = { name: 'a hub of the test', base: simulator.url, path: '/ws' };
+  const hub = new Hub(place);
+  const tab = new BroadcastChannel(place.name);
+  const told = new EventTarget();
+  tab.onmessage = ({ data }) => data.session && told.dispatchEvent(new CustomEvent('session', { detail: data.session }));
+  const sessions = listen(told, 'session');
+  const post = (message) => tab.postMessage({ to: 'hub', from: 'tab', ...message });
+  post({ do: 'hello', with: null, events: false });
+  await sessions.wait('a session', ({ required }) => required);
+  post({ do: 'login', with: { token: 'old', user: 'admin' } });
+  post({ do: 'ended', with: 'old' });
+  post({ do: 'login', with: { token: 'new', user: 'admin' } });
+  await sessions.wait('the new login', ({ token }) => token === 'new');
+  // The device's answer to the hub's question for the old one is behind this one.
+  await new Device({ base: simulator.url }).loginRequired();
+  post({ do: 'amend', with: { firstlogin: 0 } });
+  const last = await sessions.wait('the last word', ({ firstlogin }) => firstlogin === 0);
+  assert.equal(last.token, 'new');
+  hub.close();
+  tab.close();
+  assert.equal(await simulator.remove(), 0);
 });
 
 test('the state follows the messages and leaves the old one alone', () => {

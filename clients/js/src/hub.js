@@ -140,13 +140,14 @@ export class Hub {
 
   /** @param {NonNullable<Session['reason']>} reason */
   async #end(reason) {
-    const old = this.#channel;
-    const lastUser = this.#session?.user;
+    const gone = this.#session;
+    this.#channel?.close();
     this.#channel = null;
-    old?.close();
     this.#tell({ state: (this.#state = null) });
     const required = await this.#device.loginRequired().catch(() => true);
-    this.#setSession({ required, reason, lastUser });
+    // Somebody may have logged in again while the device was asked.
+    if (this.#session?.token !== gone?.token) return;
+    this.#setSession({ required, reason, lastUser: gone?.user });
     this.#openChannel();
   }
 

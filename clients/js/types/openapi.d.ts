@@ -894,6 +894,26 @@ export interface paths {
         patch?: never;
         trace?: never;
     };
+    "/metrics": {
+        parameters: {
+            query?: never;
+            header?: never;
+            path?: never;
+            cookie?: never;
+        };
+        /**
+         * Metrics
+         * @description Numbers of the server, the process and the device, as Prometheus reads them.
+         */
+        get: operations["getSimulatedMetrics"];
+        put?: never;
+        post?: never;
+        delete?: never;
+        options?: never;
+        head?: never;
+        patch?: never;
+        trace?: never;
+    };
     "/sim/users": {
         parameters: {
             query?: never;
@@ -2234,6 +2254,33 @@ export interface operations {
                 };
             };
             401: components["responses"]["OwnUnauthorised"];
+            405: components["responses"]["MethodNotAllowed"];
+        };
+    };
+    getSimulatedMetrics: {
+        parameters: {
+            query?: never;
+            header?: never;
+            path?: never;
+            cookie?: never;
+        };
+        requestBody?: never;
+        responses: {
+            /** @description The numbers. */
+            200: {
+                headers: {
+                    [name: string]: unknown;
+                };
+                content: {
+                    /**
+                     * @example # HELP device_temperature_celsius How warm the device is.
+                     *     # TYPE device_temperature_celsius gauge
+                     *     device_temperature_celsius 41.5
+                     */
+                    "text/plain": string;
+                };
+            };
+            401: components["responses"]["Unauthorised"];
             405: components["responses"]["MethodNotAllowed"];
         };
     };
