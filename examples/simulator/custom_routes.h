@@ -3,7 +3,7 @@
 
 namespace sim {
 
-// Registers /sim/units, /sim/status and /sim/users; call it after each start of the server.
+// Registers /sim/units and /sim/status; call it after each start of the server.
 void RegisterDeviceRoutes();
 
 }  // namespace sim

@@ -9,8 +9,6 @@ namespace {
 constexpr const char* kSchema[] = {
     "PRAGMA journal_mode=WAL",
     "PRAGMA synchronous=FULL",
-    "CREATE TABLE IF NOT EXISTS users (name TEXT PRIMARY KEY, hash TEXT NOT NULL, role INTEGER NOT NULL, "
-    "firstlogin INTEGER NOT NULL)",
     "CREATE TABLE IF NOT EXISTS units (id INTEGER PRIMARY KEY, name TEXT UNIQUE NOT NULL, type TEXT NOT "
     "NULL, "
     "online INTEGER NOT NULL, ip TEXT NOT NULL, mac TEXT NOT NULL, edid TEXT NOT NULL, input TEXT NOT NULL)",
@@ -52,7 +50,8 @@ Database::Row ReadRow(sqlite3_stmt* statement) {
 
 Database::Database(const std::string& path) {
   sqlite3* raw = nullptr;
-  const int result = sqlite3_open(path.c_str(), &raw);
+  constexpr int kFlags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_FULLMUTEX;
+  const int result = sqlite3_open_v2(path.c_str(), &raw, kFlags, nullptr);
   connection_.reset(raw);
   if (result != SQLITE_OK) throw std::runtime_error("cannot open " + path);
   sqlite3_busy_timeout(raw, 5000);
@@ -62,7 +61,7 @@ Database::Database(const std::string& path) {
 void Database::Execute(const std::string& sql, const std::vector<std::string>& values) { Query(sql, values); }
 
 std::vector<Database::Row> Database::Query(const std::string& sql, const std::vector<std::string>& values) {
-  const std::lock_guard lock(mutex_);
+  const ConnectionLock lock(connection_.get());
   const Statement statement = Prepare(connection_.get(), sql, values);
   std::vector<Row> rows;
   int result = SQLITE_OK;
@@ -71,14 +70,14 @@ std::vector<Database::Row> Database::Query(const std::string& sql, const std::ve
   return rows;
 }
 
-Transaction::Transaction(Database& database) : database_(database), lock_(database.mutex_) {
-  if (sqlite3_get_autocommit(database_.connection_.get()) == 0) return;
+Transaction::Transaction(Database& database) : database_(database), lock_(database.connection()) {
+  if (sqlite3_get_autocommit(database_.connection()) == 0) return;
   database_.Execute("BEGIN IMMEDIATE");
   open_ = true;
 }
 
 Transaction::~Transaction() {
-  if (open_) sqlite3_exec(database_.connection_.get(), "ROLLBACK", nullptr, nullptr, nullptr);
+  if (open_) sqlite3_exec(database_.connection(), "ROLLBACK", nullptr, nullptr, nullptr);
 }
 
 void Transaction::Commit() {

@@ -17,6 +17,8 @@ class Database {
 
   explicit Database(const std::string& path);
 
+  sqlite3* connection() const { return connection_.get(); }
+
   // Runs one statement with its values bound as text.
   void Execute(const std::string& sql, const std::vector<std::string>& values = {});
   std::vector<Row> Query(const std::string& sql, const std::vector<std::string>& values = {});
@@ -26,10 +28,21 @@ class Database {
     void operator()(sqlite3* connection) const { sqlite3_close(connection); }
   };
 
-  friend class Transaction;
-
-  std::recursive_mutex mutex_;
   std::unique_ptr<sqlite3, Close> connection_;
+};
+
+// Has the connection to itself: its own mutex orders the device's statements and those of the kit.
+class ConnectionLock {
+ public:
+  explicit ConnectionLock(sqlite3* connection) : mutex_(sqlite3_db_mutex(connection)) {
+    sqlite3_mutex_enter(mutex_);
+  }
+  ~ConnectionLock() { sqlite3_mutex_leave(mutex_); }
+  ConnectionLock(const ConnectionLock&) = delete;
+  ConnectionLock& operator=(const ConnectionLock&) = delete;
+
+ private:
+  sqlite3_mutex* mutex_;
 };
 
 // Makes the statements of one thread one change: without Commit they are undone at the end of the scope.
@@ -45,7 +58,7 @@ class Transaction {
 
  private:
   Database& database_;
-  std::unique_lock<std::recursive_mutex> lock_;
+  ConnectionLock lock_;
   bool open_ = false;
 };
 

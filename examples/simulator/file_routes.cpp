@@ -1,5 +1,6 @@
 // The device's own file routes: a list, thumbnails, and a note that clients leave and fetch.
-#include <array>
+#include <sdkapi/kit_accounts.h>
+
 #include <cstdio>
 #include <nlohmann/json.hpp>
 #include <string>
@@ -7,10 +8,10 @@
 
 #include "files.h"
 #include "media.h"
+#include "replies.h"
 #include "slot_guard.h"
 #include "upload_checks.h"
 #include "upload_registry.h"
-#include "users.h"
 
 namespace sim {
 namespace {
@@ -22,15 +23,6 @@ constexpr std::string_view kPicturePrefix = "/sim/picture/";
 constexpr UploadKind kNote = {0,          "/sim/upload", Access::kWrite, size_t{32} << 20, nullptr,
                               IsAnything, ReplaceTarget, kNotePath,      nullptr};
 
-// GetHttpToken writes up to 1024 characters and no NUL.
-using TokenBuffer = std::array<char, 1025>;
-
-TokenBuffer TokenOf(mg_connection* conn) {
-  TokenBuffer token{};
-  GetHttpToken(conn, token.data());
-  return token;
-}
-
 json FileList() {
   json files = json::array();
   for (const FileKind& kind : FileKinds()) {
@@ -40,22 +32,10 @@ json FileList() {
   return {{"files", files}};
 }
 
-void SendJson(mg_connection* conn, int status, const json& body) {
-  constexpr size_t kHeadRoom = 381;  // As GroupRespHttpMsg states it.
-  constexpr int kJsonType = 1;
-  const std::string text = body.dump();
-  std::string reply(kHeadRoom + text.size(), '\0');
-  const int length = static_cast<int>(text.size());
-  if (GroupRespHttpMsg(status, text.c_str(), length, reply.data(), kJsonType) != 0) return;
-  SendHttpBuff(conn, reply.c_str(), 0);
-}
-
 int ServeFileList(mg_connection* conn, CustomReqInfo* req) {
-  constexpr int kGet = 0;
   return Guarded([&] {
-    if (req->method == kGet) SendJson(conn, 200, FileList());
-    if (req->method != kGet) SendJson(conn, 405, {{"error", "method not allowed"}});
-    return 0;
+    if (req->method != kGet) return AnswerError(conn, 405, "method not allowed");
+    return Answer(conn, 200, FileList());
   });
 }
 
@@ -75,12 +55,8 @@ int OfferPicture(mg_connection* conn, CustomDownloadInfo* info) {
   });
 }
 
-int TakeNote(mg_connection* conn, UploadCustomCtx* ctx) {
-  return Guarded([&] {
-    const UploadStep step = StepOf(*ctx);
-    if (step.isFound && !step.isFinal && !MayWrite(TokenOf(conn).data())) return kNotAuthorised;
-    return RunUploadStep(kNote, step);
-  });
+int TakeNote(mg_connection*, UploadCustomCtx* ctx) {
+  return Guarded([&] { return RunUploadStep(kNote, StepOf(*ctx)); });
 }
 
 int OfferNote(mg_connection*, CustomDownloadInfo* info) {
@@ -90,10 +66,10 @@ int OfferNote(mg_connection*, CustomDownloadInfo* info) {
 }  // namespace
 
 void RegisterFileRoutes() {
-  SdkAPISer_Custom_Get_Post_Api_Add("/sim/files$", ServeFileList);
-  SdkAPISer_Custom_Download_Api_Add("/sim/picture/", OfferPicture);
-  SdkAPISer_Custom_Upload_Api_Add("/sim/upload$", TakeNote);
-  SdkAPISer_Custom_Download_Api_Add("/sim/download$", OfferNote);
+  SdkKitAccounts_Get_Post_Add("/sim/files$", ServeFileList);
+  SdkKitAccounts_Download_Add("/sim/picture/", OfferPicture);
+  SdkKitAccounts_Upload_Add("/sim/upload$", TakeNote);
+  SdkKitAccounts_Download_Add("/sim/download$", OfferNote);
 }
 
 }  // namespace sim

@@ -1,6 +1,8 @@
 // The table that the device hands to the library: which function serves which slot.
 #include "host_table.h"
 
+#include <sdkapi/kit_accounts.h>
+
 #include "device.h"
 #include "firmware.h"
 #include "live.h"
@@ -8,17 +10,12 @@
 #include "preview.h"
 #include "settings_archive.h"
 #include "units.h"
-#include "users.h"
 
 namespace sim {
 
 SdkAPISerHandle HostTable() {
   SdkAPISerHandle table{};
-  table.AuthQueryCb = AnswerAuthQuery;
-  table.LoginCb = Login;
-  table.LogOutCb = LogOut;
-  table.ChangeUserInfoCb = ChangeUser;
-  table.ManageUserCb = ManageUser;
+  SdkKitAccounts_Fill(&table);
   table.DeviceInfoCb = FillDeviceInfo;
   table.DeviceStatusCb = WriteUptime;
   table.DownloadLogFileCb = DownloadLog;
@@ -38,6 +35,7 @@ SdkAPISerHandle HostTable() {
   FillPreviews(table);
   FillSettings(&table);
   FillFirmware(&table);
+  SdkKitAccounts_Guard(&table);  // the last: it stands before all of them
   return table;
 }
 

@@ -9,7 +9,6 @@
 #include "commands.h"
 #include "device.h"
 #include "events.h"
-#include "login_tokens.h"
 #include "slot_guard.h"
 #include "units.h"
 
@@ -41,7 +40,6 @@ void TakeCommand(uint64_t client, const char* token, const char* text, size_t le
 
 void Tick() {
   Guarded([] {
-    ForgetEndedLogins();
     TickDevice();
     if (CountClients() > 0) Publish(StatusEvent());
     return 0;

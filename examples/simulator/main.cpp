@@ -10,6 +10,7 @@
 #include <iterator>
 #include <string>
 
+#include "account_routes.h"
 #include "certificates.h"
 #include "custom_routes.h"
 #include "database.h"
@@ -32,11 +33,19 @@ namespace {
 constexpr const char* kWebSocketUrl = "/ws";
 constexpr int kLargeBlock = 1024 * 1024;
 
+constexpr int64_t kLongestIdle = 43200;
+
 char g_firmwareKey[4096];  // empty: the development key
+int64_t g_idleSeconds = kLongestIdle;
+char g_firstPassword[256];  // empty: "admin", to be changed at the first login
 
 constexpr SdkKitOption kOptions[] = {
     {"firmware-key", "public key of the firmware that is taken", kKitOptionPath, sizeof g_firmwareKey, 0, 0,
      nullptr, g_firmwareKey},
+    {"idle-timeout", "seconds until a login that is not used ends", kKitOptionNumber, 0, 1, kLongestIdle,
+     &g_idleSeconds, nullptr},
+    {"first-password", "the first user's password on an empty data folder, which need not be changed",
+     kKitOptionText, sizeof g_firstPassword, 0, 0, nullptr, g_firstPassword},
 };
 
 // The console beside the program when it is installed, else where it was built from.
@@ -49,7 +58,7 @@ void StartParts(const SdkKitSettings& settings) {
   mallopt(M_MMAP_THRESHOLD, kLargeBlock);  // a password's 8 MiB go back at once, no thread keeps them
   for (const char* const part : {"tls", "files/priv", "tmp"}) std::filesystem::create_directories(part);
   OpenDatabase("device.db");
-  StartUsers(settings.noAuth == 0);
+  StartUsers({settings.noAuth != 0, static_cast<uint32_t>(g_idleSeconds), g_firstPassword});
   StartUnits();
   StartSettings();
   StartFirmware(g_firmwareKey);
@@ -66,6 +75,7 @@ void StartParts(const SdkKitSettings& settings) {
 void StartRoutes() {
   RegisterDeviceRoutes();
   RegisterFileRoutes();
+  RegisterAccountRoutes();
   RegisterMetrics();
 }
 
@@ -89,7 +99,8 @@ int Prepare(const SdkKitSettings* settings, SdkAPISerHandle* table) {
 }
 
 int Started(const SdkKitSettings* settings) {
-  if (settings->noAuth == 0) std::puts("first user: admin, password admin (until it is changed)");
+  if (settings->noAuth == 0 && g_firstPassword[0] == '\0')
+    std::puts("first user: admin, password admin (to be changed at the first login)");
   return Step(StartRoutes);
 }
 
@@ -105,6 +116,7 @@ void Stopped() {
   StopLive();
   SdkKitFirmware_Stop();
   StopSettings();
+  StopUsers();
 }
 
 void TellClients(int level, const char* subject, const char* text) {

@@ -1,6 +1,7 @@
 // The device's own numbers on /metrics.
 #include "metrics.h"
 
+#include <sdkapi/kit_accounts.h>
 #include <sdkapi/kit_metrics.h>
 
 #include <stdexcept>
@@ -28,6 +29,6 @@ void StartMetrics() {
   if (SdkKitMetrics_Start(&options) != 0) throw std::runtime_error("the metrics are not in order");
 }
 
-void RegisterMetrics() { SdkAPISer_Custom_Get_Post_Api_Add("/metrics$", SdkKitMetrics_Answer); }
+void RegisterMetrics() { SdkKitAccounts_Get_Post_Add("/metrics$", SdkKitMetrics_Answer); }
 
 }  // namespace sim

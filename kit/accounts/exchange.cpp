@@ -18,9 +18,9 @@ using nlohmann::json;
 
 constexpr JsonBounds kBounds{.bytes = std::size_t{1} << 20, .depth = 4};
 
-std::string ExportText(Accounts& accounts) {
+std::string TextOf(const std::vector<User>& list) {
   json users = json::array();
-  for (const User& user : accounts.users().List()) {
+  for (const User& user : list) {
     users.push_back(
         {{"name", user.name}, {"hash", user.hash}, {"role", user.role}, {"firstlogin", user.firstLogin}});
   }
@@ -78,6 +78,18 @@ std::string TakeUsers(const Accounts& accounts, std::string_view text, std::vect
   return SetFault(accounts, users);
 }
 
+template <class Users>
+int Hand(char** text, Users usersOf) {
+  return Guarded(kLog, [&] {
+    Accounts* const accounts = TheAccounts();
+    if (accounts == nullptr || text == nullptr) return -1;
+    char* const copy = strdup(TextOf(usersOf(*accounts)).c_str());
+    if (copy == nullptr) return -1;
+    *text = copy;
+    return 0;
+  });
+}
+
 // Then, if all is well, `use` gets the users.
 template <class Use>
 int WithUsers(const char* text, std::size_t length, char* why, std::size_t whySize, Use use) {
@@ -98,14 +110,12 @@ int WithUsers(const char* text, std::size_t length, char* why, std::size_t whySi
 
 int SdkKitAccounts_Export(char** json) {
   using namespace sdkkit::accounts;
-  return sdkkit::Guarded(kLog, [&] {
-    Accounts* const accounts = TheAccounts();
-    if (accounts == nullptr || json == nullptr) return -1;
-    char* const copy = strdup(ExportText(*accounts).c_str());
-    if (copy == nullptr) return -1;
-    *json = copy;
-    return 0;
-  });
+  return Hand(json, [](Accounts& accounts) { return accounts.users().List(); });
+}
+
+int SdkKitAccounts_Factory(char** json) {
+  using namespace sdkkit::accounts;
+  return Hand(json, [](Accounts& accounts) { return std::vector<User>{accounts.FirstUser()}; });
 }
 
 int SdkKitAccounts_Check(const char* json, size_t length, char* why, size_t whySize) {

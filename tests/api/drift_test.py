@@ -31,7 +31,7 @@ def simulator_sources():
 def simulator_routes():
     """The patterns that the simulated device registers, and the number of calls, so that none is overlooked."""
     text = simulator_sources()
-    return re.findall(r'SdkAPISer_Custom_\w+_Api_Add\("([^"]*)"', text), text.count("_Api_Add(")
+    return re.findall(r'SdkKitAccounts_\w+_Add\("([^"]*)"', text), len(re.findall(r"SdkKitAccounts_\w+_Add\(|_Api_Add\(", text))
 
 
 def guide_routes():

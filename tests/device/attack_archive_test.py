@@ -99,7 +99,7 @@ def attacks(good):
     units, users = lambda change: changed_json(good, "units.json", change), lambda change: changed_json(good, "users.json", change)
     bindings = lambda document: changed(good, "privileges.json", json.dumps(document))
     beside = lambda *entries: archive([*good.items(), *entries])
-    hash_refused, members_refused = "users.json: a password hash of another kind", "users.json: a user without right members"
+    hash_refused, role_refused = "users.json: the hash of admin is of another kind", "users.json: the role of admin is unknown"
     return [
         ("nothing", b"", "no whole zip archive"),
         ("no zip", b"PK\3\4 not a zip" * 100, "no whole zip archive"),
@@ -148,12 +148,12 @@ def attacks(good):
         ("online as a text", units(unit(online="yes")), "units.json: a unit without its members"),
         ("no users", users(lambda _: []), "users.json: no administrator"),
         ("no administrator", users(user(role=2)), "users.json: no administrator"),
-        ("300 users", users(lambda _: [{**admin, "name": f"u{number}"} for number in range(300)]), "users.json: no list of users"),
-        ("a role beyond its range", users(user(role=0)), members_refused),
-        ("a role beyond every number", users(user(role=2 ** 64)), members_refused),
-        ("a half role", users(user(role=1.5)), members_refused),
-        ("a first login that is a text", users(user(firstlogin="1")), members_refused),
-        ("two users of one name", users(lambda list_: list_ + list_[:1]), "users.json: a name twice"),
+        ("300 users", users(lambda _: [{**admin, "name": f"u{number}"} for number in range(300)]), "users.json: there are too many users"),
+        ("a role beyond its range", users(user(role=0)), role_refused),
+        ("a role beyond every number", users(user(role=2 ** 64)), role_refused),
+        ("a half role", users(user(role=1.5)), role_refused),
+        ("a first login that is a text", users(user(firstlogin="1")), "users.json: firstlogin of admin is not 0 or 1"),
+        ("two users of one name", users(lambda list_: list_ + list_[:1]), "users.json: admin is there twice"),
         ("a hash of 4 GiB", users(user(hash=own_hash((4194304, 2)))), hash_refused),
         ("a hash of a year", users(user(hash=own_hash((8192, 1000000)))), hash_refused),
         ("a password in the place of a hash", users(user(hash="admin")), hash_refused),

@@ -35,8 +35,9 @@ def main():
         with subprocess.Popen(arguments, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL) as process:
             try:
                 wait_for(port, process)
-                log_in, information, picture, log_out, rest = run(port, blocks())
+                log_in, changed, information, picture, log_out, rest = run(port, blocks())
                 assert log_in == "", log_in
+                assert json.loads(changed) == {"code": 0}, changed
                 assert "model" in json.loads(information), information
                 assert picture == "the same, byte for byte", picture
                 assert json.loads(log_out) == {"code": "0"}, log_out

@@ -511,8 +511,12 @@ TEST_P(AccountsTest, AnImportIsTakenAsAWholeOrNotAtAll) {
   EXPECT_EQ(StatusOf(eve), 401);
   EXPECT_EQ(StatusOf(kim), 200);
   EXPECT_EQ(StatusOf(admin), 200);
-  EXPECT_EQ(SdkKitAccounts_Reset(), 0);
+  ASSERT_EQ(SdkKitAccounts_Factory(&exported), 0);
+  EXPECT_EQ(SdkKitAccounts_Import(exported, std::strlen(exported), nullptr, 0), 0);
+  free(exported);
   EXPECT_EQ(StatusOf(admin), 401);
+  EXPECT_EQ(StatusOf(LogInAs("admin")), 200);
+  EXPECT_EQ(SdkKitAccounts_Reset(), 0);
   EXPECT_EQ(LogInAs("admin").size(), 43U);
   EXPECT_EQ(Member(TryLogin("kim", kPassword), "code"), "1");
 }

@@ -80,7 +80,8 @@ def status_of(pid):
 
 
 def start(program, port, folder):
-    process = subprocess.Popen([program, "--http-port", str(port), "--https-port", "0", "--data-dir", folder],
+    process = subprocess.Popen([program, "--http-port", str(port), "--https-port", "0", "--data-dir", folder,
+                                "--first-password", "admin"],
                                stdout=subprocess.PIPE, text=True)
     for line in process.stdout:
         if line.strip() == "ready":

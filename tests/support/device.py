@@ -19,13 +19,15 @@ USERS = ("admin", "chief")
 class Device:
     """The simulated device in factory state."""
 
-    def __init__(self, program, *options, tls=False, copy_of=None, environment=None):
+    def __init__(self, program, *options, tls=False, copy_of=None, environment=None, first_password="admin"):
         self.folder = tempfile.TemporaryDirectory()
         if copy_of:
             shutil.copytree(copy_of, self.folder.name, dirs_exist_ok=True)
         self.port, self.tls = free_port(), tls
         ports = ("0", str(self.port)) if tls else (str(self.port), "0")
         self.command = [program, "--http-port", ports[0], "--https-port", ports[1], "--data-dir", self.folder.name, *options]
+        if first_password:
+            self.command += ["--first-password", first_password]
         self.environment = environment
         self.start()
 

@@ -16,7 +16,8 @@ def main():
 
     port = free_port()
     with CommandLine(f"http://127.0.0.1:{port}") as line:
-        command = [*sys.argv[1].split(), "--http-port", str(port), "--https-port", "0", "--data-dir", str(line.home / "device")]
+        command = [*sys.argv[1].split(), "--http-port", str(port), "--https-port", "0", "--data-dir", str(line.home / "device"),
+                   "--first-password", "admin"]
         with subprocess.Popen(command, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL) as device:
             try:
                 wait_for(port, device)

@@ -9,6 +9,7 @@ from contextlib import ExitStack
 from . import channel as channels
 from . import routes
 from .rules import composed_fault
+from .session import refusal_fault
 from .target import Target
 from .wire import form, request
 
@@ -107,7 +108,7 @@ def _check_frames(target: Target) -> None:
 
 
 def _check_sessions(target: Target) -> None:
-    """More logins than there is room for: the last are refused, and a logout makes room."""
+    """More logins than there is room for: the last are refused, or others end; and a logout makes room."""
     if not target.gated:
         return
     tokens, refused = [], None
@@ -118,9 +119,11 @@ def _check_sessions(target: Target) -> None:
             break
         tokens.append(token)
     if refused is not None:
-        target.report.must(routes.LOGIN, "a login beyond the room is refused", composed_fault(refused, (500,), b""), refused)
+        fault = refusal_fault(refused) if refused.status == 200 else composed_fault(refused, (500, 503), b"")
+        target.report.must(routes.LOGIN, "a login beyond the room is refused", fault, refused)
     for token in tokens:
         target.log_out(token)
+    target.refresh()  # a device may have ended the oldest login of this user
     exchange, token = target.try_login(target.options.user, target.options.password)
     target.report.must(routes.LOGIN, "a logout makes room", "" if token else "it does not", exchange)
     deadline = time.monotonic() + 5

@@ -45,7 +45,7 @@ def _success_fault(exchange: Exchange) -> str:
     return "" if isinstance(answer["token"], str) and 0 < len(answer["token"].encode()) < 1024 else "the token has not 1 to 1023 bytes"
 
 
-def _refusal_fault(exchange: Exchange) -> str:
+def refusal_fault(exchange: Exchange) -> str:
     """A refused login: code 1, or code 2 with the time."""
     fault = composed_fault(exchange, (200,))
     answer = parsed(exchange.body) or {}
@@ -60,12 +60,12 @@ def check_login(target: Target) -> None:
     report = target.report
     report.area = "session"
     exchange, token = target.try_login(_NOBODY, "wrong")
-    report.must(routes.LOGIN, "an unknown user is refused", _refusal_fault(exchange), exchange)
+    report.must(routes.LOGIN, "an unknown user is refused", refusal_fault(exchange), exchange)
     exchange, token = target.try_login(target.options.user, target.options.password + "x")
-    report.must(routes.LOGIN, "a wrong password is refused", _refusal_fault(exchange), exchange)
+    report.must(routes.LOGIN, "a wrong password is refused", refusal_fault(exchange), exchange)
     for rule, body in (("no body", b""), ("a body that is not JSON", b"{"), ("an array", b"[1,2]"), ("a body beyond 511 bytes", b'{"username":"' + b"u" * 600 + b'"}')):
         exchange = target.ask("POST", routes.LOGIN, None, body, "application/json")
-        fault = "" if exchange.status == 404 else _refusal_fault(exchange)
+        fault = "" if exchange.status == 404 else refusal_fault(exchange)
         report.must(routes.LOGIN, f"{rule} is answered and refused", fault, exchange)
     exchange, second = target.try_login(target.options.user, target.options.password)
     report.must(routes.LOGIN, "a second login works beside the first", _success_fault(exchange), exchange)

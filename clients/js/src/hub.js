@@ -61,7 +61,7 @@ export class Hub {
         this.#setSession({ required: true, ...message.with });
         return this.#openChannel();
       case 'amend':
-        return this.#session && this.#setSession({ ...this.#session, ...message.with });
+        return this.#amend(message.with);
       case 'logout':
         return this.#logOut();
       case 'ended':
@@ -70,6 +70,14 @@ export class Hub {
       case 'command':
         return this.#tell({ to: message.from, ref: message.ref, ...(await this.#run(message.with)) });
     }
+  }
+
+  /** @param {Partial<Session>} changes */
+  #amend(changes) {
+    if (!this.#session) return;
+    const opens = this.#session.firstlogin && changes.firstlogin === 0;
+    this.#setSession({ ...this.#session, ...changes });
+    if (opens) this.#openChannel();
   }
 
   /** A tab that is new brings the login that it kept. @param {{ from: string, with: Session | null, events: boolean }} message */
@@ -120,7 +128,8 @@ export class Hub {
     this.#channel?.close();
     this.#channel = null;
     const session = this.#session;
-    if (!this.#wanted || !session || (session.required && !session.token)) return this.#setLink('closed');
+    // Before a first password is changed the device gives no events, and would end the login.
+    if (!this.#wanted || !session || session.firstlogin || (session.required && !session.token)) return this.#setLink('closed');
     if (session.required && !session.bound) this.#setSession({ ...session, bound: true });
     const opened = new Channel(this.#device, this.#place);
     this.#channel = opened;

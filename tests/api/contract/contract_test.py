@@ -176,6 +176,8 @@ OTHER_REQUESTS = {
     "listSimulatedUnits": lambda: [("/sim/units", (b"{}", "application/json"))],
     "getSimulatedStatus": lambda: [("/sim/status", (b"{}", "application/json"))],
     "getSimulatedMetrics": lambda: [("/metrics", (b"{}", "application/json"))],
+    "whoAmI": lambda: [("/sim/me", (b"{}", "application/json"))],
+    "endSession": lambda: [("/sim/sessions", (b"{", "application/json")), ("/sim/sessions", (b'{"end":7777777}', "application/json"))],
     "listSimulatedUsers": lambda: [("/sim/users", (b"{}", "application/json"))],
     "listSimulatedFiles": lambda: [("/sim/files", (b"{}", "application/json"))],
 }

@@ -1,0 +1,91 @@
+// Who am I, who is logged in, who may be.
+#include "account_routes.h"
+
+#include <sdkapi/kit_accounts.h>
+
+#include <algorithm>
+#include <vector>
+
+#include "replies.h"
+#include "slot_guard.h"
+#include "users.h"
+
+namespace sim {
+namespace {
+
+using nlohmann::json;
+
+constexpr std::size_t kMostSessions = 20;
+
+json MeBody(const std::string& token) {
+  SdkKitUser user{};
+  user.size = sizeof user;
+  if (SdkKitAccounts_Who(token.c_str(), &user) != 0) return {};
+  return {{"name", user.name},
+          {"role", user.role},
+          {"rolename", user.roleName},
+          {"firstlogin", user.firstlogin},
+          {"mayWrite", MayWrite(token)},
+          {"mayAdminister", SdkKitAccounts_May(token.c_str(), "/sim/users", "GET") == 0}};
+}
+
+json SessionsBody(const std::string& token) {
+  std::vector<SdkKitSession> sessions(kMostSessions);
+  std::size_t count = sessions.size();
+  sessions[0].size = sizeof sessions[0];
+  if (SdkKitAccounts_Sessions(token.c_str(), sessions.data(), &count) != 0) count = 0;
+  sessions.resize(std::min(count, sessions.size()));
+  json list = json::array();
+  for (const SdkKitSession& session : sessions) {
+    list.push_back({{"id", session.id},
+                    {"name", session.name},
+                    {"role", session.role},
+                    {"address", session.address},
+                    {"age", session.ageSeconds},
+                    {"idle", session.idleSeconds},
+                    {"webSockets", session.webSockets},
+                    {"own", session.own == 1}});
+  }
+  return {{"sessions", list}};
+}
+
+int ServeMe(mg_connection* conn, CustomReqInfo* request) {
+  return Guarded([&] {
+    if (request->method != kGet) return AnswerError(conn, 405, "method not allowed");
+    return Answer(conn, 200, MeBody(TokenOf(conn)));
+  });
+}
+
+int EndSession(mg_connection* conn, const CustomReqInfo& request) {
+  const json body = BodyOf(request);
+  if (!body.is_object() || !body.value("end", json()).is_number_unsigned())
+    return AnswerError(conn, 400, "bad body");
+  if (SdkKitAccounts_EndSession(TokenOf(conn).c_str(), body["end"]) != 0)
+    return AnswerError(conn, 404, "no such session");
+  return Answer(conn, 200, json::object());
+}
+
+int ServeSessions(mg_connection* conn, CustomReqInfo* request) {
+  return Guarded([&] {
+    if (request->method == kPost) return EndSession(conn, *request);
+    if (request->method != kGet) return AnswerError(conn, 405, "method not allowed");
+    return Answer(conn, 200, SessionsBody(TokenOf(conn)));
+  });
+}
+
+int ServeUsers(mg_connection* conn, CustomReqInfo* request) {
+  return Guarded([&] {
+    if (request->method != kGet) return AnswerError(conn, 405, "method not allowed");
+    return Answer(conn, 200, UsersBody());
+  });
+}
+
+}  // namespace
+
+void RegisterAccountRoutes() {
+  SdkKitAccounts_Get_Post_Add("/sim/me$", ServeMe);
+  SdkKitAccounts_Get_Post_Add("/sim/sessions$", ServeSessions);
+  SdkKitAccounts_Get_Post_Add("/sim/users$", ServeUsers);
+}
+
+}  // namespace sim
