@@ -1,0 +1,338 @@
+#!/usr/bin/python3
+"""Attacks on logins, passwords and rights of the simulated device, each of which leaves it as it was.
+
+usage: attack_accounts_test.py SIMULATOR [REGEX]
+"""
+import base64
+import json
+import os
+import pathlib
+import re
+import socket
+import struct
+import sys
+import threading
+import time
+
+from device import Device, Reply, form, request
+
+GOOD, OTHER = "Correct-Horse-7", "Other-Horse-8"
+PATIENCE = 30  # seconds
+
+
+def ask(device, method, path, token="", members=None, headers=None, source="127.0.0.1"):
+    body = None if members is None else json.dumps(members).encode()
+    raw = request(method, path, token, body, "application/json", headers)
+    reply = b""
+    with socket.create_connection(("127.0.0.1", device.port), PATIENCE, (source, 0)) as client:
+        client.sendall(raw)
+        while piece := client.recv(65536):
+            reply += piece
+    return Reply(reply)
+
+
+def try_login(device, name="admin", password=GOOD, source="127.0.0.1"):
+    return json.loads(ask(device, "post", "/api/v1/auth/login", members={"username": name, "password": password}, source=source).content())
+
+
+def log_in(device, name="admin", password=GOOD, source="127.0.0.1"):
+    answer = try_login(device, name, password, source)
+    assert answer["code"] == 0, answer
+    return answer["token"]
+
+
+def code(device, path, token, **members):
+    return json.loads(ask(device, "post", path, token, members).content())["code"]
+
+
+def status(device, path, token, **options):
+    return ask(device, "get", path, token, **options).status
+
+
+def add_user(device, admin, name, role):
+    """A user with a password of the own choice."""
+    assert code(device, "/createuser", admin, username=name, password=OTHER, role=role) == 0
+    token = log_in(device, name, OTHER)
+    assert code(device, "/change/password", token, username=name, oldpassword=OTHER, newpassword=GOOD) == 0
+    assert ask(device, "post", "/logout", token).status == 200
+
+
+def log_text(device):
+    return (pathlib.Path(device.folder.name) / "log" / "device.log").read_text()
+
+
+class Channel:
+    """A WebSocket that reads whole frames."""
+
+    def __init__(self, device, token, headers=""):
+        self.raw = socket.create_connection(("127.0.0.1", device.port), PATIENCE)
+        key = base64.b64encode(os.urandom(16)).decode()
+        self.raw.sendall((f"GET /ws HTTP/1.1\r\nHost: 127.0.0.1:{device.port}\r\nUpgrade: websocket\r\nConnection: Upgrade\r\n"
+                          f"Sec-WebSocket-Key: {key}\r\nSec-WebSocket-Version: 13\r\nSec-WebSocket-Protocol: {token}\r\n{headers}\r\n").encode())
+        self.head = b""
+        while not self.head.endswith(b"\r\n\r\n") and (byte := self.raw.recv(1)):
+            self.head += byte
+
+    def read(self, size):
+        data = b""
+        while len(data) < size and (piece := self.raw.recv(size - len(data))):
+            data += piece
+        return data
+
+    def frame(self):
+        head = self.read(2)
+        if len(head) < 2:
+            return None
+        length = head[1] & 127
+        if length == 126:
+            length = struct.unpack(">H", self.read(2))[0]
+        elif length == 127:
+            length = struct.unpack(">Q", self.read(8))[0]
+        return head[0] & 15, self.read(length)
+
+    def end(self):
+        """The close frame's reason; nothing when the connection ended without one."""
+        while frame := self.frame():
+            if frame[0] == 8:
+                return struct.unpack(">H", frame[1][:2])[0], frame[1][2:].decode()
+        return None
+
+    def close(self):
+        self.raw.close()
+
+
+def many_viewer_logins(device):
+    admin = log_in(device)
+    add_user(device, admin, "eve", 3)
+    for _ in range(260):
+        log_in(device, "eve")
+    assert status(device, "/sim/units", admin) == 200, "the administrator was thrown out"
+    sessions = json.loads(ask(device, "get", "/sim/sessions", admin).content())["sessions"]
+    assert len(sessions) == 5, sessions
+
+
+def logins_without_log_out(device):
+    tokens = [log_in(device) for _ in range(40)]
+    assert status(device, "/sim/units", tokens[-1]) == 200 and status(device, "/sim/units", tokens[0]) == 401
+
+
+def all_places_taken(device):
+    admin = log_in(device)
+    for number in range(17):
+        add_user(device, admin, f"viewer{number}", 3)
+    ask(device, "post", "/logout", admin)
+    for number in range(16):
+        log_in(device, f"viewer{number}")
+    refused = try_login(device, "viewer16")
+    assert refused["code"] == 2 and refused["lockTime"] > 0, refused
+    assert status(device, "/sim/users", log_in(device)) == 200
+
+
+def deleted_user_goes_on(device):
+    admin = log_in(device)
+    add_user(device, admin, "eve", 3)
+    eve = log_in(device, "eve")
+    channel = Channel(device, eve)
+    assert code(device, "/deleteuser", admin, username="eve") == 0
+    for path in ("/sim/units", "/log", "/download/custom", "/sim/picture/logo", "/sim/download", "/sim/files"):
+        assert status(device, path, eve) == 401, path
+    assert channel.end() == (1008, "login ended")
+
+
+def restored_users_go_on(device):
+    admin = log_in(device)
+    add_user(device, admin, "eve", 3)
+    eve, channel = log_in(device, "eve"), Channel(device, admin)
+    assert ask(device, "post", "/custom_restore", admin).status == 200
+    assert channel.end() == (1008, "login ended")
+    for token in (admin, eve):
+        assert status(device, "/log", token) == 401
+    assert try_login(device, "eve")["code"] == 1
+
+
+def old_token_after_password_change(device):
+    own, stolen = log_in(device), log_in(device)
+    channel = Channel(device, stolen)
+    assert code(device, "/change/password", own, username="admin", oldpassword=GOOD, newpassword=OTHER) == 0
+    assert (status(device, "/log", own), status(device, "/log", stolen)) == (200, 401)
+    assert channel.end() == (1008, "login ended")
+
+
+def parallel_guesses(device):
+    codes = []
+    threads = [threading.Thread(target=lambda: codes.append(try_login(device, "admin", "guess")["code"])) for _ in range(46)]
+    for thread in threads:
+        thread.start()
+    for thread in threads:
+        thread.join()
+    assert sorted(codes) == [1] * 5 + [2] * 41, codes
+    assert try_login(device, "admin", GOOD)["code"] == 2, "the right password told itself"
+
+
+def locking_the_administrator_out(device):
+    for _ in range(8):
+        try_login(device, "admin", "guess", "127.0.0.9")
+    assert try_login(device, "admin", GOOD, "127.0.0.9")["code"] == 2
+    assert status(device, "/sim/users", log_in(device)) == 200
+
+
+def old_password_guesses(device):
+    admin = log_in(device)
+    add_user(device, admin, "eve", 3)
+    stolen = log_in(device, "eve")
+    change = {"username": "eve", "oldpassword": "guess", "newpassword": OTHER}
+    assert [code(device, "/change/password", stolen, **change) for _ in range(6)] == [1] * 5 + [8]
+    assert try_login(device, "eve")["code"] == 2
+
+
+def guessed_names(device):
+    """Made-up names take no room from real ones, and wait as they do."""
+    for number in range(4):
+        try_login(device, "admin", "guess", "127.0.0.9")
+    for number in range(60):
+        try_login(device, f"name{number}", "guess", f"127.0.1.{number}")
+    try_login(device, "admin", "guess", "127.0.0.9")
+    assert try_login(device, "admin", GOOD, "127.0.0.9")["code"] == 2
+    codes = [try_login(device, f"other{number}", "guess", "127.0.0.10")["code"] for number in range(21)]
+    assert codes == [1] * 20 + [2], codes
+
+
+def log_forging(device):
+    name = "x\r\n2026-01-01 00:00:00.000 I audit accounts: adm"
+    try_login(device, name[:31], "guess")
+    try_login(device, "admin\n", "guess")
+    ask(device, "get", "/sim/units", "token\x1b[31m")
+    lines = log_text(device).splitlines()
+    assert not any(line.startswith("2026-01-01 00:00:00.000") for line in lines)
+
+
+def secrets_in_the_log(device):
+    token = log_in(device)
+    assert code(device, "/change/password", token, username="admin", oldpassword=GOOD, newpassword=OTHER) == 0
+    text = log_text(device)
+    assert GOOD not in text and OTHER not in text and token not in text
+
+
+def rights_of_a_viewer(device):
+    admin = log_in(device)
+    add_user(device, admin, "eve", 3)
+    eve = log_in(device, "eve")
+    before = ask(device, "get", "/sim/units", admin).content()
+    for method, path, members in (
+            ("post", "/createuser", {"username": "mal", "password": GOOD, "role": 1}), ("post", "/deleteuser", {"username": "admin"}),
+            ("post", "/change/password", {"username": "admin", "oldpassword": GOOD, "newpassword": OTHER}),
+            ("get", "/custom_restore", None), ("post", "/custom_restore", {}), ("get", "/specifypriv?hostname=RX01&file=a.png", None),
+            ("get", "/delete_priv?file=a.png", None), ("post", "/sim/units/TX01", {"online": False}), ("get", "/sim/users", None)):
+        assert ask(device, method, path, eve, members).status == 401, path
+    body, kind = form(b"content")
+    for path in ("/upload/logo", "/upload/sub/upgrade", "/upload/sub/upgrade/anything", "/upload/sub/logo/anything", "/upload/setting",
+                 "/api/v1/settings/import", "/api/v1/fw_upload", "/api/v1/security/https_setting", "/upload/security", "/sim/upload"):
+        assert Reply(device.exchange(request("post", path, eve, body, kind))).status == 401, path
+    port = {"Port": "no number"}
+    reply = Reply(device.exchange(request("post", "/api/v1/security/ieee802_1x_setting", eve, body, kind, port)))
+    assert reply.status == 401, "the port was judged before the right"
+    assert ask(device, "get", "/sim/units", admin).content() == before
+    assert "refused POST /createuser$ to eve from 127.0.0.1: the role has no right to it" in log_text(device)
+
+
+def ending_others_sessions(device):
+    admin = log_in(device)
+    add_user(device, admin, "eve", 3)
+    eve = log_in(device, "eve")
+    sessions = json.loads(ask(device, "get", "/sim/sessions", admin).content())["sessions"]
+    other = next(session["id"] for session in sessions if session["name"] == "admin")
+    assert [session["name"] for session in json.loads(ask(device, "get", "/sim/sessions", eve).content())["sessions"]] == ["eve"]
+    assert ask(device, "post", "/sim/sessions", eve, {"end": other}).status == 404
+    assert status(device, "/sim/units", admin) == 200
+    own = next(session["id"] for session in sessions if session["name"] == "eve")
+    assert ask(device, "post", "/sim/sessions", admin, {"end": own}).status == 200
+    assert status(device, "/sim/units", eve) == 401
+
+
+def odd_session_requests(device):
+    admin = log_in(device)
+    deep = b'{"end":' + b"[" * 100000
+    for body in (b"", b"{", b"[]", b'{"end":-1}', b'{"end":1.5}', b'{"end":"1"}', b'{"end":99999999999999999999}', deep):
+        reply = Reply(device.exchange(request("post", "/sim/sessions", admin, body, "application/json")))
+        assert reply.status == 400, body[:40]
+    assert ask(device, "put", "/sim/sessions", admin, {}).status == 405
+
+
+def hidden_idle_login(device):
+    """A channel that says nothing does not keep its login, and leaves no ghost among the clients."""
+    channel = Channel(device, log_in(device))
+    assert channel.end() == (1008, "login ended")
+    deadline = time.monotonic() + PATIENCE
+    while True:
+        clients = json.loads(ask(device, "get", "/sim/status", log_in(device)).content())["clients"]
+        if clients == 0:
+            return
+        assert time.monotonic() < deadline, clients
+
+
+def first_password(device):
+    answer = try_login(device, "admin", "admin")
+    assert answer["firstlogin"] == 1, answer
+    token = answer["token"]
+    for path in ("/sim/units", "/getTxRxList", "/log", "/sim/users", "/download/edid", "/api/v1/settings/export"):
+        assert status(device, path, token) in (401, 404), path
+    body, kind = form(b"content")
+    assert Reply(device.exchange(request("post", "/upload/logo", token, body, kind))).status == 401
+    assert (status(device, "/dev_info", token), status(device, "/sim/me", token)) == (200, 200)
+    assert Channel(device, token).end() == (1008, "not authorised")
+    token = log_in(device, "admin", "admin")
+    assert code(device, "/change/password", token, username="admin", oldpassword="admin", newpassword="admin") == 2
+    assert code(device, "/change/password", token, username="admin", oldpassword="admin", newpassword=GOOD) == 0
+    assert status(device, "/sim/units", token) == 200
+
+
+def foreign_pages(device):
+    """Without authentication a page of somebody else's changes nothing, restores nothing, and hears nothing."""
+    evil = {"Origin": "http://evil.example"}
+    before = ask(device, "get", "/sim/units").content()
+    for path, members in (("/sim/units/TX01", {"online": False}), ("/createuser", {"username": "mal", "password": GOOD, "role": 1}),
+                          ("/custom_restore", {})):
+        assert ask(device, "post", path, members=members, headers=evil).status == 401, path
+    body, kind = form(b"content")
+    for path in ("/upload/logo", "/api/v1/settings/import", "/sim/upload"):
+        assert Reply(device.exchange(request("post", path, "", body, kind, evil))).status == 401, path
+    assert status(device, "/custom_restore", "") == 401, "a GET restored"
+    assert status(device, "/delete_priv?file=a.png", "", headers={"Sec-Fetch-Site": "cross-site"}) == 401
+    assert Channel(device, "any", "Origin: http://evil.example\r\n").end() == (1008, "not authorised")
+    assert ask(device, "get", "/sim/units").content() == before
+    own = {"Origin": f"http://127.0.0.1:{device.port}", "Host": f"127.0.0.1:{device.port}"}
+    raw = request("post", "/sim/units/TX01", "", b'{"online":true}', "application/json", own).replace(b"Host: device\r\n", b"")
+    assert Reply(device.exchange(raw)).status == 200
+
+
+def names_and_passwords_of_any_kind(device):
+    admin = log_in(device)
+    for name in ("", " ", "a b", "../x", "x" * 400, "ä", "'; DROP TABLE users; --", "<b>"):
+        answer = code(device, "/createuser", admin, username=name, password=GOOD, role=2)
+        assert answer == (6 if name != "x" * 400 else answer), (name, answer)
+    for role in (0, 4, -1, 31, 32, 33, 4294967297, "1"):
+        assert code(device, "/createuser", admin, username="mal", password=GOOD, role=role) in (7,), role
+    users = json.loads(ask(device, "get", "/sim/users", admin).content())["users"]
+    assert {user["name"] for user in users} <= {"admin", "x" * 31}, users
+
+
+ATTACKS = {
+    many_viewer_logins: (), logins_without_log_out: (), all_places_taken: (), deleted_user_goes_on: (), restored_users_go_on: (),
+    old_token_after_password_change: (), parallel_guesses: (), locking_the_administrator_out: (), old_password_guesses: (),
+    guessed_names: (), log_forging: (), secrets_in_the_log: (), rights_of_a_viewer: (), ending_others_sessions: (),
+    odd_session_requests: (), hidden_idle_login: ("--idle-timeout", "1"), first_password: None, foreign_pages: ("--no-auth",),
+    names_and_passwords_of_any_kind: (),
+}
+
+
+def main():
+    chosen = re.compile(sys.argv[2] if len(sys.argv) > 2 else "")
+    for attack, options in ATTACKS.items():
+        if not chosen.search(attack.__name__):
+            continue
+        with Device(sys.argv[1], *(options or ()), first_password=GOOD if options is not None else None) as device:
+            attack(device)
+        print(f"held: {attack.__name__.replace('_', ' ')}", flush=True)
+
+
+main()
