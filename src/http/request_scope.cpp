@@ -49,6 +49,7 @@ const char* SentPath(const mg_connection* conn) {
 }
 
 int BeginRequest(mg_connection* conn) {
+  AwaitRoutes();
   t_request = conn;
   return 0;
 }

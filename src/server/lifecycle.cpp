@@ -5,6 +5,7 @@
 #include <openssl/err.h>
 #include <openssl/ssl.h>
 
+#include <atomic>
 #include <cstdio>
 #include <cstring>
 
@@ -40,6 +41,7 @@ struct RunState {
   mg_context* context GUARDED_BY(mutex) = nullptr;
   int64_t since GUARDED_BY(mutex) = 0;  // on the monotonic clock, in milliseconds
   int registrations GUARDED_BY(mutex) = 0;
+  std::atomic<bool> starting{false};  // whether the phase is kStarting, for requests to look at
 };
 constinit RunState runState;
 
@@ -71,6 +73,7 @@ void WaitWhile(Phase phase) REQUIRES(runState.mutex) {
 void Enter(Phase phase) EXCLUDES(runState.mutex) {
   const ScopedLock lock(runState.mutex);
   runState.phase = phase;
+  runState.starting = phase == Phase::kStarting;
   runState.since = MonotonicMilliseconds();
   runState.changed.WakeAll();
 }
@@ -84,6 +87,7 @@ bool BeginStart() EXCLUDES(runState.mutex) {
   const ScopedLock lock(runState.mutex);
   if (runState.phase != Phase::kStopped && runState.phase != Phase::kFailed) return false;
   runState.phase = Phase::kStarting;
+  runState.starting = true;
   return true;
 }
 
@@ -167,6 +171,12 @@ bool RegisterRoute(const char* uri, RequestHandler handler, void* cbdata) {
 uint64_t UptimeSeconds() {
   const ScopedLock lock(runState.mutex);
   return runState.phase == Phase::kRunning ? SecondsBetween(runState.since, MonotonicMilliseconds()) : 0;
+}
+
+void AwaitRoutes() {
+  if (!runState.starting.load(std::memory_order_acquire)) return;
+  const ScopedLock lock(runState.mutex);
+  WaitWhile(Phase::kStarting);
 }
 
 bool ServerIsStopped() {

@@ -26,6 +26,10 @@ bool RegisterRoute(const char* uri, RequestHandler handler, void* cbdata);
 // Starts the web server with its routes and its WebSocket endpoint. Returns 0 or -1.
 int CivetWebServerTask(const char** options, char* certPassword, const char* websocketUrl);
 
+// The web server listens before it knows the routes: waits until the start is over, which nothing can hold up
+// from then on.
+void AwaitRoutes();
+
 // Since the server was started; 0 while none runs.
 uint64_t UptimeSeconds();
 

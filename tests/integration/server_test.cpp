@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <deque>
 #include <fstream>
+#include <future>
 #include <thread>
 
 #include "certificate.h"
@@ -190,6 +191,31 @@ TEST_F(StartTest, ServesPlainHttpOnlyWhenNoTlsPortIsSet) {
   ASSERT_TRUE(client.Send("GET /nowhere HTTP/1.1\r\nHost: a\r\nConnection: close\r\n\r\n"));
   EXPECT_TRUE(client.ReadToEnd().starts_with("HTTP/1.1 404 Not Found\r\n"));
   SdkAPISer_Stop(nullptr);
+  ExpectThatItCanStart();
+}
+
+// What the first client of a server that is just starting reads.
+std::string FirstAnswer(int port) {
+  for (;;) {
+    Connection client(port, false);
+    if (!client.connected()) continue;
+    client.Send("GET /dev_info HTTP/1.1\r\nHost: a\r\nConnection: close\r\n\r\n");
+    return client.ReadToEnd();
+  }
+}
+
+TEST_F(StartTest, TheFirstClientFindsAllRoutes) {
+  const SdkAPISerHandle table = TestHost::Table();
+  SdkAPISer_AuthenticationSwitch_Set(1);
+  for (int i = 0; i < 20; ++i) {
+    const int port = FreePort();
+    SdkAPISer_Port_Set(port, 0);
+    SdkAPISer_Init();
+    std::future<std::string> first = std::async(std::launch::async, FirstAnswer, port);
+    EXPECT_EQ(SdkAPISer_Start(&table), 0);
+    EXPECT_TRUE(first.get().starts_with("HTTP/1.1 401 Unauthorized\r\n"));
+    SdkAPISer_Stop(nullptr);
+  }
   ExpectThatItCanStart();
 }
 

@@ -257,6 +257,20 @@ TEST_F(LifecycleTest, DuringAStopNothingIsRegisteredOrStartedAndASecondStopWaits
   EXPECT_EQ(SdkAPISer_Start(&table_), 0);
 }
 
+TEST_F(LifecycleTest, ARequestThatComesDuringTheStartWaitsForTheRoutes) {
+  std::future<size_t> request;
+  Server().onStart = [&] {
+    request = std::async(std::launch::async, [] {
+      Server().callbacks.begin_request(nullptr);
+      return Server().routes.size();
+    });
+    request.wait_for(std::chrono::milliseconds(100));  // one that does not wait is back by now
+  };
+  EXPECT_EQ(SdkAPISer_Start(&table_), 0);
+  EXPECT_EQ(request.get(), Server().routes.size());
+  Server().callbacks.end_request(nullptr, 200);
+}
+
 TEST_F(LifecycleTest, StartsAgainAfterAStop) {
   for (int round = 1; round <= 3; ++round) {
     EXPECT_EQ(SdkAPISer_Start(&table_), 0);
