@@ -60,7 +60,7 @@ typedef struct SdkKitUploadRow {
   uint64_t mostBytes; /**< of the file; 0 = 1048576. */
   uint64_t leastBytes;           /**< of the file. */
   uint32_t mostFiles;            /**< in a folder; 0 = 100. Replacing one is always possible. */
-  int32_t download;              /**< a @ref SdkKitDownload: the slot that gives it back. */
+  int32_t download;              /**< of @ref SdkKitDownload the slot that gives it back. */
   const char* downloadRoute;     /**< a custom route that gives it back; NULL: none. */
   const char* downloadName;      /**< the name that a downloading client sees; NULL: the file's own. A picture
                                     without a suffix gets that of its content. */
