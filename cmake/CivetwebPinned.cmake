@@ -49,13 +49,19 @@ set_target_properties(civetweb PROPERTIES OUTPUT_NAME sdkapi-civetweb VERSION ${
 add_library(sdkapi_civetweb_headers INTERFACE)
 target_include_directories(sdkapi_civetweb_headers INTERFACE ${SDKAPI_CIVETWEB_TREE}/include)
 
-install(TARGETS civetweb EXPORT sdkapi LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}/sdkapi COMPONENT runtime NAMELINK_SKIP)
+# Away from other libraries, or, where no host shall need a search path of its own, among them.
+set(SDKAPI_CIVETWEB_LIBDIR ${CMAKE_INSTALL_LIBDIR}/sdkapi CACHE STRING "Folder below the prefix for the built CivetWeb")
+install(TARGETS civetweb EXPORT sdkapi LIBRARY DESTINATION ${SDKAPI_CIVETWEB_LIBDIR} COMPONENT runtime NAMELINK_SKIP)
 install(FILES ${SDKAPI_CIVETWEB_TREE}/include/civetweb.h
         DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/sdkapi/civetweb COMPONENT development)
 
-# A host that calls the web server itself looks for it in the private folder, wherever the tree was moved.
-target_link_options(civetweb INTERFACE $<INSTALL_INTERFACE:-Wl,-rpath,$<INSTALL_PREFIX>/${CMAKE_INSTALL_LIBDIR}/sdkapi>)
-# The way through pkgconfig/.. serves a moved tree, the other one a device without development files.
-string(CONCAT SDKAPI_PC_LIBS "-L\${libdir}/sdkapi -l:libsdkapi-civetweb.so.1 -Wl,-rpath,\${libdir}/sdkapi "
-                             "-Wl,-rpath,${CMAKE_INSTALL_FULL_LIBDIR}/sdkapi")
 set(SDKAPI_PC_CFLAGS -I\${includedir}/sdkapi/civetweb)
+set(SDKAPI_PC_LIBS -l:libsdkapi-civetweb.so.1)
+if(NOT SDKAPI_CIVETWEB_LIBDIR STREQUAL CMAKE_INSTALL_LIBDIR)
+  set(SDKAPI_RPATH "$ORIGIN" "$ORIGIN/sdkapi")
+  # A host that calls the web server itself looks for it in the private folder, wherever the tree was moved.
+  target_link_options(civetweb INTERFACE $<INSTALL_INTERFACE:-Wl,-rpath,$<INSTALL_PREFIX>/${SDKAPI_CIVETWEB_LIBDIR}>)
+  # The way through pkgconfig/.. serves a moved tree, the other one a device without development files.
+  string(CONCAT SDKAPI_PC_LIBS "-L\${libdir}/sdkapi -l:libsdkapi-civetweb.so.1 -Wl,-rpath,\${libdir}/sdkapi "
+                               "-Wl,-rpath,${CMAKE_INSTALL_FULL_LIBDIR}/sdkapi")
+endif()

@@ -6,6 +6,13 @@ install(DIRECTORY ${PROJECT_SOURCE_DIR}/include/sdkapi DESTINATION ${CMAKE_INSTA
 
 # The way from the library folder up to the prefix, so that an installed tree can be moved.
 string(REGEX REPLACE "[^/]+" ".." libdirUp ${CMAKE_INSTALL_LIBDIR})
+# A tree of the system's stays where it is, and can be a part of a sysroot.
+set(SDKAPI_PC_PREFIX "\${pcfiledir}/../${libdirUp}")
+set(SDKAPI_PC_LIBDIR "\${pcfiledir}/..")
+if(CMAKE_INSTALL_PREFIX STREQUAL "/usr")
+  set(SDKAPI_PC_PREFIX /usr)
+  set(SDKAPI_PC_LIBDIR "\${prefix}/${CMAKE_INSTALL_LIBDIR}")
+endif()
 configure_file(cmake/sdkapi.pc.in sdkapi.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/sdkapi.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)
 

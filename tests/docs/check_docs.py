@@ -132,9 +132,9 @@ def comments():
 
 def licence():
     """The repository and its packages state the same terms."""
-    terms = re.search(r"License: sdkapi\n(.*?)\n\n", (ROOT / "packaging/copyright").read_text(), re.S).group(1)
+    terms = re.search(r"License: sdkapi\n(.*?)\n\n", (ROOT / "packaging/debian/copyright").read_text(), re.S).group(1)
     if terms.split() != (ROOT / "LICENSE").read_text().partition("\n\n")[2].split():
-        yield "LICENSE: other terms than packaging/copyright"
+        yield "LICENSE: other terms than packaging/debian/copyright"
 
 
 def log_lines():

@@ -23,8 +23,9 @@ graph = {entry["ref"]: entry["dependsOn"] for entry in bill["dependencies"]}
 assert set(graph) <= set(references) and all(set(needed) <= set(references) for needed in graph.values())
 names = {part["name"] for part in parts}
 assert {"civetweb", "libcjson1", "libssl3", "libc6", "libsqlite3-0", "libsodium23"} <= names, names
-packages = {path.name.partition("_")[0]: path for path in folder.glob("*.deb")}
-assert set(packages) == {"libsdkapi1", "libsdkapi-dev", "sdkapi-simulator", "sdkapi-tools"} and set(packages) <= names
+packages = {path.name.partition("_")[0]: path for path in folder.glob("*.deb") if "-dbgsym_" not in path.name}
+built = {"libsdkapi1", "libsdkapi-dev", "libsdkapi-kit1", "libsdkapi-kit-dev", "sdkapi-simulator", "sdkapi-tools"}
+assert set(packages) == built <= names, packages
 for part in parts:
     if part["name"] in packages:
         assert part["hashes"] == [{"alg": "SHA-256", "content": hashlib.sha256(packages[part["name"]].read_bytes()).hexdigest()}]
