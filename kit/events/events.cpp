@@ -26,14 +26,13 @@ int TakeMessage(uint64_t id, const char* token, int /*frame*/, const char* data,
       kLog, [&] { return Events::The().Command(id, token, data, length), 0; }, 0);
 }
 
-int RefuseBinary(uint64_t id, const char* /*token*/, const void* /*data*/, std::size_t /*length*/) {
-  constexpr int kUnsupported = 1003;
-  SdkAPIExt_WebSocket_Close(id, kUnsupported, "texts only");
+// Commands are texts. As without the kit, a binary message ends nothing.
+int IgnoreBinary(uint64_t /*id*/, const char* /*token*/, const void* /*data*/, std::size_t /*length*/) {
   return 0;
 }
 
 void TakeWebSockets(const SdkKitEventsOptions& options) {
-  const SdkAPIExtWebSocketSlots slots{sizeof slots, 0, TakeMessage, RefuseBinary};
+  const SdkAPIExtWebSocketSlots slots{sizeof slots, 0, TakeMessage, IgnoreBinary};
   SdkAPIExtWebSocketLimits limits{};
   limits.size = sizeof limits;
   limits.mostQueuedFrames = kBytesInATurn;  // the bytes are counted here

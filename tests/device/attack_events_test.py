@@ -97,7 +97,7 @@ def text_that_is_too_long(device, name):
 def bytes_in_place_of_text(device, name):
     channel = Channel(device, name)
     send_all(channel, frame(b"\0\1\2", BINARY))
-    channel.wait_for_close(1003)
+    expect_alive(channel, name)
     return [channel]
 
 
