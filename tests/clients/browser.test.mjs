@@ -56,7 +56,7 @@ const withoutWorkers = (person) => person.context.addInitScript(() => delete glo
 for (const scheme of ['http', 'https']) {
   describe(`with a login over ${scheme}`, () => {
     let device;
-    before(async () => (device = await Simulator.start(scheme)));
+    before(async () => (device = await Simulator.start(scheme, '--first-password', 'admin')));
     after(async () => assert.equal(await device?.remove(), 0));
     const flowHere = (name, action) => flow(name, () => device, action);
 

@@ -22,7 +22,7 @@ const fails = (action, kind, status) => assert.rejects(action, (error) => {
 describe('requests', () => {
   let simulator;
   let device;
-  before(async () => (simulator = await Simulator.start('http')));
+  before(async () => (simulator = await Simulator.start('http', '--first-password', 'admin')));
   after(async () => assert.equal(await simulator?.remove(), 0));
   beforeEach(() => (device = new Device({ base: `${simulator.url}/` })));
 
@@ -127,7 +127,7 @@ describe('the event channel', () => {
     return { device, channel, states, messages };
   };
   const withDevice = (name, options, action) => test(name, { timeout: 60000 }, async () => {
-    const simulator = await Simulator.start('http', ...options);
+    const simulator = await Simulator.start('http', '--first-password', 'admin', ...options);
     try {
       await action(simulator);
     } finally {
@@ -189,7 +189,7 @@ describe('the event channel', () => {
 });
 
 test('a log-in that comes while a login ends is kept', { timeout: 60000 }, async () => {
-  const simulator = await Simulator.start('http');
+  const simulator = await Simulator.start('http', '--first-password', 'admin');
   const place = { name: 'a hub of the test', base: simulator.url, path: '/ws' };
   const hub = new Hub(place);
   const tab = new BroadcastChannel(place.name);

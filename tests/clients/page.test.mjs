@@ -94,7 +94,7 @@ const end = (server) => new Promise((resolve) => (server.close(resolve), server.
 for (const scheme of ['http', 'https']) {
   describe(`a device over ${scheme}`, () => {
     let device;
-    before(async () => (device = await Simulator.start(scheme)));
+    before(async () => (device = await Simulator.start(scheme, '--first-password', 'admin')));
     after(async () => assert.equal(await device?.remove(), 0));
 
     test('serves the page itself', () => asPerson(device.url, (person) => useIt(person, `${device.url}/`, device)));
@@ -166,7 +166,7 @@ test('a page of another origin works with the recipe', { skip: process.env.SDKAP
   const server = makeProxy({ device: 'http://127.0.0.1:1', folder: pages });
   const url = await listen(server);
   Object.assign(process.env, { LD_PRELOAD: process.env.SDKAPI_CROSS_ORIGIN, SDKAPI_TEST_ORIGIN: url });
-  const device = await Simulator.start('http');
+  const device = await Simulator.start('http', '--first-password', 'admin');
   delete process.env.LD_PRELOAD;
   const recipe = /```js\n(const connection = .*?)\n```/s.exec(await readFile(place('docs/client.md'), 'utf8'))[1];
   const foreign = printed.replace('const connection = new Connection();', recipe.replace('https://device.local:8443', device.url))

@@ -168,6 +168,16 @@ def check_without_logins(program, tls):
         assert line.value("events", "-n", "1")["type"] == "hello"
 
 
+def check_first_password(program, tls):
+    """A new device says what comes first."""
+    with Device(program, tls=tls, first_password=None) as device, CommandLine(url_of(device)) as line:
+        told = line.run("login", "--password-stdin", typed="admin\n")
+        assert told.returncode == 0 and "sdkapi users password" in told.stderr, told
+        line.fails(3, "lacks the right", "units")
+        line.ok("users", "password", "--password-stdin", typed=f"admin\n{PASSWORD}\n")
+        assert len(line.value("units")) == 8
+
+
 def check_unreachable(line):
     port = free_port()
     line.fails(4, "no connection", "info", "--device", f"http://127.0.0.1:{port}")
@@ -208,6 +218,7 @@ def main():
             check_trust(program, device, line)
         check_unreachable(line)
     check_without_logins(program, tls)
+    check_first_password(program, tls)
     print("all commands as their help says")
 
 
