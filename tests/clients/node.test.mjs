@@ -188,29 +188,50 @@ describe('the event channel', () => {
   }
 });
 
-test('a log-in that comes while a login ends is kept', { timeout: 60000 }, async () => {
-  const simulator = await Simulator.start('http', '--first-password', 'admin');
-  const place = { name: 'a hub of the test', base: simulator.url, path: '/ws' };
-  const hub = new Hub(place);
-  const tab = new BroadcastChannel(place.name);
-  const told = new EventTarget();
-  tab.onmessage = ({ data }) => data.session && told.dispatchEvent(new CustomEvent('session', { detail: data.session }));
-  const sessions = listen(told, 'session');
-  const post = (message) => tab.postMessage({ to: 'hub', from: 'tab', ...message });
-  post({ do: 'hello', with: null, events: false });
-  await sessions.wait('a session', ({ required }) => required);
-  post({ do: 'login', with: { token: 'old', user: 'admin' } });
-  post({ do: 'ended', with: 'old' });
-  post({ do: 'login', with: { token: 'new', user: 'admin' } });
-  await sessions.wait('the new login', ({ token }) => token === 'new');
-  // The device's answer to the hub's question for the old one is behind this one.
-  await new Device({ base: simulator.url }).loginRequired();
-  post({ do: 'amend', with: { firstlogin: 0 } });
-  const last = await sessions.wait('the last word', ({ firstlogin }) => firstlogin === 0);
-  assert.equal(last.token, 'new');
-  hub.close();
-  tab.close();
-  assert.equal(await simulator.remove(), 0);
+describe('the hub of all tabs', () => {
+  let simulator;
+  before(async () => (simulator = await Simulator.start('http', '--first-password', 'admin')));
+  after(async () => assert.equal(await simulator?.remove(), 0));
+
+  /** A hub and a tab that brings the login that it kept. */
+  async function withTab(kept, action) {
+    const place = { name: `hub ${Math.random()}`, base: simulator.url, path: '/ws' };
+    const hub = new Hub(place);
+    const tab = new BroadcastChannel(place.name);
+    const told = new EventTarget();
+    tab.onmessage = ({ data }) => data.session && told.dispatchEvent(new CustomEvent('session', { detail: data.session }));
+    const sessions = listen(told, 'session');
+    const post = (message) => tab.postMessage({ to: 'hub', from: 'tab', ...message });
+    post({ do: 'hello', with: kept, events: false });
+    try {
+      await action({ first: await sessions.wait('a session', ({ required }) => required), sessions, post });
+    } finally {
+      hub.close();
+      tab.close();
+    }
+  }
+
+  for (const stale of [false, true]) {
+    test(`keeps a log-in that comes ${stale ? 'before the refusal of the one before' : 'while another login ends'}`, () => withTab(null, async ({ sessions, post }) => {
+      const steps = [{ do: 'ended', with: 'old' }, { do: 'login', with: { token: 'new', user: 'admin' } }];
+      post({ do: 'login', with: { token: 'old', user: 'admin' } });
+      for (const step of stale ? steps.reverse() : steps) post(step);
+      await sessions.wait('the new login', ({ token }) => token === 'new');
+      // The device has answered what the hub asked for the old one before it answers this.
+      await new Device({ base: simulator.url }).loginRequired();
+      post({ do: 'amend', with: { firstlogin: 0 } });
+      assert.equal((await sessions.wait('the last word', ({ firstlogin }) => firstlogin === 0)).token, 'new');
+    }));
+  }
+
+  test('resumes a login that no socket carried', async () => {
+    const { token } = await new Device({ base: simulator.url }).login('admin', 'admin');
+    await withTab({ required: true, token, user: 'admin' }, ({ first }) => assert.deepEqual(first, { required: true, token, user: 'admin' }));
+    const over = { required: true, reason: 'ended', lastUser: 'admin' };
+    // Its socket is about to end it, although the device may not know that yet.
+    await withTab({ required: true, token, user: 'admin', bound: true }, ({ first }) => assert.deepEqual(first, over));
+    await withTab({ required: true, token: 'of nobody', user: 'admin' }, ({ first }) => assert.deepEqual(first, over));
+  });
 });
 
 test('the state follows the messages and leaves the old one alone', () => {

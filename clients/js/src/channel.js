@@ -143,7 +143,6 @@ export class Channel extends Emitter {
     this.#enter('lost');
     const valid = await this.#device.tokenIsValid().catch(() => null);
     if (valid === null || socket !== this.#socket || Date.now() - this.#heard < this.#silence) return;
-    if (!valid) this.#stop('ended');
     if (this.#device.token && valid) return;
     this.#socket = null;
     socket.close();

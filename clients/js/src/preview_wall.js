@@ -19,7 +19,6 @@ document.addEventListener('visibilitychange', () => arrange());
 
 /** @param {Preview} picture */
 export function join(picture) {
-  picture.rank = ++ranks;
   pictures.add(picture);
   watcher.observe(picture);
 }
