@@ -914,6 +914,47 @@ export interface paths {
         patch?: never;
         trace?: never;
     };
+    "/sim/me": {
+        parameters: {
+            query?: never;
+            header?: never;
+            path?: never;
+            cookie?: never;
+        };
+        /**
+         * Tell who asks, and what that user may do
+         * @description Also for users who have still to change their first password.
+         */
+        get: operations["whoAmI"];
+        put?: never;
+        post?: never;
+        delete?: never;
+        options?: never;
+        head?: never;
+        patch?: never;
+        trace?: never;
+    };
+    "/sim/sessions": {
+        parameters: {
+            query?: never;
+            header?: never;
+            path?: never;
+            cookie?: never;
+        };
+        /**
+         * List the logins
+         * @description The own ones; administrators see all.
+         */
+        get: operations["listSessions"];
+        put?: never;
+        /** End a login */
+        post: operations["endSession"];
+        delete?: never;
+        options?: never;
+        head?: never;
+        patch?: never;
+        trace?: never;
+    };
     "/sim/users": {
         parameters: {
             query?: never;
@@ -1109,6 +1150,26 @@ export interface components {
             clients: number;
             online: number;
             temperature: number;
+        };
+        Me: {
+            name: string;
+            role: number;
+            rolename: string;
+            firstlogin: number;
+            mayWrite: boolean;
+            mayAdminister: boolean;
+        };
+        Sessions: {
+            sessions: {
+                id: number;
+                name: string;
+                role: number;
+                address: string;
+                age: number;
+                idle: number;
+                webSockets: number;
+                own: boolean;
+            }[];
         };
         SimulatedUsers: {
             users: {
@@ -2282,6 +2343,136 @@ export interface operations {
             };
             401: components["responses"]["Unauthorised"];
             405: components["responses"]["MethodNotAllowed"];
+        };
+    };
+    whoAmI: {
+        parameters: {
+            query?: never;
+            header?: never;
+            path?: never;
+            cookie?: never;
+        };
+        requestBody?: never;
+        responses: {
+            /** @description The answer. */
+            200: {
+                headers: {
+                    [name: string]: unknown;
+                };
+                content: {
+                    /**
+                     * @example {
+                     *       "name": "admin",
+                     *       "role": 1,
+                     *       "rolename": "administrator",
+                     *       "firstlogin": 0,
+                     *       "mayWrite": true,
+                     *       "mayAdminister": true
+                     *     }
+                     */
+                    "application/json": components["schemas"]["Me"];
+                };
+            };
+            401: components["responses"]["OwnUnauthorised"];
+            405: components["responses"]["MethodNotAllowed"];
+        };
+    };
+    listSessions: {
+        parameters: {
+            query?: never;
+            header?: never;
+            path?: never;
+            cookie?: never;
+        };
+        requestBody?: never;
+        responses: {
+            /** @description The answer. */
+            200: {
+                headers: {
+                    [name: string]: unknown;
+                };
+                content: {
+                    /**
+                     * @example {
+                     *       "sessions": [
+                     *         {
+                     *           "id": 1,
+                     *           "name": "admin",
+                     *           "role": 1,
+                     *           "address": "192.0.2.7",
+                     *           "age": 20,
+                     *           "idle": 3,
+                     *           "webSockets": 1,
+                     *           "own": true
+                     *         }
+                     *       ]
+                     *     }
+                     */
+                    "application/json": components["schemas"]["Sessions"];
+                };
+            };
+            401: components["responses"]["OwnUnauthorised"];
+        };
+    };
+    endSession: {
+        parameters: {
+            query?: never;
+            header?: never;
+            path?: never;
+            cookie?: never;
+        };
+        requestBody: {
+            content: {
+                /**
+                 * @example {
+                 *       "end": 1
+                 *     }
+                 */
+                "application/json": {
+                    end: number;
+                };
+            };
+        };
+        responses: {
+            /** @description The login has ended, its WebSockets are closing. */
+            200: {
+                headers: {
+                    [name: string]: unknown;
+                };
+                content: {
+                    /** @example {} */
+                    "application/json": Record<string, never>;
+                };
+            };
+            /** @description The body is no such object. */
+            400: {
+                headers: {
+                    [name: string]: unknown;
+                };
+                content: {
+                    /**
+                     * @example {
+                     *       "error": "bad body"
+                     *     }
+                     */
+                    "application/json": components["schemas"]["Error"];
+                };
+            };
+            401: components["responses"]["OwnUnauthorised"];
+            /** @description There is no such login, or it is not for this user to end. */
+            404: {
+                headers: {
+                    [name: string]: unknown;
+                };
+                content: {
+                    /**
+                     * @example {
+                     *       "error": "no such session"
+                     *     }
+                     */
+                    "application/json": components["schemas"]["Error"];
+                };
+            };
         };
     };
     listSimulatedUsers: {
