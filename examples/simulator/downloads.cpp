@@ -14,14 +14,12 @@
 #include "slot_guard.h"
 #include "test_pattern.h"
 #include "units.h"
-#include "upload_checks.h"
+#include "upload_slots.h"
 
 namespace sim {
 namespace {
 
 constexpr int kLogoQuality = 85;
-constexpr const char* kLogoPath = "files/logo";
-constexpr const char* kBuiltInLogo = "export/logo.jpg";
 constexpr const char* kReportPath = "export/custom.txt";
 
 template <typename Info>
@@ -70,21 +68,6 @@ int DownloadCustomFile(const char*, DownloadFileInfo* info) {
   return Guarded([&] {
     if (!ReplaceFile(kReportPath, DeviceReport())) return kRefused;
     return Offer(info, "custom.txt", kReportPath);
-  });
-}
-
-int DownloadScene(const char*, DownloadFileInfo* info) {
-  return Guarded([&] { return Offer(info, "scene.json", "files/scene.json"); });
-}
-
-int DownloadEdid(const char*, DownloadFileInfo* info) {
-  return Guarded([&] { return Offer(info, "edid.bin", "files/edid.bin"); });
-}
-
-int DownloadLogo(const char*, DownloadFileInfo* info) {
-  return Guarded([&] {
-    const std::string path = StatusOf(kLogoPath) ? kLogoPath : kBuiltInLogo;
-    return Offer(info, std::string("logo") + PictureSuffix(path), path);
   });
 }
 

@@ -1,5 +1,6 @@
 // The device's own file routes: a list, thumbnails, and a note that clients leave and fetch.
 #include <sdkapi/kit_accounts.h>
+#include <sdkapi/kit_upload.h>
 
 #include <cstdio>
 #include <nlohmann/json.hpp>
@@ -10,8 +11,6 @@
 #include "media.h"
 #include "replies.h"
 #include "slot_guard.h"
-#include "upload_checks.h"
-#include "upload_registry.h"
 
 namespace sim {
 namespace {
@@ -19,9 +18,6 @@ namespace {
 using nlohmann::json;
 
 constexpr std::string_view kPicturePrefix = "/sim/picture/";
-
-constexpr UploadKind kNote = {0,          "/sim/upload", Access::kWrite, size_t{32} << 20, nullptr,
-                              IsAnything, ReplaceTarget, kNotePath,      nullptr};
 
 json FileList() {
   json files = json::array();
@@ -55,21 +51,13 @@ int OfferPicture(mg_connection* conn, CustomDownloadInfo* info) {
   });
 }
 
-int TakeNote(mg_connection*, UploadCustomCtx* ctx) {
-  return Guarded([&] { return RunUploadStep(kNote, StepOf(*ctx)); });
-}
-
-int OfferNote(mg_connection*, CustomDownloadInfo* info) {
-  return Guarded([&] { return Offer(info, "note", kNotePath); });
-}
-
 }  // namespace
 
 void RegisterFileRoutes() {
   SdkKitAccounts_Get_Post_Add("/sim/files$", ServeFileList);
   SdkKitAccounts_Download_Add("/sim/picture/", OfferPicture);
-  SdkKitAccounts_Upload_Add("/sim/upload$", TakeNote);
-  SdkKitAccounts_Download_Add("/sim/download$", OfferNote);
+  SdkKitAccounts_Upload_Add("/sim/upload$", SdkKitUpload_Custom);
+  SdkKitAccounts_Download_Add("/sim/download$", SdkKitUpload_Custom_Download);
 }
 
 }  // namespace sim

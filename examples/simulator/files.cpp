@@ -15,7 +15,6 @@
 #include <utility>
 
 #include "media.h"
-#include "upload_checks.h"
 
 namespace sim {
 namespace {

@@ -22,7 +22,12 @@ inline constexpr const char* kPrivFiles = "files/priv/";
 inline constexpr size_t kMostPrivPictures = 100;
 inline constexpr const char* kExportDir = "export";
 inline constexpr const char* kTlsDir = "tls";
+
 inline constexpr const char* kNotePath = "files/note";
+
+inline constexpr size_t kPictureLimit = size_t{8} << 20;
+inline constexpr size_t kTextLimit = size_t{1} << 20;
+inline constexpr size_t kEdidLimit = 256;
 
 // One kind of file that the device keeps and lists.
 struct FileKind {

@@ -10,6 +10,7 @@
 #include "preview.h"
 #include "settings_archive.h"
 #include "units.h"
+#include "upload_slots.h"
 
 namespace sim {
 
@@ -20,17 +21,11 @@ SdkAPISerHandle HostTable() {
   table.DeviceStatusCb = WriteUptime;
   table.DownloadLogFileCb = DownloadLog;
   table.DownloadCustomCb = DownloadCustomFile;
-  table.DownloadSceneFileCb = DownloadScene;
   table.GetTxRxListCb = WriteUnitList;
   table.GetPrivJsonCb = PrivilegeList;
   table.SpecifyPrivCb = BindPrivilege;
   table.DeletePrivCb = DeletePrivilege;
-  table.DownloadEdidFileCb = DownloadEdid;
-  table.DownloadImageFileCb = DownloadLogo;
-  table.UploadImageFileCb = UploadImage;
-  table.UploadTxtFileCb = UploadText;
-  table.UploadCertFileCb = UploadCertificate;
-  table.UploadZipFileCb = UploadArchive;
+  FillUploadSlots(table);
   FillLive(table);
   FillPreviews(table);
   FillSettings(&table);

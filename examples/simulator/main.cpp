@@ -1,5 +1,6 @@
 // The simulated device: a program on the kit's runner, with its parts in the order of their start.
 #include <malloc.h>
+#include <sdkapi/kit_certificate.h>
 #include <sdkapi/kit_firmware.h>
 #include <sdkapi/kit_log.h>
 #include <sdkapi/kit_runner.h>
@@ -8,14 +9,15 @@
 #include <exception>
 #include <filesystem>
 #include <iterator>
+#include <stdexcept>
 #include <string>
 
 #include "account_routes.h"
-#include "certificates.h"
 #include "custom_routes.h"
 #include "database.h"
 #include "device.h"
 #include "events.h"
+#include "files.h"
 #include "firmware.h"
 #include "host_table.h"
 #include "live.h"
@@ -23,7 +25,6 @@
 #include "metrics.h"
 #include "sdkapi/sdkapi.h"
 #include "settings_archive.h"
-#include "tls_identity.h"
 #include "units.h"
 #include "users.h"
 
@@ -53,6 +54,16 @@ const char* ConsoleFolder() {
   return std::filesystem::exists(SIM_INSTALLED_WWW) ? SIM_INSTALLED_WWW : SIM_BUILT_WWW;
 }
 
+// Without HTTPS uploads are kept all the same: for the start that has it.
+void StartCertificate(bool https) {
+  SdkKitCertificateOptions certificate{};
+  certificate.size = sizeof certificate;
+  certificate.folder = kTlsDir;
+  certificate.commonName = kDeviceModel;
+  certificate.onlyUploaded = https ? 0 : 1;
+  if (SdkKitCertificate_Start(&certificate) != 0) throw std::runtime_error("no certificate can be used");
+}
+
 // Everything that the device itself needs before requests arrive.
 void StartParts(const SdkKitSettings& settings) {
   mallopt(M_MMAP_THRESHOLD, kLargeBlock);  // a password's 8 MiB go back at once, no thread keeps them
@@ -66,10 +77,7 @@ void StartParts(const SdkKitSettings& settings) {
   StartMedia();
   StartMetrics();
   StartLive();
-  if (settings.httpsPort > 0) {
-    SdkAPiSer_CertPassword_Set(PrepareTlsIdentity().c_str());
-    SdkAPiSer_Cert_Set(kServerCertificate);
-  }
+  StartCertificate(settings.httpsPort > 0);
 }
 
 void StartRoutes() {

@@ -4,7 +4,7 @@
 #include "downloads.h"
 #include "files.h"
 #include "preview.h"
-#include "upload_registry.h"
+#include "upload_slots.h"
 
 namespace sim {
 

@@ -6,16 +6,8 @@
 namespace sim {
 
 // Slots of the host table; their results follow sdkapi/host.h.
-int UploadImage(const char* token, int funcId, UploadFileCtx* ctx);
-int UploadText(const char* token, int funcId, UploadFileCtx* ctx);
-int UploadCertificate(const char* token, int funcId, UploadFileCtx* ctx);
-int UploadArchive(const char* token, int funcId, UploadFileCtx* ctx);
-
 int DownloadLog(const char* token, DownloadFileInfo* info);
 int DownloadCustomFile(const char* token, DownloadFileInfo* info);
-int DownloadScene(const char* token, DownloadFileInfo* info);
-int DownloadEdid(const char* token, DownloadFileInfo* info);
-int DownloadLogo(const char* token, DownloadFileInfo* info);
 
 int PrivilegeList(const char* token, PrivList* list);
 int BindPrivilege(const char* token, const char* hostname, const char* file);

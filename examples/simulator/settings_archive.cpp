@@ -19,7 +19,6 @@
 #include "sdkapi/kit_archive.h"
 #include "slot_guard.h"
 #include "units.h"
-#include "upload_checks.h"
 #include "users.h"
 
 namespace sim {

@@ -1,137 +1,185 @@
-// The upload slots: which routes take which files, and what becomes of them.
-#include <algorithm>
-#include <filesystem>
-#include <memory>
-#include <span>
-#include <string>
+// The uploads that the device takes: their kinds, limits and content, and who may.
+#include "upload_slots.h"
 
-#include "certificates.h"
-#include "media.h"
-#include "privileges.h"
+#include <charconv>
+#include <cstdio>
+#include <iterator>
+#include <nlohmann/json.hpp>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <system_error>
+
+#include "events.h"
+#include "files.h"
+#include "sdkapi/extension.h"
 #include "sdkapi/kit_archive.h"
+#include "sdkapi/kit_certificate.h"
+#include "sdkapi/kit_content.h"
+#include "sdkapi/kit_upload.h"
 #include "settings_archive.h"
 #include "slot_guard.h"
-#include "units.h"
-#include "upload_checks.h"
-#include "upload_registry.h"
 #include "users.h"
 
 namespace sim {
 namespace {
 
-PieceCheck CheckPem() {
-  return [reader = std::make_shared<PemReader>()](std::string_view piece) {
-    return reader->Feed(piece) ? 0 : kRefused;
-  };
+constexpr uint64_t kCertificateLimit = uint64_t{256} << 10;
+constexpr uint64_t kFilesBudget = uint64_t{256} << 20;
+
+int Refuse(char* why, size_t whySize, const char* reason) {
+  std::snprintf(why, whySize, "%s", reason);
+  return kRefused;
 }
 
-bool StorePrivilegePicture(Upload& upload, const UploadKind&) {
-  const std::string path = PrivilegePath(upload.fileName());
-  const bool hasRoom = StatusOf(path) || NamesIn(kPrivDir).size() < kMostPrivPictures;
-  return !upload.fileName().empty() && hasRoom && upload.file().CommitTo(path);
+int MayUpload(const SdkKitUpload* upload, char*, size_t) {
+  return Guarded([&] { return MayWrite(upload->token) ? 0 : kNotAuthorised; });
 }
 
-bool StorePortCertificate(Upload& upload, const UploadKind& kind) {
-  if (upload.extra().empty()) std::filesystem::remove(kPortNumberFile);
-  if (!upload.extra().empty() && !ReplaceFile(kPortNumberFile, upload.extra())) return false;
-  return ReplaceTarget(upload, kind);
+int MayUploadSettings(const SdkKitUpload* upload, char*, size_t) {
+  return Guarded([&] { return IsAdministrator(upload->token) ? 0 : kNotAuthorised; });
 }
 
-bool StoreSettings(Upload& upload, const UploadKind&) {
-  return SdkKitArchive_Import(upload.file().path().c_str(), nullptr, 0) == 0;
+// A port as the "Port" header gives it: 1 to 65535 in decimal digits.
+bool IsPortNumber(std::string_view text) {
+  unsigned int port = 0;
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), port);
+  return error == std::errc() && end == text.data() + text.size() && port >= 1 && port <= 65535;
 }
 
-constexpr UploadKind Picture(int funcId, const char* route, const char* target) {
-  return {funcId, route, Access::kWrite, kPictureLimit, nullptr, IsPicture, ReplaceTarget, target, nullptr};
+// The right comes first: who has none learns nothing of the port. Said now, the client gets 406; after the
+// form it would be 500.
+int MayUploadForPort(const SdkKitUpload* upload, char* why, size_t whySize) {
+  const int may = MayUpload(upload, why, whySize);
+  if (may != 0 || upload->extra == nullptr || IsPortNumber(upload->extra)) return may;
+  return Refuse(why, whySize, "the port is none");
 }
 
-constexpr UploadKind Text(int funcId, const char* route, const char* target) {
-  return {funcId, route, Access::kWrite, kTextLimit, nullptr, IsJsonText, ReplaceTarget, target, nullptr};
+// The port stands at the certificate's end, so that both are stored in one step.
+int StorePortCertificate(const SdkKitUpload* upload, char* why, size_t whySize) {
+  return Guarded([&] {
+    auto pem = ReadFile(upload->path, kCertificateLimit);
+    if (!pem) return Refuse(why, whySize, "it cannot be read");
+    if (upload->extra != nullptr) *pem += std::string("\nPort: ") + upload->extra + '\n';
+    return ReplaceFile(kPortCertificate, *pem) ? 0 : Refuse(why, whySize, "it cannot be stored");
+  });
 }
 
-constexpr UploadKind Settings(int funcId, const char* route) {
-  return {funcId,  route,  Access::kAdministrator, kSettingsLimit, nullptr, IsAnything, StoreSettings,
-          nullptr, nullptr};
+int StoreSettings(const SdkKitUpload* upload, char* why, size_t whySize) {
+  return SdkKitArchive_Import(upload->path, why, whySize);
 }
 
-constexpr UploadKind Certificate(int funcId, const char* route) {
-  return {funcId,         route,
-          Access::kWrite, kCertificateLimit,
-          CheckPem,       IsCertificateWithKey,
-          ReplaceTarget,  kServerCertificate,
-          nullptr};
+constexpr SdkKitUploadRow Row(int family, int funcId, const char* file, uint64_t limit, SdkKitCheck check) {
+  SdkKitUploadRow row{};
+  row.family = family;
+  row.funcId = funcId;
+  row.file = file;
+  row.mostBytes = limit;
+  row.check = check;
+  row.begin = MayUpload;
+  return row;
 }
 
-constexpr UploadKind kPictures[] = {
-    Picture(kImageLogo, "/upload/logo", "files/logo"),
-    Picture(kImageBackground, "/upload/bg", "files/bg"),
-    Picture(kImageSubBackground, "/upload/sub/bg", "files/bg"),
-    Picture(kImageSubLogo, "/upload/sub/logo", "files/logo"),
-    Picture(kImageSubPng, "/upload/sub/png", "files/png"),
-    Picture(kImageSubSetBackground, "/upload/sub/setbgimage", "files/setbgimage"),
-    Picture(kImageSubSetBase, "/upload/sub/setbaseimage", "files/setbaseimage"),
-    {kImagePrivilege, "/upload/priv", Access::kWrite, kPictureLimit, nullptr, IsPicture,
-     StorePrivilegePicture, nullptr, nullptr},
-};
-
-constexpr UploadKind kTexts[] = {
-    Text(kTextXyte, "/upload/xyte", "files/xyte.json"),
-    Text(kTextScene, "/upload/scene", "files/scene.json"),
-    {kTextEdid, "/upload/edid", Access::kWrite, kEdidLimit, nullptr, IsEdid, ReplaceTarget, "files/edid.bin",
-     nullptr},
-};
-
-constexpr UploadKind kCertificates[] = {
-    Certificate(kCertificateHttps, "/api/v1/security/https_setting"),
-    {kCertificate8021x, "/api/v1/security/ieee802_1x_setting", Access::kWrite, kCertificateLimit, CheckPem,
-     IsCertificateWithKey, StorePortCertificate, kPortCertificate, nullptr},
-    Certificate(kCertificateSecurity, "/upload/security"),
-    Certificate(kCertificateSubSecurity, "/upload/sub/security"),
-};
-
-constexpr UploadKind kArchives[] = {
-    Settings(kUploadUnnamed, "/upload/setting"),
-    Settings(kArchiveSubUpgrade, "/upload/sub/upgrade"),
-    Settings(kArchiveSettingsImport, "/api/v1/settings/import"),
-};
-
-bool MayUpload(const UploadKind& kind, const char* token) {
-  return kind.access == Access::kAdministrator ? IsAdministrator(token) : MayWrite(token);
+constexpr SdkKitUploadRow Picture(int funcId, const char* file) {
+  return Row(kExtUploadImage, funcId, file, kPictureLimit, SdkKitContent_Picture);
 }
 
-int RunStep(const UploadKind& kind, const char* token, UploadFileCtx* ctx) {
-  const UploadStep step = StepOf(*ctx);
-  if (step.isFound && !step.isFinal && !MayUpload(kind, token)) return kNotAuthorised;
-  return RunUploadStep(kind, step);
+constexpr SdkKitUploadRow Json(int funcId, const char* file) {
+  return Row(kExtUploadText, funcId, file, kTextLimit, SdkKitContent_Json);
 }
 
-int RunFamily(std::span<const UploadKind> kinds, const char* token, int funcId, UploadFileCtx* ctx) {
-  const auto kind = std::ranges::find(kinds, funcId, &UploadKind::funcId);
-  // Some patterns of the routes take longer URIs, too: those name no file of ours.
-  if (kind == kinds.end()) return kRefused;
-  return RunStep(*kind, token, ctx);
+constexpr SdkKitUploadRow GivenBack(SdkKitUploadRow row, int download) {
+  row.download = download;
+  return row;
+}
+
+constexpr SdkKitUploadRow Logo() {
+  SdkKitUploadRow row = GivenBack(Picture(kImageLogo, "logo"), kKitDownloadLogo);
+  row.downloadOtherwise = kBuiltInLogo;
+  row.downloadName = "logo";
+  return row;
+}
+
+constexpr SdkKitUploadRow Settings(int funcId, const char* route) {
+  SdkKitUploadRow row = Row(kExtUploadArchive, funcId, nullptr, kSettingsLimit, nullptr);
+  row.route = route;
+  row.begin = MayUploadSettings;
+  row.accept = StoreSettings;
+  return row;
+}
+
+SdkKitUploadRow Certificate(int funcId) {
+  SdkKitUploadRow row = Row(kExtUploadCertificate, funcId, nullptr, kCertificateLimit, nullptr);
+  row.pieces = SdkKitCertificate_Pieces();
+  row.accept = SdkKitCertificate_Take;
+  return row;
+}
+
+SdkKitUploadRow PortCertificate() {
+  SdkKitUploadRow row = Certificate(kCertificate8021x);
+  row.check = SdkKitCertificate_Check;
+  row.begin = MayUploadForPort;
+  row.accept = StorePortCertificate;
+  return row;
+}
+
+constexpr SdkKitUploadRow Note() {
+  SdkKitUploadRow row = Row(kExtUploadCustom, 0, "note", uint64_t{32} << 20, nullptr);
+  row.route = "/sim/upload$";
+  row.downloadRoute = "/sim/download$";
+  return row;
+}
+
+void PublishProgress(const SdkKitUpload* upload) {
+  Guarded([&] {
+    Publish({{"type", "upload"},
+             {"route", upload->url},
+             {"file", upload->fileName},
+             {"bytes", upload->bytes},
+             {"done", upload->ended != 0},
+             {"ok", upload->stored != 0}});
+    return 0;
+  });
 }
 
 }  // namespace
 
-int UploadImage(const char* token, int funcId, UploadFileCtx* ctx) {
-  return Guarded([&] { return RunFamily(kPictures, token, funcId, ctx); });
+void StartUploads() {
+  const SdkKitUploadRow rows[] = {
+      Logo(),
+      Picture(kImageBackground, "bg"),
+      Picture(kImageSubBackground, "bg"),
+      Picture(kImageSubLogo, "logo"),
+      Picture(kImageSubPng, "png"),
+      Picture(kImageSubSetBackground, "setbgimage"),
+      Picture(kImageSubSetBase, "setbaseimage"),
+      Picture(kImagePrivilege, "priv/"),
+      Json(kTextXyte, "xyte.json"),
+      GivenBack(Json(kTextScene, "scene.json"), kKitDownloadScene),
+      GivenBack(Row(kExtUploadText, kTextEdid, "edid.bin", kEdidLimit, SdkKitContent_Edid), kKitDownloadEdid),
+      Settings(kUploadUnnamed, "/upload/setting$"),
+      Settings(kArchiveSubUpgrade, nullptr),
+      Settings(kArchiveSettingsImport, nullptr),
+      Certificate(kCertificateHttps),
+      PortCertificate(),
+      Certificate(kCertificateSecurity),
+      Certificate(kCertificateSubSecurity),
+      Note(),
+  };
+  SdkKitUploadOptions options{};
+  options.size = sizeof options;
+  options.rowSize = sizeof rows[0];
+  options.rows = rows;
+  options.rowCount = static_cast<uint32_t>(std::size(rows));
+  options.root = kFileDir;
+  options.temporary = kTempDir;
+  options.budget = kFilesBudget;
+  options.progress = PublishProgress;
+  if (SdkKitUpload_Start(&options) != 0) throw std::runtime_error("uploads cannot be started");
 }
 
-int UploadText(const char* token, int funcId, UploadFileCtx* ctx) {
-  return Guarded([&] { return RunFamily(kTexts, token, funcId, ctx); });
-}
+void StopUploads() { SdkKitUpload_Stop(); }
 
-int UploadCertificate(const char* token, int funcId, UploadFileCtx* ctx) {
-  return Guarded([&] {
-    // Said now, the client gets 406; after the form it would be 500.
-    if (ctx->extra != nullptr && !IsPortNumber(ctx->extra)) return kRefused;
-    return RunFamily(kCertificates, token, funcId, ctx);
-  });
-}
-
-int UploadArchive(const char* token, int funcId, UploadFileCtx* ctx) {
-  return Guarded([&] { return RunFamily(kArchives, token, funcId, ctx); });
-}
+void FillUploadSlots(SdkAPISerHandle& table) { SdkKitUpload_Fill(&table); }
 
 }  // namespace sim

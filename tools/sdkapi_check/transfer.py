@@ -31,8 +31,12 @@ def picture() -> bytes:
 
 
 def edid() -> bytes:
-    block = bytes([0, 255, 255, 255, 255, 255, 255, 0]) + bytes(119)
-    return block + bytes([-sum(block) % 256])
+    """A display of the maker "SAM" with a preferred timing of 1920x1080: a device may refuse less."""
+    block = bytearray(127)
+    block[:10] = bytes.fromhex("00ffffffffffff004c2d")
+    block[18:20] = bytes([1, 4])
+    block[54:62] = bytes.fromhex("023a801871382d40")
+    return bytes(block) + bytes([-sum(block) % 256])
 
 
 def good_file(path: str) -> tuple[bytes, str]:

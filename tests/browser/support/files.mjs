@@ -66,7 +66,8 @@ export function edid(name, monitor) {
   const bytes = Buffer.alloc(128);
   bytes.set([0, 255, 255, 255, 255, 255, 255, 0, 0x4d, 0x2a, 0x34, 0x12], 0);
   bytes.set([1, 4], 18);
-  bytes.set([0, 0, 0, 0xfc, 0, ...Buffer.from(`${monitor}\n`.padEnd(13))], 54);
+  bytes.set([0x02, 0x3a, 0x80, 0x18, 0x71, 0x38, 0x2d, 0x40], 54); // 1920x1080
+  bytes.set([0, 0, 0, 0xfc, 0, ...Buffer.from(`${monitor}\n`.padEnd(13))], 72);
   bytes[127] = (256 - (bytes.reduce((sum, byte) => sum + byte, 0) % 256)) % 256;
   return asFile(name, bytes);
 }
