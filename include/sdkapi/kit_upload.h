@@ -96,7 +96,8 @@ typedef struct SdkKitUploadOptions {
   const char* temporary; /**< the folder of what is under way, on the same file system; NULL: ".incoming" in
                             the root. What a kill left there is removed at the start. */
   uint64_t budget;       /**< bytes below the root, with what is under way; 0 = 268435456. A file that
-                            replaces another counts what it is longer. While it arrives both are there. */
+                            replaces another counts what it is longer. While it arrives both are there. Files
+      without       a place count apart: all of them together as much as the largest one may be. */
   /** Is told how uploads go on: at most four times a second each, and at their end. Runs on the upload's
    * worker, several at once. NULL: nobody is.
    * @param upload what is known. */

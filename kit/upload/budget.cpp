@@ -13,7 +13,8 @@ uint64_t Beyond(uint64_t bytes, uint64_t credit) { return bytes - std::min(bytes
 
 }  // namespace
 
-Budget::Share::Share(Budget& budget, std::string target) : budget_(budget), target_(std::move(target)) {
+Budget::Share::Share(Budget& budget, std::string target)
+    : budget_(budget), passes_(target.empty()), target_(std::move(target)) {
   const auto replaced = target_.empty() ? std::nullopt : StatusOf(target_);
   const std::lock_guard lock(budget_.mutex_);
   // Looked at anew each time: others may store files there, too.
@@ -29,17 +30,19 @@ Budget::Share::~Share() {
   const std::lock_guard lock(budget_.mutex_);
   budget_.stored_ = BytesBelow(budget_.root_);
   budget_.arriving_ -= bytes_;
-  budget_.charged_ -= Beyond(bytes_, credit_);
+  (passes_ ? budget_.passing_ : budget_.charged_) -= Beyond(bytes_, credit_);
   if (!target_.empty()) budget_.credited_.erase(target_);
 }
 
 bool Budget::Share::Grow(uint64_t bytes) {
   const std::lock_guard lock(budget_.mutex_);
   const uint64_t more = Beyond(bytes_ + bytes, credit_) - Beyond(bytes_, credit_);
-  if (budget_.stored_ + budget_.charged_ + more > budget_.limit_ && more > 0) return false;
+  uint64_t& taken = passes_ ? budget_.passing_ : budget_.charged_;
+  const uint64_t limit = passes_ ? budget_.mostPassing_ : budget_.limit_;
+  if (more > 0 && taken + more + (passes_ ? 0 : budget_.stored_) > limit) return false;
   bytes_ += bytes;
   budget_.arriving_ += bytes;
-  budget_.charged_ += more;
+  taken += more;
   return true;
 }
 

@@ -85,6 +85,14 @@ uint64_t UploadRows::MostBytesOf(int family) const {
   return most;
 }
 
+uint64_t UploadRows::MostPassing() const {
+  uint64_t most = 0;
+  for (const SdkKitUploadRow& row : rows_) {
+    if (row.file == nullptr) most = std::max(most, row.mostBytes);
+  }
+  return most;
+}
+
 bool IsFolder(const SdkKitUploadRow& row) {
   return row.file != nullptr && std::string_view(row.file).ends_with('/');
 }

@@ -25,6 +25,8 @@ class UploadRows {
   const std::vector<SdkKitUploadRow>& all() const { return rows_; }
   // The most bytes of a file of this family; 0 without a row for it.
   uint64_t MostBytesOf(int family) const;
+  // The most bytes of a file that is not kept.
+  uint64_t MostPassing() const;
 
  private:
   const char* Keep(const char* text);

@@ -43,7 +43,7 @@ UploadStore::UploadStore(const SdkKitUploadOptions& options)
   const std::string root = options.root;
   const std::string temporary = options.temporary == nullptr ? root + kIncoming : options.temporary;
   place_ = std::make_shared<UploadPlace>(root, temporary, options.budget == 0 ? kBudget : options.budget,
-                                         options.progress);
+                                         rows_.MostPassing(), options.progress);
   MakeFolders(*place_, rows_);
   RemoveTempFiles(temporary);
 }

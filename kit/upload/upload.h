@@ -19,11 +19,11 @@ namespace sdkkit {
 
 // What all uploads share.
 struct UploadPlace {
-  UploadPlace(std::string rootFolder, std::string temporaryFolder, uint64_t limit,
+  UploadPlace(std::string rootFolder, std::string temporaryFolder, uint64_t limit, uint64_t passing,
               void (*told)(const SdkKitUpload* upload))
       : root(std::move(rootFolder)),
         temporary(std::move(temporaryFolder)),
-        budget(root, limit),
+        budget(root, limit, passing),
         progress(told) {}
 
   const std::string root;

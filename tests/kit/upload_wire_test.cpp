@@ -406,6 +406,15 @@ TEST_F(UploadWireTest, ParallelUploadsStayWithinTheBudgetTogether) {
   EXPECT_EQ(Usage().stored, 245000U);
 }
 
+TEST_F(UploadWireTest, WhatIsNotKeptHasABoundOfItsOwn) {
+  for (const char* const name : {"one", "two"})
+    ASSERT_EQ(Upload("/upload/priv", std::string(99000, 'x'), name), 200);
+  ASSERT_EQ(Upload("/upload/logo", std::string(99000, 'x')), 200);
+  // 3000 bytes are left for what is kept; an archive passes all the same.
+  EXPECT_EQ(Upload("/device/note", std::string(4000, 'x')), 500);
+  EXPECT_EQ(Upload("/upload/setting", std::string(1000, 'x')), 200);
+}
+
 TEST_F(UploadWireTest, NoMoreAtOnceThanAllowed) {
   std::vector<std::unique_ptr<Connection>> clients;
   for (int i = 0; i < 3; ++i) clients.push_back(Half("/device/note", SampleBytes(20000), 5000));
