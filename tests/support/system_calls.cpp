@@ -1,6 +1,7 @@
 // The clock, the up-time and the pause that the library sees: linked in place of the system's (--wrap).
 #include "system_calls.h"
 
+#include <sys/random.h>
 #include <sys/sysinfo.h>
 #include <unistd.h>
 
@@ -30,6 +31,14 @@ int __real_clock_gettime(clockid_t clock, timespec* out);
 std::time_t __wrap_time(std::time_t* out);
 int __wrap_sysinfo(struct sysinfo* info);
 int __wrap_usleep(useconds_t microseconds);
+ssize_t __wrap_getrandom(void* bytes, std::size_t length, unsigned int flags);
+ssize_t __real_getrandom(void* bytes, std::size_t length, unsigned int flags);
+
+ssize_t __wrap_getrandom(void* bytes, std::size_t length, unsigned int flags) {
+  if (!sdktest::System().failRandom) return __real_getrandom(bytes, length, flags);
+  errno = EAGAIN;
+  return -1;
+}
 
 std::time_t __wrap_time(std::time_t* out) {
   const auto now = static_cast<std::time_t>(sdktest::System().time);

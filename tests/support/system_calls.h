@@ -1,4 +1,4 @@
-// The clock, the up-time and the pause that the library sees in unit tests.
+// The clock, the up-time, the pause and the random bytes that the library sees in unit tests.
 #pragma once
 
 #include <cstdint>
@@ -14,6 +14,7 @@ struct SystemCalls {
   int64_t upTime = 1000;
   int64_t monotonicStep = 0;  // seconds from one look at the monotonic clock to the next; 0: the real clock
   bool failSysinfo = false;
+  bool failRandom = false;
   std::function<void(unsigned microseconds)> onSleep{};
 };
 

@@ -268,6 +268,7 @@ TEST_F(NamedAllocationTest, AnIndexGrowsWhenItsEntriesHaveDoubled) {
   }
   EXPECT_EQ(grownAt, (std::vector<std::size_t>{33, 65, 129, 257}));
   for (std::size_t i = 0; i < tokens.size(); ++i) index.Remove(entries[i]);
+  EXPECT_EQ(allocator.stillAllocated(), 0U) << "an index that is empty again is as small as at first";
 }
 
 TEST_F(NamedAllocationTest, TheVersionStaysWithoutMemory) {

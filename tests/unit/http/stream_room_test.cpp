@@ -2,6 +2,7 @@
 #include "http/stream_room.h"
 
 #include <memory>
+#include <thread>
 #include <vector>
 
 #include "library_fixture.h"
@@ -34,6 +35,20 @@ TEST_F(StreamRoomTest, SixteenWorkersAreTheRequestsOrOneHalfOfAFew) {
 TEST_F(StreamRoomTest, ANumberThatIsNoneLeavesRoomForOne) {
   for (const char* const workers : {"0", "", "-5"}) EXPECT_EQ(PlacesFor(workers), 1) << workers;
   EXPECT_EQ(PlacesFor(std::nullopt), 1);
+}
+
+TEST_F(StreamRoomTest, PlacesOfManyThreadsAreAllGivenBack) {
+  sdktest::Server().workers = "200";
+  const mg_connection conn;
+  std::vector<std::thread> threads;
+  for (int i = 0; i < 4; ++i) {
+    threads.emplace_back([&conn, kind = i % 2 == 0 ? sdkapi::Stream::kPreview : sdkapi::Stream::kWebSocket] {
+      for (int n = 0; n < 20000; ++n) EXPECT_TRUE(sdkapi::StreamPlace(&conn, kind).granted());
+    });
+  }
+  for (std::thread& thread : threads) thread.join();
+  EXPECT_EQ(sdkapi::CurrentStreams().previews, 0U);
+  EXPECT_EQ(sdkapi::CurrentStreams().webSockets, 0U);
 }
 
 }  // namespace

@@ -158,6 +158,18 @@ TEST_F(LifecycleTest, ARefusedStartSaysWhy) {
   EXPECT_EQ(StartFailure(), "the server runs, or is being stopped");
 }
 
+TEST_F(LifecycleTest, TheReasonIsCutToItsRoom) {
+  EXPECT_EQ(SdkAPISer_Start(nullptr), -1);
+  char text[6] = "xxxxx";
+  EXPECT_EQ(SdkAPIExt_StartFailure_Get(text, 0), -1);
+  EXPECT_EQ(SdkAPIExt_StartFailure_Get(nullptr, 6), -1);
+  EXPECT_STREQ(text, "xxxxx");
+  EXPECT_EQ(SdkAPIExt_StartFailure_Get(text, 1), 0);
+  EXPECT_STREQ(text, "");
+  EXPECT_EQ(SdkAPIExt_StartFailure_Get(text, sizeof text), 0);
+  EXPECT_STREQ(text, "there");
+}
+
 TEST_F(LifecycleTest, AStartThatFailsWithoutAWordSaysSo) {
   Server().failStart = true;
   EXPECT_EQ(SdkAPISer_Start(&table_), -1);

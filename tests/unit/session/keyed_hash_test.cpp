@@ -5,6 +5,8 @@
 
 #include <string>
 
+#include "system_calls.h"
+
 namespace {
 
 using sdkapi::HashKey;
@@ -39,6 +41,14 @@ TEST(KeyedHashTest, AnotherKeyGivesAnotherHash) {
   EXPECT_FALSE(one.low == 0 && one.high == 0);
   const HashKey two = RandomHashKey();
   EXPECT_NE(KeyedHash(one, "token"), KeyedHash(two, "token"));
+}
+
+// Early after the device's start the kernel has no random bytes yet.
+TEST(KeyedHashTest, WithoutRandomBytesTheKeyIsTheProcesssOwn) {
+  sdktest::System().failRandom = true;
+  const HashKey key = RandomHashKey();
+  sdktest::System().failRandom = false;
+  EXPECT_FALSE(key.low == 0 && key.high == 0);
 }
 
 }  // namespace
