@@ -227,6 +227,12 @@ TEST_F(FirmwareTest, AWrongContainerIsRefusedWithWordsAndChangesNothing) {
   }
 }
 
+TEST_F(FirmwareTest, TheSameVersionIsTakenAgain) {
+  ASSERT_EQ(Start(), 0);
+  EXPECT_EQ(Upload(Container(keys_, "1.2.0", "image")), 0);
+  EXPECT_EQ(slots.next, "image");
+}
+
 TEST_F(FirmwareTest, ADeviceThatCannotWriteSaysSo) {
   const std::string container = Container(keys_, "1.3.0", "image");
   for (bool Slots::*failing : {&Slots::opensFail, &Slots::writesFail, &Slots::activationFails}) {
