@@ -5,6 +5,7 @@
 #include <map>
 
 #include "device.h"
+#include "presets.h"
 #include "units.h"
 #include "users.h"
 
@@ -24,6 +25,12 @@ std::string Change(const json& message, const char* member) {
   return change ? ChangeUnit(message["unit"], *change) : "bad value";
 }
 
+template <std::string (*kChange)(const std::string& name)>
+std::string Preset(const json& message) {
+  const json name = message.value("name", json());
+  return name.is_string() ? kChange(name) : "members are missing";
+}
+
 std::string Reboot(const json& /*message*/) {
   return BeginRebootSimulation(SoftwareVersion()) ? "" : "rebooting already";
 }
@@ -32,6 +39,9 @@ const std::map<std::string, Command, std::less<>> kCommands = {
     {"set-unit-name", [](const json& message) { return Change(message, "name"); }},
     {"set-unit-online", [](const json& message) { return Change(message, "online"); }},
     {"set-unit-input", [](const json& message) { return Change(message, "input"); }},
+    {"preset-store", Preset<StorePreset>},
+    {"preset-recall", Preset<RecallPreset>},
+    {"preset-delete", Preset<DeletePreset>},
     {"reboot", Reboot},
 };
 
@@ -46,6 +56,7 @@ json Answer(const std::string& token, const json& message) {
   const json id = message.is_object() ? message.value("id", json()) : json();
   if (!understood) return {{"type", "error"}, {"id", id}, {"text", "not a command"}};
   if (message["type"] == "ping") return {{"type", "pong"}, {"id", id}};
+  if (message["type"] == "preset-list") return {{"type", "presets"}, {"id", id}, {"presets", ListPresets()}};
   const std::string reason = Run(token, message["type"], message);
   if (reason.empty()) return {{"type", "ok"}, {"id", id}};
   return {{"type", "error"}, {"id", id}, {"text", reason}};

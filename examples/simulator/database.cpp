@@ -12,6 +12,9 @@ constexpr const char* kSchema[] = {
     "CREATE TABLE IF NOT EXISTS units (id INTEGER PRIMARY KEY, name TEXT UNIQUE NOT NULL, type TEXT NOT "
     "NULL, "
     "online INTEGER NOT NULL, ip TEXT NOT NULL, mac TEXT NOT NULL, edid TEXT NOT NULL, input TEXT NOT NULL)",
+    "CREATE TABLE IF NOT EXISTS presets (name TEXT NOT NULL, receiver TEXT NOT NULL, input TEXT NOT NULL, "
+    "UNIQUE "
+    "(name, receiver))",
     "CREATE TABLE IF NOT EXISTS privileges (picture TEXT NOT NULL, unit TEXT NOT NULL, UNIQUE (picture, "
     "unit))",
 };

@@ -9,6 +9,7 @@
 #include "commands.h"
 #include "device.h"
 #include "events.h"
+#include "presets.h"
 #include "slot_guard.h"
 #include "units.h"
 
@@ -25,6 +26,7 @@ void TellState(uint64_t client, const char* /*token*/) {
                       {"model", kDeviceModel},
                       {"version", SoftwareVersion()},
                       {"units", ExportUnits()},
+                      {"presets", ListPresets()},
                       {"status", StatusEvent()},
                       {"upgrade", CurrentUpgrade()}});
     return 0;

@@ -23,6 +23,7 @@
 #include "live.h"
 #include "media.h"
 #include "metrics.h"
+#include "preset_routes.h"
 #include "sdkapi/sdkapi.h"
 #include "settings_archive.h"
 #include "units.h"
@@ -82,6 +83,7 @@ void StartParts(const SdkKitSettings& settings) {
 
 void StartRoutes() {
   RegisterDeviceRoutes();
+  RegisterPresetRoutes();
   RegisterFileRoutes();
   RegisterAccountRoutes();
   RegisterMetrics();

@@ -60,7 +60,7 @@ def kind(schema):
     if schema.get("type") == "array":
         return f"list of {kind(schema['items'])}"
     if schema.get("type") == "object":
-        return "{ " + "; ".join(f"<code>{name}{mark(schema, name)}</code>: {kind(part)}" for name, part in schema["properties"].items()) + " }"
+        return "{ " + "; ".join(f"<code>{name}{mark(schema, name)}</code>: {kind(part)}" for name, part in schema.get("properties", {}).items()) + " }"
     if schema.get("type") == "string":
         return text_kind(schema)
     return plain[schema.get("type")]

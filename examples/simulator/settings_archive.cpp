@@ -15,6 +15,7 @@
 #include "events.h"
 #include "files.h"
 #include "media.h"
+#include "presets.h"
 #include "privileges.h"
 #include "sdkapi/kit_archive.h"
 #include "slot_guard.h"
@@ -49,6 +50,8 @@ json RestoredUsers() {
 
 constexpr Section kUnitSection{ExportUnits, FactoryUnits, UnitsFault, StoreUnits};
 constexpr Section kUserSection{ExportUsers, RestoredUsers, UsersFault, StoreUsers};
+
+constexpr Section kPresetSection{ListPresets, NoPresets, PresetsFault, ReplacePresets};
 
 json NoBindings() { return json::object(); }
 
@@ -142,6 +145,7 @@ void Done(int act) {
 void StartSettings() {
   // In the order in which they are applied: pictures are bound to units.
   const std::array documents{Document<kUnitSection>("units.json", kFull | kUnits),
+                             Document<kPresetSection>("presets.json", kFull | kUnits),
                              Document<kUserSection>("users.json", kFull | kUsers),
                              Document<kBindingSection>("privileges.json", kFull)};
   const std::vector<SdkKitArchiveFile> files = Files();

@@ -81,10 +81,12 @@ std::string Check(const Unit& unit, const UnitChange& change) {
   return change.input ? CheckInput(unit, *change.input) : "";
 }
 
-// Receivers and privilege pictures follow a unit's new name.
+// Receivers, presets and privilege pictures follow a unit's new name.
 void Rename(const std::string& from, const std::string& to) {
   TheDatabase().Execute("UPDATE units SET name = ? WHERE name = ?", {to, from});
   TheDatabase().Execute("UPDATE units SET input = ? WHERE input = ?", {to, from});
+  TheDatabase().Execute("UPDATE OR IGNORE presets SET receiver = ? WHERE receiver = ?", {to, from});
+  TheDatabase().Execute("UPDATE presets SET input = ? WHERE input = ?", {to, from});
   TheDatabase().Execute("UPDATE OR IGNORE privileges SET unit = ? WHERE unit = ?", {to, from});
 }
 

@@ -97,6 +97,7 @@ def attacks(good):
     admin = json.loads(good["users.json"])[0]
     broken = "a broken archive, or something else than files in it"
     units, users = lambda change: changed_json(good, "units.json", change), lambda change: changed_json(good, "users.json", change)
+    presets = lambda document: changed(good, "presets.json", json.dumps(document))
     bindings = lambda document: changed(good, "privileges.json", json.dumps(document))
     beside = lambda *entries: archive([*good.items(), *entries])
     hash_refused, role_refused = "users.json: the hash of admin is of another kind", "users.json: the role of admin is unknown"
@@ -160,6 +161,11 @@ def attacks(good):
         ("another kind of hash", users(user(hash="$2b$12$" + "A" * 53)), hash_refused),
         ("a hash of 100000 characters", users(user(hash=own_hash((8192, 2)) + "A" * 100000)), hash_refused),
         ("a picture for a unit that is not there", bindings({"a.png": ["RX09"]}), "it could not be applied"),
+        ("presets that are no list", presets({}), "presets.json: no list of presets, or too long"),
+        ("33 presets", presets([{"name": f"p{n}", "routes": {"RX01": ""}} for n in range(33)]), "presets.json: no list of presets, or too long"),
+        ("a preset twice", presets([{"name": "p", "routes": {"RX01": ""}}] * 2), "presets.json: a name that is there twice"),
+        ("a preset with a bad route", presets([{"name": "p", "routes": {"RX01": 1}}]), "presets.json: a bad preset"),
+        ("a preset without a route", presets([{"name": "p", "routes": {}}]), "presets.json: a bad preset"),
         ("a picture with a path", bindings({"../a.png": []}), "privileges.json: a bad name of a picture"),
         ("a picture for 100 units", bindings({"a.png": ["RX01"] * 100}), "privileges.json: no list of units, or too long"),
         ("bindings that are a list", bindings([]), "privileges.json: no list of bindings, or too long"),

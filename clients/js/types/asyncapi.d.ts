@@ -3,6 +3,13 @@ export type paths = Record<string, never>;
 export type webhooks = Record<string, never>;
 export interface components {
     schemas: {
+        Presets: {
+            name: components["schemas"]["UnitName"];
+            /** @description What each receiver shows; empty for nothing. */
+            routes: {
+                [key: string]: string;
+            };
+        }[];
         Unit: {
             name: components["schemas"]["UnitName"];
             /** @enum {unknown} */
@@ -45,6 +52,7 @@ export interface components {
             model: string;
             version: string;
             units: components["schemas"]["Unit"][];
+            presets: components["schemas"]["Presets"];
             status: components["schemas"]["Status"];
             /** @description The upgrade that is going on. */
             upgrade: null | components["schemas"]["Upgrade"];
@@ -74,6 +82,19 @@ export interface components {
             /** @description 4: error. */
             level: number;
             text: string;
+        };
+        devicePreset: {
+            /** @constant */
+            type: "preset";
+            name: components["schemas"]["UnitName"];
+            /** @enum {unknown} */
+            action: "stored" | "recalled" | "deleted";
+        };
+        devicePresets: {
+            /** @constant */
+            type: "presets";
+            id: components["schemas"]["Id"];
+            presets: components["schemas"]["Presets"];
         };
         deviceRestored: {
             /** @constant */
@@ -125,6 +146,29 @@ export interface components {
             /** @description Name of a transmitter, or empty for none. */
             input: string;
         };
+        clientPresetStore: {
+            /** @constant */
+            type: "preset-store";
+            id?: components["schemas"]["Id"];
+            name: components["schemas"]["UnitName"];
+        };
+        clientPresetList: {
+            /** @constant */
+            type: "preset-list";
+            id?: components["schemas"]["Id"];
+        };
+        clientPresetRecall: {
+            /** @constant */
+            type: "preset-recall";
+            id?: components["schemas"]["Id"];
+            name: components["schemas"]["UnitName"];
+        };
+        clientPresetDelete: {
+            /** @constant */
+            type: "preset-delete";
+            id?: components["schemas"]["Id"];
+            name: components["schemas"]["UnitName"];
+        };
         clientReboot: {
             /** @constant */
             type: "reboot";
@@ -148,6 +192,8 @@ export type DeviceMessage =
   | components["schemas"]["deviceUpload"]
   | components["schemas"]["deviceUpgrade"]
   | components["schemas"]["deviceLog"]
+  | components["schemas"]["devicePreset"]
+  | components["schemas"]["devicePresets"]
   | components["schemas"]["deviceRestored"]
   | components["schemas"]["devicePong"]
   | components["schemas"]["deviceOk"]
@@ -159,4 +205,8 @@ export type Command =
   | components["schemas"]["clientSetUnitName"]
   | components["schemas"]["clientSetUnitOnline"]
   | components["schemas"]["clientSetUnitInput"]
+  | components["schemas"]["clientPresetStore"]
+  | components["schemas"]["clientPresetList"]
+  | components["schemas"]["clientPresetRecall"]
+  | components["schemas"]["clientPresetDelete"]
   | components["schemas"]["clientReboot"];

@@ -877,6 +877,44 @@ export interface paths {
         patch?: never;
         trace?: never;
     };
+    "/sim/presets": {
+        parameters: {
+            query?: never;
+            header?: never;
+            path?: never;
+            cookie?: never;
+        };
+        /** List the presets */
+        get: operations["listSimulatedPresets"];
+        put?: never;
+        post?: never;
+        delete?: never;
+        options?: never;
+        head?: never;
+        patch?: never;
+        trace?: never;
+    };
+    "/sim/presets/{name}": {
+        parameters: {
+            query?: never;
+            header?: never;
+            path?: never;
+            cookie?: never;
+        };
+        /** One preset */
+        get: operations["getSimulatedPreset"];
+        put?: never;
+        /**
+         * Store, recall or delete a preset
+         * @description Viewers get 401. Storing takes what each receiver shows; at most 32 presets. A deleted one is answered with an empty object.
+         */
+        post: operations["changeSimulatedPreset"];
+        delete?: never;
+        options?: never;
+        head?: never;
+        patch?: never;
+        trace?: never;
+    };
     "/sim/status": {
         parameters: {
             query?: never;
@@ -1138,6 +1176,14 @@ export interface components {
         Units: {
             units: components["schemas"]["Unit"][];
         };
+        /** @description Empty once it is deleted. */
+        Preset: {
+            name?: string;
+            /** @description What each receiver shows; empty for nothing. */
+            routes?: {
+                [key: string]: string;
+            };
+        };
         UnitChange: {
             name?: string;
             online?: boolean;
@@ -1367,6 +1413,37 @@ export interface components {
                  *     }
                  */
                 "application/json": components["schemas"]["Unit"];
+            };
+        };
+        /** @description There is no such preset. */
+        NoSuchPreset: {
+            headers: {
+                [name: string]: unknown;
+            };
+            content: {
+                /**
+                 * @example {
+                 *       "error": "no such preset"
+                 *     }
+                 */
+                "application/json": components["schemas"]["Error"];
+            };
+        };
+        /** @description The preset. */
+        SimulatedPreset: {
+            headers: {
+                [name: string]: unknown;
+            };
+            content: {
+                /**
+                 * @example {
+                 *       "name": "Evening",
+                 *       "routes": {
+                 *         "RX01": "TX02"
+                 *       }
+                 *     }
+                 */
+                "application/json": components["schemas"]["Preset"];
             };
         };
         /** @description No such unit. */
@@ -2284,6 +2361,108 @@ export interface operations {
             };
             401: components["responses"]["OwnUnauthorised"];
             404: components["responses"]["NoSuchUnit"];
+        };
+    };
+    listSimulatedPresets: {
+        parameters: {
+            query?: never;
+            header?: never;
+            path?: never;
+            cookie?: never;
+        };
+        requestBody?: never;
+        responses: {
+            /** @description All presets. */
+            200: {
+                headers: {
+                    [name: string]: unknown;
+                };
+                content: {
+                    /**
+                     * @example {
+                     *       "presets": [
+                     *         {
+                     *           "name": "Evening",
+                     *           "routes": {
+                     *             "RX01": "TX02"
+                     *           }
+                     *         }
+                     *       ]
+                     *     }
+                     */
+                    "application/json": {
+                        presets: components["schemas"]["Preset"][];
+                    };
+                };
+            };
+            401: components["responses"]["OwnUnauthorised"];
+            405: components["responses"]["MethodNotAllowed"];
+        };
+    };
+    getSimulatedPreset: {
+        parameters: {
+            query?: never;
+            header?: never;
+            path: {
+                /**
+                 * @description Name of a preset.
+                 * @example Evening
+                 */
+                name: string;
+            };
+            cookie?: never;
+        };
+        requestBody?: never;
+        responses: {
+            200: components["responses"]["SimulatedPreset"];
+            401: components["responses"]["OwnUnauthorised"];
+            404: components["responses"]["NoSuchPreset"];
+        };
+    };
+    changeSimulatedPreset: {
+        parameters: {
+            query?: never;
+            header?: never;
+            path: {
+                /**
+                 * @description Name of a preset; as units are named.
+                 * @example Evening
+                 */
+                name: string;
+            };
+            cookie?: never;
+        };
+        requestBody: {
+            content: {
+                /**
+                 * @example {
+                 *       "action": "store"
+                 *     }
+                 */
+                "application/json": {
+                    /** @enum {unknown} */
+                    action: "store" | "recall" | "delete";
+                };
+            };
+        };
+        responses: {
+            200: components["responses"]["SimulatedPreset"];
+            /** @description The body is no such object, or the name is refused. */
+            400: {
+                headers: {
+                    [name: string]: unknown;
+                };
+                content: {
+                    /**
+                     * @example {
+                     *       "error": "bad body"
+                     *     }
+                     */
+                    "application/json": components["schemas"]["Error"];
+                };
+            };
+            401: components["responses"]["OwnUnauthorised"];
+            404: components["responses"]["NoSuchPreset"];
         };
     };
     getSimulatedStatus: {

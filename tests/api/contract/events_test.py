@@ -14,6 +14,9 @@ from channel import PATIENCE, Channel
 from device import Device, Reply, form, request, shared
 
 
+ANSWERS = {"ping": "pong", "preset-list": "presets"}
+
+
 def examples(document):
     """The commands that the description shows."""
     return [example["payload"] for name, message in document["components"]["messages"].items() if name.startswith("client")
@@ -25,7 +28,7 @@ def drive(device, channel, document):
     channel.wait_for("status")
     for command in examples(document):
         channel.send(json.dumps(command))
-        channel.wait_for("pong" if command["type"] == "ping" else "ok", id=command["id"])
+        channel.wait_for(ANSWERS.get(command["type"], "ok"), id=command["id"])
     for index, text in enumerate(("{", "[]", "null", "{}", '{"type":1}', "\u00e9" * 300, '{"type":"set-unit-name","unit":"nobody","name":"x"}',
                                   '{"type":"set-unit-online","unit":"TX01","online":"yes"}')):
         before = sum(message["type"] == "error" for message in channel.messages)
