@@ -3,23 +3,9 @@
 
 #include <cstdint>
 
-struct mg_connection;
-
 namespace sdkapi {
 
-// One upload's limit from here to the end of its form; without one nothing is limited.
-class UploadLimit {
- public:
-  UploadLimit(mg_connection* conn, int family);
-
-  // Whether more was announced than may come.
-  bool AnnouncedTooMuch() const;
-  // Ends the limit, so that the rest can be read away. Returns whether more came.
-  bool End() const;
-
- private:
-  mg_connection* conn_;
-  int64_t bytes_;
-};
+// 0: any number.
+int64_t MostUploadBytes(int family);
 
 }  // namespace sdkapi

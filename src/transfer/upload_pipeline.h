@@ -24,6 +24,7 @@
 
 #include "base/owned.h"
 #include "base/text.h"
+#include "http/body_limit.h"
 #include "http/request.h"
 #include "sdkapi/extension.h"
 #include "sdkapi/host.h"
@@ -148,7 +149,7 @@ int OnFieldStored(const char* /*path*/, long long size, void* /*conn*/) {
 // every field was offered to the host: a name that cannot be decoded is counted but never offered.
 template <class Family>
 bool ParseForm(mg_connection* conn, Upload<Family>& upload) {
-  const UploadLimit limit(conn, Family::kFamily);
+  const BodyLimit limit(conn, MostUploadBytes(Family::kFamily));
   upload.tooLarge = limit.AnnouncedTooMuch();
   if (upload.tooLarge || !MayBeParsed(conn)) {
     limit.End();
