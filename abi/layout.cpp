@@ -144,6 +144,14 @@ static_assert(offsetof(SdkAPIExtWebSocketLimits, mostQueuedFrames) == 4);
 static_assert(offsetof(SdkAPIExtWebSocketLimits, mostQueuedBytes) == 8);
 static_assert(offsetof(SdkAPIExtWebSocketLimits, mostMessageBytes) == 16);
 
+static_assert(sizeof(SdkAPIExtLimits) == 32);
+static_assert(offsetof(SdkAPIExtLimits, mostPreviews) == 4);
+static_assert(offsetof(SdkAPIExtLimits, mostWebSockets) == 8);
+static_assert(offsetof(SdkAPIExtLimits, mostStreams) == 12);
+static_assert(offsetof(SdkAPIExtLimits, mostConnectionsPerAddress) == 16);
+static_assert(offsetof(SdkAPIExtLimits, reserved) == 20);
+static_assert(offsetof(SdkAPIExtLimits, mostCustomBodyBytes) == 24);
+
 static_assert(sizeof(SdkAPIExtStatistics) == 280);
 static_assert(offsetof(SdkAPIExtStatistics, complete) == 4);
 static_assert(offsetof(SdkAPIExtStatistics, uptimeSeconds) == 8);

@@ -360,6 +360,32 @@ SDKAPI_EXPORT int SdkAPIExt_WebSocket_Slots_Set(const SdkAPIExtWebSocketSlots* s
  * @return 0; -1 for an unknown size, or bytes above 2147418112. */
 SDKAPI_EXPORT int SdkAPIExt_WebSocket_Limits_Set(const SdkAPIExtWebSocketLimits* limits);
 
+/** The limits of what a server's clients take of it. */
+typedef struct SdkAPIExtLimits {
+  uint32_t size;         /**< set by the caller: sizeof(SdkAPIExtLimits). */
+  uint32_t mostPreviews; /**< previews at once; one more is answered 503; 0 = without a limit of this kind, as
+                            below. */
+  uint32_t mostWebSockets;            /**< WebSockets at once; the handshake of one more is answered 503. */
+  uint32_t mostStreams;               /**< previews and WebSockets together; refused as above. */
+  uint32_t mostConnectionsPerAddress; /**< open connections of one address, HTTP and HTTPS together; one more
+                                         is closed as soon as it is accepted, before its TLS handshake. */
+  uint32_t reserved;                  /**< 0. */
+  uint64_t mostCustomBodyBytes; /**< of the body of a custom get/post request; 2147483647 at most. One that
+                                   announces more is answered 413 before memory is asked for and the host is
+                                   called; see @ref SdkAPIExt_Limits_Set for one that announces nothing. */
+} SdkAPIExtLimits;
+
+/** Sets limits for what begins afterwards; what is open stays. Refusals have the fixed head and an empty
+ * body, and each limit has its count in SdkAPIExtStatistics. The library's own bound, which leaves the last
+ * workers to requests, holds as ever.
+ *
+ * Of a get/post request whose body comes in chunks the host reads at most mostCustomBodyBytes: past them @ref
+ * GetHttpBody gives -1, and unless the function has sent something or returns -2, the answer is 413.
+ * @param limits the limits, which are copied; NULL takes them back.
+ * @return 0; -1 for an unknown size, a reserved field that is not 0, too many bytes, or where the web server
+ * is one that cannot bound connections or bodies and a limit of them is not 0. */
+SDKAPI_EXPORT int SdkAPIExt_Limits_Set(const SdkAPIExtLimits* limits);
+
 /** What the server does, and what it has done since the process began, over stops and starts. Where
  * "(server)" stands, only the library's own build of the web server can tell; with another one the number is
  * 0. */
@@ -391,12 +417,12 @@ typedef struct SdkAPIExtStatistics {
   uint64_t droppedFrames;       /**< frames that were lost because a handshake was not complete. */
   uint64_t overrunWebSockets;   /**< WebSockets that ended because their client did not read (server). */
 
-  uint64_t refusedConnections; /**< by the limit of connections per address (server). */
-  uint64_t refusedPreviews;    /**< by the limit of previews. */
-  uint64_t refusedWebSockets;  /**< by the limit of WebSockets. */
-  uint64_t refusedStreams;     /**< previews and WebSockets by the limit of both together. */
+  uint64_t refusedConnections; /**< by SdkAPIExtLimits::mostConnectionsPerAddress (server). */
+  uint64_t refusedPreviews;    /**< by SdkAPIExtLimits::mostPreviews. */
+  uint64_t refusedWebSockets;  /**< by SdkAPIExtLimits::mostWebSockets. */
+  uint64_t refusedStreams;     /**< by SdkAPIExtLimits::mostStreams. */
   uint64_t refusedForWorkers;  /**< previews and WebSockets because the last workers are the requests'. */
-  uint64_t refusedBodies;      /**< by the limit of a custom body. */
+  uint64_t refusedBodies;      /**< by SdkAPIExtLimits::mostCustomBodyBytes. */
   uint64_t refusedUploads;     /**< by @ref SdkAPIExt_Upload_Limit_Set. */
   uint64_t refusedLogins;      /**< by SdkAPIExtLoginLimits::most. */
   uint64_t refusedMessages;    /**< by SdkAPIExtWebSocketLimits::mostMessageBytes. */

@@ -7,12 +7,15 @@
 
 #include "base/owned.h"
 #include "custom/host_function.h"
+#include "http/body_limit.h"
 #include "http/handlers.h"
 #include "http/request.h"
 #include "http/response.h"
 #include "sdkapi/custom.h"
 #include "sdkapi/extension.h"
 #include "sdkapi/http.h"
+#include "server/counters.h"
+#include "server/limits.h"
 #include "server/log.h"
 #include "server/refusal.h"
 
@@ -41,8 +44,38 @@ int BodyLength(const mg_connection* conn) { return static_cast<int>(GetHttpLen(c
 // The status for functions that fail without an answer; 0 while the host has set none.
 std::atomic<int> g_silentFailure{0};
 
-bool FailedInSilence(int result, const mg_connection* conn) {
-  return result != 0 && result != kNotAuthorised && mg_get_bytes_sent(conn) == 0;
+// What the host's function leaves to the library: nothing where it has sent something, or wants silence.
+bool MayStillBeAnswered(int result, const mg_connection* conn) {
+  return result != kNotAuthorised && mg_get_bytes_sent(conn) == 0;
+}
+
+int RefuseBody(const JsonRequest& request) {
+  kLog.error()("body is larger than allowed!!!!");
+  Count(Counter::kRefusedBodies);
+  return request.Answer(413);
+}
+
+// False when memory is short.
+bool ReadBody(mg_connection* conn, CustomReqInfo& info) {
+  const int length = BodyLength(conn);
+  if (length <= 0) return true;
+  info.body = static_cast<char*>(std::malloc(static_cast<std::size_t>(length)));
+  if (info.body == nullptr) return false;
+  info.bodyLength = GetHttpBody(conn, info.body, length);
+  return true;
+}
+
+// What follows the host's function.
+int Conclude(mg_connection* conn, const JsonRequest& request, int result, bool tooLong) {
+  const int silentFailure = g_silentFailure.load(std::memory_order_relaxed);
+  const bool failed = silentFailure != 0 && result != 0;
+  if ((tooLong || failed) && MayStillBeAnswered(result, conn)) {
+    return tooLong ? RefuseBody(request) : request.Answer(silentFailure);
+  }
+  DrainBody(conn);
+  // After -2 nothing is sent, deliberately; the worker is let go instead of waiting for the client.
+  if (result == kNotAuthorised) mg_disable_connection_keep_alive(conn);
+  return 1;
 }
 
 }  // namespace
@@ -58,23 +91,18 @@ extern "C" int FuncCustomGetPost(mg_connection* conn, void* cbdata) {
     kLog.error()("no server func");
     return request.Answer(500);
   }
+  const BodyLimit limit(conn, g_limits.customBodyBytes.load(std::memory_order_relaxed));
+  if (limit.AnnouncedTooMuch()) {
+    limit.End();
+    return RefuseBody(request);
+  }
   CustomReqInfo info{};
   info.method = MethodOf(conn);
-  const int length = BodyLength(conn);
-  if (length > 0) {
-    info.body = static_cast<char*>(std::malloc(static_cast<std::size_t>(length)));
-    if (info.body == nullptr) return request.Answer(500);
-    info.bodyLength = GetHttpBody(conn, info.body, length);
-  }
+  if (!ReadBody(conn, info)) return request.Answer(500);
   const int result = serve(conn, &info);
   // What stands in the record now: the host may have taken the body, or left a block of its own.
   const MallocPtr<char> body(info.body);
-  const int silentFailure = g_silentFailure.load(std::memory_order_relaxed);
-  if (silentFailure != 0 && FailedInSilence(result, conn)) return request.Answer(silentFailure);
-  DrainBody(conn);
-  // After -2 nothing is sent, deliberately; the worker is let go instead of waiting for the client.
-  if (result == kNotAuthorised) mg_disable_connection_keep_alive(conn);
-  return 1;
+  return Conclude(conn, request, result, limit.End());
 }
 
 int SdkAPIExt_SilentFailure_Set(int status) {

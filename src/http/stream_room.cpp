@@ -4,10 +4,13 @@
 #include <civetweb.h>
 
 #include <algorithm>
+#include <array>
 #include <atomic>
 #include <cstdlib>
+#include <optional>
 
 #include "server/counters.h"
+#include "server/limits.h"
 #include "server/log.h"
 
 namespace sdkapi {
@@ -34,20 +37,57 @@ OpenStreams With(OpenStreams open, Stream kind, uint32_t change) {
   return open;
 }
 
-bool TakePlace(Stream kind, uint32_t most) {
+// What refuses a stream, and how many of which there may be.
+struct Bound {
+  Counter refusals;
+  uint32_t most;  // 0: any number
+  bool previews;
+  bool webSockets;
+
+  bool Refuses(OpenStreams open, Stream kind) const {
+    const bool concerned = kind == Stream::kPreview ? previews : webSockets;
+    const uint32_t there = (previews ? open.previews : 0) + (webSockets ? open.webSockets : 0);
+    return concerned && most != 0 && there >= most;
+  }
+};
+
+using Bounds = std::array<Bound, 4>;
+
+uint32_t Read(const std::atomic<uint32_t>& limit) { return limit.load(std::memory_order_relaxed); }
+
+Bounds CurrentBounds(const mg_connection* conn) {
+  return {{{Counter::kRefusedPreviews, Read(g_limits.previews), true, false},
+           {Counter::kRefusedWebSockets, Read(g_limits.webSockets), false, true},
+           {Counter::kRefusedStreams, Read(g_limits.streams), true, true},
+           {Counter::kRefusedForWorkers, MostStreams(conn), true, true}}};
+}
+
+std::optional<Counter> Refusal(const Bounds& bounds, OpenStreams open, Stream kind) {
+  for (const Bound& bound : bounds) {
+    if (bound.Refuses(open, kind)) return bound.refusals;
+  }
+  return std::nullopt;
+}
+
+// Nothing, or the count of what refuses it.
+std::optional<Counter> TakePlace(const Bounds& bounds, Stream kind) {
   OpenStreams open = CurrentStreams();
-  do {
-    if (open.previews + open.webSockets >= most) return false;
-  } while (!g_open.compare_exchange_weak(open, With(open, kind, 1), std::memory_order_relaxed));
-  return true;
+  for (;;) {
+    const std::optional<Counter> refusal = Refusal(bounds, open, kind);
+    const bool taken =
+        !refusal && g_open.compare_exchange_weak(open, With(open, kind, 1), std::memory_order_relaxed);
+    if (refusal || taken) return refusal;
+  }
 }
 
 }  // namespace
 
-StreamPlace::StreamPlace(const mg_connection* conn, Stream kind)
-    : kind_(kind), held_(TakePlace(kind, MostStreams(conn))) {
+StreamPlace::StreamPlace(const mg_connection* conn, Stream kind) : kind_(kind) {
+  const std::optional<Counter> refusal = TakePlace(CurrentBounds(conn), kind);
+  held_ = !refusal;
   if (held_) return;
-  Count(Counter::kRefusedForWorkers);
+  limited_ = *refusal != Counter::kRefusedForWorkers;
+  Count(*refusal);
   kLog.error()("no room for another stream!!!!");
 }
 

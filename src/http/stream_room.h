@@ -20,11 +20,14 @@ class StreamPlace {
 
   // False when the streams that there are leave no room; that has been logged and counted.
   bool granted() const { return held_; }
+  // Whether it was refused by a limit that the host has set, and not for want of workers.
+  bool limited() const { return limited_; }
   void Keep() { held_ = false; }
 
  private:
   Stream kind_;
-  bool held_;
+  bool held_ = false;
+  bool limited_ = false;
 };
 
 void GiveBackStreamPlace(Stream kind);

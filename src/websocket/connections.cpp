@@ -15,6 +15,7 @@
 #include "base/thread_safety.h"
 #include "http/login_ref.h"
 #include "http/request.h"
+#include "http/response.h"
 #include "http/stream_room.h"
 #include "sdkapi/host.h"
 #include "sdkapi/http.h"
@@ -38,6 +39,9 @@ constexpr LogSource kLog{"sdkapi"};
 
 constexpr int kAccept = 0;
 constexpr int kRefuse = 1;
+constexpr int kRefuseBusy = 2;  // with an answer, because the host's limit is reached
+
+constexpr const char* kConnectHandler = "WebSocketConnectHandler";  // its name in the log
 constexpr std::size_t kLongestKey =
     63;  // the web server fails a handshake with a longer one, after our accept
 
@@ -161,6 +165,28 @@ int AcceptLogin(const mg_connection* conn, const char* token, const LoginRef& lo
   return kAccept;
 }
 
+int Connect(const mg_connection* conn) {
+  const ContextLock lock(conn);
+  const char* const token = GetHttpHeadValue(conn, "Sec-WebSocket-Protocol");
+  kLog.info()("token = %s and g_NoLogin = [%d]", token != nullptr ? token : "(null)",
+              LoginIsRequired() ? 0 : 1);
+  if (token == nullptr || HandshakeWillFail(conn)) return kRefuse;
+  const LoginRef login = LookUpLogin(token);
+  if (login == nullptr) {
+    kLog.error()("Token is invalid!!!");
+    return kRefuse;
+  }
+  if (login->WebSocketCb == nullptr) {
+    NotRegistered(kLog.error(), kConnectHandler);
+    return kRefuse;
+  }
+  StreamPlace place(conn, Stream::kWebSocket);
+  if (!place.granted()) return place.limited() ? kRefuseBusy : kRefuse;
+  const int answer = AcceptLogin(conn, token, login);
+  if (answer == kAccept) place.Keep();
+  return answer;
+}
+
 // Takes the connection out of the list; returns it so that its last send can be waited for without a lock.
 ConnectionRef TakeConnection(const mg_connection* conn) {
   const ContextLock lock(conn);
@@ -226,25 +252,11 @@ int WebSocketInit() {
 int WebSocketConnectHandler(const mg_connection* conn, void* /*cbdata*/) {
   using namespace sdkapi;
   EndDueLogins();
-  const ContextLock lock(conn);
-  const char* const token = GetHttpHeadValue(conn, "Sec-WebSocket-Protocol");
-  kLog.info()("token = %s and g_NoLogin = [%d]", token != nullptr ? token : "(null)",
-              LoginIsRequired() ? 0 : 1);
-  if (token == nullptr || HandshakeWillFail(conn)) return kRefuse;
-  const LoginRef login = LookUpLogin(token);
-  if (login == nullptr) {
-    kLog.error()("Token is invalid!!!");
-    return kRefuse;
-  }
-  if (login->WebSocketCb == nullptr) {
-    NotRegistered(kLog.error(), __func__);
-    return kRefuse;
-  }
-  StreamPlace place(conn, Stream::kWebSocket);
-  if (!place.granted()) return kRefuse;
-  const int answer = AcceptLogin(conn, token, login);
-  if (answer == kAccept) place.Keep();
-  return answer;
+  const int answer = Connect(conn);
+  if (answer != kRefuseBusy) return answer;
+  // Without the server's lock: the client may let the answer wait.
+  Reply(const_cast<mg_connection*>(conn), 503, "");
+  return kRefuse;
 }
 
 void WebSocketReadyHandler(mg_connection* conn, void* /*cbdata*/) {

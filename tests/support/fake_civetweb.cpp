@@ -226,6 +226,7 @@ int mg_get_var(const char* data, size_t length, const char* name, char* dst, siz
 }
 
 int mg_read(mg_connection* conn, void* buffer, size_t length) {
+  if (conn->whileReading != nullptr) conn->whileReading();
   conn->readSizes.push_back(length);
   if (++conn->readCalls >= conn->failReadFrom) return -1;
   const size_t count = std::min(length, conn->body.size() - conn->bodyRead);

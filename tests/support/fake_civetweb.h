@@ -128,6 +128,9 @@ struct mg_connection {
   // Runs once, when the library asks for what is known of the request.
   mutable std::function<void()> onRequestInfo;
 
+  // Runs while the body is being read, before anything else.
+  std::function<void()> whileReading;
+
   std::vector<sdktest::WebSocketFrame> Frames();
   void NoteCloseReturned();
 

@@ -18,6 +18,7 @@ inline void SetNeutralExtensions() {
   SdkAPIExt_WebSocket_Slots_Set(nullptr);
   SdkAPIExt_WebSocket_Limits_Set(nullptr);
   SdkAPIExt_UploadEnd_Set(nullptr);
+  SdkAPIExt_Limits_Set(nullptr);
   for (int family = kExtUploadImage; family <= kExtUploadCustom; ++family) {
     SdkAPIExt_Upload_Limit_Set(family, 0);
   }

@@ -8,8 +8,8 @@
 
 namespace sdktest {
 
-WebSocketBounds& Bounds() {
-  static WebSocketBounds bounds;
+ServerBounds& Bounds() {
+  static ServerBounds bounds;
   return bounds;
 }
 
@@ -22,6 +22,7 @@ void mg_websocket_set_limits(mg_connection* conn, size_t queueBytes, size_t queu
                              uint64_t payloadBytes);
 size_t mg_websocket_queued(mg_connection* conn);
 int mg_set_body_limit(mg_connection* conn, long long bytes);
+void mg_set_address_limit(unsigned most);
 long long mg_get_bytes_sent(const mg_connection* conn);
 const char* mg_get_route(const mg_connection* conn);
 const char* mg_get_sent_path(const mg_connection* conn);
@@ -44,6 +45,8 @@ int mg_set_body_limit(mg_connection* conn, long long bytes) {
   const bool passed = std::exchange(conn->bodyLimit, bytes) > 0 && conn->bodyLimitPassed;
   return passed ? 1 : 0;
 }
+
+void mg_set_address_limit(unsigned most) { sdktest::Bounds().ofOneAddress = most; }
 
 long long mg_get_bytes_sent(const mg_connection* conn) { return static_cast<long long>(conn->output.size()); }
 

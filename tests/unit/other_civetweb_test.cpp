@@ -75,6 +75,25 @@ TEST_F(OtherCivetwebTest, AMessagesBoundIsCheckedWhenItsFrameIsThere) {
 TEST_F(OtherCivetwebTest, WhatNeedsOurBuildIsRefused) {
   EXPECT_EQ(SdkAPIExt_SilentFailure_Set(500), -1);
   EXPECT_EQ(SdkAPIExt_Upload_Limit_Set(kExtUploadImage, 1000), -1);
+  SdkAPIExtLimits limits{};
+  limits.size = sizeof limits;
+  limits.mostConnectionsPerAddress = 10;
+  EXPECT_EQ(SdkAPIExt_Limits_Set(&limits), -1);
+  limits.mostConnectionsPerAddress = 0;
+  limits.mostCustomBodyBytes = 1000;
+  EXPECT_EQ(SdkAPIExt_Limits_Set(&limits), -1);
+}
+
+TEST_F(OtherCivetwebTest, StreamsAreTheLibrarysOwn) {
+  SdkAPIExtLimits limits{};
+  limits.size = sizeof limits;
+  limits.mostWebSockets = 1;
+  ASSERT_EQ(SdkAPIExt_Limits_Set(&limits), 0);
+  Open();
+  mg_connection second("GET", "/websocket");
+  second.Header("Sec-WebSocket-Protocol", "tok");
+  EXPECT_NE(WebSocketConnectHandler(&second, nullptr), 0);
+  EXPECT_EQ(second.output, sdktest::JsonReply(503));
 }
 
 TEST_F(OtherCivetwebTest, ARequestHasNoRouteAndThePathThatWasDecoded) {

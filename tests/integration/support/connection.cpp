@@ -28,11 +28,13 @@ SSL_CTX* ClientContext() {
 
 }  // namespace
 
-Connection::Connection(int port, bool tls, int receiveBuffer) {
+Connection::Connection(int port, bool tls, int receiveBuffer, const char* from) {
   fd_ = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
   if (receiveBuffer > 0) setsockopt(fd_, SOL_SOCKET, SO_RCVBUF, &receiveBuffer, sizeof receiveBuffer);
   sockaddr_in address{};
   address.sin_family = AF_INET;
+  inet_pton(AF_INET, from, &address.sin_addr);
+  if (bind(fd_, reinterpret_cast<sockaddr*>(&address), sizeof address) != 0) return;
   address.sin_port = htons(static_cast<uint16_t>(port));
   address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
   if (connect(fd_, reinterpret_cast<sockaddr*>(&address), sizeof address) != 0) return;

@@ -15,8 +15,9 @@ class Connection {
   // How reading came to its end.
   enum class End { kOpen, kEof, kReset, kTimeout };
 
-  // A receive buffer other than the system's makes a slow reader felt at once.
-  Connection(int port, bool tls, int receiveBuffer = 0);
+  // A receive buffer other than the system's makes a slow reader felt at once. Every address of 127.0.0.0/8
+  // is this machine's, and can be the client's.
+  Connection(int port, bool tls, int receiveBuffer = 0, const char* from = "127.0.0.1");
   ~Connection();
   Connection(const Connection&) = delete;
   Connection& operator=(const Connection&) = delete;
