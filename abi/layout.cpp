@@ -152,7 +152,7 @@ static_assert(offsetof(SdkAPIExtLimits, mostConnectionsPerAddress) == 16);
 static_assert(offsetof(SdkAPIExtLimits, reserved) == 20);
 static_assert(offsetof(SdkAPIExtLimits, mostCustomBodyBytes) == 24);
 
-static_assert(sizeof(SdkAPIExtStatistics) == 280);
+static_assert(sizeof(SdkAPIExtStatistics) == 288);
 static_assert(offsetof(SdkAPIExtStatistics, complete) == 4);
 static_assert(offsetof(SdkAPIExtStatistics, uptimeSeconds) == 8);
 static_assert(offsetof(SdkAPIExtStatistics, workers) == 16);
@@ -183,3 +183,4 @@ static_assert(offsetof(SdkAPIExtStatistics, refusedBodies) == 248);
 static_assert(offsetof(SdkAPIExtStatistics, refusedUploads) == 256);
 static_assert(offsetof(SdkAPIExtStatistics, refusedLogins) == 264);
 static_assert(offsetof(SdkAPIExtStatistics, refusedMessages) == 272);
+static_assert(offsetof(SdkAPIExtStatistics, displacedConnections) == 280);

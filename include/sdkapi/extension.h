@@ -426,6 +426,9 @@ typedef struct SdkAPIExtStatistics {
   uint64_t refusedUploads;     /**< by @ref SdkAPIExt_Upload_Limit_Set. */
   uint64_t refusedLogins;      /**< by SdkAPIExtLoginLimits::most. */
   uint64_t refusedMessages;    /**< by SdkAPIExtWebSocketLimits::mostMessageBytes. */
+
+  uint64_t displacedConnections; /**< connections that were closed while they waited, because descriptors ran
+                                    short (server). */
 } SdkAPIExtStatistics;
 
 /** Tells what the server does and has done. Costs microseconds. The numbers are read one after the other

@@ -66,7 +66,7 @@ bool ReadBody(mg_connection* conn, CustomReqInfo& info) {
 }
 
 // What follows the host's function.
-int Conclude(mg_connection* conn, const JsonRequest& request, int result, bool tooLong) {
+int FinishRequest(mg_connection* conn, const JsonRequest& request, int result, bool tooLong) {
   const int silentFailure = g_silentFailure.load(std::memory_order_relaxed);
   const bool failed = silentFailure != 0 && result != 0;
   if ((tooLong || failed) && MayStillBeAnswered(result, conn)) {
@@ -102,7 +102,7 @@ extern "C" int FuncCustomGetPost(mg_connection* conn, void* cbdata) {
   const int result = serve(conn, &info);
   // What stands in the record now: the host may have taken the body, or left a block of its own.
   const MallocPtr<char> body(info.body);
-  return Conclude(conn, request, result, limit.End());
+  return FinishRequest(conn, request, result, limit.End());
 }
 
 int SdkAPIExt_SilentFailure_Set(int status) {

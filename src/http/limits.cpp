@@ -1,6 +1,8 @@
 // The host's limits are taken, here and by the web server.
 #include "server/limits.h"
 
+#include <civetweb.h>
+
 #include <climits>
 #include <cstdint>
 
@@ -10,6 +12,7 @@
 #include "server/refusal.h"
 
 // In our build of the web server only.
+// NOLINTNEXTLINE(readability-redundant-declaration): another build's header does not declare it.
 extern "C" void mg_set_address_limit(unsigned most) __attribute__((weak));
 
 namespace {

@@ -32,16 +32,16 @@ constexpr LogSource kLog{"sdkapi"};
 
 enum class Phase { kStopped, kStarting, kRunning, kFailed, kStopping };
 
-// The one answer to "does it run". The context may be used while it does: a stop waits for the registrations
-// that it finds in flight, and the web server frees its context at the end of the stop.
+// The one answer to "does it run". The context may be used while it does: a stop waits for the users
+// that it finds, and the web server frees its context at the end of the stop.
 struct RunState {
   Mutex mutex ACQUIRED_AFTER(contextLock, listLock);
   Condition changed;
   Phase phase GUARDED_BY(mutex) = Phase::kStopped;
   mg_context* context GUARDED_BY(mutex) = nullptr;
   int64_t since GUARDED_BY(mutex) = 0;  // on the monotonic clock, in milliseconds
-  int registrations GUARDED_BY(mutex) = 0;
-  std::atomic<bool> starting{false};  // whether the phase is kStarting, for requests to look at
+  int users GUARDED_BY(mutex) = 0;      // of the context
+  std::atomic<bool> starting{false};    // whether the phase is kStarting, for requests to look at
 };
 constinit RunState runState;
 
@@ -104,27 +104,15 @@ bool BeginStop() EXCLUDES(runState.mutex) {
   return false;
 }
 
-bool EnterRegistration() EXCLUDES(runState.mutex) {
+void AwaitUsers() EXCLUDES(runState.mutex) {
   const ScopedLock lock(runState.mutex);
-  const bool running = runState.phase == Phase::kRunning;
-  if (running) ++runState.registrations;
-  return running;
-}
-
-void LeaveRegistration() EXCLUDES(runState.mutex) {
-  const ScopedLock lock(runState.mutex);
-  if (--runState.registrations == 0) runState.changed.WakeAll();
-}
-
-void AwaitRegistrations() EXCLUDES(runState.mutex) {
-  const ScopedLock lock(runState.mutex);
-  while (runState.registrations > 0) runState.changed.Wait(runState.mutex);
+  while (runState.users > 0) runState.changed.Wait(runState.mutex);
 }
 
 // A registration may wait for a request that ends only when its writes fail, so the web server is told first.
 void StopServer(mg_context* ctx) {
   if (mg_stop_begin != nullptr) mg_stop_begin(ctx);
-  AwaitRegistrations();
+  AwaitUsers();
   mg_stop(ctx);
 }
 
@@ -161,10 +149,22 @@ mg_context* GetMgContext() {
   return runState.context;
 }
 
+RunningContext::RunningContext() {
+  const ScopedLock lock(runState.mutex);
+  context_ = runState.phase == Phase::kRunning ? runState.context : nullptr;
+  if (context_ != nullptr) ++runState.users;
+}
+
+RunningContext::~RunningContext() {
+  if (context_ == nullptr) return;
+  const ScopedLock lock(runState.mutex);
+  if (--runState.users == 0) runState.changed.WakeAll();
+}
+
 bool RegisterRoute(const char* uri, RequestHandler handler, void* cbdata) {
-  if (!EnterRegistration()) return false;
-  if (uri != nullptr) mg_set_request_handler(GetMgContext(), uri, handler, cbdata);
-  LeaveRegistration();
+  const RunningContext context;
+  if (context.get() == nullptr) return false;
+  if (uri != nullptr) mg_set_request_handler(context.get(), uri, handler, cbdata);
   return true;
 }
 

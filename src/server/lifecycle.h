@@ -36,6 +36,21 @@ uint64_t UptimeSeconds();
 // Whether nothing runs, starts or is being stopped.
 bool ServerIsStopped();
 
+// The context of the running server; a stop waits for whoever holds one.
+class RunningContext {
+ public:
+  RunningContext();
+  ~RunningContext();
+  RunningContext(const RunningContext&) = delete;
+  RunningContext& operator=(const RunningContext&) = delete;
+
+  // Null when none runs.
+  mg_context* get() const { return context_; }
+
+ private:
+  mg_context* context_;
+};
+
 // The web server's own text of an option's name; null for an option that it does not know.
 const char* OptionName(const char* key);
 

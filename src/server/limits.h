@@ -7,12 +7,12 @@
 namespace sdkapi {
 
 // Each is read by itself when something begins; 0: any number.
-struct Limits {
+struct ClientLimits {
   std::atomic<uint32_t> previews;
   std::atomic<uint32_t> webSockets;
   std::atomic<uint32_t> streams;
   std::atomic<int64_t> customBodyBytes;
 };
-inline constinit Limits g_limits{};
+inline constinit ClientLimits g_limits{};
 
 }  // namespace sdkapi

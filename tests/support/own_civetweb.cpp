@@ -1,5 +1,5 @@
-// What only our build of the web server has, for the in-memory one: closing and bounding single WebSockets, a
-// bound for bodies, the count of bytes sent, a request's route and path as sent, and the beginning of a stop.
+// What only our build of the web server has, for the in-memory one: closing single WebSockets, bounds,
+// counts, a request's route and path as sent, and the beginning of a stop.
 #include "own_civetweb.h"
 
 #include <utility>
@@ -11,6 +11,11 @@ namespace sdktest {
 ServerBounds& Bounds() {
   static ServerBounds bounds;
   return bounds;
+}
+
+ServerFigures& Figures() {
+  static ServerFigures figures;
+  return figures;
 }
 
 }  // namespace sdktest
@@ -45,6 +50,10 @@ int mg_set_body_limit(mg_connection* conn, long long bytes) {
   const bool passed = std::exchange(conn->bodyLimit, bytes) > 0 && conn->bodyLimitPassed;
   return passed ? 1 : 0;
 }
+
+void mg_get_traffic(mg_traffic* traffic) { *traffic = sdktest::Figures().traffic; }
+
+void mg_get_load(mg_context* /*ctx*/, mg_load* load) { *load = sdktest::Figures().load; }
 
 void mg_set_address_limit(unsigned most) { sdktest::Bounds().ofOneAddress = most; }
 

@@ -16,6 +16,13 @@ struct ServerBounds {
   unsigned ofOneAddress = 0;
 };
 
+// What the server tells of itself.
+struct ServerFigures {
+  mg_traffic traffic{};
+  mg_load load{};
+};
+ServerFigures& Figures();
+
 // Of any connection: the library sets those of WebSockets when a handshake is complete.
 ServerBounds& Bounds();
 

@@ -84,6 +84,19 @@ TEST_F(OtherCivetwebTest, WhatNeedsOurBuildIsRefused) {
   EXPECT_EQ(SdkAPIExt_Limits_Set(&limits), -1);
 }
 
+TEST_F(OtherCivetwebTest, TheStatisticsSayThatTheyAreNotComplete) {
+  SdkAPIExtStatistics now{};
+  now.size = sizeof now;
+  ASSERT_EQ(SdkAPIExt_Statistics_Get(&now), 0);
+  const uint64_t before = now.webSockets;
+  Open();
+  ASSERT_EQ(SdkAPIExt_Statistics_Get(&now), 0);
+  EXPECT_EQ(now.complete, 0);
+  EXPECT_EQ(now.webSockets, before + 1);
+  EXPECT_EQ(now.workers, 0U);
+  EXPECT_EQ(now.acceptedConnections, 0U);
+}
+
 TEST_F(OtherCivetwebTest, StreamsAreTheLibrarysOwn) {
   SdkAPIExtLimits limits{};
   limits.size = sizeof limits;

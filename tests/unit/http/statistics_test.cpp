@@ -8,6 +8,7 @@
 #include "http/stream_room.h"
 #include "library_fixture.h"
 #include "monotonic_clock.h"
+#include "own_civetweb.h"
 #include "sdkapi/custom.h"
 #include "sdkapi/extension.h"
 #include "sdkapi/transfer.h"
@@ -173,6 +174,39 @@ TEST_F(StatisticsTest, TheUptimeIsThatOfTheServerWhichRuns) {
   EXPECT_EQ(Now().uptimeSeconds, 7U);
   EXPECT_EQ(SdkAPISer_Stop(nullptr), 0);
   EXPECT_EQ(Now().uptimeSeconds, 0U);
+}
+
+TEST_F(StatisticsTest, WhatTheServerCountsIsHandedOn) {
+  sdktest::Figures().traffic = {1, 2, 3, {4, 5, 6, 7, 8, 9}, 10, 11, 12, 13};
+  const Statistics now = Now();
+  EXPECT_EQ(now.complete, 1);
+  EXPECT_EQ(now.acceptedConnections, 1U);
+  EXPECT_EQ(now.refusedConnections, 2U);
+  EXPECT_EQ(now.displacedConnections, 3U);
+  for (uint64_t i = 0; i < 6; ++i) EXPECT_EQ(now.requests[i], 4 + i);
+  EXPECT_EQ(now.bytesIn, 10U);
+  EXPECT_EQ(now.bytesOut, 11U);
+  EXPECT_EQ(now.overrunWebSockets, 12U);
+  EXPECT_EQ(now.refusedMessages, before_.refusedMessages + 13) << "longer frames and longer messages";
+  sdktest::Figures() = {};
+}
+
+TEST_F(StatisticsTest, TheLoadIsThatOfTheServerWhichRuns) {
+  sdktest::Figures().load = {200, 5, 17};
+  EXPECT_EQ(Now().workers, 0U) << "none runs";
+  SdkAPISer_Init();
+  const SdkAPISerHandle table = TestHost::Table();
+  ASSERT_EQ(SdkAPISer_Start(&table), 0);
+  const Statistics now = Now();
+  EXPECT_EQ(now.workers, 200U);
+  EXPECT_EQ(now.busyWorkers, 5U);
+  EXPECT_EQ(now.connections, 17U);
+  EXPECT_EQ(now.idleConnections, 12U);
+  sdktest::Figures().load = {200, 5, 4};
+  EXPECT_EQ(Now().idleConnections, 0U) << "one is just being closed";
+  EXPECT_EQ(SdkAPISer_Stop(nullptr), 0);
+  EXPECT_EQ(Now().connections, 0U);
+  sdktest::Figures() = {};
 }
 
 TEST_F(StatisticsTest, ARecordWithoutAKnownSizeIsRefused) {
