@@ -15,13 +15,14 @@ import tempfile
 import urllib.error
 import urllib.request
 
-from program import free_port, wait_for
+from program import free_port, wait_for, wait_for_route
 
 FOLDER, FEATURE = pathlib.Path(sys.argv[1]).resolve(), sys.argv[2]
 SOURCE = pathlib.Path(__file__).resolve().parents[2] / f"examples/features/{FEATURE}.c"
 MOST_LINES = 79
 PATIENCE = 30  # seconds
 CHECKS = {}
+OWN_ROUTES = {"own_route": "/my_note", "extension": "/who"}  # the one that the program binds last
 
 
 def check(function):
@@ -186,6 +187,8 @@ def main():
         with subprocess.Popen([FOLDER / f"sdkapi-{FEATURE}", str(port)], cwd=name, stdout=subprocess.PIPE, text=True) as program:
             try:
                 wait_for(port, program)
+                if FEATURE in OWN_ROUTES:
+                    wait_for_route(port, OWN_ROUTES[FEATURE], program)
                 CHECKS[FEATURE](port, pathlib.Path(name))
                 program.send_signal(signal.SIGTERM)
                 assert program.wait(PATIENCE) == 0

@@ -10,7 +10,7 @@ import sys
 import urllib.error
 import urllib.request
 
-from program import free_port, wait_for
+from program import free_port, wait_for, wait_for_route
 
 
 def ask(port, path, token=None, body=None):
@@ -45,6 +45,7 @@ def run(ending):
     with subprocess.Popen([*sys.argv[1].split(), str(port)]) as process:
         try:
             wait_for(port, process)
+            wait_for_route(port, "/hello", process)
             check(port)
             process.send_signal(ending)
             assert process.wait(30) == 0

@@ -11,7 +11,7 @@ import subprocess
 import sys
 import tempfile
 
-from program import free_port, wait_for
+from program import free_port, wait_for, wait_for_route
 
 
 def blocks():
@@ -35,6 +35,7 @@ def main():
         with subprocess.Popen(arguments, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL) as process:
             try:
                 wait_for(port, process)
+                wait_for_route(port, "/metrics", process)
                 log_in, changed, information, picture, log_out, rest = run(port, blocks())
                 assert log_in == "", log_in
                 assert json.loads(changed) == {"code": 0}, changed

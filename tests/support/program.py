@@ -1,6 +1,8 @@
 """A program under test: a free port for it, and waiting until it listens."""
 import socket
 import time
+import urllib.error
+import urllib.request
 
 
 def free_port():
@@ -17,3 +19,17 @@ def wait_for(port, process):
                 return
         time.sleep(0.02)
     raise AssertionError("the program does not listen")
+
+
+def wait_for_route(port, path, process):
+    """A host binds its own routes after the start: until then they are unknown."""
+    deadline = time.monotonic() + 30
+    while time.monotonic() < deadline and process.poll() is None:
+        try:
+            urllib.request.urlopen(f"http://127.0.0.1:{port}{path}", timeout=30).close()
+            return
+        except urllib.error.HTTPError as error:
+            if error.code != 404:
+                return
+        time.sleep(0.02)
+    raise AssertionError(f"{path} is not bound")

@@ -11,7 +11,7 @@ from xml.etree import ElementTree
 import faults
 from device import Device
 from files import firmware
-from program import free_port, wait_for
+from program import free_port, wait_for, wait_for_route
 from proxy import Proxy
 from support import CommandLine
 
@@ -69,6 +69,7 @@ def check_minimal(program, line):
     with subprocess.Popen([program, str(port)], stderr=subprocess.DEVNULL) as process:
         try:
             wait_for(port, process)
+            wait_for_route(port, "/hello", process)
             url = f"http://127.0.0.1:{port}"
             results = check(line, url, "--write", "--rough", "--strict", "--route", "/hello")
             empty = states(results, "not offered")

@@ -7,7 +7,7 @@ import os
 import subprocess
 import sys
 
-from program import free_port, wait_for
+from program import free_port, wait_for, wait_for_route
 
 
 def main():
@@ -21,6 +21,7 @@ def main():
         with subprocess.Popen(command, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL) as device:
             try:
                 wait_for(port, device)
+                wait_for_route(port, "/metrics", device)
                 line.log_in()
                 assert line.value("info")["model"] == "SIM-8X8"
                 assert len(line.value("units")) == 8
