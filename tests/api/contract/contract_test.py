@@ -20,7 +20,7 @@ STREAM = 200_000
 # Described answers that this device gives only when its disk, memory or database fails.
 FAILURE = "only when the device itself fails"
 UNREACHABLE = {
-    ("logIn", "404"): "this device always gives a verdict",
+    ("logIn", "404"): "this device always gives a verdict", ("logIn", "500"): "an older login of the user makes room",
     ("createUser", "500"): FAILURE, ("deleteUser", "500"): FAILURE, ("restore", "500"): FAILURE, ("listUnits", "500"): FAILURE,
     ("listPrivileges", "500"): FAILURE, ("getDeviceInformation", "500"): "only while the device reboots",
     ("getDeviceTime", "500"): "only while the device reboots", ("downloadLog", "500"): FAILURE, ("downloadLogV1", "500"): FAILURE,
@@ -125,11 +125,6 @@ class Contract:
         return next((path, method, operation) for path, method, operation in self.operations() if operation["operationId"] == name)
 
     def run_special_cases(self):
-        with Device(self.program) as device:
-            path, method, operation = self.by_name("logIn")
-            body = inputs.example_body(operation, self.resolve, device)
-            while self.send(device, operation, method, (path, {}), body).status == 200:
-                pass
         with Device(self.program, "--no-auth") as device:
             path, method, operation = self.by_name("logOut")
             self.send(device, operation, method, (path, {}))
@@ -163,6 +158,8 @@ def prepare(device, name):
     if name in NEEDS:
         path, content = NEEDS[name]
         upload(device, path, content())
+    if name == "getSimulatedPreset":
+        Reply(device.exchange(request("post", "/sim/presets/Evening", device.token(), b'{"action":"store"}', "application/json")))
     if name == "deleteUser":
         Reply(device.exchange(request("post", "/createuser", device.token(),
                                       json.dumps({"username": "olga", "password": "Correct-Horse-7", "role": 2}).encode(), "application/json")))
@@ -178,6 +175,7 @@ OTHER_REQUESTS = {
     "getSimulatedMetrics": lambda: [("/metrics", (b"{}", "application/json"))],
     "whoAmI": lambda: [("/sim/me", (b"{}", "application/json"))],
     "endSession": lambda: [("/sim/sessions", (b"{", "application/json")), ("/sim/sessions", (b'{"end":7777777}', "application/json"))],
+    "listSimulatedPresets": lambda: [("/sim/presets", (b"{}", "application/json"))],
     "listSimulatedUsers": lambda: [("/sim/users", (b"{}", "application/json"))],
     "listSimulatedFiles": lambda: [("/sim/files", (b"{}", "application/json"))],
 }
