@@ -15,13 +15,22 @@ STILL_BYTES = 8000
 
 
 def picture(device, unit):
-    """The part of a unit's newest picture that does not move."""
+    """The part of a unit's newest picture that does not move. A viewer that has just left may still have its place."""
+    end = time.monotonic() + PATIENCE
+    while (found := try_picture(device, unit)) is None:
+        assert time.monotonic() < end, f"no picture of {unit}"
+    return found
+
+
+def try_picture(device, unit):
     with device.connect() as viewer:
         viewer.sendall(f"GET /preview/{unit} HTTP/1.1\r\nHost: device\r\n\r\n".encode())
         data = b""
         while b"\xff\xd8" not in data or len(data) - data.index(b"\xff\xd8") < STILL_BYTES:
             piece = viewer.recv(65536)
-            assert piece, f"the stream of {unit} ends: {data[:200]}"
+            if not piece:
+                assert data.startswith(b"HTTP/1.1 404 "), f"the stream of {unit} ends: {data[:200]}"
+                return None
             data += piece
         return data[data.index(b"\xff\xd8"):][:STILL_BYTES]
 
