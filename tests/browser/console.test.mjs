@@ -538,7 +538,7 @@ for (const scheme of ['http', 'https']) {
 for (const scheme of ['http', 'https']) {
   describe(`the API page over ${scheme}`, () => {
     let device;
-    before(async () => (device = await Simulator.start(scheme)));
+    before(async () => (device = await Simulator.start(scheme, '--first-password', 'admin')));
     after(async () => assert.equal(await device?.remove(), 0));
     const operation = (page, id) => page.locator(`#${id}`);
     const tryIt = async (page, id, words) => {
@@ -578,7 +578,7 @@ for (const scheme of ['http', 'https']) {
     flow('it has the login of the console, whose socket goes on', () => device, [], async (person) => {
       const page = await openTab(person, '/');
       await fillLogin(page, 'admin', 'admin');
-      await heading(page, 'Choose a new password').waitFor();
+      await heading(page, 'Overview').waitFor();
       const api = await openTab(person, '/api/');
       await api.getByText('Logged in as admin.').waitFor();
       await tryIt(api, 'getSimulatedStatus', /200 OK\s+\{[^]*"clients": 1/);
@@ -589,7 +589,7 @@ for (const scheme of ['http', 'https']) {
 for (const scheme of ['http', 'https']) {
   describe(`the README over ${scheme}`, () => {
     let device;
-    before(async () => (device = await Simulator.start(scheme)));
+    before(async () => (device = await Simulator.start(scheme, '--first-password', 'Correct-Horse-7')));
     after(async () => assert.equal(await device?.remove(), 0));
 
     flow('its WebSocket lines work when pasted into the console, twice', () => device, [], async (person) => {
