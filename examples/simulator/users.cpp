@@ -14,6 +14,9 @@
 namespace sim {
 namespace {
 
+// Tabs, tools and tests of one person side by side.
+constexpr uint32_t kMostLoginsEach = 8;
+
 using nlohmann::json;
 
 constexpr int kAdministrator = 1;
@@ -67,6 +70,7 @@ void StartUsers(const UserOptions& options) {
   accounts.firstPasswordStays = options.firstPassword.empty() ? 0 : 1;
   accounts.firstPassword = options.firstPassword.empty() ? "admin" : options.firstPassword.c_str();
   accounts.idleSeconds = options.idleSeconds;
+  accounts.mostLoginsEach = kMostLoginsEach;
   if (SdkKitAccounts_Start(&accounts) != 0) throw std::runtime_error("the users cannot be opened");
 }
 

@@ -108,7 +108,7 @@ def many_viewer_logins(device):
         log_in(device, "eve")
     assert status(device, "/sim/units", admin) == 200, "the administrator was thrown out"
     sessions = json.loads(ask(device, "get", "/sim/sessions", admin).content())["sessions"]
-    assert len(sessions) == 5, sessions
+    assert len(sessions) == 9, sessions
 
 
 def logins_without_log_out(device):
@@ -118,12 +118,12 @@ def logins_without_log_out(device):
 
 def all_places_taken(device):
     admin = log_in(device)
-    for number in range(17):
+    for number in range(13):
         add_user(device, admin, f"viewer{number}", 3)
     ask(device, "post", "/logout", admin)
-    for number in range(16):
+    for number in range(12):
         log_in(device, f"viewer{number}")
-    refused = try_login(device, "viewer16")
+    refused = try_login(device, "viewer12")
     assert refused["code"] == 2 and refused["lockTime"] > 0, refused
     assert status(device, "/sim/users", log_in(device)) == 200
 

@@ -410,8 +410,6 @@ BAD_INPUT = [
     Fault("no answer to a large body", "/api/v1/auth/login: a body of 100,000 bytes", lambda request: request.path == "/api/v1/auth/login" and request.header("Content-Length") == "100002", answer=always(NOTHING), options=ROUGH),
     Fault("no answer to a long method", "/download/setting: a method of 3000 bytes", lambda request: len(request.target) > 3000 and request.path == "/download/setting", answer=always(NOTHING), options=ROUGH),
     Fault("no answer to a long unit", "/preview: a unit's name", lambda request: len(request.path) > 3000 and request.path.startswith("/preview/"), answer=always(NOTHING), options=ROUGH),
-    Fault("room for ever", "/api/v1/auth/login: a login beyond the room", LOGIN, reply=only(500, lambda request, reply: composed(503, b"Service Unavailable")), options=ROUGH),
-    Fault("a logout that makes no room", "/api/v1/auth/login: a logout makes room", also("/logout", lambda request: len(request.proxy.issued) > 12), answer=always(composed(200, b"OK", b'{"code":"0"}')), options=ROUGH),
     Fault("idle clients that hold it up", "an answer after 60 clients that say nothing", lambda request: False, options=ROUGH | {"limit": 20}),
 ]
 

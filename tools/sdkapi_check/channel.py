@@ -102,6 +102,12 @@ class Channel:
         return frame is not None and frame.payload == payload
 
 
+def leave(target: Target, login: str) -> None:
+    """Ends a login whose channel has gone: a device may have few places for the logins of a user."""
+    if target.gated:
+        target.log_out(login)
+
+
 def connect(target: Target, path: str, token: str | None) -> Channel:
     key = base64.b64encode(os.urandom(16)).decode()
     lines = [f"GET {path} HTTP/1.1", "Host: device", "Upgrade: websocket", "Connection: Upgrade", "Sec-WebSocket-Version: 13", f"Sec-WebSocket-Key: {key}"]
@@ -192,7 +198,8 @@ def _check_frames(target: Target, path: str, channel: Channel) -> None:
     report.must(path, "a binary frame does not end the connection", "" if channel.answers_ping() else "it does", channel.exchange)
     channel.send(PONG, b"unasked")
     report.must(path, "a pong does not end the connection", "" if channel.answers_ping() else "it does", channel.exchange)
-    fresh = connect(target, path, target.new_login() if target.gated else "another")
+    login = target.new_login() if target.gated else "another"
+    fresh = connect(target, path, login)
     frame = fresh.wait_for(TEXT, 3)
     if frame is None:
         report.not_tested(path, "the device sent no event in three seconds")
@@ -202,6 +209,7 @@ def _check_frames(target: Target, path: str, channel: Channel) -> None:
         report.must(path, "an event is one whole text frame", fault or _text_fault(frame.payload), shown)
         report.should(path, "an event is a JSON object with a type", "" if "type" in (parsed(frame.payload) or {}) else "it is none", shown)
     fresh.socket.close()
+    leave(target, login)
 
 
 def _text_fault(payload: bytes) -> str:
@@ -214,11 +222,13 @@ def _text_fault(payload: bytes) -> str:
 
 def _check_second(target: Target, path: str, channel: Channel) -> None:
     """Two connections side by side, also when one of them breaks off."""
-    second = connect(target, path, target.new_login() if target.gated else "another")
+    login = target.new_login() if target.gated else "another"
+    second = connect(target, path, login)
     works = second.exchange.status == 101 and second.answers_ping()
     target.report.must(path, "a second login has a channel of its own", "" if works else "it has none", second.exchange)
     second.socket.close()
     target.report.must(path, "the first goes on when the second ends", "" if channel.answers_ping() else "it does not", channel.exchange)
+    leave(target, login)
 
 
 def _check_close(target: Target, path: str, channel: Channel) -> None:

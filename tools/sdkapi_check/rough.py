@@ -97,13 +97,15 @@ def _check_frames(target: Target) -> None:
         path[1].socket.close()
         target.refresh()
     for frame in (b"\x81\x05hello", b"\xf1\x80\0\0\0\0", b"\x83\x80\0\0\0\0", b"\x89\xfe\x01\x00" + bytes(260), b"\x81\xff" + b"\x7f" * 8 + bytes(4)):
-        channel = channels.connect(target, path[0], target.new_login() if target.gated else "anyone")
+        login = target.new_login() if target.gated else "anyone"
+        channel = channels.connect(target, path[0], login)
         try:
             channel.socket.sendall(frame)
             channel.frame(0.2)
         except OSError:
             pass
         channel.socket.close()
+        channels.leave(target, login)
     _alive(target, "frames that no client may send")
 
 
