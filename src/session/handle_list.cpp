@@ -39,6 +39,11 @@ void LinkBehind(const HandleManage& /*list*/, HandleManage* place, HandleManage*
   SetNext(place, node);
 }
 
+void ForgetNodes(HandleManage& list) {
+  const ListLock lock(list);
+  SetNext(&list, nullptr);
+}
+
 void Unlink(const HandleManage& /*list*/, HandleManage* node) {
   SetNext(node->prev, node->next);
   if (node->next != nullptr) node->next->prev = node->prev;

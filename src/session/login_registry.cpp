@@ -1,6 +1,8 @@
 // Logins with their private tables, kept alive by whoever uses them, and the end of a login.
 #include "session/login_registry.h"
 
+#include <pthread.h>
+
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
@@ -39,7 +41,8 @@ struct Registry {
   // Outside the list's: list and session stack change together under it.
   Mutex mutex ACQUIRED_AFTER(contextLock) ACQUIRED_BEFORE(listLock);
   bool ready GUARDED_BY(mutex) = false;
-  HandleManage list{};
+  // Made at compile time: a host may ask for its logins while the server starts.
+  HandleManage list{nullptr, PTHREAD_MUTEX_INITIALIZER, nullptr, nullptr};
   HandleManage* last GUARDED_BY(LockOf(list)) = &list;  // the list's last node, or its head
   TokenIndex index GUARDED_BY(LockOf(list));            // of the list's logins
   UseOrder uses GUARDED_BY(LockOf(list));               // of the list's logins
@@ -152,7 +155,6 @@ bool MakeRegistry() EXCLUDES(registry.mutex) {
   const ScopedLock lock(registry.mutex);
   if (registry.ready) return false;
   registry.ready = true;
-  HandleManageInitHead(&registry.list);
   const ListLock listLocked(registry.list);
   registry.index.SetKey(RandomHashKey());
   return true;

@@ -2,6 +2,7 @@
 #include "websocket/connections.h"
 
 #include <civetweb.h>
+#include <pthread.h>
 
 #include <atomic>
 #include <cstdint>
@@ -24,6 +25,7 @@
 #include "server/host_table.h"
 #include "server/lifecycle.h"
 #include "server/log.h"
+#include "session/handle_nodes.h"
 #include "session/login_end.h"
 #include "session/login_limits.h"
 #include "session/login_registry.h"
@@ -47,7 +49,8 @@ constexpr std::size_t kLongestKey =
 
 enum WebSocketEvent : int { kConnected = 0, kClosed = 2 };
 
-HandleManage g_WebSocketLink;
+// Made at compile time: a host may ask for its WebSockets while the server starts.
+HandleManage g_WebSocketLink{nullptr, PTHREAD_MUTEX_INITIALIZER, nullptr, nullptr};
 
 // Never reused, not even by a later run of the server.
 std::atomic<uint64_t> lastId{0};
@@ -243,7 +246,7 @@ void CloseWebSocketsOf(SdkAPISerHandle& login) {
 
 // Connections of an earlier run are gone by now: the web server closes each before its stop returns.
 int WebSocketInit() {
-  HandleManageInitHead(&g_WebSocketLink);
+  ForgetNodes(g_WebSocketLink);
   return 0;
 }
 

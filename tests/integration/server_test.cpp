@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cstdlib>
 #include <deque>
 #include <fstream>
@@ -12,6 +13,7 @@
 #include <thread>
 
 #include "certificate.h"
+#include "sdkapi/extension.h"
 #include "server_test_base.h"
 
 namespace integration {
@@ -217,6 +219,27 @@ TEST_F(StartTest, TheFirstClientFindsAllRoutes) {
     SdkAPISer_Stop(nullptr);
   }
   ExpectThatItCanStart();
+}
+
+TEST_F(StartTest, AHostMayAskWhileTheServerStartsAndStops) {
+  std::atomic<bool> ended{false};
+  std::thread asking([&ended] {
+    while (!ended) {
+      size_t none = 0;
+      EXPECT_EQ(SdkAPIExt_Login_List(nullptr, &none), 0);
+      none = 0;
+      EXPECT_EQ(SdkAPIExt_WebSocket_List(nullptr, &none), 0);
+      SdkAPIExt_Login_Limits_Check();
+      SdkAPIExt_WebSocket_Send_Valid(kExtText, "x", 1);
+      std::this_thread::yield();
+    }
+  });
+  for (int i = 0; i < 5; ++i) {
+    Server::Get().Ensure();
+    Server::Get().Stop();
+  }
+  ended = true;
+  asking.join();
 }
 
 // Every kind of connection is open while the server stops: idle, in a stream, in an upload, with a WebSocket.

@@ -228,7 +228,7 @@ class UploadWireTest : public testing::Test {
   // Nothing of what was under way is left.
   static void ExpectClean() {
     EXPECT_TRUE(Eventually([] { return Usage().underWay == 0; }));
-    EXPECT_TRUE(fs::is_empty("files/.incoming"));
+    EXPECT_TRUE(Eventually([] { return fs::is_empty("files/.incoming"); }));
     EXPECT_EQ(Usage().arriving, 0U);
   }
 
