@@ -9,10 +9,15 @@ import { createInterface } from 'node:readline';
 
 const START_MS = 30000;
 
+// Below the ports that the system gives to clients: nobody's outgoing connection takes it before the device does.
 async function freePort() {
-  const server = createServer().listen(0, '127.0.0.1');
-  await once(server, 'listening');
-  const { port } = server.address();
+  const port = 10000 + Math.floor(Math.random() * 22000);
+  const server = createServer().listen(port);
+  try {
+    await once(server, 'listening');
+  } catch {
+    return freePort();
+  }
   server.close();
   await once(server, 'close');
   return port;

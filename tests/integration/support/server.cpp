@@ -8,6 +8,7 @@
 
 #include <cstdlib>
 #include <filesystem>
+#include <random>
 #include <stdexcept>
 
 #include "certificate.h"
@@ -26,17 +27,22 @@ int EntriesOf(const char* folder) {
 
 }  // namespace
 
+// Below the ports that the system gives to clients: nobody's outgoing connection takes it before the server
+// does.
 int FreePort() {
-  const int fd = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-  sockaddr_in address{};
-  address.sin_family = AF_INET;
-  address.sin_addr.s_addr = htonl(INADDR_ANY);
-  socklen_t length = sizeof address;
-  const bool bound = bind(fd, reinterpret_cast<sockaddr*>(&address), length) == 0 &&
-                     getsockname(fd, reinterpret_cast<sockaddr*>(&address), &length) == 0;
-  close(fd);
-  if (!bound) throw std::runtime_error("no free port");
-  return ntohs(address.sin_port);
+  static std::mt19937 random{std::random_device{}()};
+  std::uniform_int_distribution<uint16_t> ports(10000, 31999);
+  for (int attempt = 0; attempt < 1000; ++attempt) {
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_ANY);
+    address.sin_port = htons(ports(random));
+    const int fd = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    const bool bound = bind(fd, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0;
+    close(fd);
+    if (bound) return ntohs(address.sin_port);
+  }
+  throw std::runtime_error("no free port");
 }
 
 int OpenFiles() { return EntriesOf("/proc/self/fd"); }
