@@ -17,10 +17,14 @@ TEST(Utf8Test, WholeCharactersAreTaken) {
                                "\xc2\x80",
                                "\xdf\xbf",
                                "\xe0\xa0\x80",
+                               "\xe1\x80\x80",
+                               "\xec\xbf\xbf",
                                "\xed\x9f\xbf",
                                "\xee\x80\x80",
                                "\xef\xbf\xbf",
                                "\xf0\x90\x80\x80",
+                               "\xf1\x80\x80\x80",
+                               "\xf3\xbf\xbf\xbf",
                                "\xf4\x8f\xbf\xbf"};
   for (const std::string& text : texts) {
     for (std::size_t before = 0; before < 17; ++before) {
