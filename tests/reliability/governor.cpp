@@ -69,6 +69,18 @@ void SetTransferLimits(int64_t bytes) {
   }
 }
 
+// More than the storm's clients need: each is looked at, none may fail.
+void SetServerLimits(uint32_t most) {
+  SdkAPIExtLimits limits{};
+  limits.size = sizeof limits;
+  limits.mostPreviews = most;
+  limits.mostWebSockets = most;
+  limits.mostStreams = most;
+  limits.mostConnectionsPerAddress = 10 * most;
+  limits.mostCustomBodyBytes = 1000000ULL * most;
+  EXPECT_EQ(SdkAPIExt_Limits_Set(&limits), 0);
+}
+
 // A closing one takes nothing; one that is gone is no longer known.
 void ToNewest(long number, const std::string& text) {
   const auto sockets = sdktest::Sockets();
@@ -105,6 +117,7 @@ void Set(long number) {
   SetSlots(odd);
   SetSocketLimits(odd ? 1000000 : 0);
   SetTransferLimits(odd ? 1000000 : 0);
+  SetServerLimits(odd ? 150 : 0);
   SetLoginLimits(odd ? 12 : 0, number % 4 < 2 ? kExtFullEndsOldestIdle : kExtFullRefuses);
   EXPECT_EQ(SdkAPIExt_SilentFailure_Set(odd ? 500 : 0), 0);
   EXPECT_EQ(SdkAPIExt_ServerLog_Set(

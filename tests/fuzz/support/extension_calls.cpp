@@ -228,6 +228,22 @@ void GetStatistics(Input& input) {
   FUZZ_CHECK(statistics.busyWorkers <= statistics.workers);
 }
 
+// Of connections always as many as this program's own clients need.
+void SetServerLimits(Input& input) {
+  constexpr uint32_t kOwnClients = 64;
+  SdkAPIExtLimits limits{};
+  limits.size = SizeFor<SdkAPIExtLimits>(input);
+  limits.mostPreviews = input.Byte();
+  limits.mostWebSockets = input.Byte();
+  limits.mostStreams = input.Byte();
+  limits.mostConnectionsPerAddress = kOwnClients + input.Byte();
+  limits.reserved = input.Byte() % 8 == 1 ? 1 : 0;
+  limits.mostCustomBodyBytes = input.Number();
+  const bool good =
+      limits.size == sizeof limits && limits.reserved == 0 && limits.mostCustomBodyBytes <= INT32_MAX;
+  FUZZ_CHECK(SdkAPIExt_Limits_Set(&limits) == (good ? 0 : -1));
+}
+
 constexpr void (*kCalls[])(Input&) = {SetSilentFailure,
                                       SetOption,
                                       GetRequest,
@@ -248,7 +264,8 @@ constexpr void (*kCalls[])(Input&) = {SetSilentFailure,
                                       List<SdkAPIExtWebSocket, SdkAPIExt_WebSocket_List>,
                                       SetSlots,
                                       SetSocketLimits,
-                                      GetStatistics};
+                                      GetStatistics,
+                                      SetServerLimits};
 
 }  // namespace
 
