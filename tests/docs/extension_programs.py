@@ -3,8 +3,6 @@
 
 usage: extension_programs.py LIBRARY PAGE, in the repository's root
 """
-import base64
-import os
 import pathlib
 import re
 import socket
@@ -15,6 +13,7 @@ import time
 import urllib.error
 import urllib.request
 
+from channel import frame, read_exactly, shake_hands
 from program import free_port
 
 PATIENCE = 30  # seconds
@@ -60,19 +59,6 @@ def logins(program, port):
     assert answer(port, "/dev_info", "token-1") == 401
 
 
-def frame(opcode, payload):
-    return bytes([0x80 | opcode, 0x80 | len(payload), 0, 0, 0, 0]) + payload
-
-
-def read_exactly(client, size):
-    data = b""
-    while len(data) < size:
-        piece = client.recv(size - len(data))
-        assert piece, data
-        data += piece
-    return data
-
-
 def read_frame(client):
     opcode, length = read_exactly(client, 2)
     return opcode & 15, read_exactly(client, length)
@@ -81,21 +67,15 @@ def read_frame(client):
 def websockets(program, port):
     with await_port(port) as client:
         client.settimeout(PATIENCE)
-        key = base64.b64encode(os.urandom(16)).decode()
-        client.sendall(f"GET /websocket HTTP/1.1\r\nHost: a\r\nUpgrade: websocket\r\nConnection: Upgrade\r\nSec-WebSocket-Key: {key}\r\n"
-                       "Sec-WebSocket-Version: 13\r\nSec-WebSocket-Protocol: me\r\n\r\n".encode())
-        head = b""
-        while not head.endswith(b"\r\n\r\n"):
-            head += read_exactly(client, 1)
-        assert head.startswith(b"HTTP/1.1 101 "), head
+        shake_hands(client, "/websocket", "me")
         assert program.stdout.readline() == "event 0 of 1\n"
-        client.sendall(frame(1, b"hello"))
+        client.sendall(frame(b"hello", 1))
         assert [read_frame(client), read_frame(client)] == [(1, b"tab 1 says"), (1, b"hello")]
-        client.sendall(frame(2, b"\0\xff"))
+        client.sendall(frame(b"\0\xff", 2))
         assert [read_frame(client), read_frame(client)] == [(1, b"tab 1 says"), (2, b"\0\xff")]
-        client.sendall(frame(1, b"bye"))
+        client.sendall(frame(b"bye", 1))
         assert read_frame(client) == (8, b"\x03\xe8see you")
-        client.sendall(frame(8, b"\x03\xe8"))
+        client.sendall(frame(b"\x03\xe8", 8))
         assert client.recv(1) == b""
     assert program.stdout.readline() == "event 2 of 1\n"
 

@@ -3,9 +3,7 @@
 
 usage: feature_examples.py FOLDER FEATURE
 """
-import base64
 import json
-import os
 import pathlib
 import signal
 import socket
@@ -15,6 +13,7 @@ import tempfile
 import urllib.error
 import urllib.request
 
+from channel import frame, read_exactly, shake_hands
 from program import free_port, wait_for, wait_for_route
 
 FOLDER, FEATURE = pathlib.Path(sys.argv[1]).resolve(), sys.argv[2]
@@ -113,19 +112,6 @@ def preview(port, folder):
     assert read.count(b"--w00t\r\n") >= 3, read[:200]
 
 
-def frame(payload):
-    return bytes([0x81, 0x80 | len(payload), 0, 0, 0, 0]) + payload
-
-
-def read_exactly(client, size):
-    data = b""
-    while len(data) < size:
-        piece = client.recv(size - len(data))
-        assert piece, data
-        data += piece
-    return data
-
-
 def text(client):
     opcode, length = read_exactly(client, 2)
     assert opcode == 0x81
@@ -134,13 +120,7 @@ def text(client):
 
 def connect(port):
     client = socket.create_connection(("127.0.0.1", port), PATIENCE)
-    key = base64.b64encode(os.urandom(16)).decode()
-    client.sendall(f"GET /ws HTTP/1.1\r\nHost: a\r\nUpgrade: websocket\r\nConnection: Upgrade\r\nSec-WebSocket-Key: {key}\r\n"
-                   "Sec-WebSocket-Version: 13\r\nSec-WebSocket-Protocol: any\r\n\r\n".encode())
-    head = b""
-    while not head.endswith(b"\r\n\r\n"):
-        head += read_exactly(client, 1)
-    assert head.startswith(b"HTTP/1.1 101 "), head
+    shake_hands(client, "/ws", "any")
     return client
 
 

@@ -17,6 +17,27 @@ def frame(payload, opcode=TEXT, final=True):
     return bytes([(0x80 if final else 0) | opcode]) + length + bytes(4) + payload
 
 
+def read_exactly(client, size):
+    data = b""
+    while len(data) < size:
+        piece = client.recv(size - len(data))
+        if not piece:
+            raise ConnectionResetError(f"the connection ended after {data}")
+        data += piece
+    return data
+
+
+def shake_hands(client, path, token):
+    """Makes a connection a WebSocket."""
+    key = base64.b64encode(os.urandom(16)).decode()
+    client.sendall((f"GET {path} HTTP/1.1\r\nHost: device\r\nUpgrade: websocket\r\nConnection: Upgrade\r\nSec-WebSocket-Version: 13"
+                    f"\r\nSec-WebSocket-Key: {key}\r\nSec-WebSocket-Protocol: {token}\r\n\r\n").encode())
+    head = b""
+    while not head.endswith(b"\r\n\r\n"):
+        head += read_exactly(client, 1)
+    assert head.startswith(b"HTTP/1.1 101 "), head
+
+
 class Channel:
     """Keeps what it receives; one that does not read has a small window, so that the device feels it soon."""
 
@@ -26,35 +47,20 @@ class Channel:
             self.socket.setsockopt(socket.SOL_SOCKET, socket.SO_RCVBUF, 4096)
         self.messages, self.changed = [], threading.Condition()
         self.ended, self.close_code = False, None
-        key = base64.b64encode(os.urandom(16)).decode()
-        self.socket.sendall((f"GET /ws HTTP/1.1\r\nHost: device\r\nUpgrade: websocket\r\nConnection: Upgrade\r\nSec-WebSocket-Version: 13"
-                             f"\r\nSec-WebSocket-Key: {key}\r\nSec-WebSocket-Protocol: {token or device.token()}\r\n\r\n").encode())
-        head = b""
-        while not head.endswith(b"\r\n\r\n"):
-            head += self.socket.recv(1)
-        assert head.startswith(b"HTTP/1.1 101 "), head
+        shake_hands(self.socket, "/ws", token or device.token())
         if reads:
             self.read_on()
 
     def read_on(self):
         threading.Thread(target=self.read, daemon=True).start()
 
-    def receive(self, count):
-        data = b""
-        while len(data) < count:
-            piece = self.socket.recv(count - len(data))
-            if not piece:
-                raise OSError
-            data += piece
-        return data
-
     def read(self):
         try:
             while True:
-                first, length = self.receive(2)
-                length = struct.unpack(">H", self.receive(2))[0] if length == 126 else length
-                length = struct.unpack(">Q", self.receive(8))[0] if length == 127 else length
-                self.take(first & 15, self.receive(length))
+                first, length = read_exactly(self.socket, 2)
+                length = struct.unpack(">H", read_exactly(self.socket, 2))[0] if length == 126 else length
+                length = struct.unpack(">Q", read_exactly(self.socket, 8))[0] if length == 127 else length
+                self.take(first & 15, read_exactly(self.socket, length))
         except OSError:
             with self.changed:
                 self.ended = True
