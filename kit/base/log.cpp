@@ -15,17 +15,20 @@ std::atomic<LineSink> g_sink{nullptr};
 
 bool IsControl(char letter) { return static_cast<unsigned char>(letter) < 0x20 || letter == 0x7f; }
 
-void Deliver(int level, const char* subject, const void* statement, const char* text) {
-  if (const LineSink sink = g_sink.load()) sink(level, subject, statement, text);
-  if (const SdkKitLogHook hook = g_hook.load()) hook(level, subject, text);
+using Text = std::array<char, 1024>;
+
+// Whatever a client sent, it stays one line.
+void Deliver(int level, const char* subject, const void* statement, Text& text) {
+  std::replace_if(text.begin(), std::find(text.begin(), text.end(), '\0'), IsControl, '?');
+  if (const LineSink sink = g_sink.load()) sink(level, subject, statement, text.data());
+  if (const SdkKitLogHook hook = g_hook.load()) hook(level, subject, text.data());
 }
 
 void Write(SdkKitLogLevel level, const char* subject, const char* format, va_list arguments) {
   if (g_hook.load() == nullptr && g_sink.load() == nullptr) return;
-  std::array<char, 1024> text{};
+  Text text{};
   std::vsnprintf(text.data(), text.size(), format, arguments);
-  std::replace_if(text.begin(), std::find(text.begin(), text.end(), '\0'), IsControl, '?');
-  Deliver(level, subject, format, text.data());
+  Deliver(level, subject, format, text);
 }
 
 }  // namespace
@@ -66,8 +69,7 @@ void SdkKitLog_Set(SdkKitLogHook hook) { sdkkit::g_hook.store(hook); }
 
 void SdkKitLog_Write(int level, const char* subject, const char* text) {
   if (level < kKitInfo || level > kKitError || subject == nullptr || text == nullptr) return;
-  std::array<char, 1024> line{};
+  sdkkit::Text line{};
   std::snprintf(line.data(), line.size(), "%s", text);
-  std::replace_if(line.begin(), std::find(line.begin(), line.end(), '\0'), sdkkit::IsControl, '?');
-  sdkkit::Deliver(level, subject, __builtin_return_address(0), line.data());
+  sdkkit::Deliver(level, subject, __builtin_return_address(0), line);
 }
