@@ -12,22 +12,22 @@
 #include <stdexcept>
 #include <string>
 
-#include "account_routes.h"
-#include "custom_routes.h"
-#include "database.h"
-#include "device.h"
-#include "events.h"
-#include "files.h"
-#include "firmware.h"
-#include "host_table.h"
-#include "live.h"
-#include "media.h"
-#include "metrics.h"
-#include "preset_routes.h"
+#include "bus/events.h"
+#include "model/device.h"
+#include "model/firmware.h"
+#include "model/settings_archive.h"
+#include "model/units.h"
+#include "model/users.h"
 #include "sdkapi/sdkapi.h"
-#include "settings_archive.h"
-#include "units.h"
-#include "users.h"
+#include "slots/account_routes.h"
+#include "slots/custom_routes.h"
+#include "slots/host_table.h"
+#include "slots/live.h"
+#include "slots/media.h"
+#include "slots/metrics.h"
+#include "slots/preset_routes.h"
+#include "store/database.h"
+#include "store/files.h"
 
 namespace sim {
 namespace {

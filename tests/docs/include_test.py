@@ -40,7 +40,7 @@ WRONG = {
     "include/sdkapi/host.h": '#include "server/log.h"',
     "examples/minimal/minimal.c": "#include <sdkapi/host.h>",
     "examples/simulator/main.cpp": '#include "base/text.h"',
-    "examples/simulator/device.h": "#include <civetweb.h>",
+    "examples/simulator/model/device.h": "#include <civetweb.h>",
 }
 
 

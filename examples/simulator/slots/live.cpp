@@ -1,17 +1,17 @@
 // The WebSocket channel: the state for newcomers, commands, and what happens every second.
-#include "live.h"
+#include "slots/live.h"
 
 #include <sdkapi/kit_events.h>
 
 #include <stdexcept>
 #include <string>
 
-#include "commands.h"
-#include "device.h"
-#include "events.h"
-#include "presets.h"
-#include "slot_guard.h"
-#include "units.h"
+#include "bus/events.h"
+#include "model/device.h"
+#include "model/presets.h"
+#include "model/units.h"
+#include "slots/commands.h"
+#include "slots/slot_guard.h"
 
 namespace sim {
 namespace {

@@ -1,14 +1,14 @@
 // Presets: stored routings, which transmitter each receiver shows.
-#include "presets.h"
+#include "model/presets.h"
 
 #include <algorithm>
 #include <cstddef>
 #include <vector>
 
-#include "database.h"
-#include "events.h"
-#include "names.h"
-#include "units.h"
+#include "bus/events.h"
+#include "model/units.h"
+#include "store/database.h"
+#include "store/names.h"
 
 namespace sim {
 namespace {

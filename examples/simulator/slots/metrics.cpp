@@ -1,15 +1,15 @@
 // The device's own numbers on /metrics.
-#include "metrics.h"
+#include "slots/metrics.h"
 
 #include <sdkapi/kit_accounts.h>
 #include <sdkapi/kit_metrics.h>
 
 #include <stdexcept>
 
-#include "device.h"
-#include "events.h"
+#include "bus/events.h"
+#include "model/device.h"
+#include "model/units.h"
 #include "sdkapi/sdkapi.h"
-#include "units.h"
 
 namespace sim {
 namespace {

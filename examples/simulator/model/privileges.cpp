@@ -1,5 +1,5 @@
 // Privilege pictures: which are stored, and to which units they are bound.
-#include "privileges.h"
+#include "model/privileges.h"
 
 #include <unistd.h>
 
@@ -12,11 +12,11 @@
 #include <string_view>
 #include <vector>
 
-#include "database.h"
-#include "files.h"
-#include "media.h"
-#include "slot_guard.h"
-#include "units.h"
+#include "model/units.h"
+#include "slots/media.h"
+#include "slots/slot_guard.h"
+#include "store/database.h"
+#include "store/files.h"
 
 namespace sim {
 namespace {

@@ -1,14 +1,14 @@
 // Who am I, who is logged in, who may be.
-#include "account_routes.h"
+#include "slots/account_routes.h"
 
 #include <sdkapi/kit_accounts.h>
 
 #include <algorithm>
 #include <vector>
 
-#include "replies.h"
-#include "slot_guard.h"
-#include "users.h"
+#include "model/users.h"
+#include "slots/replies.h"
+#include "slots/slot_guard.h"
 
 namespace sim {
 namespace {

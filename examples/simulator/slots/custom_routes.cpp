@@ -1,5 +1,5 @@
 // The device's own routes: units in REST style, and status. Made to be copied.
-#include "custom_routes.h"
+#include "slots/custom_routes.h"
 
 #include <sdkapi/kit_accounts.h>
 
@@ -7,11 +7,11 @@
 #include <optional>
 #include <string>
 
-#include "device.h"
-#include "live.h"
-#include "replies.h"
-#include "slot_guard.h"
-#include "units.h"
+#include "model/device.h"
+#include "model/units.h"
+#include "slots/live.h"
+#include "slots/replies.h"
+#include "slots/slot_guard.h"
 
 namespace sim {
 namespace {

@@ -1,5 +1,5 @@
 // The picture of a source: colour bars, its name, a running clock and a moving block.
-#include "test_pattern.h"
+#include "media/test_pattern.h"
 
 #include <algorithm>
 #include <array>
@@ -7,7 +7,7 @@
 #include <cstdio>
 #include <ctime>
 
-#include "preview_font.h"
+#include "media/preview_font.h"
 
 namespace sim {
 namespace {

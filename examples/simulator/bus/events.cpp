@@ -1,5 +1,5 @@
 // The bus: what the device tells its WebSocket clients.
-#include "events.h"
+#include "bus/events.h"
 
 #include <sdkapi/kit_events.h>
 

@@ -1,16 +1,16 @@
 // The table that the device hands to the library: which function serves which slot.
-#include "host_table.h"
+#include "slots/host_table.h"
 
 #include <sdkapi/kit_accounts.h>
 
-#include "device.h"
-#include "firmware.h"
-#include "live.h"
-#include "media.h"
-#include "preview.h"
-#include "settings_archive.h"
-#include "units.h"
-#include "upload_slots.h"
+#include "media/preview.h"
+#include "model/device.h"
+#include "model/firmware.h"
+#include "model/settings_archive.h"
+#include "model/units.h"
+#include "slots/live.h"
+#include "slots/media.h"
+#include "slots/upload_slots.h"
 
 namespace sim {
 

@@ -1,5 +1,5 @@
 // The transmitter and receiver units that the device manages.
-#include "units.h"
+#include "model/units.h"
 
 #include <arpa/inet.h>
 
@@ -8,11 +8,11 @@
 #include <cctype>
 #include <cstdio>
 
-#include "database.h"
-#include "events.h"
-#include "names.h"
+#include "bus/events.h"
 #include "sdkapi/sdkapi.h"
-#include "slot_guard.h"
+#include "slots/slot_guard.h"
+#include "store/database.h"
+#include "store/names.h"
 
 namespace sim {
 namespace {

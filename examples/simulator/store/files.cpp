@@ -1,5 +1,5 @@
 // The device's stored files: their kinds, where they live, and temporary files that replace them in one step.
-#include "files.h"
+#include "store/files.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -14,7 +14,7 @@
 #include <system_error>
 #include <utility>
 
-#include "media.h"
+#include "slots/media.h"
 
 namespace sim {
 namespace {

@@ -1,13 +1,13 @@
 // Commands that clients send over the WebSocket.
-#include "commands.h"
+#include "slots/commands.h"
 
 #include <functional>
 #include <map>
 
-#include "device.h"
-#include "presets.h"
-#include "units.h"
-#include "users.h"
+#include "model/device.h"
+#include "model/presets.h"
+#include "model/units.h"
+#include "model/users.h"
 
 namespace sim {
 namespace {

@@ -1,5 +1,5 @@
 // The device itself: model, version, clock, and its simulated reboot.
-#include "device.h"
+#include "model/device.h"
 
 #include <array>
 #include <chrono>
@@ -9,11 +9,11 @@
 #include <mutex>
 #include <optional>
 
-#include "events.h"
-#include "firmware.h"
+#include "bus/events.h"
+#include "model/firmware.h"
+#include "model/units.h"
 #include "sdkapi/kit_firmware.h"
-#include "slot_guard.h"
-#include "units.h"
+#include "slots/slot_guard.h"
 
 namespace sim {
 namespace {

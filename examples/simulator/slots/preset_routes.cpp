@@ -1,5 +1,5 @@
 // The routes of the presets: list, look, store, recall, delete.
-#include "preset_routes.h"
+#include "slots/preset_routes.h"
 
 #include <sdkapi/kit_accounts.h>
 
@@ -7,9 +7,9 @@
 #include <string>
 #include <string_view>
 
-#include "presets.h"
-#include "replies.h"
-#include "slot_guard.h"
+#include "model/presets.h"
+#include "slots/replies.h"
+#include "slots/slot_guard.h"
 
 namespace sim {
 namespace {

@@ -1,5 +1,5 @@
 // The settings as one archive: which documents and files they are made of.
-#include "settings_archive.h"
+#include "model/settings_archive.h"
 
 #include <sdkapi/extension.h>
 
@@ -11,16 +11,16 @@
 #include <string>
 #include <vector>
 
-#include "database.h"
-#include "events.h"
-#include "files.h"
-#include "media.h"
-#include "presets.h"
-#include "privileges.h"
+#include "bus/events.h"
+#include "model/presets.h"
+#include "model/privileges.h"
+#include "model/units.h"
+#include "model/users.h"
 #include "sdkapi/kit_archive.h"
-#include "slot_guard.h"
-#include "units.h"
-#include "users.h"
+#include "slots/media.h"
+#include "slots/slot_guard.h"
+#include "store/database.h"
+#include "store/files.h"
 
 namespace sim {
 namespace {

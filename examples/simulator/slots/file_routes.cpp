@@ -7,10 +7,10 @@
 #include <string>
 #include <string_view>
 
-#include "files.h"
-#include "media.h"
-#include "replies.h"
-#include "slot_guard.h"
+#include "slots/media.h"
+#include "slots/replies.h"
+#include "slots/slot_guard.h"
+#include "store/files.h"
 
 namespace sim {
 namespace {

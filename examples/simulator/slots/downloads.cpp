@@ -1,5 +1,5 @@
 // The download slots: which file each route offers, and the files that are made for the purpose.
-#include "downloads.h"
+#include "slots/downloads.h"
 
 #include <sdkapi/kit_preview.h>
 
@@ -8,13 +8,13 @@
 #include <string>
 #include <vector>
 
-#include "device.h"
-#include "files.h"
-#include "media.h"
-#include "slot_guard.h"
-#include "test_pattern.h"
-#include "units.h"
-#include "upload_slots.h"
+#include "media/test_pattern.h"
+#include "model/device.h"
+#include "model/units.h"
+#include "slots/media.h"
+#include "slots/slot_guard.h"
+#include "slots/upload_slots.h"
+#include "store/files.h"
 
 namespace sim {
 namespace {

@@ -1,5 +1,5 @@
 // The device's firmware: two slots, a simulated start, and what the clients are told.
-#include "firmware.h"
+#include "model/firmware.h"
 
 #include <fcntl.h>
 #include <sodium.h>
@@ -13,12 +13,12 @@
 #include <stdexcept>
 #include <vector>
 
-#include "device.h"
-#include "events.h"
-#include "files.h"
+#include "bus/events.h"
+#include "model/device.h"
+#include "model/users.h"
 #include "sdkapi/kit_firmware.h"
-#include "slot_guard.h"
-#include "users.h"
+#include "slots/slot_guard.h"
+#include "store/files.h"
 
 namespace sim {
 namespace {

@@ -1,10 +1,10 @@
 // The life cycle of the media half.
-#include "media.h"
+#include "slots/media.h"
 
-#include "downloads.h"
-#include "files.h"
-#include "preview.h"
-#include "upload_slots.h"
+#include "media/preview.h"
+#include "slots/downloads.h"
+#include "slots/upload_slots.h"
+#include "store/files.h"
 
 namespace sim {
 

@@ -1,5 +1,5 @@
 // The previews: what the units and the device itself show.
-#include "preview.h"
+#include "media/preview.h"
 
 #include <sdkapi/kit_preview.h>
 
@@ -10,10 +10,10 @@
 #include <stdexcept>
 #include <string>
 
-#include "device.h"
-#include "slot_guard.h"
-#include "test_pattern.h"
-#include "units.h"
+#include "media/test_pattern.h"
+#include "model/device.h"
+#include "model/units.h"
+#include "slots/slot_guard.h"
 
 namespace sim {
 namespace {

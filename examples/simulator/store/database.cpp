@@ -1,5 +1,5 @@
 // The device's database: opening, schema, statements.
-#include "database.h"
+#include "store/database.h"
 
 #include <stdexcept>
 

@@ -1,5 +1,5 @@
 // The device's users in the kit: their rights, and how the settings archive takes them along.
-#include "users.h"
+#include "model/users.h"
 
 #include <sdkapi/kit_accounts.h>
 
@@ -9,7 +9,7 @@
 #include <stdexcept>
 #include <vector>
 
-#include "database.h"
+#include "store/database.h"
 
 namespace sim {
 namespace {

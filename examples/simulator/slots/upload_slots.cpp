@@ -1,5 +1,5 @@
 // The uploads that the device takes: their kinds, limits and content, and who may.
-#include "upload_slots.h"
+#include "slots/upload_slots.h"
 
 #include <charconv>
 #include <cstdio>
@@ -10,16 +10,16 @@
 #include <string_view>
 #include <system_error>
 
-#include "events.h"
-#include "files.h"
+#include "bus/events.h"
+#include "model/settings_archive.h"
+#include "model/users.h"
 #include "sdkapi/extension.h"
 #include "sdkapi/kit_archive.h"
 #include "sdkapi/kit_certificate.h"
 #include "sdkapi/kit_content.h"
 #include "sdkapi/kit_upload.h"
-#include "settings_archive.h"
-#include "slot_guard.h"
-#include "users.h"
+#include "slots/slot_guard.h"
+#include "store/files.h"
 
 namespace sim {
 namespace {
