@@ -43,7 +43,8 @@ typedef enum SdkKitFirmwarePhase {
   kKitFirmwareInstalling = 2, /**< all of it is there and right; it is made durable. */
   kKitFirmwareInstalled = 3,  /**< it is the next one to start: the host restarts now. */
   kKitFirmwareFailed = 4,     /**< nothing has changed. */
-  kKitFirmwareRolledBack = 5  /**< told by the old firmware's start: the new one did not confirm itself. */
+  kKitFirmwareRolledBack = 5, /**< told by the old firmware's start: the new one did not confirm itself. */
+  kKitFirmwareRefused = 6     /**< an upload was refused at once; an upgrade that is under way goes on. */
 } SdkKitFirmwarePhase;
 
 /** What is told of an upgrade. No text is NULL. */
@@ -54,6 +55,7 @@ typedef struct SdkKitFirmwareProgress {
   uint32_t reserved;   /**< 0. */
   const char* version; /**< of the image; empty as long as it is not known. */
   const char* why;     /**< the reason of a failure, in words for a log; else empty. */
+  const char* token;   /**< of the request that brings the image; empty where there is none. */
 } SdkKitFirmwareProgress;
 
 /** The options of @ref SdkKitFirmware_Start. */

@@ -124,7 +124,7 @@ bool EndOthersTrial(const Firmware& firmware, const Trial& trial) {
   const char* const version = trial.version.c_str();
   if (trial.starts > 0) {
     kLog.Error("version %s did not confirm itself; version %s runs again", version, firmware.version.c_str());
-    firmware.device.Tell(kKitFirmwareRolledBack, 0, trial.version, "it did not confirm itself");
+    firmware.device.Tell(kKitFirmwareRolledBack, 0, trial.version, "it did not confirm itself", "");
   } else {
     kLog.Warning("the installation of version %s was interrupted", version);
   }
@@ -172,14 +172,15 @@ int Refuse(const std::string& address, const std::string& why, int answer) {
 }
 
 // The device to itself for this upload; an empty text, or why not.
-std::string Claim(const UploadFileCtx* record, const Firmware& firmware, const Client& client) {
+std::string Claim(const UploadFileCtx* record, const Firmware& firmware, const Client& client,
+                  const char* token) {
   Rules rules = firmware.rules;
   rules.mayBeOlder = firmware.mayDowngrade && client.asksForOlder;
   const std::lock_guard lock(g_mutex);
   if (g_upload != nullptr) return g_upload->record == record ? "a second file" : "another one is under way";
   if (g_restartIsDue) return "an installed one waits for the restart";
   if (g_trial) return "the running firmware is still on trial";
-  g_upload.reset(new Upload{record, client.address, {firmware.device, std::move(rules)}});
+  g_upload.reset(new Upload{record, client.address, {firmware.device, std::move(rules), token}});
   return "";
 }
 
@@ -191,8 +192,10 @@ int BeginField(const char* token, const UploadFileCtx* record, const Firmware& f
       return Refuse(client.address, "not allowed", answer);
   }
   if (record->noFileName != 0) return 0;
-  const std::string fault = Claim(record, firmware, client);
-  return fault.empty() ? 0 : Refuse(client.address, fault, kFailed);
+  const std::string fault = Claim(record, firmware, client, token);
+  if (fault.empty()) return 0;
+  firmware.device.Tell(kKitFirmwareRefused, 0, "", fault, token);
+  return Refuse(client.address, fault, kFailed);
 }
 
 int TakePiece(Upload& upload, const UploadFileCtx& record) {

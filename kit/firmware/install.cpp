@@ -15,20 +15,22 @@ constexpr std::chrono::milliseconds kReportInterval{250};
 
 }  // namespace
 
-void Device::Tell(int phase, uint32_t percent, const std::string& version, const std::string& why) const {
+void Device::Tell(int phase, uint32_t percent, const std::string& version, const std::string& why,
+                  const std::string& token) const {
   if (progress == nullptr) return;
   const SdkKitFirmwareProgress told{.size = sizeof told,
                                     .phase = phase,
                                     .percent = percent,
                                     .reserved = 0,
                                     .version = version.c_str(),
-                                    .why = why.c_str()};
+                                    .why = why.c_str(),
+                                    .token = token.c_str()};
   progress(&told);
 }
 
 Install::~Install() {
   if (isOpen_) device_.close(0);
-  if (!isDone_) device_.Tell(kKitFirmwareFailed, 0, version_, fault_);
+  if (!isDone_) Tell(kKitFirmwareFailed, 0, fault_);
 }
 
 std::string Install::Feed(std::string_view piece) {
@@ -69,20 +71,20 @@ void Install::Report() {
   const auto now = Clock::now();
   if (now - reported_ < kReportInterval) return;
   reported_ = now;
-  device_.Tell(kKitFirmwareReceiving, image_->Percent(), version_, "");
+  Tell(kKitFirmwareReceiving, image_->Percent());
 }
 
 std::string Install::Finish() {
   fault_ = image_ && image_->IsWhole() ? Activate() : "it is shorter than it says";
   isDone_ = fault_.empty();
-  if (isDone_) device_.Tell(kKitFirmwareInstalled, 100, version_, "");
+  if (isDone_) Tell(kKitFirmwareInstalled, 100);
   return fault_;
 }
 
 // The trial is written before the slot is switched: a firmware that was never counted could not be taken
 // back. When the power goes in between, the next start finds a trial of what does not run, and drops it.
 std::string Install::Activate() {
-  device_.Tell(kKitFirmwareInstalling, 100, version_, "");
+  Tell(kKitFirmwareInstalling, 100);
   isOpen_ = false;
   if (device_.close(1) != 0) return "it cannot be written";
   if (!WriteTrial(device_.state, {.version = version_, .starts = 0})) return "its trial cannot be written";

@@ -20,12 +20,15 @@ struct Device {
   decltype(SdkKitFirmwareOptions::activate) activate;
   decltype(SdkKitFirmwareOptions::progress) progress;
 
-  void Tell(int phase, uint32_t percent, const std::string& version, const std::string& why) const;
+  // The token is that of the upload; empty outside of one.
+  void Tell(int phase, uint32_t percent, const std::string& version, const std::string& why,
+            const std::string& token) const;
 };
 
 class Install {
  public:
-  Install(Device device, Rules rules) : device_(std::move(device)), rules_(std::move(rules)), head_(rules_) {}
+  Install(Device device, Rules rules, std::string token)
+      : device_(std::move(device)), rules_(std::move(rules)), token_(std::move(token)), head_(rules_) {}
   Install(const Install&) = delete;
   Install& operator=(const Install&) = delete;
   // What did not end well leaves the slot that is not running of no use, and is told as failed.
@@ -44,12 +47,16 @@ class Install {
   std::string Take(std::string_view piece);
   std::string Begin();
   std::string Activate();
+  void Tell(int phase, uint32_t percent, const std::string& why = {}) const {
+    device_.Tell(phase, percent, version_, why, token_);
+  }
   void Report();
 
   using Clock = std::chrono::steady_clock;
 
   const Device device_;
   const Rules rules_;
+  const std::string token_;
   HeadReader head_;
   std::optional<ImageReader> image_;
   std::string version_;

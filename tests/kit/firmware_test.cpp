@@ -6,6 +6,7 @@
 #include <cstring>
 #include <filesystem>
 #include <memory>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -66,6 +67,7 @@ struct Slots {
   bool writesFail = false;
   bool activationFails = false;
   std::vector<std::pair<int, std::string>> told;
+  std::set<std::string> tokens;
 } slots;
 
 std::vector<std::string> lines;
@@ -96,6 +98,7 @@ int RollBack() {
 }
 void Progress(const SdkKitFirmwareProgress* progress) {
   if (progress->phase != kKitFirmwareReceiving) slots.told.emplace_back(progress->phase, progress->why);
+  slots.tokens.insert(progress->token);
 }
 void TakeLine(int, const char*, const char* text) { lines.emplace_back(text); }
 
@@ -221,6 +224,7 @@ TEST_F(FirmwareTest, AWrongContainerIsRefusedWithWordsAndChangesNothing) {
     EXPECT_EQ(lines, std::vector<std::string>{std::string("firmware from ? refused: ") + wrong.why});
     SdkKitFirmware_Stop();
     EXPECT_EQ(slots.told, (Told{{kKitFirmwareFailed, wrong.why}}));
+    EXPECT_EQ(slots.tokens, std::set<std::string>{"token"});
     EXPECT_EQ(slots.next, "");
     EXPECT_EQ(slots.opens, slots.closes);
     EXPECT_FALSE(fs::exists("firmware.state"));
@@ -259,6 +263,13 @@ TEST_F(FirmwareTest, OneAtATimeAndNoneBeforeTheRestart) {
   EXPECT_EQ(Upload(Container(keys_, "1.3.0", "image")), 0);
   EXPECT_EQ(Upload(Container(keys_, "1.4.0", "image")), -1) << "a restart is due";
   EXPECT_EQ(slots.version, "1.3.0");
+  EXPECT_EQ(slots.told, (Told{{kKitFirmwareRefused, "a second file"},
+                              {kKitFirmwareRefused, "another one is under way"},
+                              {kKitFirmwareFailed, "it broke off"},
+                              {kKitFirmwareInstalling, ""},
+                              {kKitFirmwareInstalled, ""},
+                              {kKitFirmwareRefused, "an installed one waits for the restart"}}));
+  EXPECT_EQ(slots.tokens, std::set<std::string>{"token"});
 }
 
 TEST_F(FirmwareTest, AFirmwareThatConfirmsItselfStays) {
