@@ -26,6 +26,7 @@
 #include "slots/media.h"
 #include "slots/metrics.h"
 #include "slots/preset_routes.h"
+#include "slots/refusal_routes.h"
 #include "store/database.h"
 #include "store/files.h"
 
@@ -86,6 +87,7 @@ void StartRoutes() {
   RegisterPresetRoutes();
   RegisterFileRoutes();
   RegisterAccountRoutes();
+  RegisterRefusalRoutes();
   RegisterMetrics();
 }
 

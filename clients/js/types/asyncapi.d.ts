@@ -42,6 +42,8 @@ export interface components {
             percent: number;
             /** @description The version that comes, or has come. */
             version: string;
+            /** @description Why it failed; only then. */
+            reason?: string;
         };
         /** @description Any JSON value. */
         Id: unknown;
@@ -74,6 +76,8 @@ export interface components {
             done: boolean;
             /** @description Says something only when `done`. */
             ok: boolean;
+            /** @description Why it was refused; only then. */
+            reason?: string;
         };
         deviceUpgrade: components["schemas"]["Upgrade"];
         deviceLog: {

@@ -1030,6 +1030,26 @@ export interface paths {
         patch?: never;
         trace?: never;
     };
+    "/sim/refusals": {
+        parameters: {
+            query?: never;
+            header?: never;
+            path?: never;
+            cookie?: never;
+        };
+        /**
+         * Tell why uploads were refused
+         * @description Those of the login that asks, the newest first. An upload that succeeds takes the entry of its route away.
+         */
+        get: operations["listRefusals"];
+        put?: never;
+        post?: never;
+        delete?: never;
+        options?: never;
+        head?: never;
+        patch?: never;
+        trace?: never;
+    };
     "/sim/picture/{kind}": {
         parameters: {
             query?: never;
@@ -1204,6 +1224,15 @@ export interface components {
             firstlogin: number;
             mayWrite: boolean;
             mayAdminister: boolean;
+        };
+        Refusals: {
+            refusals: {
+                /** @description What was asked for, as sent. */
+                route: string;
+                reason: string;
+                /** @description Seconds. */
+                age: number;
+            }[];
         };
         Sessions: {
             sessions: {
@@ -2717,6 +2746,39 @@ export interface operations {
                 };
             };
             401: components["responses"]["Unauthorised"];
+            405: components["responses"]["MethodNotAllowed"];
+        };
+    };
+    listRefusals: {
+        parameters: {
+            query?: never;
+            header?: never;
+            path?: never;
+            cookie?: never;
+        };
+        requestBody?: never;
+        responses: {
+            /** @description The answer. */
+            200: {
+                headers: {
+                    [name: string]: unknown;
+                };
+                content: {
+                    /**
+                     * @example {
+                     *       "refusals": [
+                     *         {
+                     *           "route": "/api/v1/security/https_setting",
+                     *           "reason": "it has expired",
+                     *           "age": 2
+                     *         }
+                     *       ]
+                     *     }
+                     */
+                    "application/json": components["schemas"]["Refusals"];
+                };
+            };
+            401: components["responses"]["OwnUnauthorised"];
             405: components["responses"]["MethodNotAllowed"];
         };
     };

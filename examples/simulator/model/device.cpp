@@ -47,7 +47,7 @@ void EndReboot() {
     reboot.reset();
     firmwareRuns = RestartFirmware();
     version = SdkAPiSer_Version_Get();
-    if (version != expected) return Publish(UpgradeEvent("failed", 0, expected));
+    if (version != expected) return Publish(UpgradeEvent("failed", 0, expected, "it did not confirm itself"));
   }
   if (firmwareRuns && FirmwareWorks() && SdkKitFirmware_Confirm() == 0)
     Publish(UpgradeEvent("done", 100, expected));

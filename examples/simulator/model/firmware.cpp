@@ -15,6 +15,7 @@
 
 #include "bus/events.h"
 #include "model/device.h"
+#include "model/refusals.h"
 #include "model/users.h"
 #include "sdkapi/kit_firmware.h"
 #include "slots/slot_guard.h"
@@ -27,6 +28,7 @@ using nlohmann::json;
 
 constexpr const char* kFolder = "firmware";
 constexpr const char* kConfig = "build.config";
+constexpr const char* kUploadRoute = "/api/v1/fw_upload";
 constexpr size_t kConfigLimit = 4096;
 constexpr std::string_view kDoesNotStart = "does not start";
 
@@ -100,10 +102,14 @@ void TellClients(const SdkKitFirmwareProgress* progress) {
         Publish(UpgradeEvent("verifying", 100, version));
         break;
       case kKitFirmwareInstalled:
+        ForgetRefusal(progress->token, kUploadRoute);
         BeginRebootSimulation(version);
         break;
       case kKitFirmwareFailed:
-        Publish(UpgradeEvent("failed", 0, version));
+        Publish(UpgradeEvent("failed", 0, version, progress->why));
+        [[fallthrough]];
+      case kKitFirmwareRefused:
+        NoteRefusal(progress->token, kUploadRoute, progress->why);
         break;
       default:
         break;
@@ -166,8 +172,11 @@ bool FirmwareWorks() {
 
 void FillFirmware(SdkAPISerHandle* table) { SdkKitFirmware_Fill(table); }
 
-json UpgradeEvent(const char* phase, uint64_t percent, const std::string& version) {
-  return {{"type", "upgrade"}, {"phase", phase}, {"percent", percent}, {"version", version}};
+json UpgradeEvent(const char* phase, uint64_t percent, const std::string& version,
+                  const std::string& reason) {
+  json event{{"type", "upgrade"}, {"phase", phase}, {"percent", percent}, {"version", version}};
+  if (!reason.empty()) event["reason"] = reason;
+  return event;
 }
 
 }  // namespace sim

@@ -22,7 +22,9 @@ bool FirmwareWorks();
 // Puts the upgrade into the host table.
 void FillFirmware(SdkAPISerHandle* table);
 
-// The event of one phase of an upgrade; a reboot without one ends with the version that it began with.
-nlohmann::json UpgradeEvent(const char* phase, uint64_t percent, const std::string& version);
+// The event of one phase of an upgrade; a reboot without one ends with the version that it began with. One
+// that failed has a reason.
+nlohmann::json UpgradeEvent(const char* phase, uint64_t percent, const std::string& version,
+                            const std::string& reason = "");
 
 }  // namespace sim

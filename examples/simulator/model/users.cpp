@@ -3,6 +3,7 @@
 
 #include <sdkapi/kit_accounts.h>
 
+#include <algorithm>
 #include <array>
 #include <cstdlib>
 #include <memory>
@@ -16,6 +17,7 @@ namespace {
 
 // Tabs, tools and tests of one person side by side.
 constexpr uint32_t kMostLoginsEach = 8;
+constexpr std::size_t kMostLogins = 20;  // the most that the kit keeps
 
 using nlohmann::json;
 
@@ -82,6 +84,16 @@ bool IsAdministrator(const std::string& token) {
   SdkKitUser user{};
   user.size = sizeof user;
   return SdkKitAccounts_Who(token.c_str(), &user) == 0 && user.role == kAdministrator;
+}
+
+uint64_t LoginOf(const std::string& token) {
+  std::array<SdkKitSession, kMostLogins> sessions{};
+  std::size_t count = sessions.size();
+  sessions[0].size = sizeof sessions[0];
+  if (SdkKitAccounts_Sessions(token.c_str(), sessions.data(), &count) != 0) return 0;
+  const auto end = sessions.begin() + static_cast<std::ptrdiff_t>(std::min(count, sessions.size()));
+  const auto own = std::find_if(sessions.begin(), end, [](const auto& session) { return session.own == 1; });
+  return own == end ? 0 : own->id;
 }
 
 json UsersBody() {

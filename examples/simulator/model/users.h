@@ -21,6 +21,8 @@ void StopUsers();
 
 bool MayWrite(const std::string& token);
 bool IsAdministrator(const std::string& token);
+// The number of the token's login; 0 where nobody has to log in.
+uint64_t LoginOf(const std::string& token);
 
 // {"users":[{"name","role","firstlogin"},...]}
 nlohmann::json UsersBody();

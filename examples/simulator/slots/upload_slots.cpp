@@ -11,6 +11,7 @@
 #include <system_error>
 
 #include "bus/events.h"
+#include "model/refusals.h"
 #include "model/settings_archive.h"
 #include "model/users.h"
 #include "sdkapi/extension.h"
@@ -23,6 +24,8 @@
 
 namespace sim {
 namespace {
+
+using nlohmann::json;
 
 constexpr uint64_t kCertificateLimit = uint64_t{256} << 10;
 constexpr uint64_t kFilesBudget = uint64_t{256} << 20;
@@ -130,14 +133,18 @@ constexpr SdkKitUploadRow Note() {
   return row;
 }
 
+void KeepReason(const SdkKitUpload& upload) {
+  if (upload.stored != 0) return ForgetRefusal(upload.token, upload.url);
+  NoteRefusal(upload.token, upload.url, upload.why);
+}
+
 void PublishProgress(const SdkKitUpload* upload) {
   Guarded([&] {
-    Publish({{"type", "upload"},
-             {"route", upload->url},
-             {"file", upload->fileName},
-             {"bytes", upload->bytes},
-             {"done", upload->ended != 0},
-             {"ok", upload->stored != 0}});
+    json event{{"type", "upload"},       {"route", upload->url},       {"file", upload->fileName},
+               {"bytes", upload->bytes}, {"done", upload->ended != 0}, {"ok", upload->stored != 0}};
+    if (upload->why[0] != '\0') event["reason"] = upload->why;
+    if (upload->ended != 0) KeepReason(*upload);
+    Publish(event);
     return 0;
   });
 }

@@ -160,6 +160,8 @@ def prepare(device, name):
         upload(device, path, content())
     if name == "getSimulatedPreset":
         Reply(device.exchange(request("post", "/sim/presets/Evening", device.token(), b'{"action":"store"}', "application/json")))
+    if name == "listRefusals":
+        device.exchange(request("post", "/upload/logo", device.token(), *form(b"no picture")))
     if name == "deleteUser":
         Reply(device.exchange(request("post", "/createuser", device.token(),
                                       json.dumps({"username": "olga", "password": "Correct-Horse-7", "role": 2}).encode(), "application/json")))
@@ -176,6 +178,7 @@ OTHER_REQUESTS = {
     "whoAmI": lambda: [("/sim/me", (b"{}", "application/json"))],
     "endSession": lambda: [("/sim/sessions", (b"{", "application/json")), ("/sim/sessions", (b'{"end":7777777}', "application/json"))],
     "listSimulatedPresets": lambda: [("/sim/presets", (b"{}", "application/json"))],
+    "listRefusals": lambda: [("/sim/refusals", (b"{}", "application/json"))],
     "listSimulatedUsers": lambda: [("/sim/users", (b"{}", "application/json"))],
     "listSimulatedFiles": lambda: [("/sim/files", (b"{}", "application/json"))],
 }
