@@ -25,7 +25,7 @@ def library_routes():
 
 
 def simulator_sources():
-    return "".join(path.read_text() for path in sorted(ROOT.glob("examples/simulator/*.cpp")))
+    return "".join(path.read_text() for path in sorted(ROOT.glob("examples/simulator/**/*.cpp")))
 
 
 def simulator_routes():
