@@ -1,5 +1,6 @@
-/* Runs the browser tests: finds Chromium, installs the locked packages beside the results, starts node's test runner. */
+/* Runs the browser tests, all or those named (`run.mjs console budget`): finds Chromium, installs the locked packages beside the results, starts node's test runner. */
 import { spawnSync } from 'node:child_process';
+import { readdirSync } from 'node:fs';
 import { dirname, join } from 'node:path';
 import { fileURLToPath } from 'node:url';
 import { findChromium } from '../support/find_chromium.mjs';
@@ -19,8 +20,12 @@ if (!process.env.SDKAPI_SIMULATOR) {
   process.exit(2);
 }
 if (!installLockedPackages(here, output)) process.exit(1);
-const tests = process.argv.slice(2);
-const run = spawnSync(process.execPath, ['--test', '--test-reporter=spec', ...tests.filter((one) => one.startsWith('--')), join(here, 'console.test.mjs')], {
+const SUFFIX = '.test.mjs';
+const words = process.argv.slice(2);
+const options = words.filter((word) => word.startsWith('--'));
+const named = words.filter((word) => !word.startsWith('--')).map((name) => name + SUFFIX);
+const files = named.length ? named : readdirSync(here).filter((name) => name.endsWith(SUFFIX));
+const run = spawnSync(process.execPath, ['--test', '--test-concurrency=1', '--test-reporter=spec', ...options, ...files.map((name) => join(here, name))], {
   stdio: 'inherit',
   env: { ...process.env, SDKAPI_CHROMIUM: chromium, SDKAPI_BROWSER_OUTPUT: output },
 });

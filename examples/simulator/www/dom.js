@@ -1,4 +1,5 @@
 /* Small helpers that make elements, dialogs and notices. */
+import { common } from './texts.js';
 
 /** Makes an element: h('div.card', {id: 'x', onclick: f}, 'text', child). */
 export function h(spec, props, ...children) {
@@ -43,6 +44,31 @@ export function field(label, control, hint) {
   const hintId = hint && newId();
   if (hint) control.setAttribute('aria-describedby', hintId);
   return h('div.field', h('label', { for: control.id }, label), control, hint && h('small', { id: hintId }, hint));
+}
+
+/** The head of a table; a column without a name holds what can be done. */
+export const tableHead = (...names) =>
+  h('thead', h('tr', names.map((name) => h('th', { scope: 'col' }, name || h('span.unseen', common.actions)))));
+
+const CONTROLS = 'button, input, select, textarea';
+
+/**
+ * Disables a control, or all controls of a part of the page, and says why; without a reason everything stays as it is. Buttons stay in
+ * the order of the keyboard, so that the reason is found.
+ */
+export function deny(element, reason) {
+  if (!reason) return element;
+  const single = element.matches(CONTROLS);
+  for (const control of single ? [element] : element.querySelectorAll(CONTROLS)) denyControl(control, reason);
+  if (!single) element.append(h('small.denied', reason));
+  return element;
+}
+
+function denyControl(control, reason) {
+  control.title = reason;
+  if (control.tagName !== 'BUTTON') return void (control.disabled = true);
+  control.setAttribute('aria-disabled', 'true');
+  control.addEventListener('click', (event) => (event.preventDefault(), event.stopImmediatePropagation()), { capture: true });
 }
 
 export const button = (text, onclick, kind = '') =>
@@ -100,20 +126,10 @@ export function confirmDialog({ title, text, action, word }) {
     const dialog = h('dialog', { 'aria-labelledby': id, onclose: () => (dialog.remove(), resolve(dialog.returnValue === 'yes')) },
       h('form', { onsubmit: (event) => (event.preventDefault(), dialog.close('yes')) },
         h('h2', { id }, title), h('p', text), input && field(`Type ${word} to confirm`, input),
-        h('div.row', button('Keep as it is', () => dialog.close('')), yes)));
+        h('div.row', button(common.cancel, () => dialog.close('')), yes)));
     document.body.append(dialog);
     dialog.showModal();
   });
-}
-
-export const formatTime = (value) =>
-  typeof value === 'number' ? new Date(value * 1000).toISOString().replace('T', ' ').slice(0, 19) : String(value ?? '');
-
-export function formatDuration(seconds) {
-  const s = Math.max(0, Math.floor(Number(seconds) || 0));
-  const days = Math.floor(s / 86400);
-  const clock = [s / 3600 % 24, s / 60 % 60, s % 60].map((part) => String(Math.floor(part)).padStart(2, '0')).join(':');
-  return days ? `${days} d ${clock}` : clock;
 }
 
 const WEAK = 'Use at least one lower-case letter, one capital, one digit and one special character.';

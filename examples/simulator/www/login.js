@@ -1,5 +1,6 @@
 /* The pages before the console: log-in with lock-out, and the change of the first password. */
 import { field, form, h, passwordHint, requireDone, requireStrong } from './dom.js';
+import { login as texts } from './texts.js';
 
 const REASONS = {
   ended: 'Your session has ended. Please log in again.',
@@ -25,7 +26,7 @@ export function loginPage(ctx) {
     if (answer.code) throw new Error('The user name or the password is wrong.');
   });
   const why = h('p.status.warn', { role: 'status' }, REASONS[reason]);
-  return page('Log in', reason && why, element);
+  return page(texts.title, reason && why, element);
 }
 
 /** Counts the seconds down; nobody can try before they are over. */

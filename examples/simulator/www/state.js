@@ -1,4 +1,5 @@
 /* The words for each message of the device. */
+import { formatBytes } from './format.js';
 
 /** One line for the event list: {key, text, tone}, or null. Lines with the same key replace each other. */
 export function describe(before, message) {
@@ -45,11 +46,4 @@ function upgradeWords({ phase, percent, version }) {
   };
   const tone = { done: 'good', failed: 'bad' }[phase];
   return { key: phase === 'receiving' ? 'firmware' : undefined, text: words[phase] ?? phase, tone };
-}
-
-export function formatBytes(bytes) {
-  if (!(bytes >= 1024)) return `${bytes ?? 0} B`;
-  const step = bytes >= 1048576 ? ['MB', 1048576] : ['KB', 1024];
-  const value = bytes / step[1];
-  return `${value.toFixed(value < 100 ? 1 : 0)} ${step[0]}`;
 }

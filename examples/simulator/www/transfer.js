@@ -1,6 +1,6 @@
 /* Controls that move files: a drop zone with progress, rate and cancel, and a download button. */
 import { button, h, newId, notice, statusLine } from './dom.js';
-import { formatBytes } from './state.js';
+import { formatBytes, formatPercent, formatRate } from './format.js';
 
 const RATE_WINDOW_MS = 2000;
 
@@ -54,8 +54,8 @@ export function uploader(ctx, { label, hint, route, accept, headers, explain, do
 
   const show = (rate) => (sent, total) => {
     bar.value = (sent / total) * 100;
-    const whole = `${formatBytes(sent)} of ${formatBytes(total)}, ${Math.floor((sent / total) * 100)} %`;
-    figures.textContent = sent < total ? `${whole}, ${formatBytes(Math.round(rate(sent)))}/s` : `${whole}, the device checks it …`;
+    const whole = `${formatBytes(sent)} of ${formatBytes(total)}, ${formatPercent(sent / total)}`;
+    figures.textContent = sent < total ? `${whole}, ${formatRate(rate(sent))}` : `${whole}, the device checks it …`;
   };
 
   for (const type of ['dragenter', 'dragover']) {

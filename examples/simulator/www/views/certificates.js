@@ -1,9 +1,9 @@
 /* The certificates for HTTPS and for the network port (IEEE 802.1X). */
 import { card, field, h } from '../dom.js';
+import { certificates as texts } from '../texts.js';
 import { uploader } from '../transfer.js';
 
-export const title = 'Certificates';
-export const intro = 'A PEM file that holds a certificate and its private key. The key must not have a pass phrase.';
+export const page = { title: texts.title, intro: texts.intro };
 
 export function render(ctx) {
   const port = h('input', { type: 'number', min: '1', max: '65535', value: '1', inputmode: 'numeric' });

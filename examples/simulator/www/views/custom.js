@@ -1,9 +1,9 @@
 /* The routes that the device's own program added: a small test bench for them. */
 import { card, field, form, h } from '../dom.js';
+import { custom as texts } from '../texts.js';
 import { downloadButton, uploader } from '../transfer.js';
 
-export const title = 'Custom routes';
-export const intro = 'Routes that the device program registers at run time, next to the built-in ones.';
+export const page = { title: texts.title, intro: texts.intro };
 
 const SAMPLES = [
   ['GET', '/sim/status'], ['GET', '/sim/units'], ['GET', '/sim/units/TX01'],

@@ -1,8 +1,9 @@
 /* Firmware upgrade: upload, verification, restart and the new version. */
 import { card, fill, h } from '../dom.js';
+import { firmware as texts } from '../texts.js';
 import { uploader } from '../transfer.js';
 
-export const title = 'Firmware';
+export const page = { title: texts.title };
 const STEPS = [['receiving', 'Receiving'], ['verifying', 'Verifying'], ['rebooting', 'Restarting'], ['done', 'Done']];
 
 export function render(ctx) {

@@ -1,8 +1,9 @@
 /* The device's log with a filter, and its download. */
 import { button, card, field, fill, h } from '../dom.js';
+import { log as texts } from '../texts.js';
 import { downloadButton } from '../transfer.js';
 
-export const title = 'Log';
+export const page = { title: texts.title };
 const MOST_LINES = 500;
 const RELOAD_MS = 800;
 // An entry can hold a whole reply and so run over several lines; each begins with its date.

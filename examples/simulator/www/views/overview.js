@@ -1,8 +1,10 @@
 /* What the device is, how it is, and what happens on it. */
-import { badge, card, fill, formatDuration, h } from '../dom.js';
+import { badge, card, fill, h } from '../dom.js';
+import { formatDuration } from '../format.js';
 import { pictureOf } from '../live.js';
+import { overview as texts } from '../texts.js';
 
-export const title = 'Overview';
+export const page = { title: texts.title };
 const CLOCK_MS = 30000;
 
 export function render(ctx) {

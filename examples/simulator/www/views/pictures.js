@@ -1,11 +1,11 @@
 /* The device's pictures: logo, backgrounds and the overlay, each with its thumbnail. */
-import { card, formatTime, h } from '../dom.js';
+import { card, h } from '../dom.js';
 import { watchFiles } from '../files.js';
-import { formatBytes } from '../state.js';
+import { formatBytes, formatTime } from '../format.js';
+import { pictures as texts } from '../texts.js';
 import { downloadButton, uploader } from '../transfer.js';
 
-export const title = 'Pictures';
-export const intro = 'PNG, JPEG or BMP, at most 8 MiB each.';
+export const page = { title: texts.title, intro: texts.intro };
 
 const PICTURES = [
   ['logo', 'Logo', '/upload/logo', '/download/logo'],

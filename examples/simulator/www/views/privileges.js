@@ -1,9 +1,9 @@
 /* Privilege pictures and the units they are bound to. */
-import { badge, button, card, confirmDialog, field, fill, form, h, notice } from '../dom.js';
+import { badge, button, card, confirmDialog, field, fill, form, h, notice, tableHead } from '../dom.js';
+import { privileges as texts } from '../texts.js';
 import { uploader } from '../transfer.js';
 
-export const title = 'Privileges';
-export const intro = 'A privilege picture is shown by the units that it is bound to.';
+export const page = { title: texts.title, intro: texts.intro };
 
 export function render(ctx) {
   const body = h('tbody');
@@ -56,7 +56,7 @@ export function render(ctx) {
   showUnits(ctx.store.device);
   load();
   return h('div.columns',
-    card('Pictures', h('div.scroll', h('table', h('thead', h('tr', ['Picture', 'Bound to', ''].map((text) => h('th', { scope: 'col' }, text)))), body))),
+    card('Pictures', h('div.scroll', h('table', tableHead('Picture', 'Bound to', ''), body))),
     h('div.stack',
       card('Bind a picture', form([field('Picture', picture), field('Unit', unit)], 'Bind', bind)),
       card('New picture', uploader(ctx, { label: 'Upload privilege picture', route: '/upload/priv', accept: 'image/png,image/jpeg,image/bmp', hint: 'PNG, JPEG or BMP, at most 8 MiB. It keeps its file name.', done: load }))));

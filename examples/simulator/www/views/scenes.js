@@ -1,11 +1,12 @@
 /* Text files of the device: scenes, EDID and the cloud description. */
-import { card, formatTime, h } from '../dom.js';
+import { card, h } from '../dom.js';
 import { edidWords, hexLines } from '../edid.js';
 import { watchFiles } from '../files.js';
-import { formatBytes } from '../state.js';
+import { formatBytes, formatTime } from '../format.js';
+import { scenes as texts } from '../texts.js';
 import { downloadButton, uploader } from '../transfer.js';
 
-export const title = 'Scenes and EDID';
+export const page = { title: texts.title };
 const SHOWN = 4000;
 
 const FILES = [

@@ -1,8 +1,9 @@
 /* Settings: export, import, report, restart and restore. */
 import { button, card, confirmDialog, field, h, notice } from '../dom.js';
+import { settings as texts } from '../texts.js';
 import { downloadButton, uploader } from '../transfer.js';
 
-export const title = 'Settings';
+export const page = { title: texts.title };
 const METHODS = { full: 'Everything', users: 'Users only', units: 'Units only' };
 
 export function render(ctx) {

@@ -2,9 +2,9 @@
 import { badge, field, fill, form, h, notice } from '../dom.js';
 import { edidWords } from '../edid.js';
 import { pictureOf } from '../live.js';
+import { units as texts } from '../texts.js';
 
-export const title = 'Units';
-export const intro = 'Three pictures at a time are live; the others are stills that renew themselves.';
+export const page = { title: texts.title, intro: texts.intro };
 const GROUPS = { all: 'All', tx: 'Transmitters', rx: 'Receivers' };
 
 export function render(ctx) {

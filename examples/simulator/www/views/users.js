@@ -1,8 +1,9 @@
 /* The users of the device, and the caller's own name and password. */
-import { badge, button, card, confirmDialog, field, fill, form, h, notice, passwordHint, requireDone, requireStrong } from '../dom.js';
+import { badge, button, card, confirmDialog, field, fill, form, h, notice, passwordHint, requireDone, requireStrong, tableHead } from '../dom.js';
 import { changePassword, passwordInputs } from '../login.js';
+import { users as texts } from '../texts.js';
 
-export const title = 'Users';
+export const page = { title: texts.title };
 const ROLES = { 1: 'Administrator', 2: 'Operator', 3: 'Viewer' };
 
 export function render(ctx) {
@@ -35,7 +36,7 @@ export function render(ctx) {
 
   load();
   return h('div.columns',
-    card('Users', h('div.scroll', h('table', h('thead', h('tr', ['Name', 'Role', ''].map((text) => h('th', { scope: 'col' }, text)))), body))),
+    card('Users', h('div.scroll', h('table', tableHead('Name', 'Role', ''), body))),
     h('div.stack', card('New user', newUser(ctx, load)), ctx.store.session.user && card('My account', myAccount(ctx, load))));
 }
 

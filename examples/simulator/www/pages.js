@@ -1,0 +1,23 @@
+/* The pages of the console in the order of its navigation. */
+import { shell } from './texts.js';
+import * as certificates from './views/certificates.js';
+import * as custom from './views/custom.js';
+import * as firmware from './views/firmware.js';
+import * as log from './views/log.js';
+import * as overview from './views/overview.js';
+import * as pictures from './views/pictures.js';
+import * as privileges from './views/privileges.js';
+import * as scenes from './views/scenes.js';
+import * as settings from './views/settings.js';
+import * as units from './views/units.js';
+import * as users from './views/users.js';
+
+export const GROUPS = [
+  [shell.groups.operate, { overview, units }],
+  [shell.groups.media, { pictures, scenes, privileges }],
+  [shell.groups.system, { firmware, settings, certificates, log, custom }],
+  [shell.groups.access, { users }],
+];
+
+/** Name of each page to its module: `page` says what it is, `render(ctx)` makes its content. */
+export const PAGES = Object.assign({}, ...GROUPS.map(([, pages]) => pages));
