@@ -11,6 +11,9 @@ function formatter(Kind, options) {
 export const formatNumber = (value, digits = 0) =>
   formatter(Intl.NumberFormat, { minimumFractionDigits: digits, maximumFractionDigits: digits }).format(value);
 
+/** With as many digits behind the point as it has, and at most so many. */
+export const formatDecimal = (value, most) => formatter(Intl.NumberFormat, { maximumFractionDigits: most }).format(value);
+
 /** A share from 0 to 1. */
 export const formatPercent = (share) => formatter(Intl.NumberFormat, { style: 'percent' }).format(share);
 

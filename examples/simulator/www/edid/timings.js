@@ -1,0 +1,117 @@
+/* The timings that an EDID names: by a code, by a bit, in two bytes, or in detail. */
+
+// First code, picture, aspect ratios, refresh rates; the codes that follow go through the ratios, then through the rates.
+const CODES = `
+1 640x480p 4:3 60
+2 720x480p 4:3,16:9 60
+4 1280x720p 16:9 60
+5 1920x1080i 16:9 60
+6 720x480i 4:3,16:9 60
+8 720x240p 4:3,16:9 60
+10 2880x480i 4:3,16:9 60
+12 2880x240p 4:3,16:9 60
+14 1440x480p 4:3,16:9 60
+16 1920x1080p 16:9 60
+17 720x576p 4:3,16:9 50
+19 1280x720p 16:9 50
+20 1920x1080i 16:9 50
+21 720x576i 4:3,16:9 50
+23 720x288p 4:3,16:9 50
+25 2880x576i 4:3,16:9 50
+27 2880x288p 4:3,16:9 50
+29 1440x576p 4:3,16:9 50
+31 1920x1080p 16:9 50,24,25,30
+35 2880x480p 4:3,16:9 60
+37 2880x576p 4:3,16:9 50
+39 1920x1080i 16:9 50,100
+41 1280x720p 16:9 100
+42 720x576p 4:3,16:9 100
+44 720x576i 4:3,16:9 100
+46 1920x1080i 16:9 120
+47 1280x720p 16:9 120
+48 720x480p 4:3,16:9 120
+50 720x480i 4:3,16:9 120
+52 720x576p 4:3,16:9 200
+54 720x576i 4:3,16:9 200
+56 720x480p 4:3,16:9 240
+58 720x480i 4:3,16:9 240
+60 1280x720p 16:9 24,25,30
+63 1920x1080p 16:9 120,100
+65 1280x720p 64:27 24,25,30,50,60,100,120
+72 1920x1080p 64:27 24,25,30,50,60,100,120
+79 1680x720p 64:27 24,25,30,50,60,100,120
+86 2560x1080p 64:27 24,25,30,50,60,100,120
+93 3840x2160p 16:9 24,25,30,50,60
+98 4096x2160p 256:135 24,25,30,50,60
+103 3840x2160p 64:27 24,25,30,50,60
+108 1280x720p 16:9,64:27 48
+110 1680x720p 64:27 48
+111 1920x1080p 16:9,64:27 48
+113 2560x1080p 64:27 48
+114 3840x2160p 16:9 48
+115 4096x2160p 256:135 48
+116 3840x2160p 64:27 48
+117 3840x2160p 16:9 100,120
+119 3840x2160p 64:27 100,120
+121 5120x2160p 64:27 24,25,30,48,50,60,100
+193 5120x2160p 64:27 120
+194 7680x4320p 16:9 24,25,30,48,50,60,100,120
+202 7680x4320p 64:27 24,25,30,48,50,60,100,120
+210 10240x4320p 64:27 24,25,30,48,50,60,100,120
+218 4096x2160p 256:135 100,120`;
+
+/** Code of a video format: [picture, aspect ratio, refresh rate]. */
+const VIDEO_CODES = new Map(CODES.trim().split('\n').flatMap((line) => {
+  const [first, picture, ratios, rates] = line.split(' ');
+  const formats = rates.split(',').flatMap((rate) => ratios.split(',').map((ratio) => [picture, ratio, rate]));
+  return formats.map((format, index) => [Number(first) + index, format]);
+}));
+
+const withRoom = (picture) => picture.replace('x', ' × ');
+
+/** "1920 × 1080p, 60 Hz" of a code that an HDMI block or a video block names; empty for one that has no meaning. */
+export function codeText(code, more = `VIC ${code}`) {
+  const format = VIDEO_CODES.get(code);
+  return format ? `${withRoom(format[0])}, ${format[2]} Hz (${format[1]}, ${more})` : '';
+}
+
+/** The four codes of HDMI itself, as codes of video formats. */
+export const HDMI_CODES = [0, 95, 94, 93, 98];
+
+// Bits of bytes 35 to 37, the highest first.
+const ESTABLISHED = ['720x400 70', '720x400 88', '640x480 60', '640x480 67', '640x480 72', '640x480 75', '800x600 56', '800x600 60',
+  '800x600 72', '800x600 75', '832x624 75', '1024x768i 87', '1024x768 60', '1024x768 70', '1024x768 75', '1280x1024 75', '1152x870 75'];
+
+/** [text, number of the byte] for each bit that is set. */
+export function establishedTimings(bytes, from) {
+  return ESTABLISHED.map((timing, index) => [`${withRoom(timing).replace(/ (\d+)$/, ', $1')} Hz`, from + (index >> 3), 7 - (index & 7)])
+    .filter(([, at, bit]) => (bytes[at] >> bit) & 1).map(([text, at]) => [text, at]);
+}
+
+const STANDARD_RATIOS = [10 / 16, 3 / 4, 4 / 5, 9 / 16];
+
+/** The timing of two bytes; empty when they hold none. */
+export function standardTiming(first, second) {
+  if (first <= 1 && second <= 1) return '';
+  const width = (first + 31) * 8;
+  return `${width} × ${Math.round(width * STANDARD_RATIOS[second >> 6])}, ${(second & 63) + 60} Hz`;
+}
+
+/** The eighteen bytes of a detailed timing as numbers; null when there is no pixel clock. */
+export function detailedTiming(b) {
+  const clock = (b[0] | (b[1] << 8)) * 10000;
+  if (!clock) return null;
+  const width = b[2] | ((b[4] & 0xf0) << 4);
+  const height = b[5] | ((b[7] & 0xf0) << 4);
+  const across = width + (b[3] | ((b[4] & 15) << 8));
+  const down = height + (b[6] | ((b[7] & 15) << 8));
+  const interlaced = Boolean(b[17] & 0x80);
+  // A field of an interlaced picture has half a line more than it says.
+  const lines = interlaced ? down + 0.5 : down;
+  return {
+    clock, width, interlaced, height: interlaced ? height * 2 : height, refresh: across && down ? clock / (across * lines) : 0,
+    millimetres: [b[12] | ((b[14] & 0xf0) << 4), b[13] | ((b[14] & 15) << 8)],
+    blanking: [across - width, down - height],
+    polarity: (b[17] & 0x18) === 0x18 ? [Boolean(b[17] & 2), Boolean(b[17] & 4)] : null,
+  };
+}
