@@ -35,8 +35,8 @@ set yrange [0:*]
 set format y "%.0s%c"
 {panels}unset multiplot
 """
-COLOURS = {"before": "#c44e00", "twin": "#7a5fa8", "microhttpd": "#0072b2", "httplib": "#008f6b", "websockets": "#0072b2",
-           "nginx": "#0072b2", "raw": "#606060"}
+COLOURS = {"each": "#c44e00", "library": "#0072b2", "before": "#c44e00", "twin": "#7a5fa8", "microhttpd": "#0072b2",
+           "httplib": "#008f6b", "websockets": "#0072b2", "nginx": "#0072b2", "raw": "#606060"}
 
 
 def number(value):

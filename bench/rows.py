@@ -150,6 +150,15 @@ def previews():
               rounds=3)
 
 
+def kit():
+    for clients in (1, 10, 40):
+        yield Row("kit", f"events to {clients} client{'s' * (clients > 1)}", "texts/s", loaded(load.broadcast, clients, 120000 // clients),
+                  ("kit", "library"), "text", rounds=3)
+    for viewers in (1, 4, 16):
+        yield Row("kit", f"1280x720 raw, {viewers} viewer{'s' * (viewers > 1)}", "pictures/s", loaded(load.paced_preview, 1.0, viewers),
+                  ("kit", "each"), "second", rounds=3)
+
+
 def instructions():
     def row(name, measure, *targets, twin=True):
         subjects = ("library", "before", "twin") if twin else ("library", "before")
@@ -198,5 +207,5 @@ def process():
 
 
 def all_rows():
-    for group in (requests, tls, websocket, uploads, downloads, previews, instructions, held, process):
+    for group in (requests, tls, websocket, uploads, downloads, previews, kit, instructions, held, process):
         yield from group()

@@ -4,7 +4,7 @@
 usage: run.py BUILD_FOLDER [--rounds N] [--only REGEX] [--before FOLDER REVISION] [--write] [--list]
 
 Method: each round measures all servers of a row, then all of them again in reverse (A B B A). A round's ratio is the
-mean of the library's two figures over the mean of the other's two; a row's ratio is the median of the rounds, and its
+mean of the library's (or the kit's) two figures over the mean of the other's two; a row's ratio is the median of the rounds, and its
 figures are medians. BUILD_FOLDER/results.json keeps everything; --write brings it into docs/. --only
 takes a part of "group: name" or an expression, --list prints these names.
 """
@@ -81,11 +81,11 @@ def medians(figures):
             for field in dict.fromkeys(field for figure in figures for field in figure)}
 
 
-def ratio(rounds, name, field):
-    """The library's field over another's: median, lowest and highest of the rounds; None without both."""
+def ratio(rounds, first, name, field):
+    """The first one's field over another's: median, lowest and highest of the rounds; None without both."""
     ratios = []
     for figures in rounds:
-        ours, theirs = ([figure.get(field) for figure in figures[key]] for key in ("library", name))
+        ours, theirs = ([figure.get(field) for figure in figures[key]] for key in (first, name))
         if None in ours or None in theirs or sum(theirs) == 0:
             return None
         ratios.append(sum(ours) / sum(theirs))
@@ -105,7 +105,7 @@ def measure(bench, row, rounds):
     result = {key: getattr(row, key) for key in ("group", "name", "unit", "per", "limit", "lower_is_better")}
     result["figures"] = {name: medians([figure for figures in done for figure in figures[name]]) for name in names}
     result["limits"] = {name: limit() for name, limit in row.limits}
-    result["ratios"] = {name: {field: ratio(done, name, field) for field in ("value", "cpu")} for name in names[1:]}
+    result["ratios"] = {name: {field: ratio(done, names[0], name, field) for field in ("value", "cpu")} for name in names[1:]}
     result["targets"] = [asdict(target) for target in row.targets]
     return result
 

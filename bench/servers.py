@@ -22,9 +22,9 @@ CONTEXT.verify_mode = ssl.CERT_NONE
 
 # What the tables call a server, and the program that it is. "before" is the library of another revision below the
 # same host program.
-LABELS = {"library": "library", "before": "before", "twin": "bare twin", "microhttpd": "libmicrohttpd",
+LABELS = {"kit": "kit", "each": "an encoder a viewer", "library": "library", "before": "before", "twin": "bare twin", "microhttpd": "libmicrohttpd",
           "httplib": "cpp-httplib", "websockets": "libwebsockets", "nginx": "nginx", "raw": "limit"}
-PROGRAMS = {"before": "library", "twin": "bare"}
+PROGRAMS = {"before": "library", "twin": "bare", "each": "kit"}
 
 REQUESTS = {
     "device": b"GET /dev_info HTTP/1.1\r\nHost: x\r\n" + AUTH + b"\r\n",
@@ -74,7 +74,7 @@ class Server:
 
     def __init__(self, bench, name, routes=0, under=()):
         self.bench, self.name, self.logins = bench, name, 1
-        self.is_library = name in ("library", "before")
+        self.is_library = name in ("library", "before", "kit", "each")
         self.http, self.https = free_port(), free_port()
         environment = dict(os.environ)
         if name == "before":
@@ -96,7 +96,7 @@ class Server:
             config.write_text(nginx_config(self.bench.folder, self.http, self.https))
             return [shutil.which("nginx", path=os.environ["PATH"] + ":/usr/sbin"), "-e", "stderr", "-c", str(config)]
         program = f"{self.bench.build}/bench/bench-{PROGRAMS.get(self.name, self.name)}"
-        return [program, str(self.http), str(self.https), f"{self.bench.folder}/cert.pem", str(self.bench.folder), str(routes)]
+        return [program, str(self.http), str(self.https), f"{self.bench.folder}/cert.pem", str(self.bench.folder), str(routes), self.name]
 
     def connect(self, tls=False, timeout=120):
         raw = socket.create_connection(("127.0.0.1", self.https if tls else self.http), timeout=timeout)
