@@ -146,6 +146,8 @@ def attacks(good):
         ("a transmitter with an input", units(unit(input="TX02")), "units.json: an input of what is no receiver"),
         ("a receiver's input that is not there", units(lambda list_: list_[-1].update(input="TX09")),
          "units.json: an input that is no transmitter"),
+        ("a locked transmitter", units(unit(locked=True)), "units.json: a lock of what is no receiver"),
+        ("a lock that is a number", units(unit(locked=1)), "units.json: a unit without its members"),
         ("online as a text", units(unit(online="yes")), "units.json: a unit without its members"),
         ("no users", users(lambda _: []), "users.json: no administrator"),
         ("no administrator", users(user(role=2)), "users.json: no administrator"),

@@ -21,6 +21,8 @@ export interface components {
             edid: string;
             /** @description Of a receiver: the name of a transmitter, or empty. Of a transmitter: empty. */
             input: string;
+            /** @description Of a receiver, that its input stays until it is unlocked. Of a transmitter false. */
+            locked: boolean;
         };
         Status: {
             /** @constant */
@@ -92,7 +94,11 @@ export interface components {
             type: "preset";
             name: components["schemas"]["UnitName"];
             /** @enum {unknown} */
-            action: "stored" | "recalled" | "deleted";
+            action: "stored" | "recalled" | "renamed" | "deleted";
+            /** @description The old name of one that was renamed. */
+            was?: components["schemas"]["UnitName"];
+            /** @description Of one that was recalled: the receivers that would show something else if they were not locked. */
+            locked?: components["schemas"]["UnitName"][];
         };
         devicePresets: {
             /** @constant */
@@ -150,6 +156,23 @@ export interface components {
             /** @description Name of a transmitter, or empty for none. */
             input: string;
         };
+        clientSetUnitLocked: {
+            /** @constant */
+            type: "set-unit-locked";
+            id?: components["schemas"]["Id"];
+            /** @description Name of the receiver. */
+            unit: string;
+            locked: boolean;
+        };
+        clientSetRoutes: {
+            /** @constant */
+            type: "set-routes";
+            id?: components["schemas"]["Id"];
+            /** @description For each receiver the name of a transmitter, or empty for none. */
+            routes: {
+                [key: string]: string;
+            };
+        };
         clientPresetStore: {
             /** @constant */
             type: "preset-store";
@@ -166,6 +189,13 @@ export interface components {
             type: "preset-recall";
             id?: components["schemas"]["Id"];
             name: components["schemas"]["UnitName"];
+        };
+        clientPresetRename: {
+            /** @constant */
+            type: "preset-rename";
+            id?: components["schemas"]["Id"];
+            name: components["schemas"]["UnitName"];
+            to: components["schemas"]["UnitName"];
         };
         clientPresetDelete: {
             /** @constant */
@@ -209,8 +239,11 @@ export type Command =
   | components["schemas"]["clientSetUnitName"]
   | components["schemas"]["clientSetUnitOnline"]
   | components["schemas"]["clientSetUnitInput"]
+  | components["schemas"]["clientSetUnitLocked"]
+  | components["schemas"]["clientSetRoutes"]
   | components["schemas"]["clientPresetStore"]
   | components["schemas"]["clientPresetList"]
   | components["schemas"]["clientPresetRecall"]
+  | components["schemas"]["clientPresetRename"]
   | components["schemas"]["clientPresetDelete"]
   | components["schemas"]["clientReboot"];

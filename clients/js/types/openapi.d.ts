@@ -905,8 +905,8 @@ export interface paths {
         get: operations["getSimulatedPreset"];
         put?: never;
         /**
-         * Store, recall or delete a preset
-         * @description Viewers get 401. Storing takes what each receiver shows; at most 32 presets. A deleted one is answered with an empty object.
+         * Store, recall, rename or delete a preset
+         * @description Viewers get 401. Storing takes what each receiver shows; at most 32 presets. Recalling leaves what is gone or locked as it is. A deleted one is answered with an empty object.
          */
         post: operations["changeSimulatedPreset"];
         delete?: never;
@@ -1166,7 +1166,7 @@ export interface components {
             devicetime?: string;
         };
         UnitList: {
-            /** @description On the simulated device JSON, the units in an array. */
+            /** @description On the simulated device JSON, the units in an array, without `locked`. */
             list: string;
         };
         PrivilegeList: {
@@ -1181,7 +1181,7 @@ export interface components {
         Error: {
             error: string;
         };
-        Unit: {
+        ListedUnit: {
             name: string;
             /** @enum {unknown} */
             type: "tx" | "rx";
@@ -1193,6 +1193,20 @@ export interface components {
             /** @description Of a receiver: the name of a transmitter, or empty. Of a transmitter: empty. */
             input: string;
         };
+        Unit: {
+            name: string;
+            /** @enum {unknown} */
+            type: "tx" | "rx";
+            online: boolean;
+            ip: string;
+            mac: string;
+            /** @description 256 hexadecimal digits in factory state. */
+            edid: string;
+            /** @description Of a receiver: the name of a transmitter, or empty. Of a transmitter: empty. */
+            input: string;
+            /** @description Of a receiver, that its input stays until it is unlocked. Of a transmitter false. */
+            locked: boolean;
+        };
         Units: {
             units: components["schemas"]["Unit"][];
         };
@@ -1203,11 +1217,15 @@ export interface components {
             routes?: {
                 [key: string]: string;
             };
+            /** @description Once it is recalled: the receivers that would show something else if they were not locked. */
+            locked?: string[];
         };
         UnitChange: {
             name?: string;
             online?: boolean;
             input?: string;
+            /** @description Of a receiver. While it is locked an `input` is refused, but with `"locked":false`. */
+            locked?: boolean;
         };
         Status: {
             model: string;
@@ -1438,7 +1456,8 @@ export interface components {
                  *       "ip": "192.0.2.11",
                  *       "mac": "02:00:00:00:00:0b",
                  *       "edid": "00ffffffffffff004d2d01000b0000000022010300000000000000000000000000000000000000000000000000000000000000000000023a801871382d40582c450000000000001e0000000000000000000000000000000000000000000000000000000000000000000000000000000000000000000000000000000000000089",
-                 *       "input": ""
+                 *       "input": "",
+                 *       "locked": false
                  *     }
                  */
                 "application/json": components["schemas"]["Unit"];
@@ -2317,7 +2336,8 @@ export interface operations {
                      *           "ip": "192.0.2.11",
                      *           "mac": "02:00:00:00:00:0b",
                      *           "edid": "",
-                     *           "input": ""
+                     *           "input": "",
+                     *           "locked": false
                      *         }
                      *       ]
                      *     }
@@ -2470,7 +2490,9 @@ export interface operations {
                  */
                 "application/json": {
                     /** @enum {unknown} */
-                    action: "store" | "recall" | "delete";
+                    action: "store" | "recall" | "rename" | "delete";
+                    /** @description With `rename`, the new name. */
+                    to?: string;
                 };
             };
         };

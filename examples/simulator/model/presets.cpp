@@ -51,14 +51,41 @@ bool IsPreset(const json& preset) {
   return name.is_string() && IsName(name.get<std::string>()) && AreRoutes(preset.value("routes", json()));
 }
 
+void Tell(const std::string& name, const char* action, const json& more = json::object()) {
+  json event = {{"type", "preset"}, {"name", name}, {"action", action}};
+  event.update(more);
+  Publish(event);
+}
+
 // One change of the presets, and its event.
 std::string Change(const std::string& name, const char* action, const std::vector<const char*>& statements) {
   Transaction transaction(TheDatabase());
   for (const char* const statement : statements) TheDatabase().Execute(statement, {name});
   transaction.Commit();
-  Publish({{"type", "preset"}, {"name", name}, {"action", action}});
+  Tell(name, action);
   return "";
 }
+
+std::string RenameFault(const std::string& name, const std::string& to) {
+  if (!Exists(name)) return kUnknown;
+  if (!IsName(to)) return "bad name";
+  return to != name && Exists(to) ? "name is taken" : "";
+}
+
+std::vector<std::string> LockedAgainst(const std::string& preset) {
+  std::vector<std::string> receivers;
+  const auto rows = TheDatabase().Query(
+      "SELECT units.name FROM units JOIN presets AS stored ON stored.receiver = units.name "
+      "WHERE stored.name = ? AND units.locked = 1 AND units.input <> stored.input ORDER BY units.id",
+      {preset});
+  for (const auto& row : rows) receivers.push_back(row[0]);
+  return receivers;
+}
+
+constexpr const char* kRecall =
+    "UPDATE units SET input = stored.input FROM presets AS stored WHERE stored.name = ? AND "
+    "stored.receiver = units.name AND units.type = 'rx' AND units.locked = 0 AND (stored.input = '' OR "
+    "EXISTS (SELECT 1 FROM units AS source WHERE source.name = stored.input AND source.type = 'tx'))";
 
 }  // namespace
 
@@ -108,18 +135,25 @@ std::string StorePreset(const std::string& name) {
        "INSERT INTO presets (name, receiver, input) SELECT ?, name, input FROM units WHERE type = 'rx'"});
 }
 
-std::string RecallPreset(const std::string& name) {
+Recalled RecallPreset(const std::string& name) {
   const auto lock = OneChange();
-  if (!Exists(name)) return kUnknown;
-  Change(name, "recalled",
-         {"UPDATE units SET input = stored.input FROM presets AS stored WHERE stored.name = ? AND "
-          "stored.receiver = "
-          "units.name AND units.type = 'rx' AND (stored.input = '' OR EXISTS (SELECT 1 FROM units AS source "
-          "WHERE "
-          "source.name = stored.input AND source.type = 'tx'))"});
+  if (!Exists(name)) return {kUnknown, {}};
+  const std::vector<std::string> locked = LockedAgainst(name);
+  TheDatabase().Execute(kRecall, {name});
+  Tell(name, "recalled", {{"locked", locked}});
   PublishUnits();
+  return {"", locked};
+}
+
+std::string RenamePreset(const std::string& name, const std::string& to) {
+  const auto lock = OneChange();
+  if (const std::string fault = RenameFault(name, to); !fault.empty()) return fault;
+  TheDatabase().Execute("UPDATE presets SET name = ? WHERE name = ?", {to, name});
+  Tell(to, "renamed", {{"was", name}});
   return "";
 }
+
+void PublishPresets() { Publish({{"type", "presets"}, {"id", nullptr}, {"presets", ListPresets()}}); }
 
 std::string DeletePreset(const std::string& name) {
   const auto lock = OneChange();

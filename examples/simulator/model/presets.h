@@ -4,6 +4,7 @@
 #include <nlohmann/json.hpp>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace sim {
 
@@ -19,8 +20,18 @@ std::optional<nlohmann::json> FindPreset(const std::string& name);
 
 // Each is one change, and told to all clients. They return an empty text, or why not.
 std::string StorePreset(const std::string& name);
-// Units and inputs that are gone stay as they are.
-std::string RecallPreset(const std::string& name);
+std::string RenamePreset(const std::string& name, const std::string& to);
 std::string DeletePreset(const std::string& name);
+
+struct Recalled {
+  std::string fault;
+  std::vector<std::string> locked;  // receivers that would show something else if they were not locked
+};
+
+// Units and inputs that are gone stay as they are, and so do locked receivers.
+Recalled RecallPreset(const std::string& name);
+
+// Tells all clients about every preset, after an import.
+void PublishPresets();
 
 }  // namespace sim

@@ -135,7 +135,10 @@ int May(const char* token, int act, const char* method) {
 
 void Done(int act) {
   Guarded([&] {
-    if (act != kKitArchiveRestore) PublishUnits();
+    if (act != kKitArchiveRestore) {
+      PublishUnits();
+      PublishPresets();
+    }
     return 0;
   });
 }

@@ -20,8 +20,9 @@ namespace {
 using nlohmann::json;
 
 constexpr int kUnitsPerType = 4;
-constexpr const char* kColumns = "SELECT name, type, online, ip, mac, edid, input FROM units";
+constexpr const char* kColumns = "SELECT name, type, online, ip, mac, edid, input, locked FROM units";
 constexpr std::size_t kEdidSize = 128;
+constexpr std::size_t kMostRoutes = 128;
 
 // A 1920x1080 display of this device's own make, with the unit's number as its serial number.
 std::string FactoryEdid(int number) {
@@ -55,20 +56,24 @@ Unit FactoryUnit(const std::string& type, int number) {
   std::string name = receiver ? "RX0" : "TX0";
   std::string input = receiver ? "TX0" + std::to_string(number) : "";
   name += std::to_string(number);
-  return {name, type, true, "192.0.2." + std::to_string(host), mac.data(), FactoryEdid(host), input};
+  return {name, type, true, "192.0.2." + std::to_string(host), mac.data(), FactoryEdid(host), input, false};
 }
 
 void Insert(const Unit& unit) {
   TheDatabase().Execute(
-      "INSERT INTO units (name, type, online, ip, mac, edid, input) VALUES (?, ?, ?, ?, ?, ?, ?)",
-      {unit.name, unit.type, unit.online ? "1" : "0", unit.ip, unit.mac, unit.edid, unit.input});
+      "INSERT INTO units (name, type, online, ip, mac, edid, input, locked) VALUES (?, ?, ?, ?, ?, ?, ?, ?)",
+      {unit.name, unit.type, unit.online ? "1" : "0", unit.ip, unit.mac, unit.edid, unit.input,
+       unit.locked ? "1" : "0"});
 }
 
 Unit ToUnit(const Database::Row& row) {
-  return {row[0], row[1], row[2] == "1", row[3], row[4], row[5], row[6]};
+  return {row[0], row[1], row[2] == "1", row[3], row[4], row[5], row[6], row[7] == "1"};
 }
 
-std::string CheckInput(const Unit& unit, const std::string& input) {
+std::string CheckInput(const Unit& unit, const UnitChange& change) {
+  // A change that unlocks may route as well.
+  if (unit.locked && change.locked.value_or(true)) return "the receiver is locked";
+  const std::string& input = *change.input;
   if (input.empty()) return "";
   if (unit.type != "rx") return "only receivers have an input";
   const auto source = FindUnit(input);
@@ -78,7 +83,8 @@ std::string CheckInput(const Unit& unit, const std::string& input) {
 std::string Check(const Unit& unit, const UnitChange& change) {
   if (change.name && !IsName(*change.name)) return "bad name";
   if (change.name && *change.name != unit.name && FindUnit(*change.name)) return "name is taken";
-  return change.input ? CheckInput(unit, *change.input) : "";
+  if (change.locked && unit.type != "rx") return "only receivers can be locked";
+  return change.input ? CheckInput(unit, change) : "";
 }
 
 // Receivers, presets and privilege pictures follow a unit's new name.
@@ -98,6 +104,10 @@ void Write(const Unit& unit, const UnitChange& change) {
   }
   if (change.input)
     TheDatabase().Execute("UPDATE units SET input = ? WHERE name = ?", {*change.input, unit.name});
+  if (change.locked) {
+    TheDatabase().Execute("UPDATE units SET locked = ? WHERE name = ?",
+                          {*change.locked ? "1" : "0", unit.name});
+  }
   if (change.name && *change.name != unit.name) Rename(unit.name, *change.name);
   transaction.Commit();
 }
@@ -113,7 +123,7 @@ bool IsText(const json& unit, const char* member) { return unit.value(member, js
 bool HasMembers(const json& unit) {
   return unit.is_object() && IsText(unit, "name") && IsText(unit, "type") && IsText(unit, "ip") &&
          IsText(unit, "mac") && IsText(unit, "edid") && IsText(unit, "input") &&
-         unit.value("online", json()).is_boolean();
+         unit.value("online", json()).is_boolean() && unit.value("locked", json(false)).is_boolean();
 }
 
 bool IsAddress(const std::string& text) {
@@ -150,18 +160,34 @@ std::string UnitFault(const json& unit) {
   if (unit["type"] != "tx" && unit["type"] != "rx") return "a bad type";
   if (!IsAddress(unit["ip"])) return "a bad address";
   if (!IsMac(unit["mac"])) return "a bad MAC address";
+  if (unit["type"] == "tx" && unit.value("locked", false)) return "a lock of what is no receiver";
   return IsEdidText(unit["edid"]) ? "" : "a bad EDID";
 }
 
 Unit FromJson(const json& unit) {
-  return {unit["name"], unit["type"], unit["online"], unit["ip"], unit["mac"], unit["edid"], unit["input"]};
+  return {unit["name"], unit["type"], unit["online"], unit["ip"],
+          unit["mac"],  unit["edid"], unit["input"],  unit.value("locked", false)};
+}
+
+// Clients of the fixed interface have known these members from the beginning, and its text has an end.
+std::string ListText(json units) {
+  for (json& unit : units) {
+    if (unit.is_object()) unit.erase("locked");
+  }
+  return units.dump(-1, ' ', true);
+}
+
+std::string RouteFault(const std::string& receiver, const std::string& input) {
+  const auto unit = FindUnit(receiver);
+  if (!unit || unit->type != "rx") return "no such receiver";
+  return CheckInput(*unit, {.input = input});
 }
 
 }  // namespace
 
 json ToJson(const Unit& unit) {
   return {{"name", unit.name}, {"type", unit.type}, {"online", unit.online}, {"ip", unit.ip},
-          {"mac", unit.mac},   {"edid", unit.edid}, {"input", unit.input}};
+          {"mac", unit.mac},   {"edid", unit.edid}, {"input", unit.input},   {"locked", unit.locked}};
 }
 
 void StartUnits() {
@@ -195,12 +221,13 @@ std::optional<UnitChange> ToUnitChange(const json& body) {
       change.online = value;
     } else if (member == "input" && value.is_string()) {
       change.input = value;
+    } else if (member == "locked" && value.is_boolean()) {
+      change.locked = value;
     } else {
       return std::nullopt;
     }
   }
-  const bool empty = !change.name && !change.online && !change.input;
-  return empty ? std::nullopt : std::optional(change);
+  return body.empty() ? std::nullopt : std::optional(change);
 }
 
 std::string ChangeUnit(const std::string& name, const UnitChange& change) {
@@ -210,6 +237,25 @@ std::string ChangeUnit(const std::string& name, const UnitChange& change) {
   if (const std::string reason = Check(*unit, change); !reason.empty()) return reason;
   Write(*unit, change);
   if (const auto changed = FindUnit(change.name.value_or(name))) PublishUnit(*changed, name);
+  return "";
+}
+
+std::optional<Routes> ToRoutes(const json& body) {
+  if (!body.is_object() || body.empty() || body.size() > kMostRoutes) return std::nullopt;
+  const auto isText = [](const json& input) { return input.is_string(); };
+  if (!std::all_of(body.begin(), body.end(), isText)) return std::nullopt;
+  return body.get<Routes>();
+}
+
+std::string SetRoutes(const Routes& routes) {
+  const auto lock = OneChange();
+  for (const auto& [receiver, input] : routes) {
+    if (const std::string fault = RouteFault(receiver, input); !fault.empty()) return receiver + ": " + fault;
+  }
+  Transaction transaction(TheDatabase());
+  for (const auto& [receiver, input] : routes) Write(*FindUnit(receiver), {.input = input});
+  transaction.Commit();
+  for (const auto& [receiver, input] : routes) PublishUnit(*FindUnit(receiver), receiver);
   return "";
 }
 
@@ -230,7 +276,7 @@ json FactoryUnits() {
 
 std::string UnitsFault(const json& units) {
   if (!units.is_array() || units.empty()) return "no list of units";
-  if (units.dump(-1, ' ', true).size() >= kTxRxListSize) return "too many units";
+  if (ListText(units).size() >= kTxRxListSize) return "too many units";
   for (const json& unit : units) {
     if (std::string fault = UnitFault(unit); !fault.empty()) return fault;
   }
@@ -257,7 +303,7 @@ void PublishUnits() {
 
 int WriteUnitList(const char* /*token*/, char* list) {
   return Guarded([&] {
-    const std::string text = ExportUnits().dump();
+    const std::string text = ListText(ExportUnits());
     if (text.size() >= kTxRxListSize) return kRefused;
     std::snprintf(list, kTxRxListSize, "%s", text.c_str());
     return 0;

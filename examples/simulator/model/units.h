@@ -1,6 +1,7 @@
 // The transmitter and receiver units that the device manages.
 #pragma once
 
+#include <map>
 #include <nlohmann/json.hpp>
 #include <optional>
 #include <string>
@@ -16,6 +17,7 @@ struct Unit {
   std::string mac;
   std::string edid;   // 256 hexadecimal characters
   std::string input;  // receiver: the transmitter that it shows, or empty
+  bool locked;        // receiver: its input stays until it is unlocked
 };
 
 nlohmann::json ToJson(const Unit& unit);
@@ -29,9 +31,10 @@ int CountOnlineUnits();
 
 // The changes of a unit that a client may ask for; absent members stay.
 struct UnitChange {
-  std::optional<std::string> name;
-  std::optional<bool> online;
-  std::optional<std::string> input;
+  std::optional<std::string> name{};
+  std::optional<bool> online{};
+  std::optional<std::string> input{};
+  std::optional<bool> locked{};
 };
 
 // Reads a change from a JSON object; nothing when a member has the wrong type or there is none.
@@ -39,6 +42,14 @@ std::optional<UnitChange> ToUnitChange(const nlohmann::json& body);
 
 // Changes a unit and publishes it. Returns an empty text, or why not.
 std::string ChangeUnit(const std::string& name, const UnitChange& change);
+
+// Reads {RECEIVER:TRANSMITTER or empty,...}; nothing when it is anything else.
+using Routes = std::map<std::string, std::string>;
+std::optional<Routes> ToRoutes(const nlohmann::json& body);
+
+// Routes several receivers at once: all of them or, when one is refused, none. Returns an empty text, or why
+// not.
+std::string SetRoutes(const Routes& routes);
 
 nlohmann::json ExportUnits();
 nlohmann::json FactoryUnits();
@@ -50,7 +61,7 @@ bool StoreUnits(const nlohmann::json& units);
 // Tells all clients about every unit, after an import.
 void PublishUnits();
 
-// Slot of the host table: the units as one JSON text.
+// Slot of the host table: the units as one JSON text, without what only this device's own routes know.
 int WriteUnitList(const char* token, char* list);
 
 }  // namespace sim

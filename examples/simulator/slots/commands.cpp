@@ -31,6 +31,20 @@ std::string Preset(const json& message) {
   return name.is_string() ? kChange(name) : "members are missing";
 }
 
+std::string Recall(const std::string& name) { return RecallPreset(name).fault; }
+
+std::string Rename(const json& message) {
+  const json name = message.value("name", json());
+  const json to = message.value("to", json());
+  return name.is_string() && to.is_string() ? RenamePreset(name, to) : "members are missing";
+}
+
+std::string Route(const json& message) {
+  if (!message.contains("routes")) return "members are missing";
+  const auto routes = ToRoutes(message["routes"]);
+  return routes ? SetRoutes(*routes) : "bad value";
+}
+
 std::string Reboot(const json& /*message*/) {
   return BeginRebootSimulation(SoftwareVersion()) ? "" : "rebooting already";
 }
@@ -39,8 +53,11 @@ const std::map<std::string, Command, std::less<>> kCommands = {
     {"set-unit-name", [](const json& message) { return Change(message, "name"); }},
     {"set-unit-online", [](const json& message) { return Change(message, "online"); }},
     {"set-unit-input", [](const json& message) { return Change(message, "input"); }},
+    {"set-unit-locked", [](const json& message) { return Change(message, "locked"); }},
+    {"set-routes", Route},
     {"preset-store", Preset<StorePreset>},
-    {"preset-recall", Preset<RecallPreset>},
+    {"preset-recall", Preset<Recall>},
+    {"preset-rename", Rename},
     {"preset-delete", Preset<DeletePreset>},
     {"reboot", Reboot},
 };

@@ -1,4 +1,4 @@
-// The routes of the presets: list, look, store, recall, delete.
+// The routes of the presets: list, look, store, recall, rename, delete.
 #include "slots/preset_routes.h"
 
 #include <sdkapi/kit_accounts.h>
@@ -23,20 +23,35 @@ int AnswerPreset(mg_connection* conn, const std::string& name) {
   return preset ? Answer(conn, 200, *preset) : AnswerError(conn, 404, "no such preset");
 }
 
-int CarryOutPreset(mg_connection* conn, const std::string& name, const std::string& action) {
-  if (action != "store" && !FindPreset(name)) return AnswerError(conn, 404, "no such preset");
-  std::string reason = "bad body";
-  if (action == "store") reason = StorePreset(name);
-  if (action == "recall") reason = RecallPreset(name);
-  if (action == "delete") reason = DeletePreset(name);
-  if (!reason.empty()) return AnswerError(conn, 400, reason.c_str());
-  return action == "delete" ? Answer(conn, 200, json::object()) : AnswerPreset(conn, name);
+int AnswerChange(mg_connection* conn, const std::string& fault, const std::string& name) {
+  return fault.empty() ? AnswerPreset(conn, name) : AnswerError(conn, 400, fault.c_str());
+}
+
+int AnswerRecall(mg_connection* conn, const std::string& name) {
+  const Recalled recalled = RecallPreset(name);
+  json preset = FindPreset(name).value_or(json::object());
+  preset["locked"] = recalled.locked;
+  return recalled.fault.empty() ? Answer(conn, 200, preset) : AnswerError(conn, 400, recalled.fault.c_str());
+}
+
+int AnswerDelete(mg_connection* conn, const std::string& name) {
+  const std::string fault = DeletePreset(name);
+  return fault.empty() ? Answer(conn, 200, json::object()) : AnswerError(conn, 400, fault.c_str());
 }
 
 int PostPreset(mg_connection* conn, const CustomReqInfo& request, const std::string& name) {
   const json body = BodyOf(request);
-  const bool isGood = body.is_object() && body.size() == 1 && body.value("action", json()).is_string();
-  return isGood ? CarryOutPreset(conn, name, body["action"]) : AnswerError(conn, 400, "bad body");
+  if (!body.is_object() || !body.value("action", json()).is_string())
+    return AnswerError(conn, 400, "bad body");
+  const auto asks = [&](const char* action, std::size_t members) {
+    return body.size() == members && body["action"] == action;
+  };
+  if (asks("store", 1)) return AnswerChange(conn, StorePreset(name), name);
+  if (!FindPreset(name)) return AnswerError(conn, 404, "no such preset");
+  if (asks("recall", 1)) return AnswerRecall(conn, name);
+  if (asks("delete", 1)) return AnswerDelete(conn, name);
+  const json to = asks("rename", 2) ? body.value("to", json()) : json();
+  return to.is_string() ? AnswerChange(conn, RenamePreset(name, to), to) : AnswerError(conn, 400, "bad body");
 }
 
 int DispatchPresets(mg_connection* conn, const CustomReqInfo& request) {

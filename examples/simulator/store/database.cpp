@@ -19,6 +19,15 @@ constexpr const char* kSchema[] = {
     "unit))",
 };
 
+// What tables have got since: databases of before get it when they are opened.
+struct LaterColumn {
+  const char* table;
+  const char* name;
+  const char* definition;
+};
+
+constexpr LaterColumn kLaterColumns[] = {{"units", "locked", "INTEGER NOT NULL DEFAULT 0"}};
+
 std::unique_ptr<Database> database;
 
 struct Finalize {
@@ -49,6 +58,13 @@ Database::Row ReadRow(sqlite3_stmt* statement) {
   return row;
 }
 
+void AddColumn(Database& opened, const LaterColumn& column) {
+  const std::string found = "SELECT 1 FROM pragma_table_info(?) WHERE name = ?";
+  if (!opened.Query(found, {column.table, column.name}).empty()) return;
+  opened.Execute(std::string("ALTER TABLE ") + column.table + " ADD COLUMN " + column.name + " " +
+                 column.definition);
+}
+
 }  // namespace
 
 Database::Database(const std::string& path) {
@@ -59,6 +75,7 @@ Database::Database(const std::string& path) {
   if (result != SQLITE_OK) throw std::runtime_error("cannot open " + path);
   sqlite3_busy_timeout(raw, 5000);
   for (const char* const statement : kSchema) Execute(statement);
+  for (const LaterColumn& column : kLaterColumns) AddColumn(*this, column);
 }
 
 void Database::Execute(const std::string& sql, const std::vector<std::string>& values) { Query(sql, values); }
