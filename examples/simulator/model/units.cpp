@@ -1,11 +1,8 @@
 // The transmitter and receiver units that the device manages.
 #include "model/units.h"
 
-#include <arpa/inet.h>
-
 #include <algorithm>
 #include <array>
-#include <cctype>
 #include <cstdio>
 
 #include "bus/events.h"
@@ -118,63 +115,9 @@ void PublishUnit(const Unit& unit, const std::string& was) {
   Publish(event);
 }
 
-bool IsText(const json& unit, const char* member) { return unit.value(member, json()).is_string(); }
-
-bool HasMembers(const json& unit) {
-  return unit.is_object() && IsText(unit, "name") && IsText(unit, "type") && IsText(unit, "ip") &&
-         IsText(unit, "mac") && IsText(unit, "edid") && IsText(unit, "input") &&
-         unit.value("online", json()).is_boolean() && unit.value("locked", json(false)).is_boolean();
-}
-
-bool IsAddress(const std::string& text) {
-  in_addr address{};
-  return inet_pton(AF_INET, text.c_str(), &address) == 1;
-}
-
-bool IsMac(const std::string& text) {
-  constexpr std::string_view kForm = "xx:xx:xx:xx:xx:xx";
-  return text.size() == kForm.size() &&
-         std::equal(text.begin(), text.end(), kForm.begin(), [](char c, char form) {
-           return form == ':' ? c == ':' : std::isxdigit(static_cast<unsigned char>(c)) != 0;
-         });
-}
-
-bool IsEdidText(const std::string& text) {
-  return text.size() == 2 * kEdidSize &&
-         text.find_first_not_of("0123456789abcdefABCDEF") == std::string::npos;
-}
-
-// An empty text for a receiver's transmitter in the same list.
-std::string InputFault(const json& units, const json& unit) {
-  if (unit["input"] == "") return "";
-  if (unit["type"] != "rx") return "an input of what is no receiver";
-  const bool found = std::any_of(units.begin(), units.end(), [&](const json& other) {
-    return other["name"] == unit["input"] && other["type"] == "tx";
-  });
-  return found ? "" : "an input that is no transmitter";
-}
-
-std::string UnitFault(const json& unit) {
-  if (!HasMembers(unit)) return "a unit without its members";
-  if (!IsName(unit["name"].get<std::string>())) return "a bad name";
-  if (unit["type"] != "tx" && unit["type"] != "rx") return "a bad type";
-  if (!IsAddress(unit["ip"])) return "a bad address";
-  if (!IsMac(unit["mac"])) return "a bad MAC address";
-  if (unit["type"] == "tx" && unit.value("locked", false)) return "a lock of what is no receiver";
-  return IsEdidText(unit["edid"]) ? "" : "a bad EDID";
-}
-
 Unit FromJson(const json& unit) {
   return {unit["name"], unit["type"], unit["online"], unit["ip"],
           unit["mac"],  unit["edid"], unit["input"],  unit.value("locked", false)};
-}
-
-// Clients of the fixed interface have known these members from the beginning, and its text has an end.
-std::string ListText(json units) {
-  for (json& unit : units) {
-    if (unit.is_object()) unit.erase("locked");
-  }
-  return units.dump(-1, ' ', true);
 }
 
 std::string RouteFault(const std::string& receiver, const std::string& input) {
@@ -274,19 +217,6 @@ json FactoryUnits() {
   return units;
 }
 
-std::string UnitsFault(const json& units) {
-  if (!units.is_array() || units.empty()) return "no list of units";
-  if (ListText(units).size() >= kTxRxListSize) return "too many units";
-  for (const json& unit : units) {
-    if (std::string fault = UnitFault(unit); !fault.empty()) return fault;
-  }
-  if (!HaveOwnNames(units)) return "a name twice";
-  for (const json& unit : units) {
-    if (std::string fault = InputFault(units, unit); !fault.empty()) return fault;
-  }
-  return "";
-}
-
 bool StoreUnits(const json& units) {
   const auto lock = OneChange();
   Transaction transaction(TheDatabase());
@@ -303,7 +233,7 @@ void PublishUnits() {
 
 int WriteUnitList(const char* /*token*/, char* list) {
   return Guarded([&] {
-    const std::string text = ListText(ExportUnits());
+    const std::string text = UnitListText(ExportUnits());
     if (text.size() >= kTxRxListSize) return kRefused;
     std::snprintf(list, kTxRxListSize, "%s", text.c_str());
     return 0;
