@@ -25,9 +25,18 @@ typedef struct SdkKitCertificateOptions {
                          = "tls". */
   const char* passPhrase;       /**< of encrypted keys; NULL: a random one, kept in the file "passphrase". */
   const char* commonName;       /**< of a made certificate; NULL = "device". */
-  const char* alternativeNames; /**< such as "DNS:device.example,IP:192.0.2.7"; NULL =
+  const char* alternativeNames; /**< such as "device.example,192.0.2.7", with "DNS:" or "IP:" before each when
+                                   that has to be said, 1000 characters at most; NULL =
                                    "DNS:localhost,IP:127.0.0.1,IP:::1". */
 } SdkKitCertificateOptions;
+
+/** What a certificate or a request that is made names. */
+typedef struct SdkKitCertificateNames {
+  uint32_t size;                /**< set by the caller: sizeof(SdkKitCertificateNames). */
+  uint32_t validDays;           /**< of a certificate, at most 36500; 0 = that of the options. */
+  const char* commonName;       /**< 1 to 64 characters, UTF-8; NULL = that of the options. */
+  const char* alternativeNames; /**< as in the options; NULL = those of the options. */
+} SdkKitCertificateNames;
 
 /** Which certificate a start found. */
 typedef enum SdkKitCertificateChoice {
@@ -58,6 +67,8 @@ typedef struct SdkKitCertificateInfo {
   char issuer[256];     /**< as the subject. */
   char names[1024];     /**< the alternative names, such as "DNS:localhost, IP Address:127.0.0.1". */
   char fingerprint[96]; /**< SHA-256 in hexadecimal with colons. */
+  int32_t selfSigned;   /**< 1 when it is signed with its own key, else 0. */
+  int32_t chain;        /**< certificates behind it in its file. */
 } SdkKitCertificateInfo;
 
 /** Chooses the certificate of this start, makes one where there is none that can be loaded, and gives it to
@@ -79,7 +90,8 @@ SDKAPI_EXPORT int SdkKitCertificate_Check(const char* path, char* why, size_t wh
 SDKAPI_EXPORT const SdkKitPieceCheck* SdkKitCertificate_Pieces(void);
 
 /** Keeps an uploaded certificate for the next start: an `accept` for a row without a file. One without a key
- * gets the key in use, so that a certificate for SdkKitCertificate_Request() needs none.
+ * gets that key of this device which belongs to it: the one in use, the one that waits, or the one before. So
+ * the answer to SdkKitCertificate_Request() needs none.
  * @param upload  the upload.
  * @param why     gets the reason of a refusal, as with @ref SdkKitCheck.
  * @param whySize as there.
@@ -97,11 +109,31 @@ SDKAPI_EXPORT int SdkKitCertificate_Status(SdkKitCertificateStatus* status);
  * @return 0; -1 for an unknown size, or a file without a certificate. */
 SDKAPI_EXPORT int SdkKitCertificate_Info(const char* path, SdkKitCertificateInfo* info);
 
-/** Makes a signing request for the key in use, with the common and the alternative names of the options.
- * @param pem  gets the request as PEM with its NUL.
- * @param size bytes of pem; 8192 hold every request.
- * @return 0; -1 when it does not fit, or when it is not started. */
-SDKAPI_EXPORT int SdkKitCertificate_Request(char* pem, size_t size);
+/** Reads what the certificate says that waits for the next start.
+ * @param info filled.
+ * @return 0; -1 for an unknown size, or when none waits. */
+SDKAPI_EXPORT int SdkKitCertificate_Waiting(SdkKitCertificateInfo* info);
+
+/** Makes a self-signed certificate with a key of its own, and keeps it for the next start as an uploaded one.
+ * @param names   what it names; NULL: what the options say.
+ * @param why     gets the reason of a refusal, as with @ref SdkKitCheck.
+ * @param whySize as there.
+ * @return 0; -1 for an unknown size, names that cannot be used, or when it cannot be kept. */
+SDKAPI_EXPORT int SdkKitCertificate_Make(const SdkKitCertificateNames* names, char* why, size_t whySize);
+
+/** Makes a signing request for the key in use; without one, for the key that waits.
+ * @param names   what it names; NULL: what the options say.
+ * @param pem     gets the request as PEM with its NUL.
+ * @param size    bytes of pem; 8192 hold every request.
+ * @param why     gets the reason of a refusal, as with @ref SdkKitCheck.
+ * @param whySize as there.
+ * @return 0; -1 for an unknown size, names that cannot be used, without a key, or when it does not fit. */
+SDKAPI_EXPORT int SdkKitCertificate_Request(const SdkKitCertificateNames* names, char* pem, size_t size,
+                                            char* why, size_t whySize);
+
+/** Takes back what waits for the next start.
+ * @return 0; -1 when nothing waits, or it cannot be removed. */
+SDKAPI_EXPORT int SdkKitCertificate_Discard(void);
 
 /** Ends. What waits for the next start waits on. */
 SDKAPI_EXPORT void SdkKitCertificate_Stop(void);

@@ -57,6 +57,21 @@ int FeedPiece(void* state, const char* bytes, size_t length, char* why, size_t w
 
 void EndPieces(void* state) { const std::unique_ptr<PemReader> owned(static_cast<PemReader*>(state)); }
 
+int Tell(const std::string& path, SdkKitCertificateInfo* info) {
+  return IsKnown(info) && Describe(ReadFile(path, kMostPemBytes).value_or(""), *info) ? 0 : -1;
+}
+
+// What makes something of names, and says why it cannot.
+template <class Work>
+int Refusable(const SdkKitCertificateNames* names, char* why, size_t whySize, Work work) {
+  if (why == nullptr || whySize == 0 || (names != nullptr && !IsKnown(names))) return -1;
+  std::snprintf(why, whySize, "it cannot be made");
+  return Guarded(kLog, [&] {
+    const auto keeper = Keeper();
+    return Verdict(keeper ? work(*keeper) : "certificates are not started", why, whySize);
+  });
+}
+
 constexpr SdkKitPieceCheck kPieces{BeginPieces, FeedPiece, EndPieces};
 
 }  // namespace
@@ -118,24 +133,42 @@ int SdkKitCertificate_Info(const char* path, SdkKitCertificateInfo* info) {
   using namespace sdkkit;
   return Guarded(kLog, [&] {
     const auto keeper = Keeper();
-    if (!IsKnown(info) || (path == nullptr && !keeper)) return -1;
-    const std::string file = path != nullptr ? path : keeper->inUse();
-    const CertificatePtr certificate = CertificateOf(ReadFile(file, kMostPemBytes).value_or(""));
-    if (!certificate) return -1;
-    Describe(certificate.get(), *info);
-    return 0;
+    if (path == nullptr && !keeper) return -1;
+    return Tell(path != nullptr ? path : keeper->inUse(), info);
   });
 }
 
-int SdkKitCertificate_Request(char* pem, size_t size) {
+int SdkKitCertificate_Waiting(SdkKitCertificateInfo* info) {
   using namespace sdkkit;
   return Guarded(kLog, [&] {
     const auto keeper = Keeper();
-    if (!keeper || pem == nullptr) return -1;
-    const std::string request = keeper->Request();
-    if (request.size() >= size) return -1;
+    return keeper ? Tell(keeper->pending(), info) : -1;
+  });
+}
+
+int SdkKitCertificate_Make(const SdkKitCertificateNames* names, char* why, size_t whySize) {
+  using namespace sdkkit;
+  return Refusable(names, why, whySize, [&](CertificateKeeper& keeper) { return keeper.Make(names); });
+}
+
+int SdkKitCertificate_Request(const SdkKitCertificateNames* names, char* pem, size_t size, char* why,
+                              size_t whySize) {
+  using namespace sdkkit;
+  if (pem == nullptr) return -1;
+  return Refusable(names, why, whySize, [&](const CertificateKeeper& keeper) -> std::string {
+    std::string request;
+    if (std::string fault = keeper.Request(names, request); !fault.empty()) return fault;
+    if (request.size() >= size) return "it does not fit";
     std::snprintf(pem, size, "%s", request.c_str());
-    return 0;
+    return "";
+  });
+}
+
+int SdkKitCertificate_Discard(void) {
+  using namespace sdkkit;
+  return Guarded(kLog, [&] {
+    const auto keeper = Keeper();
+    return keeper && keeper->Discard() ? 0 : -1;
   });
 }
 

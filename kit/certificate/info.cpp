@@ -2,12 +2,15 @@
 #include "certificate/info.h"
 
 #include <openssl/asn1.h>
+#include <openssl/err.h>
+#include <openssl/pem.h>
 #include <openssl/x509v3.h>
 
 #include <cstdio>
 #include <ctime>
 
 #include "certificate/owned.h"
+#include "certificate/server_check.h"
 
 namespace sdkkit {
 namespace {
@@ -49,19 +52,35 @@ std::int64_t Seconds(const ASN1_TIME* time) {
   return ASN1_TIME_to_tm(time, &parts) == 1 ? timegm(&parts) : 0;
 }
 
+// The certificates behind the first one, as far as they can be read.
+std::int32_t ChainOf(const std::string& pem) {
+  const BioPtr bio = BioOver(pem);
+  std::int32_t count = 0;
+  while (const CertificatePtr next{PEM_read_bio_X509_AUX(bio.get(), nullptr, GivePassPhrase, nullptr)})
+    ++count;
+  ERR_clear_error();
+  return count - 1;
+}
+
 }  // namespace
 
-void Describe(X509* certificate, SdkKitCertificateInfo& info) {
-  const EVP_PKEY* const key = X509_get0_pubkey(certificate);
+bool Describe(const std::string& pem, SdkKitCertificateInfo& info) {
+  const CertificatePtr certificate = CertificateOf(pem);
+  if (!certificate) return false;
+  const EVP_PKEY* const key = X509_get0_pubkey(certificate.get());
   info.keyBits = key == nullptr ? 0 : EVP_PKEY_get_bits(key);
   const char* const kind = key == nullptr ? nullptr : EVP_PKEY_get0_type_name(key);
   CopyTo(info.key, kind == nullptr ? "" : kind);
-  info.notBefore = Seconds(X509_get0_notBefore(certificate));
-  info.notAfter = Seconds(X509_get0_notAfter(certificate));
-  CopyTo(info.subject, NameText(X509_get_subject_name(certificate)));
-  CopyTo(info.issuer, NameText(X509_get_issuer_name(certificate)));
-  CopyTo(info.names, AlternativeNames(certificate));
-  CopyTo(info.fingerprint, Fingerprint(certificate));
+  info.notBefore = Seconds(X509_get0_notBefore(certificate.get()));
+  info.notAfter = Seconds(X509_get0_notAfter(certificate.get()));
+  CopyTo(info.subject, NameText(X509_get_subject_name(certificate.get())));
+  CopyTo(info.issuer, NameText(X509_get_issuer_name(certificate.get())));
+  CopyTo(info.names, AlternativeNames(certificate.get()));
+  CopyTo(info.fingerprint, Fingerprint(certificate.get()));
+  info.selfSigned = X509_self_signed(certificate.get(), 1) == 1 ? 1 : 0;
+  info.chain = ChainOf(pem);
+  ERR_clear_error();
+  return true;
 }
 
 }  // namespace sdkkit

@@ -26,13 +26,6 @@ void NameIt(X509_NAME* name, const std::string& commonName) {
           "the common name cannot be used");
 }
 
-ExtensionPtr AlternativeNames(X509V3_CTX* context, const Subject& subject) {
-  ExtensionPtr extension(
-      X509V3_EXT_conf_nid(nullptr, context, NID_subject_alt_name, subject.alternativeNames.c_str()));
-  Require(extension != nullptr, "the alternative names cannot be used");
-  return extension;
-}
-
 void Number(X509* certificate) {
   std::uint64_t serial = 0;
   Require(RAND_bytes(reinterpret_cast<unsigned char*>(&serial), sizeof serial) == 1, "no random bytes");
@@ -50,9 +43,7 @@ CertificatePtr SelfSigned(const Subject& subject, std::uint32_t validDays, EVP_P
   X509_set_pubkey(certificate.get(), key);
   NameIt(X509_get_subject_name(certificate.get()), subject.commonName);
   X509_set_issuer_name(certificate.get(), X509_get_subject_name(certificate.get()));
-  X509V3_CTX context;
-  X509V3_set_ctx(&context, certificate.get(), certificate.get(), nullptr, nullptr, 0);
-  X509_add_ext(certificate.get(), AlternativeNames(&context, subject).get(), -1);
+  X509_add_ext(certificate.get(), AlternativeNames(subject).get(), -1);
   Require(X509_sign(certificate.get(), key, EVP_sha256()) != 0, "the certificate cannot be signed");
   return certificate;
 }
@@ -64,9 +55,14 @@ std::string MakeIdentity(const Subject& subject, std::uint32_t validDays, const 
   Require(key != nullptr, "no key can be made");
   const CertificatePtr certificate = SelfSigned(subject, validDays, key.get());
   const BioPtr pem = BioToFill();
-  Require(PEM_write_bio_X509(pem.get(), certificate.get()) == 1 &&
-              PEM_write_bio_PKCS8PrivateKey(pem.get(), key.get(), EVP_aes_256_cbc(), passPhrase.data(),
-                                            static_cast<int>(passPhrase.size()), nullptr, nullptr) == 1,
+  Require(PEM_write_bio_X509(pem.get(), certificate.get()) == 1, "the certificate cannot be written");
+  return ContentOf(pem) + EncryptedKey(key.get(), passPhrase);
+}
+
+std::string EncryptedKey(EVP_PKEY* key, const std::string& passPhrase) {
+  const BioPtr pem = BioToFill();
+  Require(PEM_write_bio_PKCS8PrivateKey(pem.get(), key, EVP_aes_256_cbc(), passPhrase.data(),
+                                        static_cast<int>(passPhrase.size()), nullptr, nullptr) == 1,
           "the key cannot be encrypted");
   return ContentOf(pem);
 }
@@ -79,9 +75,7 @@ std::string MakeRequest(const Subject& subject, EVP_PKEY* key) {
   if (!request || !extensions) throw std::bad_alloc();
   NameIt(X509_REQ_get_subject_name(request.get()), subject.commonName);
   X509_REQ_set_pubkey(request.get(), key);
-  X509V3_CTX context;
-  X509V3_set_ctx(&context, nullptr, nullptr, request.get(), nullptr, 0);
-  sk_X509_EXTENSION_push(extensions.get(), AlternativeNames(&context, subject).release());
+  sk_X509_EXTENSION_push(extensions.get(), AlternativeNames(subject).release());
   X509_REQ_add_extensions(request.get(), extensions.get());
   Require(X509_REQ_sign(request.get(), key, EVP_sha256()) != 0, "the request cannot be signed");
   const BioPtr pem = BioToFill();

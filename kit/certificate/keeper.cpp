@@ -16,6 +16,7 @@ namespace {
 
 constexpr Log kLog{"certificate"};
 constexpr std::uint32_t kValidDays = 3650;
+constexpr std::uint32_t kMostDays = 36500;
 constexpr std::uint64_t kMostPhraseBytes = 1024;
 
 const char* Or(const char* text, const char* otherwise) { return text != nullptr ? text : otherwise; }
@@ -33,6 +34,7 @@ CertificateKeeper::CertificateKeeper(const SdkKitCertificateOptions& options)
       validDays_(options.validDays == 0 ? kValidDays : options.validDays),
       onlyUploaded_(options.onlyUploaded != 0),
       passPhrase_(Or(options.passPhrase, "")) {
+  if (const std::string fault = NamesFault(subject_); !fault.empty()) throw std::runtime_error(fault);
   if (!MakeFolder(folder_)) throw std::runtime_error("the folder " + folder_ + " cannot be made");
   RemoveTempFiles(folder_);
   if (options.passPhrase == nullptr) ReadPassPhrase();
@@ -57,9 +59,9 @@ void CertificateKeeper::Choose() {
 
 // The one in use is kept as the one before first: at no instant there is none.
 bool CertificateKeeper::TakePending() {
-  const auto pending = ReadFile(Pending(), kMostPemBytes);
-  if (!pending) return false;
-  const std::string fault = LoadFault(Pending(), passPhrase_);
+  const auto waiting = ReadFile(pending(), kMostPemBytes);
+  if (!waiting) return false;
+  const std::string fault = LoadFault(pending(), passPhrase_);
   if (!fault.empty()) {
     refused_ = true;
     Say("the uploaded certificate cannot be used: " + fault);
@@ -67,11 +69,11 @@ bool CertificateKeeper::TakePending() {
   }
   const auto used = ReadFile(inUse(), kMostPemBytes);
   const bool kept = !used || !LoadFault(inUse(), passPhrase_).empty() || ReplaceFile(Previous(), *used);
-  if (!kept || !ReplaceFile(inUse(), *pending)) {
+  if (!kept || !ReplaceFile(inUse(), *waiting)) {
     Say("the uploaded certificate cannot be stored");
     return false;
   }
-  RemoveFile(Pending());
+  RemoveFile(pending());
   choice_ = kKitCertificateNew;
   kLog.Info("the uploaded certificate is in use");
   return true;
@@ -100,25 +102,47 @@ std::string CertificateKeeper::Take(const std::string& path) {
   if (!bytes) return "it cannot be read, or is too large";
   // The key that a request was made for never left the device.
   if (bytes->find("PRIVATE KEY-----") == std::string::npos) {
-    const KeyPtr key = KeyInUse();
-    const BioPtr pem = BioToFill();
-    if (!key || PEM_write_bio_PKCS8PrivateKey(pem.get(), key.get(), EVP_aes_256_cbc(), passPhrase_.data(),
-                                              static_cast<int>(passPhrase_.size()), nullptr, nullptr) != 1) {
-      return "it has no key";
-    }
-    *bytes += "\n" + ContentOf(pem);
+    const KeyPtr key = KeyFor(*bytes);
+    if (!key) return "it has no key, and no key of this device belongs to it";
+    *bytes += "\n" + EncryptedKey(key.get(), passPhrase_);
   }
   const std::lock_guard lock(taking_);
   auto file = TempFile::Create(folder_);
   if (!file || !file->Write(*bytes)) return "it cannot be stored";
   std::string fault = LoadFault(file->path(), passPhrase_);
   if (fault.empty()) fault = DateFault(file->path());
-  if (fault.empty() && !file->CommitTo(Pending())) fault = "it cannot be stored";
+  if (fault.empty() && !file->CommitTo(pending())) fault = "it cannot be stored";
   return fault;
 }
 
-KeyPtr CertificateKeeper::KeyInUse() const {
-  const std::string pem = ReadFile(inUse(), kMostPemBytes).value_or("");
+std::string CertificateKeeper::Make(const SdkKitCertificateNames* names) {
+  const Subject subject = SubjectOf(names);
+  std::string fault = NamesFault(subject);
+  const std::uint32_t days = names == nullptr || names->validDays == 0 ? validDays_ : names->validDays;
+  if (fault.empty() && days > kMostDays) fault = "it would be valid for too long";
+  if (!fault.empty()) return fault;
+  const std::string pem = MakeIdentity(subject, days, passPhrase_);
+  const std::lock_guard lock(taking_);
+  return ReplaceFile(pending(), pem) ? "" : "it cannot be stored";
+}
+
+std::string CertificateKeeper::Request(const SdkKitCertificateNames* names, std::string& pem) const {
+  const Subject subject = SubjectOf(names);
+  if (std::string fault = NamesFault(subject); !fault.empty()) return fault;
+  KeyPtr key = KeyOf(inUse());
+  if (!key) key = KeyOf(pending());
+  if (!key) return "there is no key";
+  pem = MakeRequest(subject, key.get());
+  return "";
+}
+
+bool CertificateKeeper::Discard() {
+  const std::lock_guard lock(taking_);
+  return StatusOf(pending()) && RemoveFile(pending());
+}
+
+KeyPtr CertificateKeeper::KeyOf(const std::string& path) const {
+  const std::string pem = ReadFile(path, kMostPemBytes).value_or("");
   const BioPtr bio = BioOver(pem);
   std::string phrase = passPhrase_;
   KeyPtr key(PEM_read_bio_PrivateKey(bio.get(), nullptr, GivePassPhrase, phrase.data()));
@@ -126,15 +150,27 @@ KeyPtr CertificateKeeper::KeyInUse() const {
   return key;
 }
 
-std::string CertificateKeeper::Request() const {
-  const KeyPtr key = KeyInUse();
-  if (!key) throw std::runtime_error("the key in use cannot be read");
-  return MakeRequest(subject_, key.get());
+// The key of this device that belongs to a certificate.
+KeyPtr CertificateKeeper::KeyFor(const std::string& pem) const {
+  const CertificatePtr certificate = CertificateOf(pem);
+  for (const std::string& path : {inUse(), pending(), Previous()}) {
+    KeyPtr key = KeyOf(path);
+    const bool belongs = certificate && key && X509_check_private_key(certificate.get(), key.get()) == 1;
+    ERR_clear_error();
+    if (belongs) return key;
+  }
+  return nullptr;
+}
+
+Subject CertificateKeeper::SubjectOf(const SdkKitCertificateNames* names) const {
+  if (names == nullptr) return subject_;
+  return {Or(names->commonName, subject_.commonName.c_str()),
+          Or(names->alternativeNames, subject_.alternativeNames.c_str())};
 }
 
 void CertificateKeeper::Fill(SdkKitCertificateStatus& status) const {
   status.choice = choice_;
-  status.pending = StatusOf(Pending()) ? 1 : 0;
+  status.pending = StatusOf(pending()) ? 1 : 0;
   status.refused = refused_ ? 1 : 0;
   std::snprintf(status.why, sizeof status.why, "%s", why_.c_str());
 }

@@ -19,22 +19,28 @@ class CertificateKeeper {
 
   // Keeps this file's content for the next start; why it cannot be used, else an empty text.
   std::string Take(const std::string& path);
+  // Keeps a new self-signed certificate for it.
+  std::string Make(const SdkKitCertificateNames* names);
+  // Makes a signing request as PEM.
+  std::string Request(const SdkKitCertificateNames* names, std::string& pem) const;
+  // False when nothing waits, or it stays.
+  bool Discard();
 
   std::string inUse() const { return In("server.pem"); }
+  std::string pending() const { return In("server.pending.pem"); }
   const std::string& passPhrase() const { return passPhrase_; }
-  // As PEM.
-  std::string Request() const;
   void Fill(SdkKitCertificateStatus& status) const;
 
  private:
   std::string In(const char* name) const { return folder_ + "/" + name; }
-  std::string Pending() const { return In("server.pending.pem"); }
   std::string Previous() const { return In("server.previous.pem"); }
   void ReadPassPhrase();
   bool TakePending();
   bool KeepsOrRestores();
   void Say(const std::string& why);
-  KeyPtr KeyInUse() const;
+  KeyPtr KeyOf(const std::string& path) const;
+  KeyPtr KeyFor(const std::string& pem) const;
+  Subject SubjectOf(const SdkKitCertificateNames* names) const;
 
   const std::string folder_;
   const Subject subject_;

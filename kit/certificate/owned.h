@@ -26,6 +26,7 @@ using KeyPtr = std::unique_ptr<EVP_PKEY, FreeWith<EVP_PKEY_free>>;
 using CertificatePtr = std::unique_ptr<X509, FreeWith<X509_free>>;
 using RequestPtr = std::unique_ptr<X509_REQ, FreeWith<X509_REQ_free>>;
 using ExtensionPtr = std::unique_ptr<X509_EXTENSION, FreeWith<X509_EXTENSION_free>>;
+using GeneralNamesPtr = std::unique_ptr<GENERAL_NAMES, FreeWith<GENERAL_NAMES_free>>;
 using ContextPtr = std::unique_ptr<SSL_CTX, FreeWith<SSL_CTX_free>>;
 using SslPtr = std::unique_ptr<SSL, FreeWith<SSL_free>>;
 

@@ -4,6 +4,7 @@
 #include <openssl/rsa.h>
 
 #include <array>
+#include <ctime>
 #include <filesystem>
 #include <string>
 #include <vector>
@@ -83,6 +84,33 @@ class CertificateTest : public testing::Test {
     return info;
   }
 
+  static SdkKitCertificateInfo Waiting() {
+    SdkKitCertificateInfo info{};
+    info.size = sizeof info;
+    EXPECT_EQ(SdkKitCertificate_Waiting(&info), 0);
+    return info;
+  }
+
+  static SdkKitCertificateNames Names(const char* commonName, const char* alternativeNames, uint32_t days) {
+    return {sizeof(SdkKitCertificateNames), days, commonName, alternativeNames};
+  }
+
+  // Nothing, or why none is made.
+  static std::string Make(const char* commonName, const char* alternativeNames, uint32_t days = 0) {
+    const auto names = Names(commonName, alternativeNames, days);
+    std::array<char, 256> why{};
+    const int result = SdkKitCertificate_Make(&names, why.data(), why.size());
+    EXPECT_EQ(result == 0, why[0] == '\0');
+    return why.data();
+  }
+
+  static std::string Request(const SdkKitCertificateNames* names) {
+    std::array<char, 8192> pem{};
+    std::array<char, 256> why{};
+    EXPECT_EQ(SdkKitCertificate_Request(names, pem.data(), pem.size(), why.data(), why.size()), 0);
+    return pem.data();
+  }
+
   // What an upload of this file leads to: nothing, or why it is refused.
   static std::string Take(const std::string& pem) {
     EXPECT_TRUE(ReplaceFile("upload", pem));
@@ -152,10 +180,11 @@ TEST_F(CertificateTest, WhatTheServerCannotUseIsRefused) {
       {"a weak key", OddPem(1024, 0, 86400), "its certificate cannot be used",
        "its certificate cannot be used"},
       {"expired", OddPem(2048, -2 * 86400, -86400), "", "it has expired"},
-      {"no key", one.certificate, "", "its key cannot be used"},
+      {"no key", one.certificate, "", "it has no key, and no key of this device belongs to it"},
       {"no certificate", one.key, "", "its certificate cannot be used"},
-      {"binary", std::string("\x30\x82\x01\0", 4), "it is no PEM file", "its certificate cannot be used"},
-      {"empty", "", "", "its certificate cannot be used"},
+      {"binary", std::string("\x30\x82\x01\0", 4), "it is no PEM file",
+       "it has no key, and no key of this device belongs to it"},
+      {"empty", "", "", "it has no key, and no key of this device belongs to it"},
   };
   const auto upToColon = [](const std::string& text) { return text.substr(0, text.find(':')); };
   for (const Row& row : rows) {
@@ -240,20 +269,143 @@ TEST_F(CertificateTest, AKillBetweenTwoStepsLeavesOneThatIsGood) {
   }
 }
 
+// A request as somebody's authority answers it: with a certificate for its key.
+std::string Sign(const std::string& request) {
+  const BioPtr bio = BioOver(request);
+  const RequestPtr asked(PEM_read_bio_X509_REQ(bio.get(), nullptr, nullptr, nullptr));
+  EVP_PKEY* const key = X509_REQ_get0_pubkey(asked.get());
+  EXPECT_EQ(X509_REQ_verify(asked.get(), key), 1);
+  const KeyPtr authority(EVP_RSA_gen(2048));
+  const CertificatePtr certificate(X509_new());
+  X509_set_version(certificate.get(), X509_VERSION_3);
+  X509_gmtime_adj(X509_getm_notBefore(certificate.get()), 0);
+  X509_gmtime_adj(X509_getm_notAfter(certificate.get()), 86400);
+  X509_set_subject_name(certificate.get(), X509_REQ_get_subject_name(asked.get()));
+  X509_set_pubkey(certificate.get(), key);
+  STACK_OF(X509_EXTENSION)* const extensions = X509_REQ_get_extensions(asked.get());
+  for (int i = 0; i < sk_X509_EXTENSION_num(extensions); ++i) {
+    X509_add_ext(certificate.get(), sk_X509_EXTENSION_value(extensions, i), -1);
+  }
+  sk_X509_EXTENSION_pop_free(extensions, X509_EXTENSION_free);
+  X509_sign(certificate.get(), authority.get(), EVP_sha256());
+  const BioPtr pem = BioToFill();
+  PEM_write_bio_X509(pem.get(), certificate.get());
+  return ContentOf(pem);
+}
+
 TEST_F(CertificateTest, ARequestIsAnsweredByACertificateWithoutAKey) {
-  std::array<char, 8192> pem{};
-  ASSERT_EQ(SdkKitCertificate_Request(pem.data(), pem.size()), 0);
-  EXPECT_EQ(SdkKitCertificate_Request(pem.data(), 100), -1);
-  const std::string text = pem.data();
-  const BioPtr bio = BioOver(text);
-  const RequestPtr request(PEM_read_bio_X509_REQ(bio.get(), nullptr, nullptr, nullptr));
-  ASSERT_NE(request, nullptr);
-  EXPECT_EQ(X509_REQ_verify(request.get(), X509_REQ_get0_pubkey(request.get())), 1);
-  // Here its own certificate is the answer: it is for the same key.
-  const std::string own = *ReadFile("tls/server.pem", 100000);
-  ASSERT_EQ(Take(own.substr(0, own.find("-----BEGIN ENCRYPTED"))), "");
+  ASSERT_EQ(Take(Sign(Request(nullptr))), "");
+  const SdkKitCertificateInfo waiting = Waiting();
+  EXPECT_STREQ(waiting.subject, "CN=wire test");
+  EXPECT_STREQ(waiting.names, "DNS:localhost, IP Address:127.0.0.1, IP Address:0:0:0:0:0:0:0:1");
+  EXPECT_EQ(waiting.selfSigned, 0);
   ASSERT_EQ(Start(), 0);
   EXPECT_EQ(Status().choice, kKitCertificateNew);
+  EXPECT_STREQ(Info().fingerprint, waiting.fingerprint);
+}
+
+TEST_F(CertificateTest, AnAnswerMayComeBehindAnotherCertificate) {
+  const std::string answer = Sign(Request(nullptr));
+  ASSERT_EQ(Take(Pem("uploaded")), "");
+  ASSERT_EQ(Start(), 0);
+  ASSERT_EQ(Take(answer), "") << "for the key before";
+  ASSERT_EQ(Make("next", "next.example"), "");
+  ASSERT_EQ(Take(answer), "");
+  EXPECT_STREQ(Waiting().subject, "CN=wire test");
+}
+
+TEST_F(CertificateTest, AMadeOneWaitsForTheNextStart) {
+  const std::string before = Info().fingerprint;
+  ASSERT_EQ(Make("Küche", "device.example, *.device.example,192.0.2.7,IP:2001:db8::1,DNS:a_b", 10), "");
+  const SdkKitCertificateInfo made = Waiting();
+  EXPECT_EQ(Info().fingerprint, before);
+  EXPECT_STREQ(made.subject, "CN=Küche");
+  EXPECT_STREQ(made.names,
+               "DNS:device.example, DNS:*.device.example, IP Address:192.0.2.7, "
+               "IP Address:2001:DB8:0:0:0:0:0:1, DNS:a_b");
+  EXPECT_EQ(made.selfSigned, 1);
+  EXPECT_EQ(made.chain, 0);
+  EXPECT_NEAR(static_cast<double>(made.notAfter), static_cast<double>(std::time(nullptr) + 10 * 86400), 600);
+  ASSERT_EQ(Start(), 0);
+  EXPECT_EQ(Status().choice, kKitCertificateNew);
+  EXPECT_STREQ(Info().fingerprint, made.fingerprint);
+}
+
+TEST_F(CertificateTest, WhatWaitsCanBeTakenBack) {
+  SdkKitCertificateInfo info{};
+  info.size = sizeof info;
+  EXPECT_EQ(SdkKitCertificate_Waiting(&info), -1);
+  EXPECT_EQ(SdkKitCertificate_Discard(), -1);
+  ASSERT_EQ(Make(nullptr, nullptr), "");
+  EXPECT_EQ(Status().pending, 1);
+  EXPECT_EQ(SdkKitCertificate_Discard(), 0);
+  EXPECT_EQ(Status().pending, 0);
+  ASSERT_EQ(Start(), 0);
+  EXPECT_EQ(Status().choice, kKitCertificateKept);
+}
+
+TEST_F(CertificateTest, NamesThatAreNoneAreRefused) {
+  const std::string common = "the common name is not 1 to 64 characters";
+  const std::string alternative = "an alternative name is neither a host's name nor an address";
+  const struct {
+    std::string commonName;
+    std::string alternativeNames;
+    std::string why;
+  } rows[] = {
+      {"", "a", common},
+      {std::string(64, 'x'), "a", ""},
+      {std::string(65, 'x'), "a", common},
+      {"a\nb", "a", common},
+      {"\xff", "a", common},
+      {"a", "", alternative},
+      {"a", "a,", alternative},
+      {"a", "a b", alternative},
+      {"a", ".", alternative},
+      {"a", "a..b", alternative},
+      {"a", "-a", alternative},
+      {"a", "*", alternative},
+      {"a", "a.*", alternative},
+      {"a", "IP:a", alternative},
+      {"a", "IP:1.2.3", alternative},
+      {"a", "DNS:a:b", alternative},
+      {"a", "dirName:section", alternative},
+      {"a", "@section", alternative},
+      {"a", "email:copy", alternative},
+      {"a", std::string(63, 'x') + ".y", ""},
+      {"a", std::string(64, 'x'), alternative},
+      {"a", std::string(1001, 'x'), "there are too many alternative names"},
+  };
+  for (const auto& row : rows) {
+    EXPECT_EQ(Make(row.commonName.c_str(), row.alternativeNames.c_str()), row.why)
+        << row.commonName << " " << row.alternativeNames;
+    std::array<char, 8192> pem{};
+    const auto names = Names(row.commonName.c_str(), row.alternativeNames.c_str(), 0);
+    std::array<char, 256> why{};
+    EXPECT_EQ(SdkKitCertificate_Request(&names, pem.data(), pem.size(), why.data(), why.size()) == 0,
+              row.why.empty());
+    EXPECT_EQ(why.data(), row.why);
+  }
+  EXPECT_EQ(Make("a", "a", 36501), "it would be valid for too long");
+}
+
+TEST_F(CertificateTest, ADeviceWithoutAKeyMakesNoRequest) {
+  fs::remove_all("tls");
+  SdkKitCertificateOptions options{};
+  options.size = sizeof options;
+  options.onlyUploaded = 1;
+  ASSERT_EQ(SdkKitCertificate_Start(&options), 0);
+  std::array<char, 8192> pem{};
+  std::array<char, 256> why{};
+  EXPECT_EQ(SdkKitCertificate_Request(nullptr, pem.data(), pem.size(), why.data(), why.size()), -1);
+  EXPECT_STREQ(why.data(), "there is no key");
+  ASSERT_EQ(Make(nullptr, nullptr), "");
+  ASSERT_EQ(Take(Sign(Request(nullptr))), "");
+}
+
+TEST_F(CertificateTest, TheChainIsCounted) {
+  const auto one = MakeCertificate("", "one");
+  ASSERT_EQ(Take(one.certificate + one.key + MakeCertificate("", "other").certificate), "");
+  EXPECT_EQ(Waiting().chain, 1);
 }
 
 TEST_F(CertificateTest, TheServerStartsWithWhatWasTaken) {
@@ -288,10 +440,19 @@ TEST_F(CertificateTest, BadArgumentsAreRefused) {
   EXPECT_EQ(SdkKitCertificate_Check("tls/server.pem", nullptr, 1), -1);
   EXPECT_EQ(SdkKitCertificate_Check("tls/server.pem", why.data(), why.size()), 0);
   EXPECT_EQ(SdkKitCertificate_Take(nullptr, why.data(), why.size()), -1);
+  SdkKitCertificateNames names{};
+  std::array<char, 8192> pem{};
+  EXPECT_EQ(SdkKitCertificate_Make(&names, why.data(), why.size()), -1);
+  EXPECT_EQ(SdkKitCertificate_Make(nullptr, nullptr, 1), -1);
+  EXPECT_EQ(SdkKitCertificate_Request(&names, pem.data(), pem.size(), why.data(), why.size()), -1);
+  EXPECT_EQ(SdkKitCertificate_Request(nullptr, nullptr, 1, why.data(), why.size()), -1);
+  EXPECT_EQ(SdkKitCertificate_Request(nullptr, pem.data(), 100, why.data(), why.size()), -1);
+  EXPECT_STREQ(why.data(), "it does not fit");
   SdkKitCertificate_Stop();
   status.size = sizeof status;
   EXPECT_EQ(SdkKitCertificate_Status(&status), -1);
-  EXPECT_EQ(SdkKitCertificate_Request(why.data(), why.size()), -1);
+  EXPECT_EQ(SdkKitCertificate_Make(nullptr, why.data(), why.size()), -1);
+  EXPECT_STREQ(why.data(), "certificates ar") << "cut to its room";
 }
 
 }  // namespace
