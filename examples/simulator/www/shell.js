@@ -6,7 +6,7 @@ import { GROUPS, PAGES } from './pages.js';
 import { common, shell as texts } from './texts.js';
 import { themeButton } from './theme.js';
 
-const FIRST = 'overview';
+const [FIRST] = Object.keys(PAGES);
 
 const place = (id) => document.getElementById(id);
 

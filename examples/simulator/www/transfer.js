@@ -32,7 +32,7 @@ export function uploader(ctx, { label, hint, route, accept, headers, explain, do
     hint && h('small', hint), running, line);
 
   async function send(file) {
-    if (!file || cancel) return;
+    if (!file || cancel || input.disabled) return;
     cancel = new AbortController();
     const rate = rateMeter();
     bar.value = 0;

@@ -48,6 +48,13 @@ export async function goTo(page, name) {
 export const drop = (page, label) => page.locator('.drop', { hasText: label });
 export const choose = (page, label, file) => drop(page, label).locator('input[type=file]').setInputFiles(asPath(file));
 
+/** Drops a file on the zone. */
+export const drag = (page, label, { name, mimeType, buffer }) => drop(page, label).evaluate((zone, file) => {
+  const data = new DataTransfer();
+  data.items.add(new File([new Uint8Array(file.bytes)], file.name, { type: file.mimeType }));
+  for (const type of ['dragover', 'drop']) zone.dispatchEvent(new DragEvent(type, { dataTransfer: data, bubbles: true, cancelable: true }));
+}, { name, mimeType, bytes: [...buffer] });
+
 export async function upload(page, label, file) {
   await choose(page, label, file);
   await drop(page, label).getByText(`${file.name}: done`).waitFor();

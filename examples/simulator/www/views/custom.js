@@ -1,5 +1,6 @@
 /* The routes that the device's own program added: a small test bench for them. */
-import { card, field, form, h } from '../dom.js';
+import { card, deny, field, form, h } from '../dom.js';
+import { whyNot } from '../me.js';
 import { custom as texts } from '../texts.js';
 import { downloadButton, uploader } from '../transfer.js';
 
@@ -8,17 +9,19 @@ export const page = { title: texts.title, intro: texts.intro };
 const SAMPLES = [
   ['GET', '/sim/status'], ['GET', '/sim/units'], ['GET', '/sim/units/TX01'],
   ['POST', '/sim/units/TX01', '{"online": true}'], ['POST', '/sim/units/RX01', '{"input": "TX02"}'],
-  ['GET', '/sim/files'], ['GET', '/sim/users'], ['GET', '/sim/units/NOBODY'],
+  ['GET', '/sim/files'], ['GET', '/sim/sessions'], ['GET', '/sim/units/NOBODY'],
 ];
 
 export function render(ctx) {
-  const sample = h('select', SAMPLES.map(([method, path], index) => h('option', { value: String(index) }, `${method} ${path}`)));
-  const method = h('select', ['GET', 'POST'].map((name) => h('option', { value: name }, name)));
+  const forWriters = whyNot(ctx.me, 'write');
+  const samples = SAMPLES.filter(([verb]) => !forWriters || verb === 'GET');
+  const sample = h('select', samples.map(([method, path], index) => h('option', { value: String(index) }, `${method} ${path}`)));
+  const method = h('select', (forWriters ? ['GET'] : ['GET', 'POST']).map((name) => h('option', { value: name }, name)));
   const path = h('input', { spellcheck: 'false', autocomplete: 'off' });
   const body = h('textarea', { rows: '3', spellcheck: 'false' });
   const answer = h('pre', { tabindex: '0', 'aria-label': 'Answer' }, 'No request sent yet.');
   const choose = () => {
-    const [verb, route, text = ''] = SAMPLES[sample.value];
+    const [verb, route, text = ''] = samples[sample.value];
     [method.value, path.value, body.value] = [verb, route, text];
   };
   sample.addEventListener('change', choose);
@@ -36,7 +39,7 @@ export function render(ctx) {
   return h('div.columns',
     card('Request', form([field('Example', sample), h('div.row.ends', field('Method', method), field('Path', path)), field('Body', body)], 'Send', send)),
     h('div.stack', card('Answer', answer),
-      card('Upload and download', uploader(ctx, { label: 'Upload note', route: '/sim/upload', hint: 'Any file, at most 32 MiB.' }), h('div.row', downloadButton(ctx, 'Download note', '/sim/download')))));
+      card('Upload and download', deny(uploader(ctx, { label: 'Upload note', route: '/sim/upload', hint: 'Any file, at most 32 MiB.' }), forWriters), h('div.row', downloadButton(ctx, 'Download note', '/sim/download')))));
 }
 
 function pretty(text) {

@@ -1,7 +1,8 @@
 /* The device's pictures: logo, backgrounds and the overlay, each with its thumbnail. */
-import { card, h } from '../dom.js';
+import { card, deny, h } from '../dom.js';
 import { watchFiles } from '../files.js';
 import { formatBytes, formatTime } from '../format.js';
+import { whyNot } from '../me.js';
 import { pictures as texts } from '../texts.js';
 import { downloadButton, uploader } from '../transfer.js';
 
@@ -31,6 +32,7 @@ function pictureCard(ctx, [kind, label, route, path = `/sim/picture/${kind}`], c
     label: `Upload ${label.toLowerCase()}`, route, accept: 'image/png,image/jpeg,image/bmp', done: changed,
     explain: ({ status }) => status === 500 && 'The device does not accept this file. It takes PNG, JPEG or BMP up to 8 MiB.',
   });
+  deny(drop, whyNot(ctx.me, 'write'));
   let shown = null;
 
   async function show(files) {

@@ -1,8 +1,9 @@
 /* Text files of the device: scenes, EDID and the cloud description. */
-import { card, h } from '../dom.js';
+import { card, deny, h } from '../dom.js';
 import { edidWords, hexLines } from '../edid.js';
 import { watchFiles } from '../files.js';
 import { formatBytes, formatTime } from '../format.js';
+import { whyNot } from '../me.js';
 import { scenes as texts } from '../texts.js';
 import { downloadButton, uploader } from '../transfer.js';
 
@@ -31,6 +32,7 @@ function fileCard(ctx, { kind, label, route, path, accept, hint, show }, changed
   download.setAttribute('aria-label', `Download ${label}`);
   const drop = uploader(ctx, { label: `Upload ${label}`, route, accept, hint, done: changed,
     explain: ({ status }) => status === 500 && `The device does not accept this file. It takes: ${hint}` });
+  deny(drop, whyNot(ctx.me, 'write'));
   let shown = null;
 
   async function update(files) {

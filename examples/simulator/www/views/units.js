@@ -1,7 +1,8 @@
 /* All transmitters and receivers with their pictures, names, inputs and states. */
-import { badge, field, fill, form, h, notice } from '../dom.js';
+import { badge, deny, field, fill, form, h, notice } from '../dom.js';
 import { edidWords } from '../edid.js';
 import { pictureOf } from '../live.js';
+import { whyNot } from '../me.js';
 import { units as texts } from '../texts.js';
 
 export const page = { title: texts.title, intro: texts.intro };
@@ -49,6 +50,7 @@ function unitTile(ctx, first) {
   const input = unit.type === 'rx' && h('select', { onchange: () => act({ type: 'set-unit-input', input: input.value }) });
   const newName = h('input', { maxlength: '31', spellcheck: 'false', autocomplete: 'off' });
   const rename = form([field('Name', newName)], 'Rename', () => ctx.command({ type: 'set-unit-name', unit: unit.name, name: newName.value }).then(() => 'Renamed.'), 'small');
+  for (const control of [online, input, rename]) control && deny(control, whyNot(ctx.me, 'write'));
   const facts = h('dl.facts');
   const address = h('p.dim');
 
