@@ -92,9 +92,9 @@ typedef struct SdkKitAccountsOptions {
   int32_t firstPasswordStays;            /**< 1: the first password need not be changed. */
   uint32_t idleSeconds;                  /**< 0: 1800. */
   uint32_t totalSeconds;                 /**< 0: 43200. */
-  uint32_t mostLogins;                   /**< at once, 2 to 20; 0: 20. */
-  uint32_t mostLoginsEach;               /**< of one user, at most half of mostLogins; 0: 4, or that half. */
-  uint32_t mostUsers;                    /**< 0: 100. */
+  uint32_t mostLogins;     /**< at once, 2 to 20; 0: 20; mostLoginsEach of them for administrators only. */
+  uint32_t mostLoginsEach; /**< of one user, at most half of mostLogins; 0: 8, or that half. */
+  uint32_t mostUsers;      /**< 0: 100. */
 } SdkKitAccountsOptions;
 
 /** A user. */
@@ -140,7 +140,8 @@ typedef enum SdkKitUserCode {
  * @return 0; -1 for a bad record, a second start, or a database that cannot be used. */
 SDKAPI_EXPORT int SdkKitAccounts_Start(const SdkKitAccountsOptions* options);
 
-/** Puts login and user administration into a table: AuthQueryCb, LoginCb, ChangeUserInfoCb, ManageUserCb.
+/** Puts login and user administration into a table: AuthQueryCb, LoginCb, LogOutCb, ChangeUserInfoCb,
+ * ManageUserCb.
  * @param table the table; NULL does nothing. */
 SDKAPI_EXPORT void SdkKitAccounts_Fill(SdkAPISerHandle* table);
 

@@ -39,7 +39,7 @@ struct Settings {
   uint32_t idleSeconds = 1800;
   uint32_t totalSeconds = 43200;
   std::size_t mostLogins = 20;
-  std::size_t mostLoginsEach = 4;
+  std::size_t mostLoginsEach = 8;
   std::size_t mostUsers = 100;
 };
 

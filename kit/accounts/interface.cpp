@@ -43,6 +43,15 @@ int LogIn(LoginInfo* info) {
   });
 }
 
+// Comes while the library still has the login: one that was never used is not held for one that is yet to
+// come.
+int LogOut() {
+  return WithAccounts([](Accounts& accounts) {
+    accounts.sessions().Meet();
+    return 0;
+  });
+}
+
 void NoteChange(const Session& caller, const char* what, const std::string& name, int code) {
   const std::string shown = IsName(name) ? name : "(no possible name)";
   kLog.Audit("%s from %s: %s %s gave code %d", caller.name.c_str(), CurrentRequest().address, what,
@@ -149,6 +158,7 @@ void SdkKitAccounts_Fill(SdkAPISerHandle* table) {
   if (table == nullptr) return;
   table->AuthQueryCb = AnswerAuthQuery;
   table->LoginCb = LogIn;
+  table->LogOutCb = LogOut;
   table->ChangeUserInfoCb = ChangeUser;
   table->ManageUserCb = ManageUser;
 }

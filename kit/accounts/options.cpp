@@ -14,7 +14,7 @@ constexpr SdkKitRole kDefaultRoles[] = {{1, 0, "administrator"}, {2, 0, "operato
 constexpr int kMostRole = 30;
 constexpr std::size_t kMostRights = 1000;
 constexpr uint32_t kMostLogins = 20;
-constexpr uint32_t kDefaultEach = 4;
+constexpr uint32_t kDefaultEach = 8;  // tabs and tools of one person side by side
 
 template <class Number>
 Number Or(Number value, Number ifZero) {

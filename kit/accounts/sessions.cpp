@@ -171,6 +171,14 @@ std::optional<Session> Sessions::Forget(std::string_view token) {
   return session;
 }
 
+void Sessions::Meet() {
+  const LibraryLogins logins = ListLibraryLogins();
+  const std::lock_guard lock(mutex_);
+  for (Session& session : sessions_) {
+    if (logins.contains(session.hash)) session.wasSeen = true;
+  }
+}
+
 void Sessions::Reconcile() {
   const LibraryLogins logins = ListLibraryLogins();
   std::set<TokenHash> strange;

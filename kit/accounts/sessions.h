@@ -44,7 +44,7 @@ LibraryLogins ListLibraryLogins();
 struct SessionRules {
   int administrator = 1;
   std::size_t most = 20;
-  std::size_t mostEach = 4;
+  std::size_t mostEach = 8;
 };
 
 // The library registers, finds and ends logins; this knows whose they are.
@@ -68,6 +68,8 @@ class Sessions {
 
   // The library has ended this login.
   std::optional<Session> Forget(std::string_view token);
+  // Notes what the library has registered: one that it no longer has is over, then, and not on its way.
+  void Meet();
   // Drops what the library has ended without a word, and ends what it registered after its end here.
   void Reconcile();
 

@@ -15,8 +15,6 @@
 namespace sim {
 namespace {
 
-// Tabs, tools and tests of one person side by side.
-constexpr uint32_t kMostLoginsEach = 8;
 constexpr std::size_t kMostLogins = 20;  // the most that the kit keeps
 
 using nlohmann::json;
@@ -72,7 +70,6 @@ void StartUsers(const UserOptions& options) {
   accounts.firstPasswordStays = options.firstPassword.empty() ? 0 : 1;
   accounts.firstPassword = options.firstPassword.empty() ? "admin" : options.firstPassword.c_str();
   accounts.idleSeconds = options.idleSeconds;
-  accounts.mostLoginsEach = kMostLoginsEach;
   if (SdkKitAccounts_Start(&accounts) != 0) throw std::runtime_error("the users cannot be opened");
 }
 
