@@ -19,7 +19,7 @@ static void EdidStored(const SdkKitUpload* upload) {
   SdkKitEvents_Publish("edid", event);
 }
 
-/* The next picture of /preview/ and /stream: a shade of grey that changes. */
+/* The next picture of /preview and /stream: a shade of grey that changes. */
 static int NextPicture(void* run, SdkKitPreviewPicture* picture) {
   memset(picture->data, picture->data[0] + 1, picture->room);
   return 0;
@@ -46,7 +46,7 @@ static int Prepare(const SdkKitSettings* settings, SdkAPISerHandle* table) {
   const SdkKitPreviewOptions previews = {.size = sizeof previews};
   const SdkKitEventsOptions events = {.size = sizeof events};
   if (SdkKitAccounts_Start(&accounts) != 0 || SdkKitUpload_Start(&uploads) != 0 ||
-      SdkKitPreview_Start(&previews) != 0 || SdkKitPreview_Source_Set(NULL, &grey) != 0 ||
+      SdkKitPreview_Start(&previews) != 0 || SdkKitPreview_Source_Set("", &grey) != 0 ||
       SdkKitEvents_Start(&events) != 0)
     return -1;
   table->DeviceInfoCb = DeviceInformation;

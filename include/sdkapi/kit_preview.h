@@ -60,7 +60,8 @@ typedef struct SdkKitPreviewSource {
   int32_t format;  /**< @ref SdkKitPreviewFormat. */
   uint32_t width;  /**< raw formats: 16 to 4096, even. */
   uint32_t height; /**< raw formats: 16 to 4096, even. */
-  /** Begins a run: its first viewer comes. Runs on that viewer's request. NULL: always there.
+  /** Begins a run: its first viewer comes. Runs on that viewer's request. NULL: always there,
+   * which a source for every name cannot be.
    * @param name what the viewer asked for; empty for the device's own picture.
    * @return what `picture` and `close` get; NULL when there is no such source, or it is off: 404. */
   void* (*open)(const char* name);
@@ -85,9 +86,10 @@ SDKAPI_EXPORT void SdkKitPreview_Fill(SdkAPISerHandle* table);
 
 /** Sets the source of a name; it replaces what the name had. Viewers of the former one are let go.
  * @param name   a unit's name, at most 31 bytes; empty: the device's own picture; NULL: every name that has
- * none of its own.
+ * none of its own, if its `open` knows that name.
  * @param source the source, copied; NULL takes it away.
- * @return 0; -1 for a bad name or source, while nothing runs, without memory, or for more than 1024 sources.
+ * @return 0; -1 for a bad name or source, one for every name without `open`, while nothing runs, without
+ * memory, or for more than 1024 sources.
  */
 SDKAPI_EXPORT int SdkKitPreview_Source_Set(const char* name, const SdkKitPreviewSource* source);
 

@@ -78,6 +78,8 @@ int SdkKitPreview_Source_Set(const char* name, const SdkKitPreviewSource* source
     if (name != nullptr && !IsName(name)) return Refuse(kWhat, "a bad name");
     if (source == nullptr) return Taken(kWhat, Gallery::The().SetSource(OptionalName(name), nullptr));
     if (!IsGood(source)) return Refuse(kWhat, "a bad record");
+    if (name == nullptr && source->open == nullptr)
+      return Refuse(kWhat, "for every name it needs an open that knows them");
     return Taken(kWhat, Gallery::The().SetHostSource(OptionalName(name), *source));
   });
 }

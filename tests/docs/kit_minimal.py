@@ -89,7 +89,8 @@ def files_and_events(host, token):
 
 
 def preview(host):
-    with urllib.request.urlopen(f"http://127.0.0.1:{host.port}/preview/any", timeout=PATIENCE) as stream:
+    assert host.get("/preview/any").status == 404
+    with urllib.request.urlopen(f"http://127.0.0.1:{host.port}/stream", timeout=PATIENCE) as stream:
         pictures = set()
         while len(pictures) < 3:
             length = 0

@@ -289,6 +289,9 @@ TEST(PreviewTest, BadArgumentsAreRefused) {
   source.format = 4;
   EXPECT_EQ(SdkKitPreview_Source_Set("cam", &source), -1);
   source = RawSource();
+  source.open = nullptr;
+  EXPECT_EQ(SdkKitPreview_Source_Set(nullptr, &source), -1);
+  source = RawSource();
   source.picture = nullptr;
   EXPECT_EQ(SdkKitPreview_Source_Set("cam", &source), -1);
 
