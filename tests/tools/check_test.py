@@ -1,9 +1,10 @@
 #!/usr/bin/python3
 """`sdkapi check` on devices that are in order finds nothing, and says what they do not offer.
 
-usage: check_test.py SIMULATOR MINIMAL
+usage: check_test.py SIMULATOR MINIMAL KIT_MINIMAL
 """
 import json
+import re
 import subprocess
 import sys
 from xml.etree import ElementTree
@@ -13,16 +14,16 @@ from device import Device
 from files import firmware
 from program import free_port, wait_for, wait_for_route
 from proxy import Proxy
-from support import CommandLine
+from support import PASSWORD, CommandLine
 
 ALL = ("--write", "--rough", "--strict", "--route", "/sim/units", "--route", "upload:/sim/upload", "--route", "download:/sim/picture/logo", "--preview-seconds", "0.5")
 OFFERED = ("events", "/stream", "/preview", "/log", "/api/v1/fw_upload", "/upload/logo", "/createuser", "/getTxRxList", "/iplogin")
 
 
-def check(line, url, *options):
+def check(line, url, *options, password="admin"):
     """The results by subject and rule, after a run that must find nothing."""
     junit, page = line.home / "report.xml", line.home / "report.html"
-    done = line.run("check", url, *options, "--json", "--junit", str(junit), "--html", str(page), SDKAPI_PASSWORD="admin")
+    done = line.run("check", url, *options, "--json", "--junit", str(junit), "--html", str(page), SDKAPI_PASSWORD=password)
     found = json.loads(done.stdout)
     assert done.returncode == 0, (url, [result for result in found["results"] if result["state"] == "failed"])
     suites = ElementTree.parse(junit).getroot()
@@ -80,6 +81,26 @@ def check_minimal(program, line):
             process.terminate()
 
 
+def check_kit(program):
+    """The minimal host on the kit; its first password is printed, and good for being changed alone."""
+    port = free_port()
+    url = f"http://127.0.0.1:{port}"
+    with CommandLine(url) as line, subprocess.Popen([program, "--http-port", str(port), "--data-dir", str(line.home / "kit")], text=True,
+                                                    stdout=subprocess.PIPE, stderr=subprocess.DEVNULL) as process:
+        try:
+            told = [process.stdout.readline() for _ in range(4)]
+            assert told[-1] == "ready\n", told
+            first = re.fullmatch(r"first user: admin, password (\S+) \(until it is changed\)\n", told[0])[1]
+            line.log_in(first)
+            line.ok("users", "password", "--password-stdin", typed=f"{first}\n{PASSWORD}\n")
+            results = check(line, url, "--write", "--rough", "--strict", "--route", "/hello", "--require", "/stream", "--require", "events", password=PASSWORD)
+            empty = states(results, "not offered")
+            assert {"/upload/scene", "/upload/xyte", "/upload/logo"} <= empty and not {"/upload/edid", "/download/edid", "/createuser"} & empty, empty
+            line.fails(1, "does not speak the device API", "check", url, "--write", "--require", "/upload/xyte", SDKAPI_PASSWORD=PASSWORD)
+        finally:
+            process.terminate()
+
+
 def check_reports(program, line):
     """A finding is in the table, in the XML and on the page, with request and answer, and without tokens and passwords."""
     fault = next(fault for fault in faults.ALL if fault.name == "a number where a text belongs")
@@ -96,11 +117,12 @@ def check_reports(program, line):
 
 
 def main():
-    simulator, minimal = sys.argv[1:]
+    simulator, minimal, kit = sys.argv[1:]
     with CommandLine() as line:
         check_simulated(simulator, line)
         check_untouched(simulator, line)
         check_minimal(minimal, line)
+        check_kit(kit)
         check_reports(simulator, line)
         line.fails(2, "is no route", "check", "http://127.0.0.1:1", "--route", "sim", SDKAPI_PASSWORD="x")
         line.fails(4, "no connection", "check", f"http://127.0.0.1:{free_port()}", SDKAPI_PASSWORD="x")

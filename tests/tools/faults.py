@@ -325,7 +325,7 @@ UPLOADS = [
     Fault("no answer to a broken form", "/upload/setting: a form that cannot", at("/upload/setting"), reply=only(500, lambda request, reply: NOTHING)),
     Fault("201 for a file", "/upload/xyte: a good file", at("/upload/xyte"), reply=swap(b"200 OK", b"201 Created"), options=UPLOADED),
     Fault("a success with a body", "/upload/logo: a good file", at("/upload/logo"), reply=only(200, body(lambda content: b"{}")), options=UPLOADED),
-    Fault("a good file refused", "/upload/sub/png: a good file is taken", at("/upload/sub/png"), reply=only(200, lambda request, reply: composed(500, b"Internal Server Error")), options=UPLOADED),
+    Fault("a good file refused", "/upload/scene: a good file is taken", at("/upload/scene"), reply=only(200, lambda request, reply: composed(500, b"Internal Server Error")), options=UPLOADED),
     Fault("a bad file taken", "/upload/edid: a file of another kind", at("/upload/edid"), reply=only(500, lambda request, reply: OK), options=UPLOADED),
     Fault("a bad certificate taken", "/api/v1/security/https_setting: a file of another kind", also("/api/v1/security/https_setting", lambda request: b"boundary" in request.head and request.token), answer=always(OK), options=UPLOADED),
     Fault("a file that cannot be sent twice", "/upload/logo: a file in small pieces", at("/upload/logo"), reply=only(200, second_fails), options=UPLOADED),

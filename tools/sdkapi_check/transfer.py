@@ -8,7 +8,7 @@ import time
 import zlib
 
 from sdkapi_client.errors import Unreachable
-from sdkapi_client.kinds import UPLOADS
+from sdkapi_client.kinds import UPLOADS, UploadKind
 
 from . import routes
 from .rules import INVALID_FILE, chunks_fault, composed_fault, web_server_fault
@@ -18,6 +18,8 @@ from .wire import BROKEN_FORM, Exchange, form
 _LIMIT = 4 << 20
 # What a good file of each family looks like; certificates and upgrades are never sent, they would change how the device is reached.
 _SAFE = {"image", "text"}
+# Which download gives a file back.
+_BACK = {"/upload/logo": routes.LOGO, "/upload/scene": "/download/scene", "/upload/edid": "/download/edid"}
 _BAD = b"sdkapi-check: this is no file of any kind\n"
 
 
@@ -95,6 +97,7 @@ def check_uploads(target: Target) -> None:
     """Forms that cannot be parsed, which no device function sees; good and bad files only when writing is allowed."""
     report = target.report
     report.area = "uploads"
+    good: dict[UploadKind, Exchange] = {}
     for kind in UPLOADS.values():
         exchange = target.send_form(kind.path, BROKEN_FORM)
         if exchange.status in (404, 405):
@@ -103,9 +106,18 @@ def check_uploads(target: Target) -> None:
         target.offered.add(kind.path)
         report.must(kind.path, "a form that cannot be parsed is refused", _refused_fault(kind.path, exchange, (500,)), exchange)
         if target.options.write:
-            _check_files(target, kind.path, kind.family)
+            _check_bad_file(target, kind)
+            if kind.family in _SAFE:
+                good[kind] = target.send_form(kind.path, form(*good_file(kind.path)))
     if not target.options.write:
         report.not_tested("files", "only with --write")
+    taken = {kind.family for kind, exchange in good.items() if exchange.status == 200}
+    for kind, exchange in good.items():
+        if exchange.status == 500 and kind.family in taken and _BACK.get(kind.path) not in target.offered:
+            target.offered.discard(kind.path)
+            report.not_offered(kind.path, "500 to every file, while the same device function takes another kind of file")
+        else:
+            _check_good_file(target, kind.path, exchange)
 
 
 def _refused_fault(path: str, exchange: Exchange, others: tuple[int, ...]) -> str:
@@ -115,34 +127,33 @@ def _refused_fault(path: str, exchange: Exchange, others: tuple[int, ...]) -> st
     return composed_fault(exchange, others, b"")
 
 
-def _check_files(target: Target, path: str, family: str) -> None:
-    report = target.report
+def _check_bad_file(target: Target, kind: UploadKind) -> None:
+    report, path = target.report, kind.path
     bad = target.send_form(path, form(_BAD, "check.txt"))
-    if bad.status in (200, 401) and family not in ("firmware", "certificate"):
+    if bad.status in (200, 401) and kind.family not in ("firmware", "certificate"):
         report.must(path, "a file of another kind is answered", composed_fault(bad, (200, 401), b""), bad)
         report.should(path, "a file of another kind is refused", "it is taken" if bad.status == 200 else "", bad)
     else:
         report.must(path, "a file of another kind is refused", "" if bad.status == 401 and not composed_fault(bad, (401,), b"") else _refused_fault(path, bad, (500,)), bad)
-    if family not in _SAFE:
-        return
-    content, name = good_file(path)
-    good = target.send_form(path, form(content, name))
+
+
+def _check_good_file(target: Target, path: str, good: Exchange) -> None:
+    report = target.report
     if good.status == 401:
         report.not_tested(path, "this user may not upload")
         return
+    content, name = good_file(path)
     report.must(path, "a good file is answered without a body", composed_fault(good, (200, 500), b""), good)
     report.should(path, "a good file is taken", "" if good.status == 200 else f"the status is {good.status}", good)
     dripped = target.send_form(path, form(content, name), pieces=37)
     report.must(path, "a file in small pieces is answered alike", "" if dripped.status == good.status else f"the status is {dripped.status}, not {good.status}", dripped)
-    if good.status == 200:
+    if good.status == 200 and path in _BACK:
         _check_back(target, path, content)
 
 
 def _check_back(target: Target, path: str, content: bytes) -> None:
     """What was sent comes back, where the device has the download beside the upload."""
-    back = {"/upload/logo": routes.LOGO, "/upload/scene": "/download/scene", "/upload/edid": "/download/edid"}.get(path)
-    if back is None:
-        return
+    back = _BACK[path]
     exchange = target.ask("GET", back, limit=_LIMIT)
     fault, got = download_fault(exchange) if exchange.status == 200 else ("", content)
     target.report.must(back, f"the file that {path} took", fault or ("" if got == content else f"{len(got)} bytes that differ from the {len(content)} sent"), exchange)
