@@ -1,7 +1,5 @@
 // The simulated device: a program on the kit's runner, with its parts in the order of their start.
 #include <malloc.h>
-#include <sdkapi/kit_certificate.h>
-#include <sdkapi/kit_firmware.h>
 #include <sdkapi/kit_log.h>
 #include <sdkapi/kit_runner.h>
 
@@ -13,20 +11,23 @@
 #include <string>
 
 #include "bus/events.h"
-#include "model/device.h"
-#include "model/firmware.h"
-#include "model/settings_archive.h"
+#include "media/logo.h"
 #include "model/units.h"
-#include "model/users.h"
 #include "sdkapi/sdkapi.h"
 #include "slots/account_routes.h"
-#include "slots/custom_routes.h"
+#include "slots/accounts.h"
+#include "slots/certificates.h"
+#include "slots/file_routes.h"
+#include "slots/firmware.h"
 #include "slots/host_table.h"
 #include "slots/live.h"
-#include "slots/media.h"
 #include "slots/metrics.h"
 #include "slots/preset_routes.h"
+#include "slots/previews.h"
 #include "slots/refusal_routes.h"
+#include "slots/settings.h"
+#include "slots/unit_routes.h"
+#include "slots/uploads.h"
 #include "store/database.h"
 #include "store/files.h"
 
@@ -56,34 +57,25 @@ const char* ConsoleFolder() {
   return std::filesystem::exists(SIM_INSTALLED_WWW) ? SIM_INSTALLED_WWW : SIM_BUILT_WWW;
 }
 
-// Without HTTPS uploads are kept all the same: for the start that has it.
-void StartCertificate(bool https) {
-  SdkKitCertificateOptions certificate{};
-  certificate.size = sizeof certificate;
-  certificate.folder = kTlsDir;
-  certificate.commonName = kDeviceModel;
-  certificate.onlyUploaded = https ? 0 : 1;
-  if (SdkKitCertificate_Start(&certificate) != 0) throw std::runtime_error("no certificate can be used");
-}
-
 // Everything that the device itself needs before requests arrive.
 void StartParts(const SdkKitSettings& settings) {
   mallopt(M_MMAP_THRESHOLD, kLargeBlock);  // a password's 8 MiB go back at once, no thread keeps them
-  for (const char* const part : {"tls", "files/priv", "tmp"}) std::filesystem::create_directories(part);
+  PrepareFolders();
   OpenDatabase("device.db");
-  StartUsers({settings.noAuth != 0, static_cast<uint32_t>(g_idleSeconds), g_firstPassword});
+  StartAccounts({settings.noAuth != 0, static_cast<uint32_t>(g_idleSeconds), g_firstPassword});
   StartUnits();
   StartSettings();
   StartFirmware(g_firmwareKey);
-  StartDevice();
-  StartMedia();
+  DrawBuiltInLogo();
+  StartUploads();
+  StartPreviews();
   StartMetrics();
   StartLive();
-  StartCertificate(settings.httpsPort > 0);
+  StartCertificates(settings.httpsPort > 0);
 }
 
 void StartRoutes() {
-  RegisterDeviceRoutes();
+  RegisterUnitRoutes();
   RegisterPresetRoutes();
   RegisterFileRoutes();
   RegisterAccountRoutes();
@@ -118,17 +110,17 @@ int Started(const SdkKitSettings* settings) {
 
 // Viewers are let go first, so that no host function keeps the server from stopping.
 void Stopping() {
-  StopMedia();
+  StopPreviews();
+  StopUploads();
   StopLive();
 }
 
 // Also where the server never started.
 void Stopped() {
-  StopMedia();
-  StopLive();
-  SdkKitFirmware_Stop();
+  Stopping();
+  StopFirmware();
   StopSettings();
-  StopUsers();
+  StopAccounts();
 }
 
 void TellClients(int level, const char* subject, const char* text) {

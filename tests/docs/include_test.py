@@ -1,5 +1,6 @@
 #!/usr/bin/python3
-"""Includes point one way: src/ follows the table of floors in docs/architecture.md, the examples know the public headers only.
+"""Includes point one way: src/ follows the table of floors in docs/architecture.md, the simulated device that of
+docs/simulator.md, and the examples know the public headers only.
 
 usage: include_test.py SOURCES
 """
@@ -10,6 +11,10 @@ import sys
 ROOT = pathlib.Path(sys.argv[1])
 WEB_SERVER = "civetweb.h"
 FLOOR = re.compile(r"^\| (\d+) \| ((?:`\w+/`(?:, )?)+) \| (yes|no|`[\w.]+`) \|", re.M)
+DEVICE = "examples/simulator/"
+DEVICE_FLOOR = re.compile(r"^\| (\d+) \| `(\w+)(?:/|\.cpp)` \|", re.M)
+# The trees whose files know each other in no circle; a header and the source of its name are one file here.
+NO_CIRCLES = ("kit/", DEVICE)
 # What clang is told about locks: macros, which stand where a name could.
 ANNOTATION = re.compile(r"(?<!#define )\b(?:SCOPED_CAPABILITY|(?:CAPABILITY|GUARDED_BY|ACQUIRED_\w+|ACQUIRE|RELEASE|REQUIRES"
                         r"|EXCLUDES)\((?:[^()]|\([^()]*\))*\)) ?")
@@ -41,11 +46,21 @@ WRONG = {
     "examples/minimal/minimal.c": "#include <sdkapi/host.h>",
     "examples/simulator/main.cpp": '#include "base/text.h"',
     "examples/simulator/model/device.h": "#include <civetweb.h>",
+    "examples/simulator/store/files.cpp": '#include "bus/events.h"',  # up, one floor each
+    "examples/simulator/bus/events.h": '#include "model/units.h"',
+    "examples/simulator/model/privileges.cpp": '#include "media/logo.h"',
+    "examples/simulator/media/screen.cpp": '#include "slots/slot_guard.h"',
+    "examples/simulator/store/names.h": '#include "../slots/replies.h"',  # up, by another way
+    "examples/simulator/store/database.cpp": '#include "store/database_test.h"',  # no such file
+    "examples/simulator/model/units.cpp": '#include "model/privileges.h"',  # a circle with privileges.cpp
+    "examples/simulator/slots/lonely.cpp": "",  # without a header of its name
+    "examples/simulator/panel/buttons.h": "",  # no such folder in the table
+    "kit/base/log.cpp": '#include "base/guarded.h"',  # a circle with guarded.h
 }
 
 
 def read_tree():
-    return {str(path.relative_to(ROOT)): path.read_text() for folder in ("src", "include", "examples")
+    return {str(path.relative_to(ROOT)): path.read_text() for folder in ("src", "include", "examples", "kit")
             for path in sorted((ROOT / folder).rglob("*")) if path.suffix in (".h", ".c", ".cpp")}
 
 
@@ -53,6 +68,11 @@ def floors():
     """Folder to its floor, and to the files of it that may include the web server's header: all, none, or one."""
     rows = FLOOR.findall((ROOT / "docs/architecture.md").read_text())
     return {folder: (int(floor), web.strip("`")) for floor, folders, web in rows for folder in re.findall(r"\w+", folders)}
+
+
+def device_floors():
+    """Folder of the simulated device, and its main, to the floor."""
+    return {folder: int(floor) for floor, folder in DEVICE_FLOOR.findall((ROOT / "docs/simulator.md").read_text())}
 
 
 def includes(text):
@@ -114,7 +134,7 @@ def web_server_faults(tree, table):
 def use_faults(tree):
     """Every file includes the header of each of our names that it uses, itself or in the header of its name."""
     headers = {re.sub(r"^(src|include)/", "", name): declared(text) for name, text in tree.items()
-               if name.endswith(".h") and not name.startswith("examples/")}
+               if name.endswith(".h") and name.startswith(("src/", "include/"))}
     for name, text in tree.items():
         if not name.startswith("src/"):
             continue
@@ -148,17 +168,59 @@ def example_faults(tree):
                 yield f"{name}: {target}, not sdkapi/sdkapi.h"
 
 
-def faults(tree, table):
-    return [*floor_faults(tree, table), *web_server_faults(tree, table), *use_faults(tree), *public_faults(tree), *example_faults(tree)]
+def device_faults(tree, device):
+    for name, text in tree.items():
+        if not name.startswith(DEVICE):
+            continue
+        folder = re.match(r"\w+", name.removeprefix(DEVICE))[0]
+        if folder not in device:
+            yield f"{name}: its folder is not in the table of docs/simulator.md"
+            continue
+        if name.endswith(".cpp") and folder != "main" and re.sub(r"cpp$", "h", name) not in tree:
+            yield f"{name}: no header has its name"
+        for target in re.findall(r'^#include "([^"]+)"', text, re.M):
+            other = target.split("/")[0]
+            if f"{DEVICE}{target}" not in tree and f"include/{target}" not in tree:
+                yield f"{name}: {target} is no file of the device, and no public header"
+            elif device.get(other, 0) > device[folder]:
+                yield f"{name}: {target} is not below"
+
+
+def known_parts(root, tree):
+    """A file, which is a header and the source of its name, to the files of its tree that it includes."""
+    parts = {}
+    for name, text in tree.items():
+        if name.startswith(root):
+            own = name.removeprefix(root).split(".")[0]
+            parts.setdefault(own, set()).update(target[:-2] for target in includes(text) if f"{root}{target}" in tree)
+            parts[own].discard(own)
+    return parts
+
+
+def circle_faults(tree):
+    for root in NO_CIRCLES:
+        parts = known_parts(root, tree)
+        # Who knows nobody that is left is in no circle.
+        while done := {part for part, others in parts.items() if not others & parts.keys()}:
+            parts = {part: others for part, others in parts.items() if part not in done}
+        yield from (f"{root}{part}: in a circle, or knows one" for part in parts)
+
+
+def faults(tree, table, device):
+    return [*floor_faults(tree, table), *web_server_faults(tree, table), *use_faults(tree), *public_faults(tree), *example_faults(tree),
+            *device_faults(tree, device), *circle_faults(tree)]
 
 
 def main():
-    tree, table = read_tree(), floors()
-    found = [f"{folder}/: in the table, not in src/" for folder in table if not (ROOT / "src" / folder).is_dir()] + faults(tree, table)
+    tree, table, device = read_tree(), floors(), device_floors()
+    found = [f"{folder}/: in the table, not in src/" for folder in table if not (ROOT / "src" / folder).is_dir()]
+    found += [f"{part}: in the table, not in {DEVICE}" for part in device if not list((ROOT / DEVICE).glob(f"{part}*"))]
+    before = faults(tree, table, device)
     for name, line in WRONG.items():
-        if len(faults({**tree, name: f"{line}\n{tree.get(name, '')}"}, table)) <= len(faults(tree, table)):
+        if len(faults({**tree, name: f"{line}\n{tree.get(name, '')}"}, table, device)) <= len(before):
             found.append(f"{line!r} in {name} is not noticed")
-    print("\n".join(found) or f"{len(tree)} files, {len(table)} folders")
+    found += before
+    print("\n".join(found) or f"{len(tree)} files, {len(table) + len(device)} floors")
     return 1 if found else 0
 
 

@@ -1,6 +1,7 @@
 // The bus: what the device tells its WebSocket clients.
 #include "bus/events.h"
 
+#include <sdkapi/extension.h>
 #include <sdkapi/kit_events.h>
 
 #include <atomic>
@@ -37,6 +38,11 @@ std::string KeyOf(const json& event) {
 void Publish(const json& event) {
   const std::string key = KeyOf(event);
   SdkKitEvents_Publish(key.empty() ? nullptr : key.c_str(), ToText(event).c_str());
+}
+
+void PublishNow(const json& event) {
+  const std::string text = ToText(event);
+  SdkAPIExt_WebSocket_Send_Valid(kExtText, text.data(), text.size());
 }
 
 void AnswerTo(uint64_t client, const json& message) { SdkKitEvents_Answer(client, ToText(message).c_str()); }

@@ -9,6 +9,9 @@ namespace sim {
 // Queues an event for all clients; from any thread, also under a lock.
 void Publish(const nlohmann::json& event);
 
+// Sends an event to all clients at once: for one after which their logins end.
+void PublishNow(const nlohmann::json& event);
+
 // Queues a message for one client.
 void AnswerTo(uint64_t client, const nlohmann::json& message);
 

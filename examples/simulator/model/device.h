@@ -1,11 +1,8 @@
-// The device itself: model, version, clock, and its simulated reboot.
+// The device itself: model, version, clock.
 #pragma once
 
 #include <cstdint>
-#include <nlohmann/json.hpp>
 #include <string>
-
-#include "sdkapi/sdkapi.h"
 
 namespace sim {
 
@@ -19,19 +16,5 @@ std::string SoftwareVersion();
 // Seconds since the device started, whole; and degrees Celsius.
 int64_t DeviceUptime();
 double DeviceTemperature();
-
-// The device is gone for three seconds, then back with the version; false while it is gone already.
-bool BeginRebootSimulation(const std::string& version);
-bool Rebooting();
-
-// The running upgrade's last event, or null.
-nlohmann::json CurrentUpgrade();
-
-// Called once a second: ends a reboot whose time is over, and confirms a new firmware that works.
-void TickDevice();
-
-// Slots of the host table.
-int FillDeviceInfo(const char* token, DeviceInfo* info);
-int WriteUptime(char* uptime);
 
 }  // namespace sim

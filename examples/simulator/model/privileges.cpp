@@ -4,17 +4,10 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <cstdio>
-#include <cstdlib>
 #include <map>
-#include <memory>
 #include <nlohmann/json.hpp>
-#include <string_view>
-#include <vector>
 
 #include "model/units.h"
-#include "slots/media.h"
-#include "slots/slot_guard.h"
 #include "store/database.h"
 #include "store/files.h"
 
@@ -25,13 +18,6 @@ using nlohmann::json;
 
 using Bindings = std::map<std::string, std::vector<std::string>>;
 
-// The library reports lists of up to 99 hosts; the device has eight units.
-constexpr size_t kMaxHosts = 99;
-
-struct MallocDeleter {
-  void operator()(void* memory) const { std::free(memory); }
-};
-
 Bindings LoadBindings() {
   Bindings bindings;
   for (const auto& row : TheDatabase().Query("SELECT picture, unit FROM privileges ORDER BY picture, unit")) {
@@ -40,37 +26,11 @@ Bindings LoadBindings() {
   return bindings;
 }
 
-template <size_t kSize>
-void Copy(char (&to)[kSize], const std::string& text) {
-  std::snprintf(to, kSize, "%s", text.c_str());
-}
-
-void FillEntry(PrivEntry& entry, int32_t serial, const std::string& picture,
-               const std::vector<std::string>& units) {
-  entry.serialnum = serial;
-  Copy(entry.picname, picture);
-  entry.hostcount = static_cast<int32_t>(std::min(units.size(), kMaxHosts));
-  for (size_t i = 0; i < units.size() && i < kMaxHosts; ++i) Copy(entry.hostname[i], units[i]);
-}
-
-int FillList(PrivList& list) {
-  const std::vector<std::string> pictures = NamesIn(kPrivDir);
-  if (pictures.empty()) return 0;
-  std::unique_ptr<PrivEntry, MallocDeleter> entries(
-      static_cast<PrivEntry*>(std::calloc(pictures.size(), sizeof(PrivEntry))));
-  if (!entries) return kRefused;
-  Bindings bindings = LoadBindings();
-  for (size_t i = 0; i < pictures.size(); ++i) {
-    FillEntry(entries.get()[i], static_cast<int32_t>(i + 1), pictures[i], bindings[pictures[i]]);
-  }
-  list.count = static_cast<int32_t>(pictures.size());
-  list.entries = entries.release();
-  return 0;
-}
+std::string PathOf(const std::string& picture) { return kPrivFiles + picture; }
 
 // Also keeps names with a path in them out of the folder.
 bool IsStoredPicture(const std::string& picture) {
-  return !picture.empty() && picture == SafeFileName(picture) && StatusOf(PrivilegePath(picture));
+  return !picture.empty() && picture == SafeFileName(picture) && StatusOf(PathOf(picture));
 }
 
 void Bind(const std::string& picture, const std::string& unit) {
@@ -84,15 +44,13 @@ bool IsListOfTexts(const json& list) {
 
 }  // namespace
 
-std::string PrivilegePath(const std::string& picture) { return std::string(kPrivDir) + "/" + picture; }
-
 json ExportBindings() { return LoadBindings(); }
 
 std::string BindingsFault(const json& bindings) {
   if (!bindings.is_object() || bindings.size() > kMostPrivPictures) return "no list of bindings, or too long";
   for (const auto& [picture, units] : bindings.items()) {
     if (picture.empty() || picture != SafeFileName(picture)) return "a bad name of a picture";
-    if (!IsListOfTexts(units) || units.size() > kMaxHosts) return "no list of units, or too long";
+    if (!IsListOfTexts(units) || units.size() > kMostBoundUnits) return "no list of units, or too long";
   }
   return "";
 }
@@ -108,24 +66,23 @@ bool StoreBindings(const json& bindings) {
   return true;
 }
 
-int PrivilegeList(const char*, PrivList* list) {
-  return Guarded([&] { return FillList(*list); });
+std::vector<PrivilegePicture> ListPrivileges() {
+  std::vector<PrivilegePicture> pictures;
+  Bindings bindings = LoadBindings();
+  for (const std::string& name : NamesIn(kPrivDir)) pictures.push_back({name, bindings[name]});
+  return pictures;
 }
 
-int BindPrivilege(const char* /*token*/, const char* hostname, const char* file) {
-  return Guarded([&] {
-    if (!FindUnit(hostname) || !IsStoredPicture(file)) return kRefused;
-    Bind(file, hostname);
-    return 0;
-  });
+bool BindPrivilege(const std::string& picture, const std::string& unit) {
+  if (!FindUnit(unit) || !IsStoredPicture(picture)) return false;
+  Bind(picture, unit);
+  return true;
 }
 
-int DeletePrivilege(const char* /*token*/, const char* file) {
-  return Guarded([&] {
-    if (!IsStoredPicture(file) || unlink(PrivilegePath(file).c_str()) != 0) return kRefused;
-    TheDatabase().Execute("DELETE FROM privileges WHERE picture = ?", {file});
-    return 0;
-  });
+bool DeletePrivilege(const std::string& picture) {
+  if (!IsStoredPicture(picture) || unlink(PathOf(picture).c_str()) != 0) return false;
+  TheDatabase().Execute("DELETE FROM privileges WHERE picture = ?", {picture});
+  return true;
 }
 
 }  // namespace sim

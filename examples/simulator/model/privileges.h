@@ -1,12 +1,27 @@
 // Privilege pictures: which are stored, and to which units they are bound.
 #pragma once
 
+#include <cstddef>
 #include <nlohmann/json_fwd.hpp>
 #include <string>
+#include <vector>
 
 namespace sim {
 
-std::string PrivilegePath(const std::string& picture);
+// What a list of the interface holds; the device has fewer units.
+inline constexpr std::size_t kMostBoundUnits = 99;
+
+struct PrivilegePicture {
+  std::string name;
+  std::vector<std::string> units;
+};
+
+std::vector<PrivilegePicture> ListPrivileges();
+
+// False when there is no such picture or unit.
+bool BindPrivilege(const std::string& picture, const std::string& unit);
+// With its bindings; false when there is no such picture or it stays.
+bool DeletePrivilege(const std::string& picture);
 
 // {"PICTURE":["UNIT",...],...}
 nlohmann::json ExportBindings();

@@ -1,11 +1,12 @@
 // Units as a document: which lists the device takes, and the text of its list.
+#include "model/unit_document.h"
+
 #include <arpa/inet.h>
 
 #include <algorithm>
 #include <cctype>
 #include <string_view>
 
-#include "model/units.h"
 #include "sdkapi/sdkapi.h"
 #include "store/names.h"
 

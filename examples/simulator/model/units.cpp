@@ -6,8 +6,6 @@
 #include <cstdio>
 
 #include "bus/events.h"
-#include "sdkapi/sdkapi.h"
-#include "slots/slot_guard.h"
 #include "store/database.h"
 #include "store/names.h"
 
@@ -229,15 +227,6 @@ bool StoreUnits(const json& units) {
 
 void PublishUnits() {
   for (const Unit& unit : ListUnits()) PublishUnit(unit, unit.name);
-}
-
-int WriteUnitList(const char* /*token*/, char* list) {
-  return Guarded([&] {
-    const std::string text = UnitListText(ExportUnits());
-    if (text.size() >= kTxRxListSize) return kRefused;
-    std::snprintf(list, kTxRxListSize, "%s", text.c_str());
-    return 0;
-  });
 }
 
 }  // namespace sim

@@ -53,17 +53,10 @@ std::string SetRoutes(const Routes& routes);
 
 nlohmann::json ExportUnits();
 nlohmann::json FactoryUnits();
-// An empty text for a list that StoreUnits takes, else what is wrong with it.
-std::string UnitsFault(const nlohmann::json& units);
-// The text of the host table's list: without what only this device's own routes know.
-std::string UnitListText(nlohmann::json units);
 // Replaces all units; pictures of units that are gone are unbound.
 bool StoreUnits(const nlohmann::json& units);
 
 // Tells all clients about every unit, after an import.
 void PublishUnits();
-
-// Slot of the host table: the units as one JSON text.
-int WriteUnitList(const char* token, char* list);
 
 }  // namespace sim

@@ -1,4 +1,4 @@
-// The device's users in the kit: their rights, and how the settings archive takes them along.
+// The device's users: what of them the other parts ask for. The kit keeps them.
 #include "model/users.h"
 
 #include <sdkapi/kit_accounts.h>
@@ -10,8 +10,6 @@
 #include <stdexcept>
 #include <vector>
 
-#include "store/database.h"
-
 namespace sim {
 namespace {
 
@@ -20,19 +18,6 @@ constexpr std::size_t kMostLogins = 20;  // the most that the kit keeps
 using nlohmann::json;
 
 constexpr int kAdministrator = 1;
-constexpr uint32_t kWriters = kKitRole1 | kKitRole2;
-
-// What differs from the kit's own rows: exports without users are for everybody, certificates for operators.
-constexpr std::array kRights{
-    SdkKitRight{"/download/setting", nullptr, kKitEveryUser, 0},
-    SdkKitRight{"/api/v1/settings/export", nullptr, kKitEveryUser, 0},
-    SdkKitRight{"/api/v1/security/*", nullptr, kWriters, 0},
-    SdkKitRight{"/upload/security", nullptr, kWriters, 0},
-    SdkKitRight{"/upload/sub/security", nullptr, kWriters, 0},
-    SdkKitRight{"/sim/users", nullptr, kKitRole1, 0},
-    SdkKitRight{"/sim/sessions", nullptr, kKitEveryUser, 0},
-    SdkKitRight{"/sim/me", nullptr, kKitEveryUser, kKitBeforeChange},
-};
 
 struct Free {
   void operator()(void* memory) const { std::free(memory); }
@@ -59,21 +44,6 @@ json Taken(int (*take)(char** json)) {
 }
 
 }  // namespace
-
-void StartUsers(const UserOptions& options) {
-  SdkKitAccountsOptions accounts{};
-  accounts.size = sizeof accounts;
-  accounts.connection = TheDatabase().connection();
-  accounts.noAuthentication = options.noAuth ? 1 : 0;
-  accounts.rights = kRights.data();
-  accounts.rightCount = kRights.size();
-  accounts.firstPasswordStays = options.firstPassword.empty() ? 0 : 1;
-  accounts.firstPassword = options.firstPassword.empty() ? "admin" : options.firstPassword.c_str();
-  accounts.idleSeconds = options.idleSeconds;
-  if (SdkKitAccounts_Start(&accounts) != 0) throw std::runtime_error("the users cannot be opened");
-}
-
-void StopUsers() { SdkKitAccounts_Stop(); }
 
 bool MayWrite(const std::string& token) { return SdkKitAccounts_May(token.c_str(), "command", "POST") == 0; }
 

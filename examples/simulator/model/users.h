@@ -5,19 +5,7 @@
 #include <nlohmann/json.hpp>
 #include <string>
 
-#include "sdkapi/sdkapi.h"
-
 namespace sim {
-
-struct UserOptions {
-  bool noAuth = false;
-  uint32_t idleSeconds = 43200;
-  std::string firstPassword;  // empty: "admin", to be changed at the first login
-};
-
-// Opens the users in the device's database; makes the first administrator on an empty one.
-void StartUsers(const UserOptions& options);
-void StopUsers();
 
 bool MayWrite(const std::string& token);
 bool IsAdministrator(const std::string& token);

@@ -6,6 +6,7 @@
 
 #include "model/device.h"
 #include "model/presets.h"
+#include "model/reboot.h"
 #include "model/units.h"
 #include "model/users.h"
 
@@ -46,7 +47,7 @@ std::string Route(const json& message) {
 }
 
 std::string Reboot(const json& /*message*/) {
-  return BeginRebootSimulation(SoftwareVersion()) ? "" : "rebooting already";
+  return BeginReboot(SoftwareVersion()) ? "" : "rebooting already";
 }
 
 const std::map<std::string, Command, std::less<>> kCommands = {

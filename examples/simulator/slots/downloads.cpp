@@ -1,25 +1,18 @@
-// The download slots: which file each route offers, and the files that are made for the purpose.
+// The download slots of what the device makes itself: its log and its report.
 #include "slots/downloads.h"
-
-#include <sdkapi/kit_preview.h>
 
 #include <cstdio>
 #include <sstream>
 #include <string>
-#include <vector>
 
-#include "media/test_pattern.h"
 #include "model/device.h"
 #include "model/units.h"
-#include "slots/media.h"
 #include "slots/slot_guard.h"
-#include "slots/upload_slots.h"
 #include "store/files.h"
 
 namespace sim {
 namespace {
 
-constexpr int kLogoQuality = 85;
 constexpr const char* kReportPath = "export/custom.txt";
 
 template <typename Info>
@@ -48,27 +41,22 @@ std::string DeviceReport() {
   return report.str();
 }
 
-}  // namespace
-
-void PrepareBuiltInLogo() {
-  std::vector<unsigned char> pixels(kPictureBytes);
-  TestPattern(kDeviceModel).CopyTo(pixels.data());
-  std::string jpeg(kPictureLimit, '\0');
-  std::size_t length = jpeg.size();
-  const bool made = SdkKitPreview_Encode(kPreviewI420, kPictureWidth, kPictureHeight, pixels.data(),
-                                         kLogoQuality, jpeg.data(), &length) == 0;
-  if (made) ReplaceFile(kBuiltInLogo, jpeg.substr(0, length));
-}
-
-int DownloadLog(const char*, DownloadFileInfo* info) {
+int OfferLog(const char* /*token*/, DownloadFileInfo* info) {
   return Guarded([&] { return Offer(info, "device.log", "log/device.log"); });
 }
 
-int DownloadCustomFile(const char*, DownloadFileInfo* info) {
+int OfferReport(const char* /*token*/, DownloadFileInfo* info) {
   return Guarded([&] {
     if (!ReplaceFile(kReportPath, DeviceReport())) return kRefused;
     return Offer(info, "custom.txt", kReportPath);
   });
+}
+
+}  // namespace
+
+void FillDownloads(SdkAPISerHandle& table) {
+  table.DownloadLogFileCb = OfferLog;
+  table.DownloadCustomCb = OfferReport;
 }
 
 }  // namespace sim

@@ -1,9 +1,11 @@
-// The download slots' own files.
+// The download slots of what the device makes itself: its log and its report.
 #pragma once
+
+#include "sdkapi/sdkapi.h"
 
 namespace sim {
 
-// Draws the logo that is served until one is uploaded.
-void PrepareBuiltInLogo();
+// Puts them into the host table.
+void FillDownloads(SdkAPISerHandle& table);
 
 }  // namespace sim

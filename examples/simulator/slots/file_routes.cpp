@@ -1,4 +1,6 @@
 // The device's own file routes: a list, thumbnails, and a note that clients leave and fetch.
+#include "slots/file_routes.h"
+
 #include <sdkapi/kit_accounts.h>
 #include <sdkapi/kit_upload.h>
 
@@ -7,7 +9,6 @@
 #include <string>
 #include <string_view>
 
-#include "slots/media.h"
 #include "slots/replies.h"
 #include "slots/slot_guard.h"
 #include "store/files.h"

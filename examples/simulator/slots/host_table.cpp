@@ -1,36 +1,30 @@
 // The table that the device hands to the library: which function serves which slot.
 #include "slots/host_table.h"
 
-#include <sdkapi/kit_accounts.h>
-
-#include "media/preview.h"
-#include "model/device.h"
-#include "model/firmware.h"
-#include "model/settings_archive.h"
-#include "model/units.h"
+#include "slots/accounts.h"
+#include "slots/device_info.h"
+#include "slots/downloads.h"
+#include "slots/firmware.h"
 #include "slots/live.h"
-#include "slots/media.h"
-#include "slots/upload_slots.h"
+#include "slots/previews.h"
+#include "slots/privileges.h"
+#include "slots/settings.h"
+#include "slots/uploads.h"
 
 namespace sim {
 
 SdkAPISerHandle HostTable() {
   SdkAPISerHandle table{};
-  SdkKitAccounts_Fill(&table);
-  table.DeviceInfoCb = FillDeviceInfo;
-  table.DeviceStatusCb = WriteUptime;
-  table.DownloadLogFileCb = DownloadLog;
-  table.DownloadCustomCb = DownloadCustomFile;
-  table.GetTxRxListCb = WriteUnitList;
-  table.GetPrivJsonCb = PrivilegeList;
-  table.SpecifyPrivCb = BindPrivilege;
-  table.DeletePrivCb = DeletePrivilege;
-  FillUploadSlots(table);
-  FillLive(table);
+  FillAccounts(table);
+  FillDeviceInfo(table);
+  FillPrivileges(table);
+  FillUploads(table);
+  FillDownloads(table);
+  FillSettings(table);
+  FillFirmware(table);
   FillPreviews(table);
-  FillSettings(&table);
-  FillFirmware(&table);
-  SdkKitAccounts_Guard(&table);  // the last: it stands before all of them
+  FillLive(table);
+  GuardSlots(table);  // the last: it stands before all of them
   return table;
 }
 

@@ -9,8 +9,10 @@
 #include "bus/events.h"
 #include "model/device.h"
 #include "model/presets.h"
+#include "model/reboot.h"
 #include "model/units.h"
 #include "slots/commands.h"
+#include "slots/firmware.h"
 #include "slots/slot_guard.h"
 
 namespace sim {
@@ -42,7 +44,7 @@ void TakeCommand(uint64_t client, const char* token, const char* text, size_t le
 
 void Tick() {
   Guarded([] {
-    TickDevice();
+    TickFirmware();
     if (CountClients() > 0) Publish(StatusEvent());
     return 0;
   });

@@ -14,8 +14,6 @@
 #include <system_error>
 #include <utility>
 
-#include "slots/media.h"
-
 namespace sim {
 namespace {
 

@@ -23,6 +23,9 @@ inline constexpr size_t kMostPrivPictures = 100;
 inline constexpr const char* kExportDir = "export";
 inline constexpr const char* kTlsDir = "tls";
 
+inline constexpr const char* kBuiltInLogo = "export/logo.jpg";  // until one is uploaded
+inline constexpr const char* kPortCertificate = "tls/ieee802_1x.pem";
+
 inline constexpr const char* kNotePath = "files/note";
 
 inline constexpr size_t kPictureLimit = size_t{8} << 20;

@@ -4,6 +4,6 @@
 namespace sim {
 
 // Registers /sim/units and /sim/status; call it after each start of the server.
-void RegisterDeviceRoutes();
+void RegisterUnitRoutes();
 
 }  // namespace sim

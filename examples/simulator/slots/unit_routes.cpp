@@ -1,5 +1,5 @@
 // The device's own routes: units in REST style, and status. Made to be copied.
-#include "slots/custom_routes.h"
+#include "slots/unit_routes.h"
 
 #include <sdkapi/kit_accounts.h>
 
@@ -78,7 +78,7 @@ int ServeStatus(mg_connection* conn, CustomReqInfo* request) {
 
 }  // namespace
 
-void RegisterDeviceRoutes() {
+void RegisterUnitRoutes() {
   SdkKitAccounts_Get_Post_Add("/sim/units", ServeUnits);
   SdkKitAccounts_Get_Post_Add("/sim/status$", ServeStatus);
 }

@@ -1,4 +1,4 @@
-// The previews: what the units and the device itself show.
+// The preview slot: what the units and the device itself show.
 #pragma once
 
 #include "sdkapi/sdkapi.h"
@@ -10,7 +10,7 @@ void StartPreviews();
 // Viewers that wait return at once, later ones are refused.
 void StopPreviews();
 
-// Puts the previews' slot into the host table.
+// Puts the slot into the host table.
 void FillPreviews(SdkAPISerHandle& table);
 
 }  // namespace sim

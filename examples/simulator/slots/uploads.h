@@ -5,14 +5,11 @@
 
 namespace sim {
 
-inline constexpr const char* kBuiltInLogo = "export/logo.jpg";  // until one is uploaded
-inline constexpr const char* kPortCertificate = "tls/ieee802_1x.pem";
-
 // Call them before the server's start, and before its stop.
 void StartUploads();
 void StopUploads();
 
 // Puts the upload slots, and the download slots that give back what they stored, into the table.
-void FillUploadSlots(SdkAPISerHandle& table);
+void FillUploads(SdkAPISerHandle& table);
 
 }  // namespace sim

@@ -1,7 +1,7 @@
 // The settings as one archive: which documents and files they are made of.
-#include "model/settings_archive.h"
+#include "slots/settings.h"
 
-#include <sdkapi/extension.h>
+#include <sdkapi/kit_archive.h>
 
 #include <array>
 #include <cstdio>
@@ -14,10 +14,9 @@
 #include "bus/events.h"
 #include "model/presets.h"
 #include "model/privileges.h"
+#include "model/unit_document.h"
 #include "model/units.h"
 #include "model/users.h"
-#include "sdkapi/kit_archive.h"
-#include "slots/media.h"
 #include "slots/slot_guard.h"
 #include "store/database.h"
 #include "store/files.h"
@@ -43,8 +42,7 @@ struct Section {
 
 // Told before, at once: with the users all logins end, and nobody would hear it.
 json RestoredUsers() {
-  const std::string text = json{{"type", "restored"}}.dump();
-  SdkAPIExt_WebSocket_Send_Valid(kExtText, text.data(), text.size());
+  PublishNow({{"type", "restored"}});
   return FactoryUsers();
 }
 
@@ -170,6 +168,6 @@ void StartSettings() {
 
 void StopSettings() { SdkKitArchive_Stop(); }
 
-void FillSettings(SdkAPISerHandle* table) { SdkKitArchive_Fill(table); }
+void FillSettings(SdkAPISerHandle& table) { SdkKitArchive_Fill(&table); }
 
 }  // namespace sim

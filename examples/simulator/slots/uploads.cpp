@@ -1,5 +1,5 @@
 // The uploads that the device takes: their kinds, limits and content, and who may.
-#include "slots/upload_slots.h"
+#include "slots/uploads.h"
 
 #include <charconv>
 #include <cstdio>
@@ -12,13 +12,13 @@
 
 #include "bus/events.h"
 #include "model/refusals.h"
-#include "model/settings_archive.h"
 #include "model/users.h"
 #include "sdkapi/extension.h"
 #include "sdkapi/kit_archive.h"
 #include "sdkapi/kit_certificate.h"
 #include "sdkapi/kit_content.h"
 #include "sdkapi/kit_upload.h"
+#include "slots/settings.h"
 #include "slots/slot_guard.h"
 #include "store/files.h"
 
@@ -187,6 +187,6 @@ void StartUploads() {
 
 void StopUploads() { SdkKitUpload_Stop(); }
 
-void FillUploadSlots(SdkAPISerHandle& table) { SdkKitUpload_Fill(&table); }
+void FillUploads(SdkAPISerHandle& table) { SdkKitUpload_Fill(&table); }
 
 }  // namespace sim

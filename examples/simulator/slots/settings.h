@@ -16,6 +16,6 @@ void StartSettings();
 void StopSettings();
 
 // Puts the export and the restore into the host table.
-void FillSettings(SdkAPISerHandle* table);
+void FillSettings(SdkAPISerHandle& table);
 
 }  // namespace sim

@@ -1,0 +1,25 @@
+// The firmware's two images, and build.config, which says which one starts.
+#pragma once
+
+#include <string>
+
+namespace sim {
+
+// Makes the folder, and on the first start build.config.
+void StartFirmwareImages();
+
+// Writes the image that does not run. False when the storage does not let it.
+bool OpenImage();
+bool WriteImage(const char* bytes, size_t length);
+// Brings a good one to the disk.
+bool CloseImage(bool isGood);
+
+// The next start takes the image that does not run; before: the version that runs until then.
+bool SelectOtherImage(const std::string& version, const std::string& before);
+// The next start takes what ran before.
+bool SelectImageBefore();
+
+// Does the running image work? One that begins with "does not start" plays one that does not.
+bool ImageWorks();
+
+}  // namespace sim
