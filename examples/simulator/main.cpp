@@ -13,6 +13,7 @@
 #include "bus/events.h"
 #include "media/logo.h"
 #include "model/units.h"
+#include "sdkapi/extension.h"
 #include "sdkapi/sdkapi.h"
 #include "slots/account_routes.h"
 #include "slots/accounts.h"
@@ -37,6 +38,7 @@ namespace {
 constexpr const char* kWebSocketUrl = "/ws";
 constexpr int kLargeBlock = 1024 * 1024;
 
+constexpr uint64_t kMostBodyBytes = 65536;
 constexpr int64_t kLongestIdle = 43200;
 
 char g_firmwareKey[4096];  // empty: the development key
@@ -83,6 +85,15 @@ void StartRoutes() {
   RegisterMetrics();
 }
 
+// A client makes the device keep no more of a body for one of its own routes than such a body needs.
+void BoundBodies() {
+  SdkAPIExtLimits limits{};
+  limits.size = sizeof limits;
+  limits.mostCustomBodyBytes = kMostBodyBytes;
+  if (SdkAPIExt_Limits_Set(&limits) != 0)
+    SdkKitLog_Write(kKitWarning, "device", "bodies are not bounded with this web server");
+}
+
 // What fails says so in the log.
 template <typename Work>
 int Step(Work work) {
@@ -98,6 +109,7 @@ int Step(Work work) {
 int Prepare(const SdkKitSettings* settings, SdkAPISerHandle* table) {
   return Step([&] {
     StartParts(*settings);
+    BoundBodies();
     *table = HostTable();
   });
 }

@@ -14,6 +14,7 @@ import zipfile
 import zlib
 
 from device import Device, Reply, form, request
+from memory import peak_mebibytes
 
 MIB = 1 << 20
 
@@ -178,12 +179,6 @@ def log_of(device):
     return "".join(path.read_text(errors="replace") for path in sorted((pathlib.Path(device.folder.name) / "log").iterdir()))
 
 
-def peak_memory(device):
-    """MiB that the device has needed at most."""
-    status = pathlib.Path(f"/proc/{device.process.pid}/status").read_text()
-    return next(int(line.split()[1]) for line in status.splitlines() if line.startswith("VmHWM")) / 1024
-
-
 def check_attacks(device):
     good = exported(device)
     before = state(device)
@@ -215,8 +210,8 @@ def check_whole_circle(device):
 def main():
     with Device(sys.argv[1]) as device:
         count = check_attacks(device)
-        print(f"{count} archives refused, {peak_memory(device):.0f} MiB at most", flush=True)
-        assert "asan" in sys.argv[1] or peak_memory(device) < 100  # a sanitizer needs memory of its own
+        print(f"{count} archives refused, {peak_mebibytes(device):.0f} MiB at most", flush=True)
+        assert "asan" in sys.argv[1] or peak_mebibytes(device) < 100  # a sanitizer needs memory of its own
         check_whole_circle(device)
 
 

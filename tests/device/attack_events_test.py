@@ -11,15 +11,10 @@ import time
 
 from channel import BINARY, PATIENCE, TEXT, Channel, frame
 from device import Device, Reply, request
+from memory import peak_mebibytes
 
 MOST_MIB = 100
 LONGEST = 65536
-
-
-def peak_memory(device):
-    """In MiB, since the start."""
-    with open(f"/proc/{device.process.pid}/status", encoding="ascii") as status:
-        return next(int(line.split()[1]) for line in status if line.startswith("VmHWM:")) / 1024
 
 
 def clients(device):
@@ -191,8 +186,8 @@ def check_attacks(program):
             for channel in channels:
                 vanish(channel)
             wait_for_clients(device, 1)
-            print(f"{attack.__name__}: {peak_memory(device):.0f} MiB at most", flush=True)
-        assert "asan" in program or peak_memory(device) < MOST_MIB  # a sanitizer needs memory of its own
+            print(f"{attack.__name__}: {peak_mebibytes(device):.0f} MiB at most", flush=True)
+        assert "asan" in program or peak_mebibytes(device) < MOST_MIB  # a sanitizer needs memory of its own
 
 
 def main():
