@@ -18,6 +18,7 @@ constexpr Log kLog{"certificate"};
 constexpr std::uint32_t kValidDays = 3650;
 constexpr std::uint32_t kMostDays = 36500;
 constexpr std::uint64_t kMostPhraseBytes = 1024;
+constexpr const char* kUnreadable = "it cannot be read, or is too large";
 
 const char* Or(const char* text, const char* otherwise) { return text != nullptr ? text : otherwise; }
 
@@ -59,9 +60,9 @@ void CertificateKeeper::Choose() {
 
 // The one in use is kept as the one before first: at no instant there is none.
 bool CertificateKeeper::TakePending() {
+  if (!StatusOf(pending())) return false;
   const auto waiting = ReadFile(pending(), kMostPemBytes);
-  if (!waiting) return false;
-  const std::string fault = LoadFault(pending(), passPhrase_);
+  const std::string fault = waiting ? LoadFault(pending(), passPhrase_) : kUnreadable;
   if (!fault.empty()) {
     refused_ = true;
     Say("the uploaded certificate cannot be used: " + fault);
@@ -99,7 +100,7 @@ void CertificateKeeper::Say(const std::string& why) {
 
 std::string CertificateKeeper::Take(const std::string& path) {
   auto bytes = ReadFile(path, kMostPemBytes);
-  if (!bytes) return "it cannot be read, or is too large";
+  if (!bytes) return kUnreadable;
   // The key that a request was made for never left the device.
   if (bytes->find("PRIVATE KEY-----") == std::string::npos) {
     const KeyPtr key = KeyFor(*bytes);

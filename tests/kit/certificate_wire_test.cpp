@@ -7,6 +7,7 @@
 #include <ctime>
 #include <filesystem>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "base/file.h"
@@ -225,15 +226,22 @@ TEST_F(CertificateTest, ADeviceWithoutHttpsMakesNone) {
 
 TEST_F(CertificateTest, OneThatWentBadWhileItWaitedChangesNothing) {
   const std::string before = Info().fingerprint;
-  ASSERT_EQ(Take(Pem("uploaded")), "");
-  ASSERT_TRUE(ReplaceFile("tls/server.pending.pem", "-----BEGIN nothing"));
-  ASSERT_EQ(Start(), 0);
-  const SdkKitCertificateStatus status = Status();
-  EXPECT_EQ(status.choice, kKitCertificateKept);
-  EXPECT_EQ(status.refused, 1);
-  EXPECT_STREQ(status.why,
-               "the uploaded certificate cannot be used: its certificate cannot be used: no start line");
-  EXPECT_EQ(Info().fingerprint, before);
+  const std::pair<std::string, const char*> rows[] = {
+      {"-----BEGIN nothing",
+       "the uploaded certificate cannot be used: its certificate cannot be used: no start line"},
+      {std::string(std::size_t{1} << 20, 'x'),
+       "the uploaded certificate cannot be used: it cannot be read, or is too large"},
+  };
+  for (const auto& [content, why] : rows) {
+    ASSERT_EQ(Take(Pem("uploaded")), "");
+    ASSERT_TRUE(ReplaceFile("tls/server.pending.pem", content));
+    ASSERT_EQ(Start(), 0);
+    const SdkKitCertificateStatus status = Status();
+    EXPECT_EQ(status.choice, kKitCertificateKept);
+    EXPECT_EQ(status.refused, 1);
+    EXPECT_STREQ(status.why, why);
+    EXPECT_EQ(Info().fingerprint, before);
+  }
 }
 
 TEST_F(CertificateTest, TheOneBeforeReturnsWhenTheLastCannotBeLoaded) {
