@@ -31,6 +31,7 @@
 #include "slots/uploads.h"
 #include "store/database.h"
 #include "store/files.h"
+#include "store/paths.h"
 
 namespace sim {
 namespace {
@@ -63,7 +64,7 @@ const char* ConsoleFolder() {
 void StartParts(const SdkKitSettings& settings) {
   mallopt(M_MMAP_THRESHOLD, kLargeBlock);  // a password's 8 MiB go back at once, no thread keeps them
   PrepareFolders();
-  OpenDatabase("device.db");
+  OpenDatabase(kDatabasePath);
   StartAccounts({settings.noAuth != 0, static_cast<uint32_t>(g_idleSeconds), g_firstPassword});
   StartUnits();
   StartSettings();

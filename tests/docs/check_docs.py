@@ -10,7 +10,7 @@ import sys
 
 ROOT = pathlib.Path(sys.argv[1])
 PAGES = sorted([*ROOT.glob("*.md"), *ROOT.glob("docs/**/*.md")])
-SERVED = {"custom.txt", "/api/openapi.yaml", "/api/asyncapi.yaml"}  # files that the simulated device makes, and addresses
+SERVED = {"custom.txt", "export/custom.txt", "/api/openapi.yaml", "/api/asyncapi.yaml"}  # files that the simulated device makes, and addresses
 WITHOUT_CODE = re.compile(r"^```.*?^```$", re.S | re.M)
 
 

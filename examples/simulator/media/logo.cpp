@@ -10,6 +10,7 @@
 #include "media/test_pattern.h"
 #include "model/device.h"
 #include "store/files.h"
+#include "store/paths.h"
 
 namespace sim {
 namespace {

@@ -12,14 +12,13 @@
 #include <string_view>
 
 #include "store/files.h"
+#include "store/paths.h"
 
 namespace sim {
 namespace {
 
 using nlohmann::json;
 
-constexpr const char* kFolder = "firmware";
-constexpr const char* kConfig = "build.config";
 constexpr size_t kConfigLimit = 4096;
 constexpr std::string_view kDoesNotStart = "does not start";
 
@@ -27,30 +26,28 @@ int written = -1;  // the image that is being written, by one upload at a time
 
 // build.config: {"SoftwareVersion":TEXT,"Slot":0 or 1,"Before":TEXT}. The library reads the version.
 json Config() {
-  const auto text = ReadFile(kConfig, kConfigLimit);
+  const auto text = ReadFile(kFirmwareConfig, kConfigLimit);
   const json config = text ? json::parse(*text, nullptr, false) : json();
   return config.is_object() ? config : json::object();
 }
 
-int RunningSlot() { return Config().value("Slot", 0); }
-
-std::string SlotPath(int number) { return std::string(kFolder) + "/slot-" + std::to_string(number); }
+int RunningSlot() { return Config().value("Slot", 0) == 1 ? 1 : 0; }
+int OtherSlot() { return 1 - RunningSlot(); }
 
 bool Select(const std::string& version, int number, const std::string& before) {
-  return ReplaceFile(kConfig,
+  return ReplaceFile(kFirmwareConfig,
                      json{{"SoftwareVersion", version}, {"Slot", number}, {"Before", before}}.dump() + '\n');
 }
 
 }  // namespace
 
 void StartFirmwareImages() {
-  std::filesystem::create_directories(kFolder);
-  if (!std::filesystem::exists(kConfig) && !Select("1.0.0", 0, ""))
+  if (!std::filesystem::exists(kFirmwareConfig) && !Select("1.0.0", 0, ""))
     throw std::runtime_error("build.config cannot be written");
 }
 
 bool OpenImage() {
-  written = open(SlotPath(1 - RunningSlot()).c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
+  written = open(kFirmwareImages.at(OtherSlot()), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
   return written >= 0;
 }
 
@@ -68,17 +65,17 @@ bool WriteImage(const char* bytes, size_t length) {
 bool CloseImage(bool isGood) {
   const bool durable = !isGood || fsync(written) == 0;
   close(written);
-  return durable && (!isGood || SyncFolder(kFolder));
+  return durable && (!isGood || SyncFolder(kFirmwareDir));
 }
 
 bool SelectOtherImage(const std::string& version, const std::string& before) {
-  return Select(version, 1 - RunningSlot(), before);
+  return Select(version, OtherSlot(), before);
 }
 
 bool SelectImageBefore() { return SelectOtherImage(Config().at("Before"), ""); }
 
 bool ImageWorks() {
-  std::ifstream image(SlotPath(RunningSlot()), std::ios::binary);
+  std::ifstream image(kFirmwareImages.at(RunningSlot()), std::ios::binary);
   std::string beginning(kDoesNotStart.size(), '\0');
   image.read(beginning.data(), static_cast<std::streamsize>(beginning.size()));
   return beginning != kDoesNotStart;

@@ -5,7 +5,7 @@
 
 namespace sim {
 
-// Makes the folder, and on the first start build.config.
+// Makes build.config on the first start.
 void StartFirmwareImages();
 
 // Writes the image that does not run. False when the storage does not let it.

@@ -26,7 +26,7 @@ Bindings LoadBindings() {
   return bindings;
 }
 
-std::string PathOf(const std::string& picture) { return kPrivFiles + picture; }
+std::string PathOf(const std::string& picture) { return kPrivDir + picture; }
 
 // Also keeps names with a path in them out of the folder.
 bool IsStoredPicture(const std::string& picture) {

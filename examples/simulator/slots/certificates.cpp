@@ -6,7 +6,7 @@
 #include <stdexcept>
 
 #include "model/device.h"
-#include "store/files.h"
+#include "store/paths.h"
 
 namespace sim {
 

@@ -2,6 +2,7 @@
 #include "slots/downloads.h"
 
 #include <cstdio>
+#include <filesystem>
 #include <sstream>
 #include <string>
 
@@ -9,17 +10,17 @@
 #include "model/units.h"
 #include "slots/slot_guard.h"
 #include "store/files.h"
+#include "store/paths.h"
 
 namespace sim {
 namespace {
 
-constexpr const char* kReportPath = "export/custom.txt";
-
-template <typename Info>
-int Offer(Info* info, const std::string& name, const std::string& path) {
+// Under its own name.
+int Offer(DownloadFileInfo* info, const char* path) {
   if (!StatusOf(path)) return kRefused;
+  const std::string name = std::filesystem::path(path).filename();
   std::snprintf(info->name, sizeof(info->name), "%s", name.c_str());
-  std::snprintf(info->path, sizeof(info->path), "%s", path.c_str());
+  std::snprintf(info->path, sizeof(info->path), "%s", path);
   return 0;
 }
 
@@ -42,13 +43,13 @@ std::string DeviceReport() {
 }
 
 int OfferLog(const char* /*token*/, DownloadFileInfo* info) {
-  return Guarded([&] { return Offer(info, "device.log", "log/device.log"); });
+  return Guarded([&] { return Offer(info, kDeviceLog); });
 }
 
 int OfferReport(const char* /*token*/, DownloadFileInfo* info) {
   return Guarded([&] {
     if (!ReplaceFile(kReportPath, DeviceReport())) return kRefused;
-    return Offer(info, "custom.txt", kReportPath);
+    return Offer(info, kReportPath);
   });
 }
 

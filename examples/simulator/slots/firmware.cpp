@@ -15,6 +15,7 @@
 #include "model/refusals.h"
 #include "model/users.h"
 #include "slots/slot_guard.h"
+#include "store/paths.h"
 
 namespace sim {
 namespace {
@@ -88,7 +89,7 @@ bool Start() {
   options.keys = key.data();
   options.model = kDeviceModel;
   options.version = version.c_str();
-  options.state = "firmware/trial";
+  options.state = kFirmwareTrial;
   options.mayDowngrade = 1;
   options.may = MayUpgrade;
   options.open = OpenSlot;

@@ -118,8 +118,8 @@ std::vector<SdkKitArchiveFile> Files() {
   std::vector<SdkKitArchiveFile> files;
   for (const FileKind& kind : FileKinds())
     files.push_back({kind.path, kFull, 0, kind.limit, kind.check, 0, 0});
-  files.push_back({kPrivFiles, kFull, kMostPrivPictures, kPictureLimit, SdkKitContent_Picture, 0, 0});
-  files.push_back({kNotePath, 0, 0, 0, nullptr, 0, 0});  // in no export, but gone after a restore
+  files.push_back({kPriv.path, kFull, kMostPrivPictures, kPriv.limit, kPriv.check, 0, 0});
+  files.push_back({kNote.path, 0, 0, 0, nullptr, 0, 0});  // in no export, but gone after a restore
   return files;
 }
 

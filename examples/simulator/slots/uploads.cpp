@@ -16,11 +16,11 @@
 #include "sdkapi/extension.h"
 #include "sdkapi/kit_archive.h"
 #include "sdkapi/kit_certificate.h"
-#include "sdkapi/kit_content.h"
 #include "sdkapi/kit_upload.h"
 #include "slots/settings.h"
 #include "slots/slot_guard.h"
 #include "store/files.h"
+#include "store/paths.h"
 
 namespace sim {
 namespace {
@@ -72,23 +72,31 @@ int StoreSettings(const SdkKitUpload* upload, char* why, size_t whySize) {
   return SdkKitArchive_Import(upload->path, why, whySize);
 }
 
-constexpr SdkKitUploadRow Row(int family, int funcId, const char* file, uint64_t limit, SdkKitCheck check) {
+constexpr SdkKitUploadRow Row(int family, int funcId, uint64_t limit) {
   SdkKitUploadRow row{};
   row.family = family;
   row.funcId = funcId;
-  row.file = file;
   row.mostBytes = limit;
-  row.check = check;
   row.begin = MayUpload;
   return row;
 }
 
-constexpr SdkKitUploadRow Picture(int funcId, const char* file) {
-  return Row(kExtUploadImage, funcId, file, kPictureLimit, SdkKitContent_Picture);
+// The kit wants a place below its root.
+constexpr const char* BelowFiles(const char* path) { return path + std::string_view(kFileDir).size() + 1; }
+
+constexpr SdkKitUploadRow Kept(int family, int funcId, const FileKind& kind) {
+  SdkKitUploadRow row = Row(family, funcId, kind.limit);
+  row.file = BelowFiles(kind.path);
+  row.check = kind.check;
+  return row;
 }
 
-constexpr SdkKitUploadRow Json(int funcId, const char* file) {
-  return Row(kExtUploadText, funcId, file, kTextLimit, SdkKitContent_Json);
+constexpr SdkKitUploadRow Picture(int funcId, const FileKind& kind) {
+  return Kept(kExtUploadImage, funcId, kind);
+}
+
+constexpr SdkKitUploadRow Text(int funcId, const FileKind& kind) {
+  return Kept(kExtUploadText, funcId, kind);
 }
 
 constexpr SdkKitUploadRow GivenBack(SdkKitUploadRow row, int download) {
@@ -97,14 +105,14 @@ constexpr SdkKitUploadRow GivenBack(SdkKitUploadRow row, int download) {
 }
 
 constexpr SdkKitUploadRow Logo() {
-  SdkKitUploadRow row = GivenBack(Picture(kImageLogo, "logo"), kKitDownloadLogo);
+  SdkKitUploadRow row = GivenBack(Picture(kImageLogo, kLogo), kKitDownloadLogo);
   row.downloadOtherwise = kBuiltInLogo;
-  row.downloadName = "logo";
+  row.downloadName = kLogo.kind;
   return row;
 }
 
 constexpr SdkKitUploadRow Settings(int funcId, const char* route) {
-  SdkKitUploadRow row = Row(kExtUploadArchive, funcId, nullptr, kSettingsLimit, nullptr);
+  SdkKitUploadRow row = Row(kExtUploadArchive, funcId, kSettingsLimit);
   row.route = route;
   row.begin = MayUploadSettings;
   row.accept = StoreSettings;
@@ -112,7 +120,7 @@ constexpr SdkKitUploadRow Settings(int funcId, const char* route) {
 }
 
 SdkKitUploadRow Certificate(int funcId) {
-  SdkKitUploadRow row = Row(kExtUploadCertificate, funcId, nullptr, kCertificateLimit, nullptr);
+  SdkKitUploadRow row = Row(kExtUploadCertificate, funcId, kCertificateLimit);
   row.pieces = SdkKitCertificate_Pieces();
   row.accept = SdkKitCertificate_Take;
   return row;
@@ -127,7 +135,7 @@ SdkKitUploadRow PortCertificate() {
 }
 
 constexpr SdkKitUploadRow Note() {
-  SdkKitUploadRow row = Row(kExtUploadCustom, 0, "note", uint64_t{32} << 20, nullptr);
+  SdkKitUploadRow row = Kept(kExtUploadCustom, 0, kNote);
   row.route = "/sim/upload$";
   row.downloadRoute = "/sim/download$";
   return row;
@@ -154,16 +162,16 @@ void PublishProgress(const SdkKitUpload* upload) {
 void StartUploads() {
   const SdkKitUploadRow rows[] = {
       Logo(),
-      Picture(kImageBackground, "bg"),
-      Picture(kImageSubBackground, "bg"),
-      Picture(kImageSubLogo, "logo"),
-      Picture(kImageSubPng, "png"),
-      Picture(kImageSubSetBackground, "setbgimage"),
-      Picture(kImageSubSetBase, "setbaseimage"),
-      Picture(kImagePrivilege, "priv/"),
-      Json(kTextXyte, "xyte.json"),
-      GivenBack(Json(kTextScene, "scene.json"), kKitDownloadScene),
-      GivenBack(Row(kExtUploadText, kTextEdid, "edid.bin", kEdidLimit, SdkKitContent_Edid), kKitDownloadEdid),
+      Picture(kImageBackground, kBackground),
+      Picture(kImageSubBackground, kBackground),
+      Picture(kImageSubLogo, kLogo),
+      Picture(kImageSubPng, kPng),
+      Picture(kImageSubSetBackground, kSetBackground),
+      Picture(kImageSubSetBase, kSetBase),
+      Picture(kImagePrivilege, kPriv),
+      Text(kTextXyte, kXyte),
+      GivenBack(Text(kTextScene, kScene), kKitDownloadScene),
+      GivenBack(Text(kTextEdid, kEdid), kKitDownloadEdid),
       Settings(kUploadUnnamed, "/upload/setting$"),
       Settings(kArchiveSubUpgrade, nullptr),
       Settings(kArchiveSettingsImport, nullptr),

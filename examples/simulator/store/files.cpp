@@ -1,4 +1,4 @@
-// The device's stored files: their kinds, where they live, and temporary files that replace them in one step.
+// The device's stored files: their kinds, and temporary files that replace them in one step.
 #include "store/files.h"
 
 #include <fcntl.h>
@@ -17,16 +17,7 @@
 namespace sim {
 namespace {
 
-constexpr std::array<FileKind, 8> kKinds{{
-    {"logo", "files/logo", kPictureLimit, SdkKitContent_Picture},
-    {"bg", "files/bg", kPictureLimit, SdkKitContent_Picture},
-    {"setbgimage", "files/setbgimage", kPictureLimit, SdkKitContent_Picture},
-    {"setbaseimage", "files/setbaseimage", kPictureLimit, SdkKitContent_Picture},
-    {"png", "files/png", kPictureLimit, SdkKitContent_Picture},
-    {"scene", "files/scene.json", kTextLimit, SdkKitContent_Json},
-    {"edid", "files/edid.bin", kEdidLimit, SdkKitContent_Edid},
-    {"xyte", "files/xyte.json", kTextLimit, SdkKitContent_Json},
-}};
+constexpr std::array kKinds{kLogo, kBackground, kSetBackground, kSetBase, kPng, kScene, kEdid, kXyte};
 
 bool IsSafe(char c) {
   const bool letter = (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
@@ -88,7 +79,7 @@ std::string SafeFileName(std::string_view name) {
 }
 
 std::optional<TempFile> TempFile::Create() {
-  std::string path = std::string(kTempDir) + "/file-XXXXXX";
+  std::string path = kTempFile;
   const int descriptor = mkostemp(path.data(), O_CLOEXEC);
   if (descriptor < 0) return std::nullopt;
   return TempFile(descriptor, std::move(path));
@@ -125,7 +116,7 @@ bool ReplaceFile(const std::string& target, std::string_view text) {
 }
 
 void PrepareFolders() {
-  for (const char* folder : {kTempDir, kFileDir, kPrivDir, kExportDir, kTlsDir}) {
+  for (const char* folder : {kTempDir, kFileDir, kPrivDir, kExportDir, kTlsDir, kFirmwareDir}) {
     std::filesystem::create_directories(folder);
   }
   EmptyFolder(kTempDir);

@@ -1,4 +1,4 @@
-// The device's stored files: their kinds, where they live, and temporary files that replace them in one step.
+// The device's stored files: their kinds, and temporary files that replace them in one step.
 #pragma once
 
 #include <cstdint>
@@ -10,29 +10,17 @@
 #include <vector>
 
 #include "sdkapi/kit_content.h"
+#include "store/paths.h"
 
 namespace sim {
 
-// Paths are relative: the process works in the data folder, and the records of the library hold 255
-// characters only.
-inline constexpr const char* kTempDir = "tmp";
-inline constexpr const char* kFileDir = "files";
-inline constexpr const char* kPrivDir = "files/priv";
-inline constexpr const char* kPrivFiles = "files/priv/";
 inline constexpr size_t kMostPrivPictures = 100;
-inline constexpr const char* kExportDir = "export";
-inline constexpr const char* kTlsDir = "tls";
-
-inline constexpr const char* kBuiltInLogo = "export/logo.jpg";  // until one is uploaded
-inline constexpr const char* kPortCertificate = "tls/ieee802_1x.pem";
-
-inline constexpr const char* kNotePath = "files/note";
-
 inline constexpr size_t kPictureLimit = size_t{8} << 20;
 inline constexpr size_t kTextLimit = size_t{1} << 20;
 inline constexpr size_t kEdidLimit = 256;
+inline constexpr size_t kNoteLimit = size_t{32} << 20;
 
-// One kind of file that the device keeps and lists.
+// One kind of file that clients upload.
 struct FileKind {
   const char* kind;
   const char* path;
@@ -40,6 +28,19 @@ struct FileKind {
   SdkKitCheck check;  // looks at the content
 };
 
+inline constexpr FileKind kLogo{"logo", kLogoPath, kPictureLimit, SdkKitContent_Picture};
+inline constexpr FileKind kBackground{"bg", kBackgroundPath, kPictureLimit, SdkKitContent_Picture};
+inline constexpr FileKind kSetBackground{"setbgimage", kSetBackgroundPath, kPictureLimit,
+                                         SdkKitContent_Picture};
+inline constexpr FileKind kSetBase{"setbaseimage", kSetBasePath, kPictureLimit, SdkKitContent_Picture};
+inline constexpr FileKind kPng{"png", kPngPath, kPictureLimit, SdkKitContent_Picture};
+inline constexpr FileKind kScene{"scene", kScenePath, kTextLimit, SdkKitContent_Json};
+inline constexpr FileKind kEdid{"edid", kEdidPath, kEdidLimit, SdkKitContent_Edid};
+inline constexpr FileKind kXyte{"xyte", kXytePath, kTextLimit, SdkKitContent_Json};
+inline constexpr FileKind kPriv{"priv", kPrivDir, kPictureLimit, SdkKitContent_Picture};
+inline constexpr FileKind kNote{"note", kNotePath, kNoteLimit, nullptr};
+
+// Those that the device lists.
 std::span<const FileKind> FileKinds();
 
 // nullptr for a word that names none.
