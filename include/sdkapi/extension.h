@@ -223,7 +223,7 @@ SDKAPI_EXPORT int SdkAPIExt_Login_List(SdkAPIExtLogin* logins, size_t* count);
  * is no use by itself, nor are its pings and what the host sends. With authentication off no token is looked
  * up, and only the login itself counts. The most logins are checked when a login comes, after `LoginCb` and
  * before it is registered. Logins that are there stay until then. A limit ends a login as
- * SdkAPIExt_Login_End() does.
+ * SdkAPIExt_Login_End() does, with the reason "login idle", "login too old" or "login made room".
  * @param limits the limits, which are copied; NULL takes them back.
  * @return 0; -1 for an unknown size, more than 20 logins, an unknown whenFull, or a reserved field that is
  * not 0. */

@@ -209,7 +209,7 @@ SdkKitUserCode Accounts::Delete(const std::string& name) {
   if (IsLastAdministrator(*user)) return kKitUserLastAdministrator;
   users_.Delete(name);
   transaction.Commit();
-  sessions_.EndIf([&](const Session& session) { return session.name == name; });
+  sessions_.EndIf([&](const Session& session) { return session.name == name; }, "user deleted");
   return kKitUserDone;
 }
 
@@ -223,7 +223,7 @@ SdkKitUserCode Accounts::SetRole(const std::string& name, int role) {
   user->role = role;
   users_.Replace(name, *user);
   transaction.Commit();
-  sessions_.EndIf([&](const Session& session) { return session.name == name; });
+  sessions_.EndIf([&](const Session& session) { return session.name == name; }, "role changed");
   return kKitUserDone;
 }
 
@@ -233,11 +233,12 @@ void Accounts::ReplaceAll(const std::vector<User>& users) {
   users_.DeleteAll();
   for (const User& user : users) users_.Add(user);
   transaction.Commit();
-  sessions_.EndIf([&](const Session& session) {
+  const auto isAnother = [&](const Session& session) {
     const auto old = std::ranges::find(before, session.name, &User::name);
     const auto now = std::ranges::find(users, session.name, &User::name);
     return old == before.end() || now == users.end() || *old != *now;
-  });
+  };
+  sessions_.EndIf(isAnother, "users replaced");
 }
 
 void Accounts::NoteEnd(const char* token, int reason) {

@@ -233,7 +233,7 @@ int SdkKitAccounts_EndSession(const char* token, uint64_t id) {
     const Sessions::Filter isVisible = VisibleTo(accounts, token);
     if (isVisible == nullptr) return -1;
     const std::size_t ended = accounts.sessions().EndIf(
-        [&](const Session& session) { return session.id == id && isVisible(session); });
+        [&](const Session& session) { return session.id == id && isVisible(session); }, "ended on request");
     if (ended > 0) kLog.Audit("a login was ended on request from %s", CurrentRequest().address);
     return ended > 0 ? 0 : -1;
   });

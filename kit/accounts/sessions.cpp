@@ -18,6 +18,7 @@ using Clock = std::chrono::steady_clock;
 constexpr auto kRegistrationTime = std::chrono::seconds(10);
 constexpr std::size_t kTokenBytes = 32;
 constexpr std::size_t kListRoom = 64;
+constexpr int kPolicyViolation = 1008;
 
 std::string NewToken() {
   std::array<unsigned char, kTokenBytes> bytes{};
@@ -28,8 +29,25 @@ std::string NewToken() {
   return text.data();
 }
 
-void EndInLibrary(const std::set<TokenHash>& hashes) {
+// The library would say no more than that the login has ended.
+void CloseWebSockets(const std::set<TokenHash>& hashes, const char* why) {
+  std::vector<SdkAPIExtWebSocket> list(1);
+  std::size_t count = 0;
+  do {
+    list.resize(std::max<std::size_t>(count, 1));
+    list[0].size = sizeof list[0];
+    count = list.size();
+    if (SdkAPIExt_WebSocket_List(list.data(), &count) != 0) return;
+  } while (count > list.size());
+  list.resize(count);
+  for (const SdkAPIExtWebSocket& socket : list) {
+    if (hashes.contains(HashToken(socket.token))) SdkAPIExt_WebSocket_Close(socket.id, kPolicyViolation, why);
+  }
+}
+
+void EndInLibrary(const std::set<TokenHash>& hashes, const char* why) {
   if (hashes.empty()) return;
+  CloseWebSockets(hashes, why);
   for (const auto& [hash, login] : ListLibraryLogins()) {
     if (hashes.contains(hash)) SdkAPIExt_Login_End(login.token.c_str());
   }
@@ -75,7 +93,7 @@ std::optional<std::string> Sessions::Add(const User& user, const std::string& ad
     sessions_.push_back(
         {++lastId_, HashToken(token), user.name, user.role, user.firstLogin, address, Clock::now(), false});
   }
-  EndInLibrary(ended);
+  EndInLibrary(ended, "login made room");
   return token;
 }
 
@@ -138,7 +156,7 @@ std::vector<Session> Sessions::List() const {
   return sessions_;
 }
 
-std::size_t Sessions::EndIf(const Filter& fits) {
+std::size_t Sessions::EndIf(const Filter& fits, const char* why) {
   std::set<TokenHash> ended;
   {
     const std::lock_guard lock(mutex_);
@@ -147,13 +165,14 @@ std::size_t Sessions::EndIf(const Filter& fits) {
     }
     std::erase_if(sessions_, [&](const Session& session) { return ended.contains(session.hash); });
   }
-  EndInLibrary(ended);
+  EndInLibrary(ended, why);
   return ended.size();
 }
 
 void Sessions::Continue(std::string_view token, const std::string& oldName, const User& user) {
   const TokenHash own = HashToken(token);
-  EndIf([&](const Session& session) { return session.name == oldName && session.hash != own; });
+  EndIf([&](const Session& session) { return session.name == oldName && session.hash != own; },
+        "account changed");
   const std::lock_guard lock(mutex_);
   const auto found = std::ranges::find(sessions_, own, &Session::hash);
   if (found == sessions_.end() || found->name != oldName) return;
@@ -193,7 +212,7 @@ void Sessions::Reconcile() {
       return !logins.contains(session.hash) && (session.wasSeen || session.made < oldest);
     });
   }
-  EndInLibrary(strange);
+  EndInLibrary(strange, "login ended");
 }
 
 }  // namespace sdkkit::accounts

@@ -61,8 +61,8 @@ class Sessions {
   std::vector<Session> List() const;
 
   using Filter = std::function<bool(const Session&)>;
-  // Ends all logins that it fits, WebSockets included; how many.
-  std::size_t EndIf(const Filter& fits);
+  // Ends all logins that it fits, and tells their WebSockets why; how many.
+  std::size_t EndIf(const Filter& fits, const char* why);
   // One login goes on as this user, all others of the old name end.
   void Continue(std::string_view token, const std::string& oldName, const User& user);
 

@@ -30,7 +30,7 @@ SdkAPIExtLogin Describe(const LoginFacts& facts, int64_t now) {
 int SdkAPIExt_Login_End(const char* token) {
   LoginRef ended = TakeLoginByToken(token);
   if (ended == nullptr) return Refuse(kExtensionLog.error(), __func__, "no login has this token");
-  for (; ended != nullptr; ended = TakeLoginByToken(token)) CloseWebSocketsOf(*ended);
+  for (; ended != nullptr; ended = TakeLoginByToken(token)) CloseWebSocketsOf(*ended, "login ended");
   return 0;
 }
 

@@ -51,8 +51,13 @@ void TellEnded(SdkAPIExtLoginEndHook hook, const char* token, int reason) {
   hookIsRunning = outer;
 }
 
+const char* InWords(int reason) {
+  if (reason == kExtLoginIdle) return "login idle";
+  return reason == kExtLoginTooOld ? "login too old" : "login made room";
+}
+
 void Finish(const LoginRef& ended, SdkAPIExtLoginEndHook hook, int reason) {
-  CloseWebSocketsOf(*ended);
+  CloseWebSocketsOf(*ended, InWords(reason));
   TellEnded(hook, ended->data, reason);
 }
 

@@ -237,8 +237,8 @@ void VisitConnections(void (*visit)(Connection& connection, void* context), void
   }
 }
 
-void CloseWebSocketsOf(SdkAPISerHandle& login) {
-  const CloseFrame frame = MakeCloseFrame(kClosePolicy, "login ended");
+void CloseWebSocketsOf(SdkAPISerHandle& login, const char* reason) {
+  const CloseFrame frame = MakeCloseFrame(kClosePolicy, reason);
   ForEachConnection([&](Connection& connection) {
     if (connection.login.get() == &login) SendClose(connection, frame);
   });

@@ -136,7 +136,7 @@ def deleted_user_goes_on(device):
     assert code(device, "/deleteuser", admin, username="eve") == 0
     for path in ("/sim/units", "/log", "/download/custom", "/sim/picture/logo", "/sim/download", "/sim/files"):
         assert status(device, path, eve) == 401, path
-    assert channel.end() == (1008, "login ended")
+    assert channel.end() == (1008, "user deleted")
 
 
 def restored_users_go_on(device):
@@ -144,7 +144,7 @@ def restored_users_go_on(device):
     add_user(device, admin, "eve", 3)
     eve, channel = log_in(device, "eve"), Channel(device, admin)
     assert ask(device, "post", "/custom_restore", admin).status == 200
-    assert channel.end() == (1008, "login ended")
+    assert channel.end() == (1008, "users replaced")
     for token in (admin, eve):
         assert status(device, "/log", token) == 401
     assert try_login(device, "eve")["code"] == 1
@@ -155,7 +155,7 @@ def old_token_after_password_change(device):
     channel = Channel(device, stolen)
     assert code(device, "/change/password", own, username="admin", oldpassword=GOOD, newpassword=OTHER) == 0
     assert (status(device, "/log", own), status(device, "/log", stolen)) == (200, 401)
-    assert channel.end() == (1008, "login ended")
+    assert channel.end() == (1008, "account changed")
 
 
 def parallel_guesses(device):
@@ -261,7 +261,7 @@ def odd_session_requests(device):
 def hidden_idle_login(device):
     """A channel that says nothing does not keep its login, and leaves no ghost among the clients."""
     channel = Channel(device, log_in(device))
-    assert channel.end() == (1008, "login ended")
+    assert channel.end() == (1008, "login idle")
     deadline = time.monotonic() + PATIENCE
     while True:
         clients = json.loads(ask(device, "get", "/sim/status", log_in(device)).content())["clients"]

@@ -119,7 +119,7 @@ TEST_P(LoginControlTest, AnIdleLoginEndsAndTheHookIsTold) {
     EXPECT_EQ(SdkAPIExt_Login_Limits_Check(), 0);
     return HasEnded(token(), kExtLoginIdle);
   }));
-  EXPECT_EQ(socket.Read(), kLoginEnded);
+  EXPECT_EQ(socket.Read(), (Frame{true, 8, "\x03\xf0login idle"}));
   ExpectReply(Get("/dev_info"), 401);
 }
 

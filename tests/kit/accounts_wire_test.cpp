@@ -18,7 +18,7 @@ namespace {
 constexpr const char* kPassword = "Correct-Horse-7";
 constexpr const char* kOther = "Other-Horse-8";
 // Code 1008 and the reason.
-const Frame kLoginEnded{true, 8, "\x03\xf0login ended"};
+Frame ClosedBecause(const char* why) { return {true, 8, std::string("\x03\xf0") + why}; }
 
 std::mutex auditMutex;
 std::vector<std::string> audit;
@@ -272,7 +272,7 @@ TEST_P(AccountsTest, AChangedPasswordEndsTheOtherLogins) {
   EXPECT_EQ(ChangePassword(own, "admin", kPassword, kOther), "0");
   EXPECT_EQ(StatusOf(own), 200);
   EXPECT_EQ(StatusOf(other), 401);
-  EXPECT_EQ(socket.Read(), kLoginEnded);
+  EXPECT_EQ(socket.Read(), ClosedBecause("account changed"));
   EXPECT_EQ(Member(TryLogin("admin", kPassword), "code"), "1");
 }
 
@@ -306,7 +306,7 @@ TEST_P(AccountsTest, ADeletedUserIsOutAtOnce) {
   ASSERT_TRUE(socket.Open(kim));
   ExpectReply(Ask("POST", "/deleteuser", admin, R"({"username":"kim"})"), 200, R"({"code":0})");
   EXPECT_EQ(StatusOf(kim), 401);
-  EXPECT_EQ(socket.Read(), kLoginEnded);
+  EXPECT_EQ(socket.Read(), ClosedBecause("user deleted"));
   ExpectReply(Ask("POST", "/deleteuser", admin, R"({"username":"kim"})"), 200, R"({"code":4})");
   ExpectReply(Ask("POST", "/deleteuser", admin, R"({"username":"admin"})"), 200, R"({"code":5})");
   EXPECT_EQ(CountAudit("admin from 127.0.0.1: deletion of kim gave code 0"), 1);
@@ -386,8 +386,11 @@ TEST_P(AccountsTest, UsersSeeAndEndTheirOwnLogins) {
   EXPECT_EQ(SdkKitAccounts_EndSession(eve.c_str(), sessions[1].id), 0);
   EXPECT_EQ(SdkKitAccounts_EndSession(eve.c_str(), sessions[1].id), -1);
   EXPECT_EQ(StatusOf(other), 401);
+  RawWebSocket socket(GetParam());
+  ASSERT_TRUE(socket.Open(eve));
   EXPECT_EQ(SdkKitAccounts_EndSession(admin.c_str(), sessions[0].id), 0);
   EXPECT_EQ(StatusOf(eve), 401);
+  EXPECT_EQ(socket.Read(), ClosedBecause("ended on request"));
 }
 
 TEST_P(AccountsTest, AnIdleLoginEndsWithoutAnybodyAsking) {
@@ -397,7 +400,7 @@ TEST_P(AccountsTest, AnIdleLoginEndsWithoutAnybodyAsking) {
   const std::string token = LogInAs("admin");
   RawWebSocket socket(GetParam());
   ASSERT_TRUE(socket.Open(token));
-  EXPECT_EQ(socket.Read(), kLoginEnded);
+  EXPECT_EQ(socket.Read(), ClosedBecause("login idle"));
   EXPECT_EQ(StatusOf(token), 401);
   EXPECT_EQ(CountAudit("the login of admin from 127.0.0.1 was idle for too long"), 1);
 }

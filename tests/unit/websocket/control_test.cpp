@@ -677,7 +677,7 @@ TEST_F(EndedLoginTest, ATimeOutClosesThemToo) {
   EXPECT_EQ(SdkAPIExt_WebSocket_Send_Token("tok", kExtText, "no use", 6), 0);
   MonotonicClock() += 60000;
   EXPECT_EQ(Receive(conn, kFinal | kTextFrame, "too late"), -1);
-  EXPECT_EQ(conn->Frames(), (Frames{{kTextFrame, "no use"}, CloseOf(1008, "login ended")}));
+  EXPECT_EQ(conn->Frames(), (Frames{{kTextFrame, "no use"}, CloseOf(1008, "login idle")}));
   EXPECT_EQ(TestHost::Get().Lines().back(), "WebSocketCb(tok, 1, a use, 5)");
   Close(conn);
 }
