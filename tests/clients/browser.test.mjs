@@ -51,6 +51,15 @@ function flow(name, device, action) {
   });
 }
 
+/** As in browsers that end a shared worker with its last tab. */
+const withoutGrace = (person) => person.context.addInitScript(() => {
+  const Real = globalThis.SharedWorker;
+  globalThis.SharedWorker = class extends Real {
+    constructor(address, options) {
+      super(address, { ...options, extendedLifetime: false });
+    }
+  };
+});
 const withoutWorkers = (person) => person.context.addInitScript(() => delete globalThis.SharedWorker);
 
 for (const scheme of ['http', 'https']) {
@@ -136,7 +145,42 @@ for (const scheme of ['http', 'https']) {
       assert.equal(await second.evaluate(() => connection.state.units.length), 8);
     });
 
+    flowHere('the only tab keeps its login and its socket when it is loaded again', async (person) => {
+      const page = await emptyTab(person);
+      await connect(page);
+      await logIn(page);
+      await link(page, 'open');
+      const token = await page.evaluate(() => connection.device.token);
+      for (let times = 0; times < 3; ++times) {
+        await page.reload();
+        await load(page);
+        await connect(page);
+        await link(page, 'open');
+      }
+      assert.equal(await page.evaluate(() => connection.device.token), token);
+      assert.equal(await page.evaluate(() => connection.state.units.length), 8);
+      assert.equal(await clients(page), 1);
+    });
+
+    flowHere('a login tells why it was ended', async (person) => {
+      const page = await emptyTab(person);
+      await connect(page);
+      await logIn(page);
+      await link(page, 'open');
+      const admin = { username: 'admin', password: 'admin' };
+      await page.evaluate(async (user) => {
+        const other = new sdkapi.Device();
+        await other.login(user.username, user.password);
+        const { sessions } = await other.getJson('/sim/sessions');
+        for (const { id, own } of sessions) if (!own) await other.postJson('/sim/sessions', { end: id });
+        await other.logout();
+      }, admin);
+      await hasToken(page, false);
+      assert.deepEqual(await page.evaluate(() => [connection.session.reason, connection.session.why]), ['ended', 'ended on request']);
+    });
+
     flowHere('a login whose socket has gone with the last tab is given up, with the reason', async (person) => {
+      await withoutGrace(person);
       const page = await emptyTab(person);
       await connect(page);
       await logIn(page);

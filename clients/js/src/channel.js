@@ -9,6 +9,7 @@ import { ApiError } from './errors.js';
 
 const RETRY_MS = [300, 600, 1200, 2500, 5000];
 const ANSWER_MS = 10000;
+const POLICY = 1008; // the device's code where a login has ended
 const ANSWERS = ['ok', 'error', 'pong'];
 
 /**
@@ -32,6 +33,8 @@ export class Channel extends Emitter {
   #silence;
   /** @type {ChannelState} */
   state = 'closed';
+  /** What the device said when it closed the last socket, such as 'login idle'; empty when it said nothing. */
+  why = '';
 
   /**
    * @param {import('./device.js').Device} device
@@ -83,7 +86,11 @@ export class Channel extends Emitter {
     this.#socket = socket;
     socket.onopen = () => this.#hear(socket);
     socket.onmessage = ({ data }) => socket === this.#socket && this.#receive(socket, data);
-    socket.onclose = () => socket === this.#socket && this.#dropped();
+    socket.onclose = ({ code, reason }) => {
+      if (socket !== this.#socket) return;
+      this.why = code === POLICY ? reason : '';
+      this.#dropped();
+    };
   }
 
   /** @param {WebSocket} socket */

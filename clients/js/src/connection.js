@@ -120,7 +120,8 @@ export class Connection extends Emitter {
   #takeSeat() {
     if (!globalThis.SharedWorker) return this.#standForElection();
     try {
-      const place = { type: /** @type {const} */ ('module'), name: JSON.stringify(this.#place) };
+      // Half a minute longer than the last tab, where the browser can: a tab that is loaded again finds its login.
+      const place = { type: /** @type {const} */ ('module'), name: JSON.stringify(this.#place), extendedLifetime: true };
       new SharedWorker(new URL('./hub_worker.js', import.meta.url), place).onerror = () => this.#standForElection();
     } catch {
       // The package may come from another origin than the page, which may have no workers from there.

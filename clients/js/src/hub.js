@@ -6,9 +6,10 @@ import { applyMessage } from './state.js';
 
 /**
  * What the tabs know of the login. `required` tells whether the device wants one, `token` whether there is one, `bound` whether a
- * socket carries it and ends it; `reason` says why there is none any more: 'ended', 'logout' or 'restored'.
+ * socket carries it and ends it; `reason` says why there is none any more: 'ended', 'logout' or 'restored', and `why` what the device
+ * said of its end, such as 'login idle'.
  * @typedef {{ required: boolean, token?: string, user?: string, firstlogin?: number, bound?: boolean,
- *   reason?: 'ended' | 'logout' | 'restored', lastUser?: string }} Session
+ *   reason?: 'ended' | 'logout' | 'restored', why?: string, lastUser?: string }} Session
  * @typedef {{ name: string, base: string, path: string, silence?: number }} Place
  */
 
@@ -66,7 +67,7 @@ export class Hub {
         return this.#logOut();
       case 'ended':
         // Another tab may have logged in again since: only the token that the device refused is given up.
-        return this.#session?.required && this.#session.token === message.with && this.#end('ended');
+        return this.#session?.required && this.#session.token === message.with && this.#end('ended', this.#channel?.why);
       case 'command':
         return this.#tell({ to: message.from, ref: message.ref, ...(await this.#run(message.with)) });
     }
@@ -135,7 +136,7 @@ export class Hub {
     this.#channel = opened;
     const whileOpen = (/** @type {(detail: any) => void} */ act) => (/** @type {Event} */ event) =>
       opened === this.#channel && act(/** @type {CustomEvent} */ (event).detail);
-    opened.addEventListener('state', whileOpen((state) => (state === 'ended' ? this.#end('ended') : this.#setLink(state))));
+    opened.addEventListener('state', whileOpen((state) => (state === 'ended' ? this.#end('ended', opened.why) : this.#setLink(state))));
     opened.addEventListener('message', whileOpen((message) => this.#receive(message)));
     opened.open();
   }
@@ -147,8 +148,8 @@ export class Hub {
     if (message.type === 'restored' && !(await this.#device.tokenIsValid().catch(() => true))) this.#end('restored');
   }
 
-  /** @param {NonNullable<Session['reason']>} reason */
-  async #end(reason) {
+  /** @param {NonNullable<Session['reason']>} reason @param {string} [why] */
+  async #end(reason, why) {
     const gone = this.#session;
     this.#channel?.close();
     this.#channel = null;
@@ -156,7 +157,7 @@ export class Hub {
     const required = await this.#device.loginRequired().catch(() => true);
     // Somebody may have logged in again while the device was asked.
     if (this.#session?.token !== gone?.token) return;
-    this.#setSession({ required, reason, lastUser: gone?.user });
+    this.#setSession({ required, reason, why, lastUser: gone?.user });
     this.#openChannel();
   }
 

@@ -15,6 +15,8 @@ export class Channel extends Emitter {
     });
     /** @type {ChannelState} */
     state: ChannelState;
+    /** What the device said when it closed the last socket, such as 'login idle'; empty when it said nothing. */
+    why: string;
     open(): void;
     close(): void;
     /**

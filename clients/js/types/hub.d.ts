@@ -7,7 +7,8 @@ export class Hub {
 }
 /**
  * What the tabs know of the login. `required` tells whether the device wants one, `token` whether there is one, `bound` whether a
- * socket carries it and ends it; `reason` says why there is none any more: 'ended', 'logout' or 'restored'.
+ * socket carries it and ends it; `reason` says why there is none any more: 'ended', 'logout' or 'restored', and `why` what the device
+ * said of its end, such as 'login idle'.
  */
 export type Session = {
     required: boolean;
@@ -16,11 +17,13 @@ export type Session = {
     firstlogin?: number;
     bound?: boolean;
     reason?: "ended" | "logout" | "restored";
+    why?: string;
     lastUser?: string;
 };
 /**
  * What the tabs know of the login. `required` tells whether the device wants one, `token` whether there is one, `bound` whether a
- * socket carries it and ends it; `reason` says why there is none any more: 'ended', 'logout' or 'restored'.
+ * socket carries it and ends it; `reason` says why there is none any more: 'ended', 'logout' or 'restored', and `why` what the device
+ * said of its end, such as 'login idle'.
  */
 export type Place = {
     name: string;
