@@ -20,6 +20,7 @@
 
 #include "sdkapi/kit_accounts.h"
 #include "sdkapi/kit_archive.h"
+#include "sdkapi/kit_audit.h"
 #include "sdkapi/kit_certificate.h"
 #include "sdkapi/kit_content.h"
 #include "sdkapi/kit_events.h"

@@ -55,7 +55,8 @@ User Accounts::FirstUser() {
 void Accounts::Reset() {
   ReplaceAll({FirstUser()});
   attempts_.Forget();
-  kLog.Audit("the first administrator %s is the only user", settings_.firstName.c_str());
+  kLog.Audit({.action = "reset", .object = settings_.firstName.c_str()},
+             "the first administrator %s is the only user", settings_.firstName.c_str());
 }
 
 void Accounts::Watch() {
@@ -107,9 +108,14 @@ Accounts::Verdict Accounts::Judge(const std::string& name, const std::optional<U
   if (match == Match::kBusy) return {kBusySeconds, false};
   const int64_t delay = attempt.Judged(match == Match::kYes);
   if (match == Match::kYes) return {0, true};
-  kLog.Audit("wrong password for %s from %s", named.c_str(), address.c_str());
+  kLog.Audit({.action = "password",
+              .outcome = kKitAuditRefused,
+              .object = named.c_str(),
+              .reason = "wrong password"},
+             "wrong password for %s from %s", named.c_str(), address.c_str());
   if (delay > 0)
-    kLog.Audit("%s has to wait %d s with its next one", address.c_str(), static_cast<int>(delay));
+    kLog.Audit({.action = "wait", .object = address.c_str(), .target = std::to_string(delay).c_str()},
+               "%s has to wait %d s with its next one", address.c_str(), static_cast<int>(delay));
   return {};
 }
 
@@ -121,7 +127,8 @@ void Accounts::LogIn(LoginInfo& info) {
   info.code = verdict.secondsLocked > 0 ? kLocked : kRefused;
   info.lockTime = static_cast<uint64_t>(verdict.secondsLocked);
   if (!verdict.isGood || !IssueToken(info, *user)) return;
-  kLog.Audit("%s from %s has logged in", info.username, CurrentRequest().address);
+  kLog.Audit({.action = "log-in", .object = info.username, .user = info.username}, "%s from %s has logged in",
+             info.username, CurrentRequest().address);
 }
 
 // Under the connection's lock, so that no change of the user comes between the look and the login.
@@ -132,7 +139,11 @@ bool Accounts::IssueToken(LoginInfo& info, const User& verified) {
   if (!user || user->hash != verified.hash) return false;
   const auto token = sessions_.Add(*user, address);
   if (!token) {
-    kLog.Audit("no room for a login of %s from %s", verified.name.c_str(), address.c_str());
+    kLog.Audit({.action = "log-in",
+                .outcome = kKitAuditRefused,
+                .object = verified.name.c_str(),
+                .reason = "no room for another login"},
+               "no room for a login of %s from %s", verified.name.c_str(), address.c_str());
     info.code = kLocked;
     info.lockTime = kNoRoomSeconds;
     return false;
@@ -247,7 +258,9 @@ void Accounts::NoteEnd(const char* token, int reason) {
   const char* const why = reason == kExtLoginIdle     ? "was idle for too long"
                           : reason == kExtLoginTooOld ? "was too old"
                                                       : "found no room";
-  kLog.Audit("the login of %s from %s %s", session->name.c_str(), session->address.c_str(), why);
+  kLog.Audit(
+      {.action = "login-ended", .object = session->name.c_str(), .target = why, .user = "", .address = ""},
+      "the login of %s from %s %s", session->name.c_str(), session->address.c_str(), why);
 }
 
 void Accounts::SetLimits() {

@@ -127,6 +127,7 @@ int SdkKitAccounts_Import(const char* json, size_t length, char* why, size_t why
   using namespace sdkkit::accounts;
   return WithUsers(json, length, why, whySize, [](Accounts& accounts, const std::vector<User>& users) {
     accounts.ReplaceAll(users);
-    kLog.Audit("%zu users were imported", users.size());
+    kLog.Audit({.action = "import", .object = std::to_string(users.size()).c_str()},
+               "%zu users were imported", users.size());
   });
 }

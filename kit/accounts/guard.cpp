@@ -43,8 +43,14 @@ bool Judge(std::string_view token) {
   const char* const route = request.route[0] != '\0' ? request.route : request.path;
   const auto user = accounts->Who(token);
   const char* const fault = FaultOf(*accounts, user, request, route, request.method);
+  NoteRequester(request, user ? user->name : "");
   if (fault == nullptr) return true;
-  kLog.Audit("refused %s %s to %s from %s: %s", request.method, route, user ? user->name.c_str() : "nobody",
+  kLog.Audit({.action = "request",
+              .outcome = kKitAuditRefused,
+              .object = request.method,
+              .target = route,
+              .reason = fault},
+             "refused %s %s to %s from %s: %s", request.method, route, user ? user->name.c_str() : "nobody",
              request.address, fault);
   return false;
 }

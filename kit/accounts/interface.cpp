@@ -1,5 +1,6 @@
 // The exported functions and the slots: names, records and results; what they do stands in accounts.cpp.
 #include <algorithm>
+#include <array>
 #include <atomic>
 #include <cstdio>
 #include <memory>
@@ -52,9 +53,42 @@ int LogOut() {
   });
 }
 
-void NoteChange(const Session& caller, const char* what, const std::string& name, int code) {
+// In the order of SdkKitUserCode.
+constexpr std::array kCodeWords = {
+    "",
+    "wrong password",
+    "weak password",
+    "there is a user of this name",
+    "there is no such user",
+    "the last administrator stays one",
+    "no possible name",
+    "no such role",
+    "too many wrong passwords",
+    "too many users",
+};
+
+const char* WordsFor(int code) {
+  if (code == kNotAuthorised) return "the role has no right to it";
+  const auto index = static_cast<std::size_t>(code);
+  return index < kCodeWords.size() ? kCodeWords[index] : "it failed";
+}
+
+struct UserAct {
+  const char* action;
+  const char* words;
+};
+constexpr UserAct kChange{"change", "change of"};
+constexpr UserAct kCreation{"create", "creation of"};
+constexpr UserAct kDeletion{"delete", "deletion of"};
+
+void NoteChange(const Session& caller, const UserAct& act, const std::string& name, int code) {
   const std::string shown = IsName(name) ? name : "(no possible name)";
-  kLog.Audit("%s from %s: %s %s gave code %d", caller.name.c_str(), CurrentRequest().address, what,
+  kLog.Audit({.action = act.action,
+              .outcome = code == kKitUserDone ? kKitAuditDone : kKitAuditRefused,
+              .object = shown.c_str(),
+              .reason = WordsFor(code),
+              .user = caller.name.c_str()},
+             "%s from %s: %s %s gave code %d", caller.name.c_str(), CurrentRequest().address, act.words,
              shown.c_str(), code);
 }
 
@@ -64,11 +98,11 @@ int ChangeUser(const char* token, ChangeUserRequest* request) {
     if (!caller) return kNotAuthorised;
     const std::string subject = request->username[0] != '\0' ? request->username : caller->name;
     if (subject != caller->name && caller->role != accounts.settings().administrator) {
-      NoteChange(*caller, "change of", subject, kNotAuthorised);
+      NoteChange(*caller, kChange, subject, kNotAuthorised);
       return kNotAuthorised;
     }
     request->code = accounts.Change(*caller, token, *request);
-    NoteChange(*caller, "change of", subject, request->code);
+    NoteChange(*caller, kChange, subject, request->code);
     return 0;
   });
 }
@@ -81,8 +115,7 @@ int ManageUser(const char* token, ManageUserRequest* request) {
     const bool creates = request->action == kCreate;
     request->code = creates ? accounts.Create(request->username, request->password, request->role)
                             : accounts.Delete(request->username);
-    NoteChange(*caller, creates ? "creation of" : "deletion of", request->username,
-               static_cast<int>(request->code));
+    NoteChange(*caller, creates ? kCreation : kDeletion, request->username, static_cast<int>(request->code));
     return 0;
   });
 }
@@ -232,9 +265,17 @@ int SdkKitAccounts_EndSession(const char* token, uint64_t id) {
   return WithAccounts([&](Accounts& accounts) {
     const Sessions::Filter isVisible = VisibleTo(accounts, token);
     if (isVisible == nullptr) return -1;
+    std::string name;
     const std::size_t ended = accounts.sessions().EndIf(
-        [&](const Session& session) { return session.id == id && isVisible(session); }, "ended on request");
-    if (ended > 0) kLog.Audit("a login was ended on request from %s", CurrentRequest().address);
+        [&](const Session& session) {
+          if (session.id != id || !isVisible(session)) return false;
+          name = session.name;
+          return true;
+        },
+        "ended on request");
+    if (ended > 0)
+      kLog.Audit({.action = "end-login", .object = name.c_str()}, "a login was ended on request from %s",
+                 CurrentRequest().address);
     return ended > 0 ? 0 : -1;
   });
 }

@@ -86,7 +86,7 @@ bool Settings::Recover() {
   }
   if (CarryOut(parts_, *change) != Outcome::kDone) return false;
   Tidied("");
-  kLog.Audit("an interrupted change of the settings was finished");
+  kLog.Audit({.action = "finish"}, "an interrupted change of the settings was finished");
   Done(*change);
   return true;
 }
@@ -154,7 +154,7 @@ bool Settings::TryAgain() {
   const auto change = ReadJournal(parts_);
   if (!change || CarryOut(parts_, *change) != Outcome::kDone) return false;
   Tidied("");
-  kLog.Audit("a change of the settings was finished late");
+  kLog.Audit({.action = "finish"}, "a change of the settings was finished late");
   Done(*change);
   return true;
 }
@@ -209,10 +209,11 @@ int Run(const char* name, char* why, size_t whySize, Work work) {
     const std::string fault = settings == nullptr ? "it has not been started" : work(*settings);
     const std::string address = ClientAddress();
     if (fault.empty()) {
-      kLog.Audit("%s by %s", name, address.c_str());
+      kLog.Audit({.action = name}, "%s by %s", name, address.c_str());
       return 0;
     }
-    kLog.Audit("%s by %s refused: %s", name, address.c_str(), fault.c_str());
+    kLog.Audit({.action = name, .outcome = kKitAuditRefused, .reason = fault.c_str()}, "%s by %s refused: %s",
+               name, address.c_str(), fault.c_str());
     return Refuse(fault, why, whySize);
   });
 }
@@ -223,7 +224,8 @@ int Export(std::string_view name, char* path, size_t pathSize) {
   const auto written = method != nullptr ? settings->Export(*method) : std::nullopt;
   if (!written || written->size() >= pathSize) return -1;
   std::snprintf(path, pathSize, "%s", written->c_str());
-  kLog.Audit("export %s by %s", method->name.c_str(), ClientAddress().c_str());
+  kLog.Audit({.action = "export", .object = method->name.c_str()}, "export %s by %s", method->name.c_str(),
+             ClientAddress().c_str());
   return 0;
 }
 
@@ -231,7 +233,11 @@ int May(const char* token, int act, const char* method) {
   const auto settings = Current();
   if (settings == nullptr) return -1;
   const int answer = settings->parts().may != nullptr ? settings->parts().may(token, act, method) : 0;
-  if (answer != 0) kLog.Audit("%s may not change or export the settings", ClientAddress().c_str());
+  if (answer != 0)
+    kLog.Audit({.action = act == kKitArchiveExport ? "export" : "restore",
+                .outcome = kKitAuditRefused,
+                .reason = "the role has no right to it"},
+               "%s may not change or export the settings", ClientAddress().c_str());
   return answer;
 }
 

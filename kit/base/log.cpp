@@ -40,11 +40,12 @@ void Log::Info(const char* format, ...) const {
   va_end(arguments);
 }
 
-void Log::Audit(const char* format, ...) const {
+void Log::Audit(const Act& act, const char* format, ...) const {
   va_list arguments;
   va_start(arguments, format);
   Write(kKitAudit, subject_, format, arguments);
   va_end(arguments);
+  TellAct(subject_, act);
 }
 
 void Log::Warning(const char* format, ...) const {

@@ -3,6 +3,7 @@
 
 #include <string_view>
 
+#include "base/audit.h"
 #include "sdkapi/kit_log.h"
 
 namespace sdkkit {
@@ -17,7 +18,8 @@ class Log {
   explicit constexpr Log(const char* subject) : subject_(subject) {}
 
   [[gnu::format(printf, 2, 3)]] void Info(const char* format, ...) const;
-  [[gnu::format(printf, 2, 3)]] void Audit(const char* format, ...) const;
+  // Who did what, in words, and as a record beside them.
+  [[gnu::format(printf, 3, 4)]] void Audit(const Act& act, const char* format, ...) const;
   [[gnu::format(printf, 2, 3)]] void Warning(const char* format, ...) const;
   [[gnu::format(printf, 2, 3)]] void Error(const char* format, ...) const;
 

@@ -220,7 +220,8 @@ void Events::LetGo(uint64_t upTo) {
     farewells = clients_.Part(around_, upTo);
   }
   for (const Farewell& farewell : farewells) {
-    kLog.Audit("%s is let go: %s", farewell.address.c_str(), farewell.reason);
+    kLog.Audit({.action = "let-go", .object = farewell.address.c_str(), .target = farewell.reason},
+               "%s is let go: %s", farewell.address.c_str(), farewell.reason);
     SdkAPIExt_WebSocket_Close(farewell.id, farewell.code, farewell.reason);
   }
 }

@@ -167,7 +167,9 @@ int Start(const SdkKitFirmwareOptions& options) {
 }
 
 int Refuse(const std::string& address, const std::string& why, int answer) {
-  kLog.Audit("firmware from %s refused: %s", address.c_str(), why.c_str());
+  kLog.Audit(
+      {.action = "install", .outcome = kKitAuditRefused, .reason = why.c_str(), .address = address.c_str()},
+      "firmware from %s refused: %s", address.c_str(), why.c_str());
   return answer;
 }
 
@@ -210,7 +212,9 @@ int TakePiece(Upload& upload, const UploadFileCtx& record) {
 int Finish(Upload& upload) {
   const std::string fault = upload.refused ? "it was refused before" : upload.install.Finish();
   if (!fault.empty()) return Refuse(upload.address, fault, kFailed);
-  kLog.Audit("firmware %s from %s installed", upload.install.version().c_str(), upload.address.c_str());
+  kLog.Audit(
+      {.action = "install", .object = upload.install.version().c_str(), .address = upload.address.c_str()},
+      "firmware %s from %s installed", upload.install.version().c_str(), upload.address.c_str());
   const std::lock_guard lock(g_mutex);
   g_restartIsDue = true;
   return 0;
@@ -249,7 +253,8 @@ int Confirm(const Firmware& firmware) {
     return -1;
   }
   g_trial = false;
-  kLog.Audit("version %s has confirmed itself", firmware.version.c_str());
+  kLog.Audit({.action = "confirm", .object = firmware.version.c_str()}, "version %s has confirmed itself",
+             firmware.version.c_str());
   return 0;
 }
 

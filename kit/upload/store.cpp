@@ -12,6 +12,14 @@ namespace sdkkit {
 namespace {
 
 constexpr Log kLog{"upload"};
+
+Act RefusalOf(const UploadRequest& request, const char* reason) {
+  return {.action = "upload",
+          .outcome = kKitAuditRefused,
+          .target = request.url.c_str(),
+          .reason = reason,
+          .address = request.address.c_str()};
+}
 constexpr uint32_t kMostAtOnce = 32;
 constexpr uint64_t kBudget = uint64_t{256} << 20;
 constexpr const char* kIncoming = "/.incoming";
@@ -75,7 +83,8 @@ std::shared_ptr<Upload> UploadStore::Find(const void* record) {
 int UploadStore::Begin(const UploadStep& step, const UploadRequest& request) {
   const SdkKitUploadRow* const row = rows_.Find(step.family, step.funcId, request.route);
   if (row == nullptr) {
-    kLog.Audit("%s was refused an upload to %s: no such kind of file", request.address.c_str(),
+    kLog.Audit(RefusalOf(request, "no such kind of file"),
+               "%s was refused an upload to %s: no such kind of file", request.address.c_str(),
                request.url.c_str());
     return -1;
   }
@@ -87,8 +96,8 @@ std::shared_ptr<Upload> UploadStore::Add(const UploadStep& step, const UploadReq
                                          const SdkKitUploadRow& row) {
   const std::lock_guard lock(mutex_);
   if (uploads_.size() >= mostAtOnce_) {
-    kLog.Audit("%s was refused an upload to %s: too many at once", request.address.c_str(),
-               request.url.c_str());
+    kLog.Audit(RefusalOf(request, "too many at once"), "%s was refused an upload to %s: too many at once",
+               request.address.c_str(), request.url.c_str());
     return nullptr;
   }
   auto upload = std::make_shared<Upload>(place_, row, request);
@@ -97,7 +106,8 @@ std::shared_ptr<Upload> UploadStore::Add(const UploadStep& step, const UploadReq
 }
 
 int UploadStore::RefuseForm() {
-  kLog.Audit("an upload without a file was refused");
+  kLog.Audit({.action = "upload", .outcome = kKitAuditRefused, .reason = "it has no file"},
+             "an upload without a file was refused");
   return -1;
 }
 

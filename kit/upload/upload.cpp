@@ -72,7 +72,11 @@ int Upload::Finish() {
   if (!Judge() || !Ask(row_.accept, file_->path())) return answer_;
   if (row_.file != nullptr && !TakePlace()) return answer_;
   stored_ = true;
-  kLog.Audit("%s uploaded \"%s\" (%s), %llu bytes, SHA-256 %s", request_.address.c_str(), fileName_.c_str(),
+  kLog.Audit({.action = "upload",
+              .object = fileName_.c_str(),
+              .target = request_.url.c_str(),
+              .address = request_.address.c_str()},
+             "%s uploaded \"%s\" (%s), %llu bytes, SHA-256 %s", request_.address.c_str(), fileName_.c_str(),
              request_.url.c_str(), static_cast<unsigned long long>(bytes_), sha256_.c_str());
   if (row_.stored != nullptr) {
     const std::string path = row_.file == nullptr ? file_->path() : Target();
@@ -86,7 +90,13 @@ int Upload::Refuse(const std::string& why, int answer) {
   if (answer_ != 0) return answer_;
   why_ = why;
   answer_ = answer;
-  kLog.Audit("%s was refused \"%s\" (%s): %s", request_.address.c_str(), fileName_.c_str(),
+  kLog.Audit({.action = "upload",
+              .outcome = kKitAuditRefused,
+              .object = fileName_.c_str(),
+              .target = request_.url.c_str(),
+              .reason = why_.c_str(),
+              .address = request_.address.c_str()},
+             "%s was refused \"%s\" (%s): %s", request_.address.c_str(), fileName_.c_str(),
              request_.url.c_str(), why_.c_str());
   // Its bytes are of no use any more, and its client may send on for long.
   file_.reset();

@@ -5,6 +5,7 @@
 #include <optional>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "raw_websocket.h"
@@ -33,6 +34,21 @@ int CountAudit(const std::string& text) {
   return static_cast<int>(std::count(audit.begin(), audit.end(), text));
 }
 
+std::vector<std::string> acts;
+
+// "user@address subject.action object target: reason"
+void KeepAct(const SdkKitAuditEntry* entry) {
+  const std::lock_guard lock(auditMutex);
+  acts.push_back(std::string(entry->user) + "@" + entry->address + " " + entry->subject + "." +
+                 entry->action + " " + entry->object + " " + entry->target +
+                 (entry->outcome == kKitAuditDone ? "" : std::string(": ") + entry->reason));
+}
+
+std::vector<std::string> TakeActs() {
+  const std::lock_guard lock(auditMutex);
+  return std::exchange(acts, {});
+}
+
 // The value of a number or a text in a small JSON reply.
 std::string Member(const Response& response, const std::string& name) {
   const std::size_t at = response.body.find('"' + name + "\":");
@@ -55,8 +71,10 @@ class AccountsTest : public ServerTest, public ::testing::WithParamInterface<Mod
  protected:
   void SetUp() override {
     SdkKitLog_Set(KeepAudit);
+    SdkKitAudit_Set(KeepAct);
     const std::lock_guard lock(auditMutex);
     audit.clear();
+    acts.clear();
   }
   void TearDown() override { StopDevice(); }
 
@@ -310,6 +328,39 @@ TEST_P(AccountsTest, ADeletedUserIsOutAtOnce) {
   ExpectReply(Ask("POST", "/deleteuser", admin, R"({"username":"kim"})"), 200, R"({"code":4})");
   ExpectReply(Ask("POST", "/deleteuser", admin, R"({"username":"admin"})"), 200, R"({"code":5})");
   EXPECT_EQ(CountAudit("admin from 127.0.0.1: deletion of kim gave code 0"), 1);
+}
+
+TEST_P(AccountsTest, AnActSaysWhoAskedAndFromWhere) {
+  StartDevice();
+  MakeUser("kim", 3);
+  const std::string kim = LogInAs("kim");
+  const std::string admin = LogInAs("admin");
+  host().deviceInfo = [](DeviceInfo&) {
+    SdkKitAuditEntry entry{};
+    entry.size = sizeof entry;
+    entry.subject = "host";
+    entry.action = "look";
+    return SdkKitAudit_Write(&entry);
+  };
+  TakeActs();
+  TryLogin("admin", "wrong");
+  EXPECT_EQ(Ask("GET", "/dev_info", kim).status(), 200);
+  EXPECT_EQ(Ask("GET", "/dev_info", admin).status(), 200);
+  EXPECT_EQ(Ask("POST", "/deleteuser", kim, R"({"username":"admin"})").status(), 401);
+  EXPECT_EQ(Ask("POST", "/deleteuser", admin, R"({"username":"admin"})").status(), 200);
+  EXPECT_EQ(Ask("POST", "/deleteuser", admin, R"({"username":"My-Secret 1"})").status(), 200);
+  EXPECT_EQ(Ask("POST", "/deleteuser", admin, R"({"username":"kim"})").status(), 200);
+  LogInAs("admin");
+  EXPECT_EQ(TakeActs(), (std::vector<std::string>{
+                            "@127.0.0.1 accounts.password admin : wrong password",
+                            "kim@127.0.0.1 host.look  ",
+                            "admin@127.0.0.1 host.look  ",
+                            "kim@127.0.0.1 accounts.request POST /deleteuser$: the role has no right to it",
+                            "admin@127.0.0.1 accounts.delete admin : the last administrator stays one",
+                            "admin@127.0.0.1 accounts.delete (no possible name) : there is no such user",
+                            "admin@127.0.0.1 accounts.delete kim ",
+                            "admin@127.0.0.1 accounts.log-in admin ",
+                        }));
 }
 
 TEST_P(AccountsTest, AnotherRoleNeedsAnotherLogin) {

@@ -39,7 +39,7 @@ class LogTest : public testing::Test {
 
 TEST_F(LogTest, EachLevelReachesTheHook) {
   log_.Info("%d", 1);
-  log_.Audit("%d", 2);
+  log_.Audit({.action = "test"}, "%d", 2);
   log_.Warning("%d", 3);
   log_.Error("%d", 4);
   EXPECT_EQ(Lines(),
@@ -48,7 +48,7 @@ TEST_F(LogTest, EachLevelReachesTheHook) {
 }
 
 TEST_F(LogTest, AClientsTextStaysOneLine) {
-  log_.Audit("user %s", "a\r\nb\x1b[31m\x7f");
+  log_.Audit({.action = "test"}, "user %s", "a\r\nb\x1b[31m\x7f");
   EXPECT_EQ(Lines(), (std::vector<Line>{{2, "subject", "user a??b?[31m?"}}));
 }
 
