@@ -12,14 +12,18 @@
 
 #include "bus/events.h"
 #include "media/logo.h"
+#include "model/health.h"
+#include "model/history.h"
 #include "model/units.h"
 #include "sdkapi/extension.h"
 #include "sdkapi/sdkapi.h"
 #include "slots/account_routes.h"
 #include "slots/accounts.h"
+#include "slots/acts.h"
 #include "slots/certificates.h"
 #include "slots/file_routes.h"
 #include "slots/firmware.h"
+#include "slots/health_routes.h"
 #include "slots/host_table.h"
 #include "slots/live.h"
 #include "slots/metrics.h"
@@ -65,7 +69,10 @@ void StartParts(const SdkKitSettings& settings) {
   mallopt(M_MMAP_THRESHOLD, kLargeBlock);  // a password's 8 MiB go back at once, no thread keeps them
   PrepareFolders();
   OpenDatabase(kDatabasePath);
+  StartActs();
   StartAccounts({settings.noAuth != 0, static_cast<uint32_t>(g_idleSeconds), g_firstPassword});
+  StartHistory();
+  StartHealth();
   StartUnits();
   StartSettings();
   StartFirmware(g_firmwareKey);
@@ -84,6 +91,7 @@ void StartRoutes() {
   RegisterAccountRoutes();
   RegisterRefusalRoutes();
   RegisterMetrics();
+  RegisterHealthRoutes();
 }
 
 // A client makes the device keep no more of a body for one of its own routes than such a body needs.
@@ -134,6 +142,8 @@ void Stopped() {
   StopFirmware();
   StopSettings();
   StopAccounts();
+  StopActs();
+  StopHealth();
 }
 
 void TellClients(int level, const char* subject, const char* text) {

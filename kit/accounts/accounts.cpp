@@ -110,7 +110,7 @@ Accounts::Verdict Accounts::Judge(const std::string& name, const std::optional<U
   if (match == Match::kYes) return {0, true};
   kLog.Audit({.action = "password",
               .outcome = kKitAuditRefused,
-              .object = named.c_str(),
+              .object = user ? named.c_str() : "(no user)",
               .reason = "wrong password"},
              "wrong password for %s from %s", named.c_str(), address.c_str());
   if (delay > 0)

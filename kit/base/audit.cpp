@@ -7,8 +7,7 @@
 #include <cstdio>
 #include <string_view>
 
-#include "base/guarded.h"
-#include "base/log.h"
+#include "sdkapi/kit_log.h"
 
 namespace sdkkit {
 namespace {
@@ -107,8 +106,8 @@ void WriteLine(const SdkKitAuditEntry& entry) {
 }
 
 bool IsUsable(const SdkKitAuditEntry* entry) {
-  return IsKnown(entry) && entry->subject != nullptr && entry->action != nullptr &&
-         (entry->outcome == kKitAuditDone || entry->outcome == kKitAuditRefused);
+  return entry != nullptr && entry->size == sizeof *entry && entry->subject != nullptr &&
+         entry->action != nullptr && (entry->outcome == kKitAuditDone || entry->outcome == kKitAuditRefused);
 }
 
 }  // namespace

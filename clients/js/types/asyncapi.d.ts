@@ -110,6 +110,12 @@ export interface components {
             /** @constant */
             type: "restored";
         };
+        deviceAudit: {
+            /** @constant */
+            type: "audit";
+            /** @description The number of the newest act. */
+            newest: number;
+        };
         devicePong: {
             /** @constant */
             type: "pong";
@@ -229,6 +235,7 @@ export type DeviceMessage =
   | components["schemas"]["devicePreset"]
   | components["schemas"]["devicePresets"]
   | components["schemas"]["deviceRestored"]
+  | components["schemas"]["deviceAudit"]
   | components["schemas"]["devicePong"]
   | components["schemas"]["deviceOk"]
   | components["schemas"]["deviceError"];

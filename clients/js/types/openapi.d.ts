@@ -932,6 +932,66 @@ export interface paths {
         patch?: never;
         trace?: never;
     };
+    "/sim/health": {
+        parameters: {
+            query?: never;
+            header?: never;
+            path?: never;
+            cookie?: never;
+        };
+        /**
+         * Health
+         * @description Whether the device is well; the worst check is the verdict.
+         */
+        get: operations["getSimulatedHealth"];
+        put?: never;
+        post?: never;
+        delete?: never;
+        options?: never;
+        head?: never;
+        patch?: never;
+        trace?: never;
+    };
+    "/sim/history": {
+        parameters: {
+            query?: never;
+            header?: never;
+            path?: never;
+            cookie?: never;
+        };
+        /**
+         * The last hour
+         * @description What the device measured of itself, a point each ten seconds for an hour. A restart begins anew.
+         */
+        get: operations["getSimulatedHistory"];
+        put?: never;
+        post?: never;
+        delete?: never;
+        options?: never;
+        head?: never;
+        patch?: never;
+        trace?: never;
+    };
+    "/sim/audit": {
+        parameters: {
+            query?: never;
+            header?: never;
+            path?: never;
+            cookie?: never;
+        };
+        /**
+         * Who did what
+         * @description The newest 500 acts that were carried out and the newest 500 that were refused, oldest first. Administrators and operators see all, viewers their own. A restart begins anew.
+         */
+        get: operations["listSimulatedActs"];
+        put?: never;
+        post?: never;
+        delete?: never;
+        options?: never;
+        head?: never;
+        patch?: never;
+        trace?: never;
+    };
     "/metrics": {
         parameters: {
             query?: never;
@@ -1234,6 +1294,83 @@ export interface components {
             clients: number;
             online: number;
             temperature: number;
+        };
+        Health: {
+            verdict: components["schemas"]["HealthState"];
+            /** @description Seconds. */
+            uptime: number;
+            checks: {
+                /** @enum {unknown} */
+                subject: "temperature" | "storage" | "disk" | "certificate" | "load" | "refusals" | "restart";
+                state: components["schemas"]["HealthState"];
+                value: number;
+                /** @description From here on somebody should look. */
+                limit: number;
+                unit: string;
+            }[];
+        };
+        /** @enum {unknown} */
+        HealthState: "good" | "warning" | "critical";
+        History: {
+            /** @description Seconds between two points. */
+            step: number;
+            /** @description Points that are kept. */
+            most: number;
+            /** @description The number of the newest point. */
+            newest: number;
+            /** @description When the oldest point began to measure, as the column of the time. */
+            begins: number;
+            /** @description Of each column but the time; rates are over the real distance of two points. */
+            units: {
+                temperature: string;
+                clients: string;
+                connections: string;
+                requests: string;
+                received: string;
+                sent: string;
+                refused: string;
+                failed: string;
+            };
+            columns: {
+                /** @description Seconds since 1970, UTC. */
+                time: components["schemas"]["Column"];
+                temperature: components["schemas"]["Column"];
+                clients: components["schemas"]["Column"];
+                connections: components["schemas"]["Column"];
+                requests: components["schemas"]["Column"];
+                received: components["schemas"]["Column"];
+                sent: components["schemas"]["Column"];
+                refused: components["schemas"]["Column"];
+                failed: components["schemas"]["Column"];
+            };
+        };
+        Column: number[];
+        Acts: {
+            /** @description When the list begins in milliseconds since 1970, UTC. */
+            begins: number;
+            /** @description The number of the newest act of all users. */
+            newest: number;
+            acts: {
+                number: number;
+                /** @description Milliseconds since 1970, UTC. */
+                time: number;
+                /** @description False when it was refused or failed. */
+                done: boolean;
+                /** @description The part of the device. */
+                subject: string;
+                /** @description What was done, such as `log-in`. */
+                action: string;
+                /** @description Empty for nobody and for the device itself. */
+                user: string;
+                /** @description Empty for the device itself. */
+                address: string;
+                /** @description What it was done to. */
+                object: string;
+                /** @description What belongs to it. */
+                target: string;
+                /** @description Why it was refused. */
+                reason: string;
+            }[];
         };
         Me: {
             name: string;
@@ -2542,6 +2679,194 @@ export interface operations {
                      *     }
                      */
                     "application/json": components["schemas"]["Status"];
+                };
+            };
+            401: components["responses"]["OwnUnauthorised"];
+            405: components["responses"]["MethodNotAllowed"];
+        };
+    };
+    getSimulatedHealth: {
+        parameters: {
+            query?: never;
+            header?: never;
+            path?: never;
+            cookie?: never;
+        };
+        requestBody?: never;
+        responses: {
+            /** @description The answer. */
+            200: {
+                headers: {
+                    [name: string]: unknown;
+                };
+                content: {
+                    /**
+                     * @example {
+                     *       "verdict": "good",
+                     *       "uptime": 60,
+                     *       "checks": [
+                     *         {
+                     *           "subject": "temperature",
+                     *           "state": "good",
+                     *           "value": 41.5,
+                     *           "limit": 60,
+                     *           "unit": "°C"
+                     *         }
+                     *       ]
+                     *     }
+                     */
+                    "application/json": components["schemas"]["Health"];
+                };
+            };
+            401: components["responses"]["OwnUnauthorised"];
+            405: components["responses"]["MethodNotAllowed"];
+        };
+    };
+    getSimulatedHistory: {
+        parameters: {
+            query?: {
+                /**
+                 * @description The number of the newest point that the client has; only newer ones are told.
+                 * @example 0
+                 */
+                since?: string;
+            };
+            header?: never;
+            path?: never;
+            cookie?: never;
+        };
+        requestBody?: never;
+        responses: {
+            /** @description The answer. */
+            200: {
+                headers: {
+                    [name: string]: unknown;
+                };
+                content: {
+                    /**
+                     * @example {
+                     *       "step": 10,
+                     *       "most": 360,
+                     *       "newest": 1,
+                     *       "begins": 1795340586.5,
+                     *       "units": {
+                     *         "temperature": "°C",
+                     *         "clients": "clients",
+                     *         "connections": "connections",
+                     *         "requests": "requests/s",
+                     *         "received": "bytes/s",
+                     *         "sent": "bytes/s",
+                     *         "refused": "requests/s",
+                     *         "failed": "requests/s"
+                     *       },
+                     *       "columns": {
+                     *         "time": [
+                     *           1795340596.5
+                     *         ],
+                     *         "temperature": [
+                     *           41.5
+                     *         ],
+                     *         "clients": [
+                     *           1
+                     *         ],
+                     *         "connections": [
+                     *           3
+                     *         ],
+                     *         "requests": [
+                     *           2.5
+                     *         ],
+                     *         "received": [
+                     *           810.2
+                     *         ],
+                     *         "sent": [
+                     *           4020
+                     *         ],
+                     *         "refused": [
+                     *           0
+                     *         ],
+                     *         "failed": [
+                     *           0
+                     *         ]
+                     *       }
+                     *     }
+                     */
+                    "application/json": components["schemas"]["History"];
+                };
+            };
+            /** @description It is no number. */
+            400: {
+                headers: {
+                    [name: string]: unknown;
+                };
+                content: {
+                    /**
+                     * @example {
+                     *       "error": "bad number"
+                     *     }
+                     */
+                    "application/json": components["schemas"]["Error"];
+                };
+            };
+            401: components["responses"]["OwnUnauthorised"];
+            405: components["responses"]["MethodNotAllowed"];
+        };
+    };
+    listSimulatedActs: {
+        parameters: {
+            query?: {
+                /**
+                 * @description The number of the newest act that the client has; only newer ones are told.
+                 * @example 0
+                 */
+                since?: string;
+            };
+            header?: never;
+            path?: never;
+            cookie?: never;
+        };
+        requestBody?: never;
+        responses: {
+            /** @description The answer. */
+            200: {
+                headers: {
+                    [name: string]: unknown;
+                };
+                content: {
+                    /**
+                     * @example {
+                     *       "begins": 1795340590123,
+                     *       "newest": 2,
+                     *       "acts": [
+                     *         {
+                     *           "number": 2,
+                     *           "time": 1795340596404,
+                     *           "done": true,
+                     *           "subject": "device",
+                     *           "action": "set-unit-input",
+                     *           "user": "olga",
+                     *           "address": "192.0.2.7",
+                     *           "object": "RX01",
+                     *           "target": "TX02",
+                     *           "reason": ""
+                     *         }
+                     *       ]
+                     *     }
+                     */
+                    "application/json": components["schemas"]["Acts"];
+                };
+            };
+            /** @description It is no number. */
+            400: {
+                headers: {
+                    [name: string]: unknown;
+                };
+                content: {
+                    /**
+                     * @example {
+                     *       "error": "bad number"
+                     *     }
+                     */
+                    "application/json": components["schemas"]["Error"];
                 };
             };
             401: components["responses"]["OwnUnauthorised"];

@@ -26,7 +26,7 @@ std::string LogKey() {
 std::string KeyOf(const json& event) {
   const std::string type = event["type"];
   if (type == "log") return LogKey();
-  if (type == "status") return type;
+  if (type == "status" || type == "audit") return type;
   if (type == "unit" && !event.contains("was")) return "unit " + event["unit"]["name"].get<std::string>();
   if (type == "upgrade" && event["phase"] == "receiving") return type;
   if (type == "upload" && event["done"] == false) return "upload " + event["route"].get<std::string>();

@@ -9,6 +9,7 @@
 #include "model/reboot.h"
 #include "model/units.h"
 #include "model/users.h"
+#include "slots/acts.h"
 
 namespace sim {
 namespace {
@@ -66,7 +67,9 @@ const std::map<std::string, Command, std::less<>> kCommands = {
 std::string Run(const std::string& token, const std::string& type, const json& message) {
   const auto command = kCommands.find(type);
   if (command == kCommands.end()) return "unknown command";
-  return MayWrite(token) ? command->second(message) : "not authorised";
+  const std::string reason = MayWrite(token) ? command->second(message) : "not authorised";
+  NoteCommand(type, message, reason);
+  return reason;
 }
 
 json Answer(const std::string& token, const json& message) {

@@ -8,6 +8,7 @@
 
 #include "bus/events.h"
 #include "model/device.h"
+#include "model/history.h"
 #include "model/presets.h"
 #include "model/reboot.h"
 #include "model/units.h"
@@ -45,6 +46,7 @@ void TakeCommand(uint64_t client, const char* token, const char* text, size_t le
 void Tick() {
   Guarded([] {
     TickFirmware();
+    TickHistory();
     if (CountClients() > 0) Publish(StatusEvent());
     return 0;
   });

@@ -8,6 +8,7 @@
 #include <string_view>
 
 #include "model/presets.h"
+#include "slots/acts.h"
 #include "slots/replies.h"
 #include "slots/slot_guard.h"
 
@@ -23,12 +24,15 @@ int AnswerPreset(mg_connection* conn, const std::string& name) {
   return preset ? Answer(conn, 200, *preset) : AnswerError(conn, 404, "no such preset");
 }
 
-int AnswerChange(mg_connection* conn, const std::string& fault, const std::string& name) {
+// The name is that which it has afterwards.
+int AnswerChange(mg_connection* conn, const json& act, const std::string& fault, const std::string& name) {
+  NoteCommand(act["type"], act, fault);
   return fault.empty() ? AnswerPreset(conn, name) : AnswerError(conn, 400, fault.c_str());
 }
 
 int AnswerRecall(mg_connection* conn, const std::string& name) {
   const Recalled recalled = RecallPreset(name);
+  NoteCommand("preset-recall", {{"name", name}}, recalled.fault);
   json preset = FindPreset(name).value_or(json::object());
   preset["locked"] = recalled.locked;
   return recalled.fault.empty() ? Answer(conn, 200, preset) : AnswerError(conn, 400, recalled.fault.c_str());
@@ -36,6 +40,7 @@ int AnswerRecall(mg_connection* conn, const std::string& name) {
 
 int AnswerDelete(mg_connection* conn, const std::string& name) {
   const std::string fault = DeletePreset(name);
+  NoteCommand("preset-delete", {{"name", name}}, fault);
   return fault.empty() ? Answer(conn, 200, json::object()) : AnswerError(conn, 400, fault.c_str());
 }
 
@@ -46,12 +51,15 @@ int PostPreset(mg_connection* conn, const CustomReqInfo& request, const std::str
   const auto asks = [&](const char* action, std::size_t members) {
     return body.size() == members && body["action"] == action;
   };
-  if (asks("store", 1)) return AnswerChange(conn, StorePreset(name), name);
+  if (asks("store", 1))
+    return AnswerChange(conn, {{"type", "preset-store"}, {"name", name}}, StorePreset(name), name);
   if (!FindPreset(name)) return AnswerError(conn, 404, "no such preset");
   if (asks("recall", 1)) return AnswerRecall(conn, name);
   if (asks("delete", 1)) return AnswerDelete(conn, name);
   const json to = asks("rename", 2) ? body.value("to", json()) : json();
-  return to.is_string() ? AnswerChange(conn, RenamePreset(name, to), to) : AnswerError(conn, 400, "bad body");
+  if (!to.is_string()) return AnswerError(conn, 400, "bad body");
+  return AnswerChange(conn, {{"type", "preset-rename"}, {"name", name}, {"to", to}}, RenamePreset(name, to),
+                      to);
 }
 
 int DispatchPresets(mg_connection* conn, const CustomReqInfo& request) {

@@ -9,6 +9,7 @@
 
 #include "model/device.h"
 #include "model/units.h"
+#include "slots/acts.h"
 #include "slots/live.h"
 #include "slots/replies.h"
 #include "slots/slot_guard.h"
@@ -40,9 +41,11 @@ int AnswerUnit(mg_connection* conn, const std::string& name) {
 
 int PostUnit(mg_connection* conn, const CustomReqInfo& request, const std::string& name) {
   if (!FindUnit(name)) return AnswerError(conn, 404, "no such unit");
-  const auto change = ToUnitChange(BodyOf(request));
+  const json body = BodyOf(request);
+  const auto change = ToUnitChange(body);
   if (!change) return AnswerError(conn, 400, "bad body");
   const std::string reason = ChangeUnit(name, *change);
+  NoteUnitChange(name, body, reason);
   return reason.empty() ? AnswerUnit(conn, change->name.value_or(name))
                         : AnswerError(conn, 400, reason.c_str());
 }

@@ -8,6 +8,7 @@ namespace sim {
 // They are relative: the process works in the data folder, and the records of the library hold 255 characters
 // only.
 inline constexpr const char* kDatabasePath = "device.db";
+inline constexpr const char* kRunningMark = "running";          // there while the device runs
 inline constexpr const char* kFirmwareConfig = "build.config";  // the library reads it
 
 inline constexpr const char* kFirmwareDir = "firmware";

@@ -50,6 +50,7 @@ def drive(device, channel, document):
     channel.wait_for("upgrade", phase="done", version="1.1.0")
     device.exchange(request("get", "/dev_info", "nobody's token"))
     channel.wait_for("log")
+    channel.wait_for("audit")
     assert Reply(device.exchange(request("post", "/custom_restore", device.token()))).status == 200
     channel.wait_for("restored")
 
