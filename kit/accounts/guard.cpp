@@ -36,13 +36,15 @@ const char* FaultOf(const Accounts& accounts, const std::optional<Session>& user
   return accounts.Fault(user, right);
 }
 
-bool Judge(std::string_view token) {
+// method: nullptr for the request's own.
+bool Judge(std::string_view token, const char* method) {
   Accounts* const accounts = TheAccounts();
   if (accounts == nullptr) return false;
   const SdkAPIExtRequest request = CurrentRequest();
   const char* const route = request.route[0] != '\0' ? request.route : request.path;
   const auto user = accounts->Who(token);
-  const char* const fault = FaultOf(*accounts, user, request, route, request.method);
+  const char* const fault =
+      FaultOf(*accounts, user, request, route, method != nullptr ? method : request.method);
   NoteRequester(request, user ? user->name : "");
   if (fault == nullptr) return true;
   kLog.Audit({.action = "request",
@@ -55,20 +57,20 @@ bool Judge(std::string_view token) {
   return false;
 }
 
-template <auto kSlot>
+template <auto kMay, auto kSlot>
 struct Before;
 
 // Slots that take a token and tell by -2 that it is not enough.
-template <class... Rest, int (*SdkAPISerHandle::*kSlot)(const char*, Rest...)>
-struct Before<kSlot> {
+template <auto kMay, class... Rest, int (*SdkAPISerHandle::*kSlot)(const char*, Rest...)>
+struct Before<kMay, kSlot> {
   static int Call(const char* token, Rest... rest) {
-    return MayGoOn(token) ? (hostTable.*kSlot)(token, rest...) : kNotAuthorised;
+    return kMay(token) ? (hostTable.*kSlot)(token, rest...) : kNotAuthorised;
   }
 };
 
-template <auto... kSlots>
+template <auto kMay, auto... kSlots>
 void PutBefore(SdkAPISerHandle& table) {
-  ((table.*kSlots != nullptr ? void(table.*kSlots = Before<kSlots>::Call) : void()), ...);
+  ((table.*kSlots != nullptr ? void(table.*kSlots = Before<kMay, kSlots>::Call) : void()), ...);
 }
 
 int BeforeDeviceInfo(const char* token, DeviceInfo* info) {
@@ -127,11 +129,11 @@ int BeforeWebSocket(int event, const char* token, const char* data, int length) 
 void Guard(SdkAPISerHandle& table) {
   hostTable = table;
   using Table = SdkAPISerHandle;
-  PutBefore<&Table::ChangeUserInfoCb, &Table::ManageUserCb, &Table::CustomRestoreCb,
+  PutBefore<MayGoOn, &Table::ChangeUserInfoCb, &Table::ManageUserCb, &Table::CustomRestoreCb,
             &Table::DownloadLogFileCb, &Table::DownloadCustomCb, &Table::DownloadSceneFileCb,
             &Table::GetTxRxListCb, &Table::GetPrivJsonCb, &Table::SpecifyPrivCb, &Table::DeletePrivCb,
-            &Table::DownloadEdidFileCb, &Table::DownloadSettingFileCb, &Table::DownloadImageFileCb,
-            &Table::UploadImageFileCb, &Table::UploadTxtFileCb, &Table::UploadCertFileCb,
+            &Table::DownloadEdidFileCb, &Table::DownloadSettingFileCb, &Table::DownloadImageFileCb>(table);
+  PutBefore<MayUpload, &Table::UploadImageFileCb, &Table::UploadTxtFileCb, &Table::UploadCertFileCb,
             &Table::UploadZipFileCb, &Table::UpgradeCb>(table);
   if (table.DeviceInfoCb != nullptr) table.DeviceInfoCb = BeforeDeviceInfo;
   if (table.PreviewCb != nullptr) table.PreviewCb = BeforePreview;
@@ -152,7 +154,12 @@ SdkAPIExtRequest CurrentRequest() {
 
 bool MayGoOn(std::string_view token) {
   return Guarded(
-      kLog, [&] { return Judge(token); }, false);
+      kLog, [&] { return Judge(token, nullptr); }, false);
+}
+
+bool MayUpload(std::string_view token) {
+  return Guarded(
+      kLog, [&] { return Judge(token, "POST"); }, false);
 }
 
 }  // namespace sdkkit::accounts

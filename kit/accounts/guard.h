@@ -9,4 +9,7 @@ namespace sdkkit::accounts {
 // why.
 bool MayGoOn(std::string_view token);
 
+// The same for an upload: it changes something, so it needs what a POST needs, by whatever method it comes.
+bool MayUpload(std::string_view token);
+
 }  // namespace sdkkit::accounts

@@ -44,10 +44,15 @@ Routes<CustomUploadFunction> uploads;
 Routes<CustomDownloadFunction> downloads;
 
 // GetHttpToken writes up to 1024 characters and no NUL.
-bool MayGoOn(mg_connection* conn) {
+std::string TokenOf(mg_connection* conn) {
   std::array<char, 1025> token{};
   GetHttpToken(conn, token.data());
-  return accounts::MayGoOn(token.data());
+  return token.data();
+}
+
+bool May(bool (*may)(std::string_view token), mg_connection* conn) {
+  return Guarded(
+      kLog, [&] { return may(TokenOf(conn)); }, false);
 }
 
 int ServeGetPost(mg_connection* conn, CustomReqInfo* request) {
@@ -55,20 +60,20 @@ int ServeGetPost(mg_connection* conn, CustomReqInfo* request) {
   constexpr std::string_view kRefusal = R"({"error":"not authorised"})";
   const auto function = Guarded(
       kLog, [] { return getPosts.Current(); }, CustomGetPostFunction{});
-  if (function != nullptr && MayGoOn(conn)) return function(conn, request);
+  if (function != nullptr && May(MayGoOn, conn)) return function(conn, request);
   return SendReponseInfo(conn, 401, kJson, kRefusal.data(), static_cast<int>(kRefusal.size()));
 }
 
 int ServeUpload(mg_connection* conn, UploadCustomCtx* ctx) {
   const auto function = Guarded(
       kLog, [] { return uploads.Current(); }, CustomUploadFunction{});
-  return function != nullptr && MayGoOn(conn) ? function(conn, ctx) : kNotAuthorised;
+  return function != nullptr && May(MayUpload, conn) ? function(conn, ctx) : kNotAuthorised;
 }
 
 int ServeDownload(mg_connection* conn, CustomDownloadInfo* info) {
   const auto function = Guarded(
       kLog, [] { return downloads.Current(); }, CustomDownloadFunction{});
-  return function != nullptr && MayGoOn(conn) ? function(conn, info) : kNotAuthorised;
+  return function != nullptr && May(MayGoOn, conn) ? function(conn, info) : kNotAuthorised;
 }
 
 // The function is there before the first request can come.
