@@ -227,7 +227,8 @@ def rights_of_a_viewer(device):
     body, kind = form(b"content")
     for path in ("/upload/logo", "/upload/sub/upgrade", "/upload/sub/upgrade/anything", "/upload/sub/logo/anything", "/upload/setting",
                  "/api/v1/settings/import", "/api/v1/fw_upload", "/api/v1/security/https_setting", "/upload/security", "/sim/upload"):
-        assert Reply(device.exchange(request("post", path, eve, body, kind))).status == 401, path
+        for method in ("post", "get"):
+            assert Reply(device.exchange(request(method, path, eve, body, kind))).status == 401, f"{method} {path}"
     port = {"Port": "no number"}
     reply = Reply(device.exchange(request("post", "/api/v1/security/ieee802_1x_setting", eve, body, kind, port)))
     assert reply.status == 401, "the port was judged before the right"
@@ -251,7 +252,7 @@ def ending_others_sessions(device):
 
 def odd_session_requests(device):
     admin = log_in(device)
-    deep = b'{"end":' + b"[" * 100000
+    deep = b'{"end":' + b"[" * 60000
     for body in (b"", b"{", b"[]", b'{"end":-1}', b'{"end":1.5}', b'{"end":"1"}', b'{"end":99999999999999999999}', deep):
         reply = Reply(device.exchange(request("post", "/sim/sessions", admin, body, "application/json")))
         assert reply.status == 400, body[:40]

@@ -13,7 +13,6 @@
 #include "model/firmware_images.h"
 #include "model/reboot.h"
 #include "model/refusals.h"
-#include "model/users.h"
 #include "slots/slot_guard.h"
 #include "store/paths.h"
 
@@ -48,10 +47,6 @@ int Activate(const char* version) {
 }
 
 int RollBack() { return Answered(SelectImageBefore); }
-
-int MayUpgrade(const char* token) {
-  return Guarded([&] { return IsAdministrator(token) ? 0 : kNotAuthorised; });
-}
 
 // A firmware that was taken back is told when the reboot is over.
 void TellClients(const SdkKitFirmwareProgress* progress) {
@@ -91,7 +86,6 @@ bool Start() {
   options.version = version.c_str();
   options.state = kFirmwareTrial;
   options.mayDowngrade = 1;
-  options.may = MayUpgrade;
   options.open = OpenSlot;
   options.write = WriteSlot;
   options.close = CloseSlot;

@@ -123,10 +123,10 @@ std::vector<SdkKitArchiveFile> Files() {
   return files;
 }
 
-// Exports with password hashes and everything that replaces users are the administrators'.
+// The rows of rights cannot know which export is meant: those with password hashes are the administrators'.
 int May(const char* token, int act, const char* method) {
   return Guarded([&] {
-    const bool isForAll = act == kKitArchiveExport && std::string_view(method) == "units";
+    const bool isForAll = act != kKitArchiveExport || std::string_view(method) == "units";
     return isForAll || IsAdministrator(token) ? 0 : kNotAuthorised;
   });
 }

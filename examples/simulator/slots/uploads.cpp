@@ -1,4 +1,5 @@
-// The uploads that the device takes: their kinds, limits and content, and who may.
+// The uploads that the device takes: their kinds, limits and content. Who may was judged before, by the kit's
+// rows of rights.
 #include "slots/uploads.h"
 
 #include <charconv>
@@ -12,7 +13,6 @@
 
 #include "bus/events.h"
 #include "model/refusals.h"
-#include "model/users.h"
 #include "sdkapi/extension.h"
 #include "sdkapi/kit_archive.h"
 #include "sdkapi/kit_certificate.h"
@@ -35,14 +35,6 @@ int Refuse(char* why, size_t whySize, const char* reason) {
   return kRefused;
 }
 
-int MayUpload(const SdkKitUpload* upload, char*, size_t) {
-  return Guarded([&] { return MayWrite(upload->token) ? 0 : kNotAuthorised; });
-}
-
-int MayUploadSettings(const SdkKitUpload* upload, char*, size_t) {
-  return Guarded([&] { return IsAdministrator(upload->token) ? 0 : kNotAuthorised; });
-}
-
 // A port as the "Port" header gives it: 1 to 65535 in decimal digits.
 bool IsPortNumber(std::string_view text) {
   unsigned int port = 0;
@@ -50,11 +42,9 @@ bool IsPortNumber(std::string_view text) {
   return error == std::errc() && end == text.data() + text.size() && port >= 1 && port <= 65535;
 }
 
-// The right comes first: who has none learns nothing of the port. Said now, the client gets 406; after the
-// form it would be 500.
-int MayUploadForPort(const SdkKitUpload* upload, char* why, size_t whySize) {
-  const int may = MayUpload(upload, why, whySize);
-  if (may != 0 || upload->extra == nullptr || IsPortNumber(upload->extra)) return may;
+// Said before the file, the client gets 406; after the form it would be 500.
+int CheckPort(const SdkKitUpload* upload, char* why, size_t whySize) {
+  if (upload->extra == nullptr || IsPortNumber(upload->extra)) return 0;
   return Refuse(why, whySize, "the port is none");
 }
 
@@ -77,7 +67,6 @@ constexpr SdkKitUploadRow Row(int family, int funcId, uint64_t limit) {
   row.family = family;
   row.funcId = funcId;
   row.mostBytes = limit;
-  row.begin = MayUpload;
   return row;
 }
 
@@ -114,7 +103,6 @@ constexpr SdkKitUploadRow Logo() {
 constexpr SdkKitUploadRow Settings(int funcId, const char* route) {
   SdkKitUploadRow row = Row(kExtUploadArchive, funcId, kSettingsLimit);
   row.route = route;
-  row.begin = MayUploadSettings;
   row.accept = StoreSettings;
   return row;
 }
@@ -129,7 +117,7 @@ SdkKitUploadRow Certificate(int funcId) {
 SdkKitUploadRow PortCertificate() {
   SdkKitUploadRow row = Certificate(kCertificate8021x);
   row.check = SdkKitCertificate_Check;
-  row.begin = MayUploadForPort;
+  row.begin = CheckPort;
   row.accept = StorePortCertificate;
   return row;
 }

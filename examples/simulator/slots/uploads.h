@@ -1,4 +1,4 @@
-// The uploads that the device takes: their kinds, limits and content, and who may.
+// The uploads that the device takes: their kinds, limits and content.
 #pragma once
 
 #include "sdkapi/sdkapi.h"
