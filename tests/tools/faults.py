@@ -207,6 +207,7 @@ def protocol(request):
 
 UPLOADED = {"write": True}
 ROUGH = {"write": True, "rough": True}
+REFUSING = {"rough": True, "host": "minimal"}
 INFO, LOGIN, UNITS = at("/dev_info"), at("/api/v1/auth/login"), at("/getTxRxList")
 
 HEADS = [
@@ -411,6 +412,9 @@ BAD_INPUT = [
     Fault("no answer to a long method", "/download/setting: a method of 3000 bytes", lambda request: len(request.target) > 3000 and request.path == "/download/setting", answer=always(NOTHING), options=ROUGH),
     Fault("no answer to a long unit", "/preview: a unit's name", lambda request: len(request.path) > 3000 and request.path.startswith("/preview/"), answer=always(NOTHING), options=ROUGH),
     Fault("idle clients that hold it up", "an answer after 60 clients that say nothing", lambda request: False, options=ROUGH | {"limit": 20}),
+    # On a host that refuses a login beyond its room; the simulated device ends another one of the same user.
+    Fault("no answer to a login beyond the room", "/api/v1/auth/login: a login beyond the room", LOGIN, reply=only(500, lambda request, reply: NOTHING), options=REFUSING),
+    Fault("a logout that makes no room", "/api/v1/auth/login: a logout makes room", also("/logout", lambda request: len(request.proxy.issued) > 12), answer=always(composed(200, b"OK", b'{"code":"0"}')), options=REFUSING),
 ]
 
 

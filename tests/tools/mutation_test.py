@@ -1,13 +1,14 @@
 #!/usr/bin/python3
 """The check finds every deliberate fault, by the rule that is meant to find it, and nothing without one.
 
-usage: mutation_test.py SIMULATOR [NAME]
+usage: mutation_test.py SIMULATOR MINIMAL [NAME]
 """
 import concurrent.futures
 import pathlib
 import shutil
 import signal
 import ssl
+import subprocess
 import sys
 import tempfile
 import time
@@ -16,6 +17,7 @@ import warnings
 import faults
 from device import Device, shared
 from files import certificate
+from program import free_port, wait_for, wait_for_route
 from proxy import Fault, Proxy, server_context
 
 sys.path.insert(0, str(shared("tools")))
@@ -28,9 +30,20 @@ OWN = ("/sim/units", "upload:/sim/upload", "download:/sim/picture/logo")
 ENOUGH = 60
 
 
+class MinimalHost(Device):
+    """The minimal host, behind which stands the fixed room of the library."""
+
+    def __init__(self, program):
+        self.folder, self.port, self.tls = tempfile.TemporaryDirectory(), free_port(), False
+        self.process = subprocess.Popen([program, str(self.port)], cwd=self.folder.name, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL)
+        wait_for(self.port, self.process)
+        wait_for_route(self.port, "/hello", self.process)
+
+
 def options(fault):
     chosen = {key: value for key, value in fault.options.items() if key in ("write", "rough", "require")}
-    return Options(custom=OWN if chosen.get("write") else OWN[:1], preview_seconds=0.4, **chosen)
+    custom = () if "host" in fault.options else OWN if chosen.get("write") else OWN[:1]
+    return Options(custom=custom, preview_seconds=0.4, **chosen)
 
 
 def trusting():
@@ -39,21 +52,26 @@ def trusting():
     return context
 
 
-def findings(program, template, fault):
+def device_for(programs, template, fault):
+    simulator, minimal = programs
+    return MinimalHost(minimal) if fault.options.get("host") == "minimal" else Device(simulator, copy_of=template)
+
+
+def findings(programs, template, fault):
     """What the check says to a device with this fault."""
     tls = fault.options.get("tls")
     context = tls(pathlib.Path(tempfile.mkdtemp(dir=template.parent))) if tls else None
-    with Device(program, copy_of=template) as device, Proxy(device, fault, context, fault.options.get("limit")) as proxy:
+    with device_for(programs, template, fault) as device, Proxy(device, fault, context, fault.options.get("limit")) as proxy:
         endpoint = Endpoint(f"{'https' if tls else 'http'}://127.0.0.1:{proxy.port}", trusting() if tls else None, timeout=fault.options.get("timeout", 5.0))
         report = check(endpoint, options(fault))
     return [(f"{result.subject}: {result.rule}", result.detail) for result in report.failed()], len(report.results)
 
 
 def run(task):
-    program, template, fault_index = task
+    programs, template, fault_index = task
     fault = ALL[fault_index]
     begin = time.monotonic()
-    found, rules = findings(program, template, fault)
+    found, rules = findings(programs, template, fault)
     return fault_index, found, rules, time.monotonic() - begin
 
 
@@ -61,7 +79,7 @@ def sound(**options):
     return Fault("", "", lambda request: False, options=options)
 
 
-ALL = [*faults.ALL, sound(), sound(write=True, rough=True), sound(tls=faults.sound_tls)]
+ALL = [*faults.ALL, sound(), sound(write=True, rough=True), sound(tls=faults.sound_tls), sound(**faults.REFUSING)]
 
 
 def template_of(program, folder):
@@ -84,14 +102,14 @@ def faulty(index, found, rules):
 
 def main():
     signal.alarm(900)
-    program, wanted = sys.argv[1], sys.argv[2] if len(sys.argv) > 2 else ""
+    programs, wanted = sys.argv[1:3], sys.argv[3] if len(sys.argv) > 3 else ""
     names = [fault.name for fault in faults.ALL]
     assert len(set(names)) == len(names) >= ENOUGH, [name for name in names if names.count(name) > 1]
     chosen = [index for index, fault in enumerate(ALL) if wanted in fault.name]
     wrong = []
     with tempfile.TemporaryDirectory() as name, concurrent.futures.ProcessPoolExecutor(WORKERS) as pool:
-        template = template_of(program, pathlib.Path(name))
-        for index, found, rules, seconds in pool.map(run, [(program, template, index) for index in chosen]):
+        template = template_of(programs[0], pathlib.Path(name))
+        for index, found, rules, seconds in pool.map(run, [(programs, template, index) for index in chosen]):
             text = faulty(index, found, rules)
             if wanted or text or seconds > 8:
                 print(f"{ALL[index].name or 'sound'}: {text or 'found'} in {seconds:.1f} s" + "".join(f"\n    {rule}: {detail[:160]}" for rule, detail in found), flush=True)
