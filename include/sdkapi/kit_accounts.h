@@ -205,6 +205,13 @@ SDKAPI_EXPORT int SdkKitAccounts_Delete(const char* name);
  * @return an SdkKitUserCode; -1 for a failure. */
 SDKAPI_EXPORT int SdkKitAccounts_SetRole(const char* name, int role);
 
+/** Gives a user a new first password, as for somebody who has forgotten the own one: it has to be changed,
+ * and the logins end.
+ * @param name the name.
+ * @param password the first password.
+ * @return an SdkKitUserCode; -1 for a failure. */
+SDKAPI_EXPORT int SdkKitAccounts_SetPassword(const char* name, const char* password);
+
 /** Tells the logins that a token's user may see: the own ones, as an administrator all; the oldest first.
  * @param token a request's token; NULL: all, for the host itself.
  * @param sessions room for *count records, whose first has its size set; may be NULL if *count is 0.

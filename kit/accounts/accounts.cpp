@@ -238,6 +238,22 @@ SdkKitUserCode Accounts::SetRole(const std::string& name, int role) {
   return kKitUserDone;
 }
 
+SdkKitUserCode Accounts::SetPassword(const std::string& name, const std::string& password) {
+  if (!users_.Find(name)) return kKitUserUnknown;
+  if (!IsStrongPassword(password)) return kKitUserWeakPassword;
+  const auto hash = HashPassword(password);
+  if (!hash) return kKitUserLocked;
+  Transaction transaction(*database_);
+  auto user = users_.Find(name);
+  if (!user) return kKitUserUnknown;
+  user->hash = *hash;
+  user->firstLogin = 1;
+  users_.Replace(name, *user);
+  transaction.Commit();
+  sessions_.EndIf([&](const Session& session) { return session.name == name; }, "password changed");
+  return kKitUserDone;
+}
+
 void Accounts::ReplaceAll(const std::vector<User>& users) {
   Transaction transaction(*database_);
   const std::vector<User> before = users_.List();

@@ -60,6 +60,7 @@ class Accounts {
   SdkKitUserCode Create(const std::string& name, const std::string& password, int role);
   SdkKitUserCode Delete(const std::string& name);
   SdkKitUserCode SetRole(const std::string& name, int role);
+  SdkKitUserCode SetPassword(const std::string& name, const std::string& password);
   // Replaces all users; logins of those who are as before go on.
   void ReplaceAll(const std::vector<User>& users);
   // The first administrator as the only user.

@@ -242,6 +242,12 @@ int SdkKitAccounts_SetRole(const char* name, int role) {
   return WithAccounts([&](Accounts& accounts) { return accounts.SetRole(name, role); });
 }
 
+int SdkKitAccounts_SetPassword(const char* name, const char* password) {
+  using namespace sdkkit::accounts;
+  if (name == nullptr || password == nullptr) return -1;
+  return WithAccounts([&](Accounts& accounts) { return accounts.SetPassword(name, password); });
+}
+
 int SdkKitAccounts_Sessions(const char* token, SdkKitSession* sessions, size_t* count) {
   using namespace sdkkit::accounts;
   return WithAccounts([&](Accounts& accounts) {

@@ -379,6 +379,21 @@ TEST_P(AccountsTest, AnotherRoleNeedsAnotherLogin) {
   EXPECT_EQ(SdkKitAccounts_SetRole("admin", 2), 0);
 }
 
+TEST_P(AccountsTest, AForgottenPasswordBecomesAFirstOne) {
+  StartDevice();
+  MakeUser("kim", 2);
+  const std::string kim = LogInAs("kim");
+  EXPECT_EQ(SdkKitAccounts_SetPassword("nobody", kPassword), 4);
+  EXPECT_EQ(SdkKitAccounts_SetPassword("kim", "weak"), 2);
+  EXPECT_EQ(SdkKitAccounts_SetPassword(nullptr, kPassword), -1);
+  EXPECT_EQ(SdkKitAccounts_SetPassword("kim", nullptr), -1);
+  EXPECT_EQ(StatusOf(kim), 200);
+  EXPECT_EQ(SdkKitAccounts_SetPassword("kim", "Another-Horse-9"), 0);
+  EXPECT_EQ(StatusOf(kim), 401);
+  ExpectReply(TryLogin("kim", kPassword), 200, R"({"code":1})");
+  EXPECT_EQ(StatusOf(LogInAs("kim", "Another-Horse-9")), 401) << "it has to be changed first";
+}
+
 TEST_P(AccountsTest, AFloodOfLoginsPushesOutItsOwnOnly) {
   StartDevice();
   MakeUser("eve", 3);
