@@ -20,6 +20,7 @@
 #include "slots/account_routes.h"
 #include "slots/accounts.h"
 #include "slots/acts.h"
+#include "slots/certificate_routes.h"
 #include "slots/certificates.h"
 #include "slots/file_routes.h"
 #include "slots/firmware.h"
@@ -90,6 +91,7 @@ void StartRoutes() {
   RegisterFileRoutes();
   RegisterAccountRoutes();
   RegisterRefusalRoutes();
+  RegisterCertificateRoutes();
   RegisterMetrics();
   RegisterHealthRoutes();
 }

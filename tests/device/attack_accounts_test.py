@@ -236,6 +236,32 @@ def rights_of_a_viewer(device):
     assert "refused POST /createuser$ to eve from 127.0.0.1: the role has no right to it" in log_text(device)
 
 
+def changes_of_others(device):
+    """Role and first password: administrators alone, the last of whom stays one; the user's logins end."""
+    admin = log_in(device)
+    add_user(device, admin, "eve", 3)
+    eve = log_in(device, "eve")
+    for members in ({"role": 1}, {"password": GOOD}):
+        assert ask(device, "post", "/sim/users/eve", eve, members).status == 401
+        assert ask(device, "post", "/sim/users/admin", eve, members).status == 401
+    for role in (0, -1, 4, 31, 4294967297, 2**64 - 1):
+        assert code(device, "/sim/users/eve", admin, role=role) == 7, role
+    assert code(device, "/sim/users/admin", admin, role=2) == 5
+    assert code(device, "/sim/users/nobody", admin, role=2) == 4
+    assert code(device, "/sim/users/nobody", admin, password=OTHER) == 4
+    assert code(device, "/sim/users/eve", admin, password="weak") == 2
+    for members in ({}, [], {"role": "1"}, {"role": 1.5}, {"password": 1}, {"role": 2, "password": OTHER}):
+        assert ask(device, "post", "/sim/users/eve", admin, members).status == 400, members
+    assert ask(device, "get", "/sim/users/eve", admin).status == 405
+    assert (status(device, "/sim/units", eve), status(device, "/sim/units", admin)) == (200, 200)
+    assert code(device, "/sim/users/eve", admin, role=2) == 0
+    assert status(device, "/sim/units", eve) == 401
+    assert code(device, "/sim/users/eve", admin, password=OTHER) == 0
+    assert try_login(device, "eve", GOOD)["code"] == 1
+    assert try_login(device, "eve", OTHER)["firstlogin"] == 1
+    assert OTHER not in log_text(device)
+
+
 def ending_others_sessions(device):
     admin = log_in(device)
     add_user(device, admin, "eve", 3)
@@ -320,7 +346,7 @@ def names_and_passwords_of_any_kind(device):
 ATTACKS = {
     many_viewer_logins: (), logins_without_log_out: (), all_places_taken: (), deleted_user_goes_on: (), restored_users_go_on: (),
     old_token_after_password_change: (), parallel_guesses: (), locking_the_administrator_out: (), old_password_guesses: (),
-    guessed_names: (), log_forging: (), secrets_in_the_log: (), rights_of_a_viewer: (), ending_others_sessions: (),
+    guessed_names: (), log_forging: (), secrets_in_the_log: (), rights_of_a_viewer: (), changes_of_others: (), ending_others_sessions: (),
     odd_session_requests: (), hidden_idle_login: ("--idle-timeout", "1"), first_password: None, foreign_pages: ("--no-auth",),
     names_and_passwords_of_any_kind: (),
 }

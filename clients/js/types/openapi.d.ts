@@ -1073,6 +1073,47 @@ export interface paths {
         patch?: never;
         trace?: never;
     };
+    "/sim/users/{name}": {
+        parameters: {
+            query?: never;
+            header?: never;
+            path?: never;
+            cookie?: never;
+        };
+        get?: never;
+        put?: never;
+        /**
+         * Give a user another role, or a new first password
+         * @description Administrators only; one of the two members. The user's logins end. Other methods are answered 405.
+         */
+        post: operations["changeSimulatedUser"];
+        delete?: never;
+        options?: never;
+        head?: never;
+        patch?: never;
+        trace?: never;
+    };
+    "/sim/certificates": {
+        parameters: {
+            query?: never;
+            header?: never;
+            path?: never;
+            cookie?: never;
+        };
+        /** Tell the certificates */
+        get: operations["tellCertificates"];
+        put?: never;
+        /**
+         * Make a certificate or a signing request, or take back what waits
+         * @description Administrators only. Other methods are answered 405.
+         */
+        post: operations["changeCertificates"];
+        delete?: never;
+        options?: never;
+        head?: never;
+        patch?: never;
+        trace?: never;
+    };
     "/sim/files": {
         parameters: {
             query?: never;
@@ -1401,6 +1442,56 @@ export interface components {
                 own: boolean;
             }[];
         };
+        /** @description One of the two. */
+        SimulatedUserChange: {
+            role?: number;
+            /** @description A new first password, which the user has to change. */
+            password?: string;
+        };
+        CertificateAction: {
+            /** @enum {unknown} */
+            action: "make" | "request" | "discard";
+            /** @description 1 to 64 characters. */
+            commonName?: string;
+            /** @description Host names and addresses. */
+            names?: string[];
+            days?: number;
+        };
+        Certificates: {
+            inUse: components["schemas"]["Certificate"];
+            waiting: components["schemas"]["Certificate"];
+            ieee8021x: components["schemas"]["Certificate"];
+            /**
+             * @description What the last start did.
+             * @enum {unknown}
+             */
+            choice: "kept" | "new" | "previous" | "made" | "none";
+            /** @description What could not be used at the last start. */
+            why: string;
+        };
+        Certificate: null | {
+            subject: string;
+            issuer: string;
+            names: string[];
+            /** @description Seconds since 1970. */
+            notBefore: number;
+            /** @description Seconds since 1970. */
+            notAfter: number;
+            /**
+             * @description soon: 30 days at most are left.
+             * @enum {unknown}
+             */
+            state: "early" | "valid" | "soon" | "expired";
+            /** @description SHA-256. */
+            fingerprint: string;
+            key: string;
+            keyBits: number;
+            selfSigned: boolean;
+            /** @description Certificates behind it. */
+            chain: number;
+            /** @description Of 802.1X, when one was given. */
+            port?: number;
+        };
         SimulatedUsers: {
             users: {
                 name: string;
@@ -1486,6 +1577,53 @@ export interface components {
                  *     Not found
                  */
                 "text/plain": string;
+            };
+        };
+        /** @description The body is no such object, or a value is refused. */
+        BadBody: {
+            headers: {
+                [name: string]: unknown;
+            };
+            content: {
+                /**
+                 * @example {
+                 *       "error": "bad body"
+                 *     }
+                 */
+                "application/json": components["schemas"]["Error"];
+            };
+        };
+        /** @description The answer. */
+        Certificates: {
+            headers: {
+                [name: string]: unknown;
+            };
+            content: {
+                /**
+                 * @example {
+                 *       "inUse": {
+                 *         "subject": "CN=SIM-8X8",
+                 *         "issuer": "CN=SIM-8X8",
+                 *         "names": [
+                 *           "localhost",
+                 *           "127.0.0.1"
+                 *         ],
+                 *         "notBefore": 0,
+                 *         "notAfter": 2080000000,
+                 *         "state": "valid",
+                 *         "fingerprint": "4B:1D:0A:5C:77:9E:F0:21:36:88:AB:CD:EF:01:23:45:67:89:AB:CD:EF:01:23:45:67:89:AB:CD:EF:01:23:45",
+                 *         "key": "RSA",
+                 *         "keyBits": 2048,
+                 *         "selfSigned": true,
+                 *         "chain": 0
+                 *       },
+                 *       "waiting": null,
+                 *       "ieee8021x": null,
+                 *       "choice": "kept",
+                 *       "why": ""
+                 *     }
+                 */
+                "application/json": components["schemas"]["Certificates"];
             };
         };
         /** @description Another method than the described one. */
@@ -3061,6 +3199,101 @@ export interface operations {
             };
             401: components["responses"]["OwnUnauthorised"];
             405: components["responses"]["MethodNotAllowed"];
+        };
+    };
+    changeSimulatedUser: {
+        parameters: {
+            query?: never;
+            header?: never;
+            path: {
+                /**
+                 * @description Name of the user.
+                 * @example admin
+                 */
+                name: string;
+            };
+            cookie?: never;
+        };
+        requestBody: {
+            content: {
+                /**
+                 * @example {
+                 *       "role": 2
+                 *     }
+                 */
+                "application/json": components["schemas"]["SimulatedUserChange"];
+            };
+        };
+        responses: {
+            /** @description The answer. */
+            200: {
+                headers: {
+                    [name: string]: unknown;
+                };
+                content: {
+                    /**
+                     * @example {
+                     *       "code": 0
+                     *     }
+                     */
+                    "application/json": components["schemas"]["CodeReply"];
+                };
+            };
+            400: components["responses"]["BadBody"];
+            401: components["responses"]["OwnUnauthorised"];
+        };
+    };
+    tellCertificates: {
+        parameters: {
+            query?: never;
+            header?: never;
+            path?: never;
+            cookie?: never;
+        };
+        requestBody?: never;
+        responses: {
+            200: components["responses"]["Certificates"];
+            401: components["responses"]["OwnUnauthorised"];
+        };
+    };
+    changeCertificates: {
+        parameters: {
+            query?: never;
+            header?: never;
+            path?: never;
+            cookie?: never;
+        };
+        requestBody: {
+            content: {
+                /**
+                 * @example {
+                 *       "action": "make",
+                 *       "commonName": "device",
+                 *       "names": [
+                 *         "device.example",
+                 *         "192.0.2.7"
+                 *       ],
+                 *       "days": 365
+                 *     }
+                 */
+                "application/json": components["schemas"]["CertificateAction"];
+            };
+        };
+        responses: {
+            /** @description The certificates; of `request` the signing request. */
+            200: {
+                headers: {
+                    [name: string]: unknown;
+                };
+                content: {
+                    "application/json": components["schemas"]["Certificates"] | {
+                        /** @description PEM. */
+                        request: string;
+                    };
+                };
+            };
+            400: components["responses"]["BadBody"];
+            401: components["responses"]["OwnUnauthorised"];
         };
     };
     listSimulatedFiles: {

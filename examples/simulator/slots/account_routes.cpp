@@ -4,9 +4,12 @@
 #include <sdkapi/kit_accounts.h>
 
 #include <algorithm>
+#include <string>
+#include <string_view>
 #include <vector>
 
 #include "model/users.h"
+#include "slots/acts.h"
 #include "slots/replies.h"
 #include "slots/slot_guard.h"
 
@@ -16,6 +19,9 @@ namespace {
 using nlohmann::json;
 
 constexpr std::size_t kMostSessions = 20;
+// What the kit knows; larger numbers would be cut to an int.
+constexpr int kLeastRole = 1;
+constexpr int kMostRole = 30;
 
 json MeBody(const std::string& token) {
   SdkKitUser user{};
@@ -80,12 +86,51 @@ int ServeUsers(mg_connection* conn, CustomReqInfo* request) {
   });
 }
 
+// The code is that of the built-in routes about users.
+int AnswerCode(mg_connection* conn, int code) {
+  return code < 0 ? AnswerError(conn, 500, "not stored") : Answer(conn, 200, {{"code", code}});
+}
+
+std::string ReasonOf(int code) { return code == kKitUserDone ? "" : "code " + std::to_string(code); }
+
+int ChangeRole(mg_connection* conn, const std::string& name, const json& role) {
+  const bool isRole = role >= kLeastRole && role <= kMostRole;
+  const int code = isRole ? SdkKitAccounts_SetRole(name.c_str(), role) : kKitUserBadRole;
+  NoteAct("set-user-role", name, role.dump(), ReasonOf(code));
+  return AnswerCode(conn, code);
+}
+
+int ChangePassword(mg_connection* conn, const std::string& name, const std::string& password) {
+  const int code = SdkKitAccounts_SetPassword(name.c_str(), password.c_str());
+  NoteAct("set-user-password", name, "", ReasonOf(code));
+  return AnswerCode(conn, code);
+}
+
+int ChangeUser(mg_connection* conn, const CustomReqInfo& request, const std::string& name) {
+  const json body = BodyOf(request);
+  if (!body.is_object() || body.size() != 1) return AnswerError(conn, 400, "bad body");
+  if (body.value("role", json()).is_number_integer()) return ChangeRole(conn, name, body["role"]);
+  if (body.value("password", json()).is_string()) return ChangePassword(conn, name, body["password"]);
+  return AnswerError(conn, 400, "bad body");
+}
+
+int ServeUser(mg_connection* conn, CustomReqInfo* request) {
+  return Guarded([&] {
+    constexpr std::string_view kPrefix = "/sim/users/";
+    const std::string_view url = GetHttpUrl(conn);
+    if (request->method != kPost) return AnswerError(conn, 405, "method not allowed");
+    if (!url.starts_with(kPrefix)) return AnswerError(conn, 404, "no such route");
+    return ChangeUser(conn, *request, std::string(url.substr(kPrefix.size())));
+  });
+}
+
 }  // namespace
 
 void RegisterAccountRoutes() {
   SdkKitAccounts_Get_Post_Add("/sim/me$", ServeMe);
   SdkKitAccounts_Get_Post_Add("/sim/sessions$", ServeSessions);
   SdkKitAccounts_Get_Post_Add("/sim/users$", ServeUsers);
+  SdkKitAccounts_Get_Post_Add("/sim/users/", ServeUser);
 }
 
 }  // namespace sim

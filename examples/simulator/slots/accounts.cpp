@@ -13,17 +13,15 @@ namespace {
 
 constexpr uint32_t kWriters = kKitRole1 | kKitRole2;
 
-// What differs from the kit's own rows: exports without users are for everybody, certificates for operators,
-// and what others did is nothing for viewers.
+// What differs from the kit's own rows: exports without users are for everybody, and what others did is
+// nothing for viewers.
 constexpr std::array kRights{
     SdkKitRight{"/download/setting", nullptr, kKitEveryUser, 0},
     SdkKitRight{"/api/v1/settings/export", nullptr, kKitEveryUser, 0},
-    SdkKitRight{"/api/v1/security/*", nullptr, kWriters, 0},
-    SdkKitRight{"/upload/security", nullptr, kWriters, 0},
-    SdkKitRight{"/upload/sub/security", nullptr, kWriters, 0},
     SdkKitRight{"/log", nullptr, kWriters, 0},
     SdkKitRight{"/api/v1/log", nullptr, kWriters, 0},
-    SdkKitRight{"/sim/users", nullptr, kKitRole1, 0},
+    SdkKitRight{"/sim/certificates", "POST", kKitRole1, 0},
+    SdkKitRight{"/sim/users*", nullptr, kKitRole1, 0},
     SdkKitRight{"/sim/sessions", nullptr, kKitEveryUser, 0},
     SdkKitRight{"/sim/me", nullptr, kKitEveryUser, kKitBeforeChange},
 };

@@ -27,20 +27,6 @@ void Take(const SdkKitAuditEntry* entry) {
   });
 }
 
-// The request that this thread serves says who acts.
-void Note(const std::string& action, const std::string& object, const std::string& target,
-          const std::string& reason) {
-  SdkKitAuditEntry entry{};
-  entry.size = sizeof entry;
-  entry.outcome = reason.empty() ? kKitAuditDone : kKitAuditRefused;
-  entry.subject = "device";
-  entry.action = action.c_str();
-  entry.object = object.c_str();
-  entry.target = target.c_str();
-  entry.reason = reason.c_str();
-  SdkKitAudit_Write(&entry);
-}
-
 std::string TextOf(const json& object, const std::string& member) {
   const json value = object.value(member, json());
   if (value.is_string()) return value;
@@ -56,19 +42,34 @@ void StartActs() {
 
 void StopActs() { SdkKitAudit_Set(nullptr); }
 
+void NoteAct(const std::string& action, const std::string& object, const std::string& target,
+             const std::string& reason) {
+  SdkKitAuditEntry entry{};
+  entry.size = sizeof entry;
+  entry.outcome = reason.empty() ? kKitAuditDone : kKitAuditRefused;
+  entry.subject = "device";
+  entry.action = action.c_str();
+  entry.object = object.c_str();
+  entry.target = target.c_str();
+  entry.reason = reason.c_str();
+  SdkKitAudit_Write(&entry);
+}
+
 void NoteCommand(const std::string& type, const json& message, const std::string& reason) {
   if (type == "set-routes" && reason.empty()) {
     for (const auto& [receiver, transmitter] : message["routes"].items())
-      Note("set-unit-input", receiver, transmitter, reason);
+      NoteAct("set-unit-input", receiver, transmitter, reason);
     return;
   }
-  if (!type.starts_with(kSetUnit)) return Note(type, TextOf(message, "name"), TextOf(message, "to"), reason);
-  Note(type, TextOf(message, "unit"), TextOf(message, type.substr(kSetUnit.size())), reason);
+  if (!type.starts_with(kSetUnit))
+    return NoteAct(type, TextOf(message, "name"), TextOf(message, "to"), reason);
+  NoteAct(type, TextOf(message, "unit"), TextOf(message, type.substr(kSetUnit.size())), reason);
 }
 
 void NoteUnitChange(const std::string& unit, const json& change, const std::string& reason) {
   for (const char* const member : {"name", "online", "input", "locked"}) {
-    if (change.contains(member)) Note(std::string(kSetUnit) + member, unit, TextOf(change, member), reason);
+    if (change.contains(member))
+      NoteAct(std::string(kSetUnit) + member, unit, TextOf(change, member), reason);
   }
 }
 

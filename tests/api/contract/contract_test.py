@@ -183,6 +183,8 @@ OTHER_REQUESTS = {
     "listSimulatedPresets": lambda: [("/sim/presets", (b"{}", "application/json"))],
     "listRefusals": lambda: [("/sim/refusals", (b"{}", "application/json"))],
     "listSimulatedUsers": lambda: [("/sim/users", (b"{}", "application/json"))],
+    "changeCertificates": lambda: [("/sim/certificates", (json.dumps(body).encode(), "application/json")) for body in (
+        {"action": "discard"}, {"action": "discard"}, {"action": "request"}, {"action": "make"}, {"action": "request", "names": ["a"]})],
     "listSimulatedFiles": lambda: [("/sim/files", (b"{}", "application/json"))],
 }
 
