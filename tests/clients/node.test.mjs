@@ -242,6 +242,7 @@ test('the state follows the messages and leaves the old one alone', () => {
     [{ type: 'status', uptime: 2 }, { status: { type: 'status', uptime: 2 } }],
     [{ type: 'unit', unit: { name: 'Stage' }, was: 'TX01' }, { units: [{ name: 'Stage' }] }],
     [{ type: 'unit', unit: { name: 'TX02' } }, { units: [unit, { name: 'TX02' }] }],
+    [{ type: 'units', units: [{ name: 'OUT1' }] }, { units: [{ name: 'OUT1' }] }],
     [upgrade('receiving'), { upgrade: { phase: 'receiving', percent: 5, version: '2' } }],
     [upgrade('failed'), { upgrade: null }],
     [upgrade('done'), { upgrade: null, version: '2' }],

@@ -61,6 +61,14 @@ def check_fixed_list(device):
     assert listed == [{name: value for name, value in unit.items() if name != "locked"} for unit in units(device).values()]
 
 
+def check_rename(device, channel):
+    """The receivers that show a transmitter have its new name."""
+    assert call(device, "/sim/units/TX04", name="Stage")[0] == 200
+    channel.wait_for("unit", unit=units(device)["RX04"])
+    assert units(device)["RX04"]["input"] == "Stage"
+    assert call(device, "/sim/units/Stage", name="TX04")[0] == 200
+
+
 def check_routes(device, channel):
     before = inputs(device)
     refused = [({"RX01": "TX03", "RX02": "TX03"}, "RX02: the receiver is locked"), ({"RX01": "TX03", "RX09": ""}, "RX09: no such receiver"),
@@ -128,6 +136,7 @@ def check_settings(device, channel):
     assert send(device, entries) == 200
     assert units(device) == before
     later.wait_for("presets", id=None, presets=presets)
+    later.wait_for("units", units=list(before.values()))
 
     older = [{name: value for name, value in unit.items() if name != "locked"} for unit in json.loads(entries["units.json"])]
     assert send(device, {**entries, "units.json": json.dumps(older)}) == 200
@@ -165,6 +174,7 @@ def main():
         channel.wait_for("hello", presets=[])
         check_locks(device, channel)
         check_fixed_list(device)
+        check_rename(device, channel)
         check_routes(device, channel)
         check_presets(device, channel)
         check_settings(device, channel)

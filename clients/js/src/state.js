@@ -22,6 +22,8 @@ export function applyMessage(state, message) {
   switch (message.type) {
     case 'status':
       return { ...state, status: message };
+    case 'units':
+      return { ...state, units: message.units };
     case 'unit':
       return { ...state, units: withUnit(state.units, message) };
     case 'upgrade':

@@ -68,6 +68,11 @@ export interface components {
             unit: components["schemas"]["Unit"];
             was?: string;
         };
+        deviceUnits: {
+            /** @constant */
+            type: "units";
+            units: components["schemas"]["Unit"][];
+        };
         deviceUpload: {
             /** @constant */
             type: "upload";
@@ -229,6 +234,7 @@ export type DeviceMessage =
   | components["schemas"]["deviceHello"]
   | components["schemas"]["deviceStatus"]
   | components["schemas"]["deviceUnit"]
+  | components["schemas"]["deviceUnits"]
   | components["schemas"]["deviceUpload"]
   | components["schemas"]["deviceUpgrade"]
   | components["schemas"]["deviceLog"]

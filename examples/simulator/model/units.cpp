@@ -113,6 +113,13 @@ void PublishUnit(const Unit& unit, const std::string& was) {
   Publish(event);
 }
 
+// A receiver's input has its transmitter's new name.
+void PublishOutputsOf(const std::string& transmitter) {
+  for (const Unit& unit : ListUnits()) {
+    if (unit.input == transmitter) PublishUnit(unit, unit.name);
+  }
+}
+
 Unit FromJson(const json& unit) {
   return {unit["name"], unit["type"], unit["online"], unit["ip"],
           unit["mac"],  unit["edid"], unit["input"],  unit.value("locked", false)};
@@ -178,6 +185,7 @@ std::string ChangeUnit(const std::string& name, const UnitChange& change) {
   if (const std::string reason = Check(*unit, change); !reason.empty()) return reason;
   Write(*unit, change);
   if (const auto changed = FindUnit(change.name.value_or(name))) PublishUnit(*changed, name);
+  if (change.name) PublishOutputsOf(*change.name);
   return "";
 }
 
@@ -228,5 +236,7 @@ bool StoreUnits(const json& units) {
 void PublishUnits() {
   for (const Unit& unit : ListUnits()) PublishUnit(unit, unit.name);
 }
+
+void PublishUnitList() { Publish({{"type", "units"}, {"units", ExportUnits()}}); }
 
 }  // namespace sim

@@ -58,5 +58,7 @@ bool StoreUnits(const nlohmann::json& units);
 
 // Tells all clients about every unit, after an import.
 void PublishUnits();
+// The whole list, for clients that have to forget units.
+void PublishUnitList();
 
 }  // namespace sim

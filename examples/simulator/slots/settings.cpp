@@ -135,6 +135,7 @@ void Done(int act) {
   Guarded([&] {
     if (act != kKitArchiveRestore) {
       PublishUnits();
+      PublishUnitList();
       PublishPresets();
     }
     return 0;
