@@ -41,6 +41,35 @@ function chunk(type, data) {
   return Buffer.concat([length, body, check]);
 }
 
+/** A zip archive of names and texts, not compressed. */
+export function zip(entries) {
+  const parts = [];
+  const directory = [];
+  let place = 0;
+  for (const [name, text] of Object.entries(entries)) {
+    const data = Buffer.from(text);
+    // Version 2.0, no flags, stored, 1980-01-01, checksum, both sizes, length of the name, no extra field.
+    const about = Buffer.from('14000000000000002100' + '00'.repeat(16), 'hex');
+    about.writeUInt32LE(crc32(data), 10);
+    about.writeUInt32LE(data.length, 14);
+    about.writeUInt32LE(data.length, 18);
+    about.writeUInt16LE(name.length, 22);
+    const tail = Buffer.alloc(14);
+    tail.writeUInt32LE(place, 10);
+    const local = Buffer.concat([Buffer.from('PK\x03\x04'), about, Buffer.from(name), data]);
+    directory.push(Buffer.from('PK\x01\x02'), Buffer.from([0x14, 0]), about, tail, Buffer.from(name));
+    parts.push(local);
+    place += local.length;
+  }
+  const list = Buffer.concat(directory);
+  const end = Buffer.alloc(18);
+  end.writeUInt16LE(parts.length, 4);
+  end.writeUInt16LE(parts.length, 6);
+  end.writeUInt32LE(list.length, 8);
+  end.writeUInt32LE(place, 12);
+  return Buffer.concat([...parts, list, Buffer.from('PK\x05\x06'), end]);
+}
+
 /** A picture with a gradient between two colours and a bright diagonal band. */
 export function png(name, from, to, width = 320, height = 180) {
   const rows = [];

@@ -1,4 +1,4 @@
-/* All transmitters and receivers with their pictures, names, inputs and states. */
+/* All transmitters and receivers: their pictures, names, states and addresses. The matrix routes them. */
 import { badge, deny, field, fill, form, h, notice } from '../dom.js';
 import { edidWords } from '../edid.js';
 import { pictureOf } from '../live.js';
@@ -6,7 +6,6 @@ import { whyNot } from '../me.js';
 import { units as texts } from '../texts.js';
 
 export const page = { title: texts.title, intro: texts.intro };
-const GROUPS = { all: 'All', tx: 'Transmitters', rx: 'Receivers' };
 
 export function render(ctx) {
   const grid = h('div.grid');
@@ -15,72 +14,82 @@ export function render(ctx) {
 
   function update(device) {
     if (!device) return;
-    const sources = device.units.filter((unit) => unit.type === 'tx').map((unit) => unit.name);
+    for (const tile of tiles.splice(device.units.length)) tile.element.remove();
     device.units.forEach((unit, index) => {
       if (!tiles[index]) grid.append((tiles[index] = unitTile(ctx, unit)).element);
-      tiles[index].update(unit, sources);
+      tiles[index].update(unit, device.units);
       tiles[index].element.hidden = group !== 'all' && group !== unit.type;
     });
   }
 
-  const choice = h('div.row', { role: 'group', 'aria-label': 'Show' }, Object.entries(GROUPS).map(([name, words]) =>
-    h('button', { type: 'button', 'aria-pressed': String(name === group), onclick: (event) => {
-      group = name;
-      for (const one of choice.children) one.setAttribute('aria-pressed', String(one === event.target));
-      update(ctx.store.device);
-    } }, words)));
+  const choose = (name) => (event) => {
+    group = name;
+    for (const one of choice.children) one.setAttribute('aria-pressed', String(one === event.target));
+    update(ctx.store.device);
+  };
+  const choice = h('div.row', { role: 'group', 'aria-label': texts.show }, Object.entries(texts.groups).map(([name, words]) =>
+    h('button', { type: 'button', 'aria-pressed': String(name === group), onclick: choose(name) }, words)));
   ctx.on('device', update);
   update(ctx.store.device);
-  return [choice, grid];
+  showWanted(ctx.store, tiles);
+  return [h('div.row.between', choice, h('a', { href: '#/matrix' }, texts.toMatrix)), grid];
+}
+
+/** Comes to the unit whose name was followed here. */
+function showWanted(store, tiles) {
+  const tile = tiles.find(({ element }) => element.dataset.unit === store.unit);
+  store.unit = undefined;
+  if (tile) setTimeout(() => (tile.open(), tile.element.scrollIntoView({ block: 'center' })));
 }
 
 function unitTile(ctx, first) {
   let unit = first;
   let shown = '';
+  const refused = whyNot(ctx.me, 'write');
   const picture = pictureOf(ctx, unit, unit.name);
   const name = h('h2');
-  const state = badge('');
-  const act = (message) => ctx.command({ unit: unit.name, ...message }).catch((error) => {
-    notice(`${unit.name}: ${error.message}`, 'bad');
-    shown = '';
-    update(unit, sources);
-  });
-  let sources = [];
-  const online = h('input', { type: 'checkbox', role: 'switch', onchange: () => act({ type: 'set-unit-online', online: online.checked }) });
-  const input = unit.type === 'rx' && h('select', { onchange: () => act({ type: 'set-unit-input', input: input.value }) });
+  const marks = h('span');
+  const online = deny(h('input', { type: 'checkbox', role: 'switch', onchange: () => switchOnline(ctx, unit, online) }), refused);
+  const route = h('p.dim');
   const newName = h('input', { maxlength: '31', spellcheck: 'false', autocomplete: 'off' });
-  const rename = form([field('Name', newName)], 'Rename', () => ctx.command({ type: 'set-unit-name', unit: unit.name, name: newName.value }).then(() => 'Renamed.'), 'small');
-  for (const control of [online, input, rename]) control && deny(control, whyNot(ctx.me, 'write'));
+  const rename = form([field(texts.name, newName)], texts.rename,
+    () => ctx.command({ type: 'set-unit-name', unit: unit.name, name: newName.value }).then(() => texts.renamed), 'small');
   const facts = h('dl.facts');
-  const address = h('p.dim');
+  const details = h('details', h('summary', texts.details), facts, deny(rename, refused));
 
-  function update(next, names) {
-    const text = JSON.stringify([next, names]);
+  function update(next, all) {
+    const text = JSON.stringify([next, routeWords(next, all)]);
     if (text === shown) return;
     shown = text;
     unit = next;
-    sources = names;
-    name.textContent = unit.name;
-    state.textContent = unit.online ? 'online' : 'offline';
-    state.className = `badge ${unit.online ? 'good' : 'dim'}`;
+    name.textContent = element.dataset.unit = unit.name;
+    fill(marks, marksOf(unit));
     online.checked = unit.online;
-    online.setAttribute('aria-label', `${unit.name} online`);
-    address.textContent = unit.ip;
-    if (input) fillInput(input, unit, sources);
+    online.setAttribute('aria-label', texts.onlineOf(unit.name));
+    route.textContent = routeWords(unit, all);
     if (document.activeElement !== newName) newName.value = unit.name;
-    fill(facts, [['IP', unit.ip], ['MAC', unit.mac], ['EDID', edidWords(unit.edid)]].map(([term, value]) => h('div', h('dt', term), h('dd', value || '–'))));
+    fill(facts, factsOf(unit).map(([term, value]) => h('div', h('dt', term), h('dd', value || '–'))));
     picture.update(unit);
   }
 
-  const element = h('article.card.unit', picture.element,
-    h('div.row.between', name, badge(unit.type === 'tx' ? 'transmitter' : 'receiver'), state),
-    h('div.row.between', input ? field('Input', input) : address, h('label.switch', online, 'Online')),
-    h('details', h('summary', 'Details'), facts, rename));
-  return { element, update };
+  const element = h('article.card.unit', picture.element, h('div.row.between', name, marks),
+    h('div.row.between', route, h('label.switch', online, texts.online)), details);
+  return { element, update, open: () => (details.open = true) };
 }
 
-function fillInput(input, unit, sources) {
-  input.setAttribute('aria-label', `Input of ${unit.name}`);
-  fill(input, h('option', { value: '' }, 'none'), sources.map((source) => h('option', { value: source }, source)));
-  input.value = unit.input;
+async function switchOnline(ctx, unit, control) {
+  try {
+    await ctx.command({ type: 'set-unit-online', unit: unit.name, online: control.checked });
+  } catch (error) {
+    notice(`${unit.name}: ${error.message}`, 'bad');
+    control.checked = unit.online;
+  }
 }
+
+const marksOf = ({ type, online, locked }) => [badge(texts.types[type]),
+  online ? badge(texts.states.online, 'good') : badge(texts.states.offline, 'dim'), locked && badge(texts.states.locked, 'warn')];
+
+const routeWords = ({ name, type, input }, units) =>
+  (type === 'rx' ? texts.shows(input) : texts.feeds(units.filter((unit) => unit.input === name).length));
+
+const factsOf = ({ ip, mac, edid }) => [[texts.address, ip], [texts.mac, mac], [texts.edid, edidWords(edid)]];
