@@ -24,6 +24,7 @@
 #include "slots/certificates.h"
 #include "slots/file_routes.h"
 #include "slots/firmware.h"
+#include "slots/firmware_routes.h"
 #include "slots/health_routes.h"
 #include "slots/host_table.h"
 #include "slots/live.h"
@@ -92,6 +93,7 @@ void StartRoutes() {
   RegisterAccountRoutes();
   RegisterRefusalRoutes();
   RegisterCertificateRoutes();
+  RegisterFirmwareRoutes();
   RegisterMetrics();
   RegisterHealthRoutes();
 }

@@ -10,6 +10,7 @@ import sys
 import tempfile
 import time
 
+from channel import Channel
 from device import Device, Reply, form, request, shared
 from files import firmware
 
@@ -130,11 +131,41 @@ def check_upload_that_breaks_off(device):
         time.sleep(0.1)
 
 
+def firmware_of(device):
+    return json.loads(get(device, "/sim/firmware").content())
+
+
+def check_newcomer(device):
+    """It learns of an upload under way, also when a reboot cuts that off; a client that goes does not take the upload along."""
+    body, kind = form(firmware("2.0.0", b"image" * 100000))
+    head = request("post", "/api/v1/fw_upload", device.token(), body, kind)
+    other = device.log_in()
+    channel = Channel(device, device.log_in())
+    assert channel.wait_for("hello")["upgrade"] is None
+    with device.connect() as client:
+        deadline = time.monotonic() + PATIENCE
+        client.sendall(head[:100000])
+        while not channel.find("upgrade", phase="receiving"):
+            assert time.monotonic() < deadline, "nothing of the upload is told"
+            time.sleep(0.3)
+            client.sendall(head[100000:100100])
+            head = head[:100000] + head[100100:]
+        newcomer = Channel(device, other)
+        upgrade = newcomer.wait_for("hello")["upgrade"]
+        assert upgrade["phase"] == "receiving" and upgrade["version"] == "2.0.0", upgrade
+        newcomer.send('{"type":"reboot","id":1}')
+        newcomer.wait_for("upgrade", phase="failed", version="2.0.0")
+        newcomer.wait_for("upgrade", phase="done", version="1.0.0")
+    await_reboot(device)
+    assert firmware_of(device) == {"version": "1.0.0", "before": "", "slot": 0, "trial": False}
+
+
 def check_downgrade(device):
     assert send(device, firmware("2.0.0")).status == 200
     assert send(device, firmware("2.1.0")).status == 500, "a second one before the restart"
     await_reboot(device)
     assert version(device) == "2.0.0"
+    assert firmware_of(device) == {"version": "2.0.0", "before": "1.0.0", "slot": 1, "trial": False}
     assert send(device, firmware("1.5.0")).status == 406
     assert send(device, firmware("1.5.0"), "?downgrade=0").status == 406
     assert send(device, firmware("1.5.0"), "?downgrade=1").status == 200
@@ -174,6 +205,7 @@ def main():
         check_attacks(device)
         check_rights(device)
         check_upload_that_breaks_off(device)
+        check_newcomer(device)
         check_downgrade(device)
         check_rollback(device)
     check_other_key(sys.argv[1])

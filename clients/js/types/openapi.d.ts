@@ -1151,6 +1151,26 @@ export interface paths {
         patch?: never;
         trace?: never;
     };
+    "/sim/firmware": {
+        parameters: {
+            query?: never;
+            header?: never;
+            path?: never;
+            cookie?: never;
+        };
+        /**
+         * Firmware
+         * @description What runs, and what ran before it.
+         */
+        get: operations["getSimulatedFirmware"];
+        put?: never;
+        post?: never;
+        delete?: never;
+        options?: never;
+        head?: never;
+        patch?: never;
+        trace?: never;
+    };
     "/sim/picture/{kind}": {
         parameters: {
             query?: never;
@@ -1320,6 +1340,16 @@ export interface components {
             };
             /** @description Once it is recalled: the receivers that would show something else if they were not locked. */
             locked?: string[];
+        };
+        Firmware: {
+            /** @description What runs. */
+            version: string;
+            /** @description The version that ran before it; empty when there was none. */
+            before: string;
+            /** @description The slot that starts next. */
+            slot: number;
+            /** @description It has not confirmed itself yet. */
+            trial: boolean;
         };
         UnitChange: {
             name?: string;
@@ -3356,6 +3386,36 @@ export interface operations {
                      *     }
                      */
                     "application/json": components["schemas"]["Refusals"];
+                };
+            };
+            401: components["responses"]["OwnUnauthorised"];
+            405: components["responses"]["MethodNotAllowed"];
+        };
+    };
+    getSimulatedFirmware: {
+        parameters: {
+            query?: never;
+            header?: never;
+            path?: never;
+            cookie?: never;
+        };
+        requestBody?: never;
+        responses: {
+            /** @description The firmware. */
+            200: {
+                headers: {
+                    [name: string]: unknown;
+                };
+                content: {
+                    /**
+                     * @example {
+                     *       "version": "1.1.0",
+                     *       "before": "1.0.0",
+                     *       "slot": 1,
+                     *       "trial": false
+                     *     }
+                     */
+                    "application/json": components["schemas"]["Firmware"];
                 };
             };
             401: components["responses"]["OwnUnauthorised"];

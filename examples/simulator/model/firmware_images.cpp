@@ -31,7 +31,8 @@ json Config() {
   return config.is_object() ? config : json::object();
 }
 
-int RunningSlot() { return Config().value("Slot", 0) == 1 ? 1 : 0; }
+int SlotOf(const json& config) { return config.value("Slot", 0) == 1 ? 1 : 0; }
+int RunningSlot() { return SlotOf(Config()); }
 int OtherSlot() { return 1 - RunningSlot(); }
 
 bool Select(const std::string& version, int number, const std::string& before) {
@@ -73,6 +74,11 @@ bool SelectOtherImage(const std::string& version, const std::string& before) {
 }
 
 bool SelectImageBefore() { return SelectOtherImage(Config().at("Before"), ""); }
+
+ImageChoice ChosenImage() {
+  const json config = Config();
+  return {SlotOf(config), config.value("Before", "")};
+}
 
 bool ImageWorks() {
   std::ifstream image(kFirmwareImages.at(RunningSlot()), std::ios::binary);

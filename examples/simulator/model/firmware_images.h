@@ -19,6 +19,13 @@ bool SelectOtherImage(const std::string& version, const std::string& before);
 // The next start takes what ran before.
 bool SelectImageBefore();
 
+// The slot of the image that starts next, and the version that ran before it, or an empty text.
+struct ImageChoice {
+  int slot;
+  std::string before;
+};
+ImageChoice ChosenImage();
+
 // Does the running image work? One that begins with "does not start" plays one that does not.
 bool ImageWorks();
 

@@ -1,4 +1,4 @@
-// The simulated reboot: what the clients see of it.
+// Upgrade and simulated reboot, as the clients see them.
 #include "model/reboot.h"
 
 #include <chrono>
@@ -23,13 +23,24 @@ struct Reboot {
 std::mutex mutex;
 std::optional<Reboot> reboot;
 
+// Of its own: the end of a reboot tells of an upload that it breaks off.
+std::mutex upgradeMutex;
+json upgrade;  // the last event of the one under way, else null
+
 }  // namespace
 
-json UpgradeEvent(const char* phase, uint64_t percent, const std::string& version,
-                  const std::string& reason) {
+void TellUpgrade(const std::string& phase, uint64_t percent, const std::string& version,
+                 const std::string& reason) {
   json event{{"type", "upgrade"}, {"phase", phase}, {"percent", percent}, {"version", version}};
   if (!reason.empty()) event["reason"] = reason;
-  return event;
+  const std::lock_guard lock(upgradeMutex);
+  upgrade = phase == "done" || phase == "failed" ? json() : event;
+  Publish(event);
+}
+
+void WithUpgrade(const std::function<void(const json& upgrade)>& tell) {
+  const std::lock_guard lock(upgradeMutex);
+  tell(upgrade);
 }
 
 bool BeginReboot(const std::string& version) {
@@ -38,18 +49,13 @@ bool BeginReboot(const std::string& version) {
     if (reboot) return false;
     reboot = Reboot{Clock::now() + kRebootTime, version};
   }
-  Publish(UpgradeEvent("rebooting", 100, version));
+  TellUpgrade("rebooting", 100, version);
   return true;
 }
 
 bool Rebooting() {
   const std::lock_guard lock(mutex);
   return reboot.has_value();
-}
-
-json CurrentUpgrade() {
-  const std::lock_guard lock(mutex);
-  return reboot ? UpgradeEvent("rebooting", 100, reboot->version) : json();
 }
 
 std::optional<std::string> EndReboot(const std::function<void()>& start) {

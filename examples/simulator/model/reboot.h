@@ -1,4 +1,4 @@
-// The simulated reboot: what the clients see of it.
+// Upgrade and simulated reboot, as the clients see them.
 #pragma once
 
 #include <cstdint>
@@ -9,17 +9,17 @@
 
 namespace sim {
 
-// The event of one phase of an upgrade; a reboot without one ends with the version that it began with. One
-// that failed has a reason.
-nlohmann::json UpgradeEvent(const char* phase, uint64_t percent, const std::string& version,
-                            const std::string& reason = "");
+// Tells all clients of one phase of an upgrade; a reboot without one ends with the version that it began
+// with. One that failed has a reason.
+void TellUpgrade(const std::string& phase, uint64_t percent, const std::string& version,
+                 const std::string& reason = "");
+
+// Calls tell with the last event of the upgrade under way, or null; no other comes in between.
+void WithUpgrade(const std::function<void(const nlohmann::json& upgrade)>& tell);
 
 // The device is gone for three seconds, then back with the version; false while it is gone already.
 bool BeginReboot(const std::string& version);
 bool Rebooting();
-
-// The running upgrade's last event, or null.
-nlohmann::json CurrentUpgrade();
 
 // Once the time is over: the version that was to come, after start made the device's next one run.
 std::optional<std::string> EndReboot(const std::function<void()>& start);

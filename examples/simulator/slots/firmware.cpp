@@ -8,7 +8,6 @@
 #include <stdexcept>
 #include <string_view>
 
-#include "bus/events.h"
 #include "model/device.h"
 #include "model/firmware_images.h"
 #include "model/reboot.h"
@@ -54,17 +53,17 @@ void TellClients(const SdkKitFirmwareProgress* progress) {
     const std::string version = progress->version;
     switch (progress->phase) {
       case kKitFirmwareReceiving:
-        Publish(UpgradeEvent("receiving", progress->percent, version));
+        TellUpgrade("receiving", progress->percent, version);
         break;
       case kKitFirmwareInstalling:
-        Publish(UpgradeEvent("verifying", 100, version));
+        TellUpgrade("verifying", 100, version);
         break;
       case kKitFirmwareInstalled:
         ForgetRefusal(progress->token, kUploadRoute);
         BeginReboot(version);
         break;
       case kKitFirmwareFailed:
-        Publish(UpgradeEvent("failed", 0, version, progress->why));
+        TellUpgrade("failed", 0, version, progress->why);
         [[fallthrough]];
       case kKitFirmwareRefused:
         NoteRefusal(progress->token, kUploadRoute, progress->why);
@@ -114,10 +113,8 @@ void ReadKey(const std::string& path) {
 }
 
 void TellEnd(const std::string& expected) {
-  if (SoftwareVersion() != expected)
-    return Publish(UpgradeEvent("failed", 0, expected, "it did not confirm itself"));
-  if (isRunning && ImageWorks() && SdkKitFirmware_Confirm() == 0)
-    Publish(UpgradeEvent("done", 100, expected));
+  if (SoftwareVersion() != expected) return TellUpgrade("failed", 0, expected, "it did not confirm itself");
+  if (isRunning && ImageWorks() && SdkKitFirmware_Confirm() == 0) TellUpgrade("done", 100, expected);
 }
 
 void JudgeTrial() {

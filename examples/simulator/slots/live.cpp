@@ -25,13 +25,17 @@ constexpr uint32_t kKeyMilliseconds = 50;
 
 void TellState(uint64_t client, const char* /*token*/) {
   Guarded([&] {
-    AnswerTo(client, {{"type", "hello"},
-                      {"model", kDeviceModel},
-                      {"version", SoftwareVersion()},
-                      {"units", ExportUnits()},
-                      {"presets", ListPresets()},
-                      {"status", StatusEvent()},
-                      {"upgrade", CurrentUpgrade()}});
+    json hello{{"type", "hello"},
+               {"model", kDeviceModel},
+               {"units", ExportUnits()},
+               {"presets", ListPresets()},
+               {"status", StatusEvent()}};
+    // A newcomer told of an upgrade hears its end, too.
+    WithUpgrade([&](const json& upgrade) {
+      hello["version"] = SoftwareVersion();
+      hello["upgrade"] = upgrade;
+      AnswerTo(client, hello);
+    });
     return 0;
   });
 }
