@@ -4,7 +4,7 @@ import { readFile } from 'node:fs/promises';
 import { after, before, describe, test } from 'node:test';
 import { openTab, shot, until } from './support/browser.mjs';
 import { card, choose, CONNECTION_LOST, drag, drop, fillLogin, flow, goTo, heading, isConnected, logIn, meet, PASSWORD, refusedWith, save, SCHEMES, tokenStatus, upload } from './support/console.mjs';
-import { asFile, certificate, edid, firmware, png } from './support/files.mjs';
+import { asFile, certificate, edid, png } from './support/files.mjs';
 import { Simulator } from './support/simulator.mjs';
 import { slowWay } from './support/slow_way.mjs';
 
@@ -260,34 +260,6 @@ for (const scheme of SCHEMES) {
       const file = await save(page, () => page.getByRole('button', { name: 'Download log' }).click());
       assert.equal(file.name, 'device.log');
       assert.ok(file.bytes.length > 0);
-    });
-
-    flowHere('a firmware upgrade runs through and a wrong file is refused', [refusedWith(406), refusedWith(500)], async (person) => {
-      const way = await slowWay(device, 8 * MIB);
-      person.device = way;
-      const page = await logIn(person, { path: `${way.url}/#/firmware` });
-      await page.getByText('The device runs version').waitFor();
-      await choose(page, 'Upload firmware', asFile('holiday.jpg', 'not a firmware'));
-      await page.getByText('This is not a valid firmware file. The device keeps the version it has.').waitFor();
-      await page.evaluate(() => {
-        globalThis.steps = [];
-        const steps = document.querySelector('.steps');
-        new MutationObserver(() => globalThis.steps.push(steps.querySelector('.now')?.textContent)).observe(steps, { childList: true });
-      });
-      await choose(page, 'Upload firmware', firmware('1.1.0', 8 * MIB));
-      await page.getByRole('dialog', { name: 'The device restarts' }).waitFor();
-      await picture(page, 'restart');
-      await page.getByRole('dialog').waitFor({ state: 'detached' });
-      await card(page, 'Installed version').getByText('1.1.0').waitFor();
-      await page.getByText('The device is back, version 1.1.0').waitFor();
-      await page.getByText('Connected', { exact: true }).waitFor();
-      const steps = await page.evaluate(() => globalThis.steps);
-      for (const step of [/^Receiving [1-9]\d? %$/, /^Verifying$/, /^Restarting$/]) assert.ok(steps.some((text) => step.test(text)), `${step} in ${steps}`);
-      await picture(page, 'firmware');
-      await page.reload();
-      await fillLogin(page, 'admin', PASSWORD);
-      await card(page, 'Installed version').getByText('1.1.0').waitFor();
-      await way.close();
     });
 
     flowHere('two tabs share one login, and the last one that closes ends it', [refusedWith(401)], async (person) => {

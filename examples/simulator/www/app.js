@@ -9,6 +9,7 @@ import { frame, showLink, showLogo, showModel, showPage } from './shell.js';
 import { describe } from './state.js';
 import { login } from './texts.js';
 import { useTheme } from './theme.js';
+import { Upgrades } from './upgrade.js';
 
 const FEED_LENGTH = 60;
 
@@ -17,6 +18,7 @@ const bus = new EventTarget();
 const store = { session: null, link: 'connecting', device: null, feed: [] };
 const root = document.getElementById('app');
 const curtain = restartCurtain();
+const upgrades = new Upgrades();
 let leave = new AbortController();
 let me = null;
 let shown = '';
@@ -59,7 +61,7 @@ function makeContext() {
   leave = new AbortController();
   const { signal } = leave;
   return {
-    api: connection.device, connection, store, signal, me,
+    api: connection.device, connection, store, signal, me, upgrades,
     on: (type, listener) => bus.addEventListener(type, ({ detail }) => listener(detail), { signal }),
     command: (command) => connection.command(command),
     check: (error) => connection.check(error),
@@ -97,8 +99,8 @@ async function enter(session) {
 }
 
 bus.addEventListener('link', ({ detail }) => showLink(detail));
-bus.addEventListener('device', ({ detail }) => showModel(detail));
-bus.addEventListener('event', ({ detail }) => showLogo(detail));
+bus.addEventListener('device', ({ detail }) => (showModel(detail), upgrades.follow(detail)));
+bus.addEventListener('event', ({ detail }) => (showLogo(detail), upgrades.hear(detail)));
 addEventListener('hashchange', () => me && showPage(makeContext()));
 addEventListener('pageshow', (event) => event.persisted && location.reload());
 // A file that misses a drop zone must not replace the page: leaving the page ends the login.

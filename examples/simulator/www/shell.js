@@ -11,10 +11,10 @@ const [FIRST] = Object.keys(PAGES);
 const place = (id) => document.getElementById(id);
 
 /** Builds the frame into `root`. `ctx` says who is there; logOut() ends the login. */
-export function frame(root, { me, store }, logOut) {
+export function frame(root, { me, store, upgrades }, logOut) {
   const main = h('main', { id: 'main', tabindex: '-1' });
   fill(root, h('a.skip', { href: '#main', onclick: (event) => (event.preventDefault(), main.focus()) }, texts.skip),
-    header(store.session, logOut), navigation(me), h('div.banner', { id: 'banner', role: 'alert', hidden: true }), main);
+    header(store.session, logOut), navigation(me), h('div.banner', { id: 'banner', role: 'alert', hidden: true }), main, upgrades.bar);
   showLink(store.link);
   showModel(store.device);
 }

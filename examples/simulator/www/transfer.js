@@ -5,7 +5,7 @@ import { formatBytes, formatPercent, formatRate } from './format.js';
 const RATE_WINDOW_MS = 2000;
 
 /** Bytes per second over the last two seconds. */
-function rateMeter() {
+export function rateMeter() {
   const points = [];
   return (bytes) => {
     const now = performance.now();
@@ -16,23 +16,37 @@ function rateMeter() {
   };
 }
 
+/** A place where one file is dropped or chosen; take(file) gets it. `more` stands below the words. */
+export function dropZone({ label, hint, accept, take }, ...more) {
+  const id = newId();
+  const give = (file) => file && !input.disabled && take(file);
+  const input = h('input', { type: 'file', id, accept, onchange: () => (give(input.files[0]), (input.value = '')) });
+  const zone = h('div.drop', input, h('label', { for: id }, h('strong', label), h('span', 'Drop a file here or choose one')),
+    hint && h('small', hint), more);
+  for (const type of ['dragenter', 'dragover']) {
+    zone.addEventListener(type, (event) => (event.preventDefault(), zone.classList.add('over')));
+  }
+  for (const type of ['dragleave', 'drop']) zone.addEventListener(type, () => zone.classList.remove('over'));
+  zone.addEventListener('drop', (event) => {
+    event.preventDefault();
+    give(event.dataTransfer.files[0]);
+  });
+  return zone;
+}
+
 /**
- * A drop zone for one file.
+ * A drop zone that sends its file.
  * Options: label, hint, route, accept, headers() (more request headers), explain(error), done().
  */
 export function uploader(ctx, { label, hint, route, accept, headers, explain, done }) {
-  const id = newId();
   const line = statusLine();
   const bar = h('progress', { max: '100', value: '0', 'aria-label': `${label}: progress` });
   const figures = h('span.figures');
   let cancel = null;
   const running = h('div.running', { hidden: true }, bar, h('div.row.between', figures, button('Cancel', () => cancel?.abort())));
-  const input = h('input', { type: 'file', id, accept, onchange: () => (send(input.files[0]), (input.value = '')) });
-  const zone = h('div.drop', input, h('label', { for: id }, h('strong', label), h('span', 'Drop a file here or choose one')),
-    hint && h('small', hint), running, line);
 
   async function send(file) {
-    if (!file || cancel || input.disabled) return;
+    if (cancel) return;
     cancel = new AbortController();
     const rate = rateMeter();
     bar.value = 0;
@@ -58,15 +72,7 @@ export function uploader(ctx, { label, hint, route, accept, headers, explain, do
     figures.textContent = sent < total ? `${whole}, ${formatRate(rate(sent))}` : `${whole}, the device checks it …`;
   };
 
-  for (const type of ['dragenter', 'dragover']) {
-    zone.addEventListener(type, (event) => (event.preventDefault(), zone.classList.add('over')));
-  }
-  for (const type of ['dragleave', 'drop']) zone.addEventListener(type, () => zone.classList.remove('over'));
-  zone.addEventListener('drop', (event) => {
-    event.preventDefault();
-    send(event.dataTransfer.files[0]);
-  });
-  return zone;
+  return dropZone({ label, hint, accept, take: send }, running, line);
 }
 
 function words(error, explain) {

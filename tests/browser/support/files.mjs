@@ -101,13 +101,13 @@ export function edid(name, monitor) {
   return asFile(name, bytes);
 }
 
-/** A container, signed for the simulated device. */
-export function firmware(version, size = 2 * 1024 * 1024) {
-  const image = randomBytes(size);
+/** A container, signed for the simulated device; `begin` are the first bytes of its image. */
+export function firmware(version, size = 2 * 1024 * 1024, { model = 'SIM-8X8', begin = '' } = {}) {
+  const image = Buffer.concat([Buffer.from(begin), randomBytes(size - begin.length)]);
   const sha256 = createHash('sha256').update(image).digest('hex');
-  const head = Buffer.from(`SDKFW2\n${JSON.stringify({ model: 'SIM-8X8', version, size, sha256 })}\n`);
+  const head = Buffer.from(`SDKFW2\n${JSON.stringify({ model, version, size, sha256 })}\n`);
   const key = createPrivateKey(readFileSync(new URL('../../../examples/simulator/development-key-not-secret.pem', import.meta.url)));
-  return asFile('firmware.bin', Buffer.concat([head, Buffer.from(`${sign(null, head, key).toString('hex')}\n`), image]));
+  return asFile(`${model}-${version}.sdkfw`, Buffer.concat([head, Buffer.from(`${sign(null, head, key).toString('hex')}\n`), image]));
 }
 
 /** A self-signed certificate with its unencrypted key. */
