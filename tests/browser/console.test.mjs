@@ -43,23 +43,6 @@ for (const scheme of SCHEMES) {
       await isConnected(page);
     });
 
-    flowHere('the overview shows the device and its events as they happen', [], async (person) => {
-      const page = await logIn(person, { path: '/#/overview' });
-      await card(page, 'Device').getByText('SIM-8X8').waitFor();
-      const uptime = () => card(page, 'Device').locator('dt', { hasText: 'Up-time' }).locator('+ dd').textContent();
-      const first = await until('an up-time', async () => /sec/.test(await uptime()) && uptime());
-      await until('the up-time moves', async () => (await uptime()) !== first);
-      await card(page, 'Device').getByText(/\d{4}-\d\d-\d\d \d\d:\d\d:\d\d/).waitFor();
-      const answer = await person.context.request.post('/sim/units/RX04', { headers: { Authorization: `Bearer ${person.token}` }, data: { online: false } });
-      assert.equal(answer.status(), 200);
-      await page.getByLabel('Live events').getByText('RX04 went offline').waitFor();
-      await card(page, 'Units').getByRole('link', { name: 'RX04 offline' }).waitFor();
-      await person.context.request.post('/sim/units/RX04', { headers: { Authorization: `Bearer ${person.token}` }, data: { online: true } });
-      await page.getByLabel('Live events').getByText('RX04 went online').waitFor();
-      await page.locator('.preview[data-state=live] img').waitFor();
-      await picture(page, 'overview');
-    });
-
     flowHere('pictures are uploaded, shown and downloaded', [refusedWith(500)], async (person) => {
       const page = await logIn(person, { path: '/#/pictures' });
       const logo = png('brand mark.png', [15, 118, 110], [90, 220, 200]);
@@ -243,25 +226,6 @@ for (const scheme of SCHEMES) {
       assert.ok(await page.getByRole('button', { name: 'Log in' }).isDisabled());
     });
 
-    flowHere('the log is shown, filtered and downloaded', [refusedWith(500)], async (person) => {
-      const page = await logIn(person, { path: '/#/scenes' });
-      await choose(page, 'Upload Scenes', asFile('broken.json', '{"scene": '));
-      await drop(page, 'Upload Scenes').getByText('The device does not accept this file.').waitFor();
-      await goTo(page, 'Log');
-      const lines = page.getByLabel('Log entries').locator('li');
-      await until('lines', async () => (await lines.count()) > 0);
-      await picture(page, 'log');
-      const all = await lines.count();
-      await page.getByLabel('Level').selectOption('Errors only');
-      await until('the errors', async () => (await lines.count()) > 0 && (await lines.count()) < all);
-      assert.ok(await lines.evaluateAll((items) => items.every((item) => item.classList.contains('bad'))));
-      await page.getByLabel('Search').fill('no line holds this text');
-      await until('no line', async () => (await lines.count()) === 0);
-      const file = await save(page, () => page.getByRole('button', { name: 'Download log' }).click());
-      assert.equal(file.name, 'device.log');
-      assert.ok(file.bytes.length > 0);
-    });
-
     flowHere('two tabs share one login, and the last one that closes ends it', [refusedWith(401)], async (person) => {
       const first = await logIn(person);
       const second = await openTab(person, '/#/units');
@@ -297,9 +261,9 @@ for (const scheme of SCHEMES) {
         delete globalThis.SharedWorker;
         delete Navigator.prototype.locks;
       });
-      const page = await logIn(person, { path: '/#/overview' });
+      const page = await logIn(person, { path: '/#/device' });
       const { token } = person;
-      await card(page, 'Device').getByText('SIM-8X8').waitFor();
+      await card(page, 'Facts').getByText('SIM-8X8').waitFor();
       const second = await logIn(person, { path: '/#/log' });
       assert.notEqual(person.token, token);
       await second.close();
@@ -501,7 +465,7 @@ describe('the console without a login', () => {
         assert.equal(overflow, 0, `${view} is wider than the page`);
         const arePainted = (images) => images.every((image) => image.naturalWidth === 1280);
         await until('all pictures', () => page.locator('.preview:not([data-state=off]) img').evaluateAll(arePainted));
-        if (['Units', 'Overview'].includes(view)) await shot(page, `${view.toLowerCase()}-${name}`);
+        if (['Units', 'Device'].includes(view)) await shot(page, `${view.toLowerCase()}-${name}`);
       }
       assert.deepEqual(person.problems, []);
       await person.context.close();

@@ -47,7 +47,7 @@ onDevice('the units', 'http', (flow) => {
     await page.getByRole('button', { name: 'Receivers' }).click();
     await tile('Stage.Left').waitFor({ state: 'hidden' });
     await checkAxe(page);
-    await goTo(page, 'Overview');
+    await goTo(page, 'Device');
     await page.getByLabel('Live events').getByText('TX03 is now called Stage.Left').waitFor();
     await goTo(page, 'Units');
     await page.getByLabel('RX03 online').check();

@@ -1,21 +1,18 @@
 /* Start of the console: connects to the shared login and chooses what to show. */
 import { fill, notice } from './dom.js';
-import { formatClock } from './format.js';
+import { Feed } from './feed.js';
 import { loginPage, newPasswordPage } from './login.js';
 import { whoAmI } from './me.js';
 import { restartCurtain } from './restart.js';
 import { Connection } from './sdkapi/index.js';
 import { frame, showLink, showLogo, showModel, showPage } from './shell.js';
-import { describe } from './state.js';
 import { login } from './texts.js';
 import { useTheme } from './theme.js';
 import { Upgrades } from './upgrade.js';
 
-const FEED_LENGTH = 60;
-
 const connection = new Connection();
 const bus = new EventTarget();
-const store = { session: null, link: 'connecting', device: null, feed: [] };
+const store = { session: null, link: 'connecting', device: null, feed: new Feed() };
 const root = document.getElementById('app');
 const curtain = restartCurtain();
 const upgrades = new Upgrades();
@@ -45,13 +42,7 @@ function listen() {
 }
 
 function note(before, message) {
-  const line = describe(before, message);
-  if (!line) return;
-  line.time = formatClock(new Date());
-  const [last] = store.feed;
-  if (line.key && last?.key === line.key) store.feed[0] = line;
-  else store.feed.unshift(line);
-  store.feed.length = Math.min(store.feed.length, FEED_LENGTH);
+  const line = store.feed.take(before, message);
   if (message.type === 'upgrade' && message.phase === 'done') notice(line.text, 'good');
 }
 

@@ -3,7 +3,7 @@ const PATHS = {
   matrix: 'M4 7h16M4 12h16M4 17h16M7 4v16M12 4v16M17 4v16',
   lock: 'M6 11h12v9H6zM8.5 11V8a3.5 3.5 0 0 1 7 0v3',
   unlock: 'M6 11h12v9H6zM8.5 11V7.5a3.5 3.5 0 0 1 6.8-1.2',
-  overview: 'M4 4h7v7H4zM13 4h7v4h-7zM13 10h7v10h-7zM4 13h7v7H4z',
+  device: 'M3 6h18v12H3zM6 12h3l2-3 2 6 2-3h3',
   units: 'M3 5h18v11H3zM8 20h8M12 16v4',
   pictures: 'M3 5h18v14H3zM3 16l5-5 4 4 3-3 6 6M15 9h.01',
   scenes: 'M4 4h6v6H4zM14 4h6v6h-6zM14 14h6v6h-6zM7 10v4a3 3 0 0 0 3 3h4',

@@ -2,10 +2,10 @@
 import { shell } from './texts.js';
 import * as certificates from './views/certificates.js';
 import * as custom from './views/custom.js';
+import * as device from './views/device.js';
 import * as firmware from './views/firmware.js';
 import * as log from './views/log.js';
 import * as matrix from './views/matrix.js';
-import * as overview from './views/overview.js';
 import * as pictures from './views/pictures.js';
 import * as privileges from './views/privileges.js';
 import * as scenes from './views/scenes.js';
@@ -14,7 +14,7 @@ import * as units from './views/units.js';
 import * as users from './views/users.js';
 
 export const GROUPS = [
-  [shell.groups.operate, { matrix, overview, units }],
+  [shell.groups.operate, { matrix, device, units }],
   [shell.groups.media, { pictures, scenes, privileges }],
   [shell.groups.system, { firmware, settings, certificates, log, custom }],
   [shell.groups.access, { users }],

@@ -1,4 +1,5 @@
 /* All words that a person reads, one object for each page. Where values go in, a word is a function. */
+import { formatBytes, formatDuration, formatNumber, formatPercent, formatTemperature } from './format.js';
 
 /** Words that several pages share. */
 export const common = {
@@ -92,10 +93,6 @@ export const presets = {
   removeText: 'Its routing is forgotten. What the outputs show stays.',
 };
 
-export const overview = {
-  title: 'Overview',
-};
-
 export const units = {
   title: 'Units',
   intro: 'Three pictures at a time are live; the others are stills that renew themselves.',
@@ -119,10 +116,138 @@ export const units = {
 
 export const device = {
   title: 'Device',
+  theDevice: 'the device',
+  picture: 'Picture of the device',
+  health: 'Health',
+  verdicts: { good: 'The device is well.', warning: 'Somebody should have a look.', critical: 'The device needs attention now.' },
+  states: { warning: 'Look', critical: 'Act' },
+  checks: {
+    temperature: (value) => `Temperature: ${formatTemperature(value)}`,
+    storage: (value) => `${formatPercent(value / 100)} of the room for files is used`,
+    disk: (value) => `${formatBytes(value * 2 ** 20)} are free on the disk`,
+    certificate: (value) => (value < 0 ? 'The certificate has expired' : `The certificate is valid for ${formatDuration(value * 86400)}`),
+    load: (value) => `${formatPercent(value / 100)} of the workers are busy`,
+    refusals: (value) => `${formatNumber(value)} requests were refused in the last 10 minutes`,
+    restart: (value) => (value ? 'The run before was cut off, by the power for instance' : 'The run before ended properly'),
+  },
+  theFacts: 'Facts',
+  facts: {
+    model: 'Model', version: 'Software', clock: 'Device clock (UTC)', uptime: 'Up-time', temperature: 'Temperature', clients: 'Open consoles',
+    security: 'Security', timeout: 'Session time-out',
+  },
+  hour: 'The last hour',
+  begins: (time) => `A point every ten seconds. The device keeps one hour; these begin at ${time}.`,
+  noPoint: 'The first point is yet to come.',
+  columns: {
+    temperature: 'Temperature', clients: 'Open consoles', requests: 'Requests', sent: 'Sent', received: 'Received', refused: 'Refused', failed: 'Failed',
+  },
+  traffic: 'Traffic',
+  trouble: 'Refused and failed requests',
+  perSecond: (number) => `${number}/s`,
+  readOut: (title) => `${title}: read a moment`,
+  about: (low, high) => `Between ${low} and ${high}.`,
+  hourAgo: '1 hour ago',
+  now: 'now',
+  asTable: 'The numbers as a table',
+  time: 'Time',
+};
+
+/** What happens on the device, as it happens. */
+export const feed = {
+  title: 'Live events',
+  empty: 'Nothing has happened yet.',
+  times: (count) => `${formatNumber(count)} times`,
+  renamed: (was, name) => `${was} is now called ${name}`,
+  online: (name) => `${name} went online`,
+  offline: (name) => `${name} went offline`,
+  shows: (name, input) => `${name} now shows ${input}`,
+  showsNothing: (name) => `${name} shows no input`,
+  locked: (name) => `${name} was locked`,
+  unlocked: (name) => `${name} was unlocked`,
+  changed: (name) => `${name} changed`,
+  preset: {
+    stored: (name) => `Preset ${name} was stored`,
+    recalled: (name) => `Preset ${name} was recalled`,
+    renamed: (name, was) => `Preset ${was} is now called ${name}`,
+    deleted: (name) => `Preset ${name} was deleted`,
+  },
+  aFile: 'A file',
+  upload: (file, route) => `${file} to ${route}`,
+  received: (size) => `${size} received`,
+  stored: (size) => `stored, ${size}`,
+  notStored: (reason) => (reason ? `not stored: ${reason}` : 'not stored'),
+  upgrade: {
+    receiving: ({ percent }) => `Firmware: receiving, ${percent}`,
+    verifying: 'Firmware: verifying',
+    rebooting: 'The device restarts',
+    done: ({ version }) => `The device is back, version ${version}`,
+    failed: ({ reason }) => (reason ? `Firmware: not accepted, ${reason}` : 'Firmware: not accepted'),
+  },
+  restored: 'The device went back to its factory state',
 };
 
 export const log = {
   title: 'Log',
+  view: 'What is shown',
+  tabs: { acts: 'Who did what', raw: 'Raw log' },
+  download: 'Download log',
+  ownOnly: 'You see what was done with your logins. Operators and administrators see everything.',
+  time: 'Time',
+  who: 'Who',
+  from: 'From',
+  what: 'What',
+  result: 'Result',
+  kind: 'Kind',
+  kinds: { device: 'Switching', accounts: 'Logins and users', upload: 'Uploads', archive: 'Settings', firmware: 'Firmware', events: 'Connections' },
+  everything: 'Everything',
+  everybody: 'Everybody',
+  search: 'Search',
+  pause: 'Pause',
+  more: 'Show more',
+  entries: 'Entries',
+  done: 'Done',
+  notDone: 'Refused',
+  refused: (reason) => (reason ? `Refused: ${reason}` : 'Refused'),
+  nobody: 'Nobody',
+  theDevice: 'The device',
+  count: (found, all, begins) => `${formatNumber(found)} of ${formatNumber(all)} entries, newest first. They begin at ${begins}; the raw log goes further back.`,
+  news: (count) => (count === 1 ? '1 new entry' : `${formatNumber(count)} new entries`),
+  acts: {
+    'accounts.log-in': (user) => `Log in as ${user}`,
+    'accounts.password': (user) => (user === '(no user)' ? 'Give a password for a name that no user has' : `Give the password of ${user}`),
+    'accounts.wait': (address, seconds) => `Make ${address} wait ${formatDuration(seconds)} before its next password`,
+    'accounts.login-ended': (user, why) => `End a login of ${user} that ${why}`,
+    'accounts.end-login': (user) => `End a login of ${user}`,
+    'accounts.create': (user) => `Create the user ${user}`,
+    'accounts.change': (user) => `Change the name or password of ${user}`,
+    'accounts.delete': (user) => `Delete the user ${user}`,
+    'accounts.import': (count) => `Import ${count} users`,
+    'accounts.reset': (user) => `Make ${user} the only user`,
+    'accounts.request': (method, route) => `Ask for ${method} ${route}`,
+    'upload.upload': (file, route) => `Upload ${file || 'a file'} to ${route}`,
+    'archive.import': () => 'Import settings',
+    'archive.restore': () => 'Go back to the factory state',
+    'archive.export': (method) => `Export settings (${method})`,
+    'archive.finish': () => 'Finish a change of the settings that was interrupted',
+    'firmware.install': (version) => (version ? `Install firmware ${version}` : 'Install firmware'),
+    'firmware.confirm': (version) => `Confirm that firmware ${version} works`,
+    'events.let-go': (address, why) => `Close a connection of ${address}: ${why}`,
+    'device.set-unit-name': (unit, name) => `Rename ${unit} to ${name}`,
+    'device.set-unit-online': (unit, online) => `Take ${unit} ${online === 'true' ? 'online' : 'offline'}`,
+    'device.set-unit-input': (unit, input) => (input ? `Route ${input} to ${unit}` : `Show no input on ${unit}`),
+    'device.set-unit-locked': (unit, locked) => `${locked === 'true' ? 'Lock' : 'Unlock'} ${unit}`,
+    'device.set-routes': () => 'Route several receivers at once',
+    'device.preset-store': (name) => `Store the preset ${name}`,
+    'device.preset-recall': (name) => `Recall the preset ${name}`,
+    'device.preset-rename': (name, to) => `Rename the preset ${name} to ${to}`,
+    'device.preset-delete': (name) => `Delete the preset ${name}`,
+    'device.reboot': () => 'Restart the device',
+  },
+  level: 'Level',
+  errorsOnly: 'Errors only',
+  refresh: 'Refresh',
+  lines: 'Log entries',
+  lineCount: (found, all, shown) => `${formatNumber(found)} of ${formatNumber(all)} entries${found > shown ? `, the last ${formatNumber(shown)} are shown` : ''}, newest first`,
 };
 
 export const firmware = {

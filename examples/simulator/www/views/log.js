@@ -1,48 +1,32 @@
-/* The device's log with a filter, and its download. */
-import { button, card, field, fill, h } from '../dom.js';
+/* Who did what, and the device's raw log one click away. */
+import { actTable } from '../acts.js';
+import { button, card, fill, h } from '../dom.js';
+import { rawLog } from '../rawlog.js';
 import { log as texts } from '../texts.js';
 import { downloadButton } from '../transfer.js';
 
 export const page = { title: texts.title };
-const MOST_LINES = 500;
-const RELOAD_MS = 800;
-// An entry can hold a whole reply and so run over several lines; each begins with its date.
-const ENTRY = /^(?=\d{4}-\d\d-\d\d )/m;
 
 export function render(ctx) {
-  const level = h('select', { onchange: () => show() }, h('option', { value: '' }, 'Everything'), h('option', { value: 'error' }, 'Errors only'));
-  const search = h('input', { type: 'search', oninput: () => show() });
-  const list = h('ol.log', { tabindex: '0', 'aria-label': 'Log entries' });
-  const count = h('p.dim', { role: 'status' });
-  let lines = [];
-  let timer = 0;
+  const parts = { acts: actTable(ctx), raw: rawLog(ctx) };
+  const content = h('div');
+  const tabs = Object.fromEntries(Object.keys(parts).map((name) => [name, button(texts.tabs[name], () => choose(name))]));
+  const mayReadRaw = ctx.me.mayWrite;
 
-  async function load() {
-    try {
-      const { blob } = await ctx.api.download('/api/v1/log');
-      lines = (await blob.text()).split(ENTRY).filter(Boolean).map((text) => ({ text: text.trimEnd(), error: isError(text) }));
-      if (!ctx.signal.aborted) show();
-    } catch (error) {
-      if (!ctx.check(error)) count.textContent = error.message;
-    }
+  function choose(name) {
+    for (const [other, tab] of Object.entries(tabs)) tab.setAttribute('aria-pressed', String(other === name));
+    fill(content, parts[name].element);
+    parts[name].load();
   }
 
-  function show() {
-    const word = search.value.toLowerCase();
-    const found = lines.filter((line) => (!level.value || line.error) && line.text.toLowerCase().includes(word));
-    const last = found.slice(-MOST_LINES).reverse();
-    count.textContent = `${found.length} of ${lines.length} entries${found.length > last.length ? `, the last ${last.length} are shown` : ''}, newest first`;
-    fill(list, last.map((line) => h('li', { class: line.error ? 'bad' : '' }, line.text)));
-  }
-
-  ctx.on('event', ({ type }) => {
-    if (type !== 'log') return;
-    clearTimeout(timer);
-    timer = setTimeout(load, RELOAD_MS);
-  });
-  ctx.signal.addEventListener('abort', () => clearTimeout(timer));
-  load();
-  return card('', h('div.row.ends', field('Level', level), field('Search', search), button('Refresh', load), downloadButton(ctx, 'Download log', '/api/v1/log')), count, list);
+  // A device that keeps no acts still has its log.
+  parts.acts.onMissing = () => {
+    tabs.acts.remove();
+    choose('raw');
+  };
+  const choice = mayReadRaw
+    ? h('div.row.between', h('div.row', { role: 'group', 'aria-label': texts.view }, tabs.acts, tabs.raw), downloadButton(ctx, texts.download, '/api/v1/log'))
+    : h('p.dim', texts.ownOnly);
+  choose('acts');
+  return card('', choice, content);
 }
-
-const isError = (text) => /^\S+ \S+ [EC] /.test(text);
