@@ -13,6 +13,7 @@
 #include "bus/events.h"
 #include "media/logo.h"
 #include "model/health.h"
+#include "model/heartbeat.h"
 #include "model/history.h"
 #include "model/units.h"
 #include "sdkapi/extension.h"
@@ -150,6 +151,8 @@ void Stopped() {
   StopHealth();
 }
 
+int Healthy() { return BeatsStill() ? 0 : -1; }
+
 void TellClients(int level, const char* subject, const char* text) {
   if (level < kKitError) return;
   Step([&] { Publish({{"type", "log"}, {"level", level}, {"text", std::string(subject) + ": " + text}}); });
@@ -174,6 +177,7 @@ int Run(int argc, char** argv) {
   program.stopping = Stopping;
   program.stopped = Stopped;
   program.logged = TellClients;
+  program.healthy = Healthy;
   return SdkKitRun(argc, argv, &program);
 }
 

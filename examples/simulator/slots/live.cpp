@@ -8,6 +8,7 @@
 
 #include "bus/events.h"
 #include "model/device.h"
+#include "model/heartbeat.h"
 #include "model/history.h"
 #include "model/presets.h"
 #include "model/reboot.h"
@@ -54,6 +55,7 @@ void Tick() {
     if (CountClients() > 0) Publish(StatusEvent());
     return 0;
   });
+  Beat();
 }
 
 }  // namespace
