@@ -29,6 +29,7 @@
 #include "sdkapi/kit_metrics.h"
 #include "sdkapi/kit_preview.h"
 #include "sdkapi/kit_runner.h"
+#include "sdkapi/kit_storage.h"
 #include "sdkapi/kit_upload.h"
 
 #endif

@@ -39,21 +39,24 @@ Database::Row ReadRow(sqlite3_stmt* statement) {
 
 }  // namespace
 
-Database::Database(const std::string& path) : connection_(nullptr) {
+sqlite3* OpenDurably(const std::string& path) {
   constexpr int kFlags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_FULLMUTEX;
-  const int result = sqlite3_open_v2(path.c_str(), &connection_, kFlags, nullptr);
-  owned_.reset(connection_);
+  sqlite3* raw = nullptr;
+  const int result = sqlite3_open_v2(path.c_str(), &raw, kFlags, nullptr);
+  const auto close = [](sqlite3* connection) { sqlite3_close(connection); };
+  std::unique_ptr<sqlite3, decltype(close)> connection(raw, close);
   if (result != SQLITE_OK) throw std::runtime_error("cannot open " + path + ": " + sqlite3_errstr(result));
-  Prepare();
+  sqlite3_busy_timeout(raw, kBusyMilliseconds);
+  for (const char* const setting : {"PRAGMA journal_mode=WAL", "PRAGMA synchronous=FULL"}) {
+    if (sqlite3_exec(raw, setting, nullptr, nullptr, nullptr) != SQLITE_OK) Fail(raw);
+  }
+  return connection.release();
 }
+
+Database::Database(const std::string& path) : owned_(OpenDurably(path)), connection_(owned_.get()) {}
 
 Database::Database(sqlite3* connection) : connection_(connection) {
   if (sqlite3_db_mutex(connection) == nullptr) throw std::runtime_error("the connection has no mutex");
-}
-
-void Database::Prepare() {
-  sqlite3_busy_timeout(connection_, kBusyMilliseconds);
-  for (const char* const setting : {"PRAGMA journal_mode=WAL", "PRAGMA synchronous=FULL"}) Execute(setting);
 }
 
 void Database::Execute(const char* sql, const std::vector<std::string>& values) { Query(sql, values); }

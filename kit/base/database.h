@@ -10,6 +10,10 @@
 
 namespace sdkkit {
 
+// Opens the file, makes it when missing, and sets what keeps a change through a loss of power. The caller
+// closes it.
+sqlite3* OpenDurably(const std::string& path);
+
 // Callable from any thread. Who holds the connection's own mutex (sqlite3_db_mutex) has the connection to
 // itself: a Transaction does, so other threads' statements wait for it and never slip into it. Failures throw
 // std::runtime_error with SQLite's words.
@@ -17,7 +21,7 @@ class Database {
  public:
   using Row = std::vector<std::string>;
 
-  // Opens the file, makes it when missing, and sets what keeps a change through a loss of power.
+  // Opens the file durably, and closes it.
   explicit Database(const std::string& path);
   // Uses a connection of the host's, which stays open until this is gone.
   explicit Database(sqlite3* connection);
@@ -34,8 +38,6 @@ class Database {
   struct Close {
     void operator()(sqlite3* connection) const { sqlite3_close(connection); }
   };
-
-  void Prepare();
 
   std::unique_ptr<sqlite3, Close> owned_;
   sqlite3* connection_;
