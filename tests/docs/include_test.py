@@ -1,6 +1,6 @@
 #!/usr/bin/python3
 """Includes point one way: src/ follows the table of floors in docs/architecture.md, the simulated device that of
-docs/simulator.md, and the examples know the public headers only.
+docs/simulator.md; a subject of the kit stands alone, and the examples know the public headers only.
 
 usage: include_test.py SOURCES
 """
@@ -55,6 +55,9 @@ WRONG = {
     "examples/simulator/model/units.cpp": '#include "model/privileges.h"',  # a circle with privileges.cpp
     "examples/simulator/slots/lonely.cpp": "",  # without a header of its name
     "examples/simulator/panel/buttons.h": "",  # no such folder in the table
+    "kit/base/file.cpp": '#include "upload/store.h"',  # up
+    "kit/upload/store.cpp": '#include "archive/zip.h"',  # across
+    "kit/events/clients.cpp": '#include "server/log.h"',  # the library's own
     "kit/base/log.cpp": '#include "base/guarded.h"',  # a circle with guarded.h
 }
 
@@ -186,6 +189,17 @@ def device_faults(tree, device):
                 yield f"{name}: {target} is not below"
 
 
+def kit_faults(tree):
+    """A subject of the kit stands alone: it includes its own files, those of base/, and public headers."""
+    kit = {name.removeprefix("kit/") for name in tree if name.startswith("kit/")}
+    for name in sorted(kit):
+        for target in includes(tree[f"kit/{name}"]):
+            if f"src/{target}" in tree and target not in kit:
+                yield f"kit/{name}: {target} is no public header"
+            if target in kit and target.split("/")[0] not in (name.split("/")[0], "base"):
+                yield f"kit/{name}: {target} is of another subject"
+
+
 def known_parts(root, tree):
     """A file, which is a header and the source of its name, to the files of its tree that it includes."""
     parts = {}
@@ -208,7 +222,7 @@ def circle_faults(tree):
 
 def faults(tree, table, device):
     return [*floor_faults(tree, table), *web_server_faults(tree, table), *use_faults(tree), *public_faults(tree), *example_faults(tree),
-            *device_faults(tree, device), *circle_faults(tree)]
+            *device_faults(tree, device), *kit_faults(tree), *circle_faults(tree)]
 
 
 def main():
