@@ -36,7 +36,7 @@ def code(text):
 
 
 def paths_of_program(tree):
-    return {path.rstrip("/") for path in TEXT.findall(code(tree[TABLE])) if not path.endswith("XXXXXX")}
+    return {path.rstrip("/") for path in TEXT.findall(code(tree[TABLE]))} - {"."}
 
 
 def paths_of_page(tree):

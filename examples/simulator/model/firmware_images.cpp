@@ -11,6 +11,7 @@
 #include <stdexcept>
 #include <string_view>
 
+#include "sdkapi/kit_storage.h"
 #include "store/files.h"
 #include "store/paths.h"
 
@@ -66,7 +67,7 @@ bool WriteImage(const char* bytes, size_t length) {
 bool CloseImage(bool isGood) {
   const bool durable = !isGood || fsync(written) == 0;
   close(written);
-  return durable && (!isGood || SyncFolder(kFirmwareDir));
+  return durable && (!isGood || SdkKitStorage_Folder_Sync(kFirmwareDir) == 0);
 }
 
 bool SelectOtherImage(const std::string& version, const std::string& before) {

@@ -28,9 +28,8 @@ Bindings LoadBindings() {
 
 std::string PathOf(const std::string& picture) { return kPrivDir + picture; }
 
-// Also keeps names with a path in them out of the folder.
 bool IsStoredPicture(const std::string& picture) {
-  return !picture.empty() && picture == SafeFileName(picture) && StatusOf(PathOf(picture));
+  return IsStoredName(picture) && StatusOf(PathOf(picture));
 }
 
 void Bind(const std::string& picture, const std::string& unit) {
@@ -49,7 +48,7 @@ json ExportBindings() { return LoadBindings(); }
 std::string BindingsFault(const json& bindings) {
   if (!bindings.is_object() || bindings.size() > kMostPrivPictures) return "no list of bindings, or too long";
   for (const auto& [picture, units] : bindings.items()) {
-    if (picture.empty() || picture != SafeFileName(picture)) return "a bad name of a picture";
+    if (!IsStoredName(picture)) return "a bad name of a picture";
     if (!IsListOfTexts(units) || units.size() > kMostBoundUnits) return "no list of units, or too long";
   }
   return "";

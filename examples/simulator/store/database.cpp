@@ -2,13 +2,12 @@
 #include "store/database.h"
 
 #include <stdexcept>
+#include <utility>
 
 namespace sim {
 namespace {
 
 constexpr const char* kSchema[] = {
-    "PRAGMA journal_mode=WAL",
-    "PRAGMA synchronous=FULL",
     "CREATE TABLE IF NOT EXISTS units (id INTEGER PRIMARY KEY, name TEXT UNIQUE NOT NULL, type TEXT NOT "
     "NULL, "
     "online INTEGER NOT NULL, ip TEXT NOT NULL, mac TEXT NOT NULL, edid TEXT NOT NULL, input TEXT NOT NULL)",
@@ -29,6 +28,20 @@ struct LaterColumn {
 constexpr LaterColumn kLaterColumns[] = {{"units", "locked", "INTEGER NOT NULL DEFAULT 0"}};
 
 std::unique_ptr<Database> database;
+
+// Has the connection to itself, so that the words of a failure are those of its own statement.
+class ConnectionLock {
+ public:
+  explicit ConnectionLock(sqlite3* connection) : mutex_(sqlite3_db_mutex(connection)) {
+    sqlite3_mutex_enter(mutex_);
+  }
+  ~ConnectionLock() { sqlite3_mutex_leave(mutex_); }
+  ConnectionLock(const ConnectionLock&) = delete;
+  ConnectionLock& operator=(const ConnectionLock&) = delete;
+
+ private:
+  sqlite3_mutex* mutex_;
+};
 
 struct Finalize {
   void operator()(sqlite3_stmt* statement) const { sqlite3_finalize(statement); }
@@ -69,11 +82,8 @@ void AddColumn(Database& opened, const LaterColumn& column) {
 
 Database::Database(const std::string& path) {
   sqlite3* raw = nullptr;
-  constexpr int kFlags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_FULLMUTEX;
-  const int result = sqlite3_open_v2(path.c_str(), &raw, kFlags, nullptr);
+  if (SdkKitStorage_Database_Open(path.c_str(), &raw) != 0) throw std::runtime_error("cannot open " + path);
   connection_.reset(raw);
-  if (result != SQLITE_OK) throw std::runtime_error("cannot open " + path);
-  sqlite3_busy_timeout(raw, 5000);
   for (const char* const statement : kSchema) Execute(statement);
   for (const LaterColumn& column : kLaterColumns) AddColumn(*this, column);
 }
@@ -90,20 +100,15 @@ std::vector<Database::Row> Database::Query(const std::string& sql, const std::ve
   return rows;
 }
 
-Transaction::Transaction(Database& database) : database_(database), lock_(database.connection()) {
-  if (sqlite3_get_autocommit(database_.connection()) == 0) return;
-  database_.Execute("BEGIN IMMEDIATE");
-  open_ = true;
+Transaction::Transaction(Database& database) : change_(SdkKitStorage_Change_Begin(database.connection())) {
+  if (change_ == nullptr) throw std::runtime_error("the change cannot begin");
 }
 
-Transaction::~Transaction() {
-  if (open_) sqlite3_exec(database_.connection(), "ROLLBACK", nullptr, nullptr, nullptr);
-}
+Transaction::~Transaction() { SdkKitStorage_Change_End(change_, 0); }
 
 void Transaction::Commit() {
-  if (!open_) return;
-  database_.Execute("COMMIT");
-  open_ = false;
+  if (SdkKitStorage_Change_End(std::exchange(change_, nullptr), 1) != 0)
+    throw std::runtime_error("the change cannot be kept");
 }
 
 void OpenDatabase(const std::string& path) { database = std::make_unique<Database>(path); }

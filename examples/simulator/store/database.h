@@ -8,6 +8,8 @@
 #include <string>
 #include <vector>
 
+#include "sdkapi/kit_storage.h"
+
 namespace sim {
 
 // Callable from any thread; statements are serialised. Failures throw std::runtime_error.
@@ -31,20 +33,6 @@ class Database {
   std::unique_ptr<sqlite3, Close> connection_;
 };
 
-// Has the connection to itself: its own mutex orders the device's statements and those of the kit.
-class ConnectionLock {
- public:
-  explicit ConnectionLock(sqlite3* connection) : mutex_(sqlite3_db_mutex(connection)) {
-    sqlite3_mutex_enter(mutex_);
-  }
-  ~ConnectionLock() { sqlite3_mutex_leave(mutex_); }
-  ConnectionLock(const ConnectionLock&) = delete;
-  ConnectionLock& operator=(const ConnectionLock&) = delete;
-
- private:
-  sqlite3_mutex* mutex_;
-};
-
 // Makes the statements of one thread one change: without Commit they are undone at the end of the scope.
 // Other threads' statements wait meanwhile. A transaction within another is a part of it.
 class Transaction {
@@ -57,9 +45,7 @@ class Transaction {
   void Commit();
 
  private:
-  Database& database_;
-  ConnectionLock lock_;
-  bool open_ = false;
+  SdkKitStorageChange* change_;
 };
 
 // Opens the database file and makes missing tables; once, before anything uses TheDatabase.

@@ -1,39 +1,30 @@
-// The device's stored files: their kinds, and temporary files that replace them in one step.
+// The device's stored files: their kinds, and what is asked of them.
 #include "store/files.h"
 
-#include <fcntl.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <array>
-#include <cerrno>
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <stdexcept>
 #include <system_error>
-#include <utility>
+
+#include "sdkapi/kit_storage.h"
 
 namespace sim {
 namespace {
 
 constexpr std::array kKinds{kLogo, kBackground, kSetBackground, kSetBase, kPng, kScene, kEdid, kXyte};
 
-bool IsSafe(char c) {
-  const bool letter = (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
-  const bool digit = c >= '0' && c <= '9';
-  return letter || digit || c == '.' || c == '_' || c == '-' || c == ' ';
+void EmptyFolder(const char* folder) {
+  std::error_code ignored;
+  for (const std::string& name : NamesIn(folder)) {
+    std::filesystem::remove_all(std::filesystem::path(folder) / name, ignored);
+  }
 }
 
 }  // namespace
-
-bool SyncFolder(const std::string& folder) {
-  const int descriptor = open(folder.empty() ? "." : folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-  if (descriptor < 0) return false;
-  const bool synced = fsync(descriptor) == 0;
-  close(descriptor);
-  return synced;
-}
 
 std::span<const FileKind> FileKinds() { return kKinds; }
 
@@ -69,65 +60,22 @@ std::optional<std::string> ReadFile(const std::string& path, size_t limit) {
   return bytes;
 }
 
-std::string SafeFileName(std::string_view name) {
-  std::string safe(name);
-  std::replace_if(
-      safe.begin(), safe.end(), [](char c) { return !IsSafe(c); }, '_');
-  // A leading dot would hide the file or name a folder.
-  if (!safe.empty() && safe.front() == '.') safe.front() = '_';
-  return safe;
+bool IsStoredName(const std::string& name) {
+  std::array<char, kKitStorageNameSize> safe{};
+  return SdkKitStorage_Name(name.c_str(), safe.data(), safe.size()) == 0 && name == safe.data();
 }
 
-std::optional<TempFile> TempFile::Create() {
-  std::string path = kTempFile;
-  const int descriptor = mkostemp(path.data(), O_CLOEXEC);
-  if (descriptor < 0) return std::nullopt;
-  return TempFile(descriptor, std::move(path));
-}
-
-TempFile::TempFile(TempFile&& other) noexcept
-    : descriptor_(std::exchange(other.descriptor_, -1)), path_(std::exchange(other.path_, {})) {}
-
-TempFile::~TempFile() {
-  if (descriptor_ >= 0) close(descriptor_);
-  if (!path_.empty()) unlink(path_.c_str());
-}
-
-bool TempFile::Write(std::string_view bytes) {
-  while (!bytes.empty()) {
-    const ssize_t written = write(descriptor_, bytes.data(), bytes.size());
-    if (written < 0 && errno == EINTR) continue;
-    if (written <= 0) return false;
-    bytes.remove_prefix(static_cast<size_t>(written));
-  }
-  return true;
-}
-
-bool TempFile::CommitTo(const std::string& target) {
-  if (fsync(descriptor_) != 0 || rename(path_.c_str(), target.c_str()) != 0) return false;
-  path_.clear();
-  SyncFolder(std::filesystem::path(target).parent_path().string());
-  return true;
-}
-
-bool ReplaceFile(const std::string& target, std::string_view text) {
-  auto file = TempFile::Create();
-  return file && file->Write(text) && file->CommitTo(target);
+bool ReplaceFile(const std::string& target, std::string_view bytes) {
+  return SdkKitStorage_Replace(target.c_str(), bytes.data(), bytes.size()) == 0;
 }
 
 void PrepareFolders() {
-  for (const char* folder : {kTempDir, kFileDir, kPrivDir, kExportDir, kTlsDir, kFirmwareDir}) {
-    std::filesystem::create_directories(folder);
+  for (const char* const folder :
+       {kDataDir, kTempDir, kFileDir, kPrivDir, kExportDir, kTlsDir, kFirmwareDir}) {
+    if (SdkKitStorage_Folder_Make(folder) != 0) throw std::runtime_error("a folder cannot be made");
   }
   EmptyFolder(kTempDir);
   EmptyFolder(kExportDir);
-}
-
-void EmptyFolder(const char* folder) {
-  std::error_code ignored;
-  for (const std::string& name : NamesIn(folder)) {
-    std::filesystem::remove_all(std::filesystem::path(folder) / name, ignored);
-  }
 }
 
 }  // namespace sim

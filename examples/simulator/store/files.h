@@ -1,4 +1,4 @@
-// The device's stored files: their kinds, and temporary files that replace them in one step.
+// The device's stored files: their kinds, and what is asked of them.
 #pragma once
 
 #include <cstdint>
@@ -59,41 +59,13 @@ std::vector<std::string> NamesIn(const char* folder);
 // A whole file's content; empty optional when it cannot be read or holds more than limit bytes.
 std::optional<std::string> ReadFile(const std::string& path, size_t limit);
 
-// A client's file name as the device stores it: letters, digits, "._-" and blanks stay, others become "_".
-std::string SafeFileName(std::string_view name);
+// Is this the name of a file that a client uploaded, and none with a path in it?
+bool IsStoredName(const std::string& name);
 
-// A file in the temporary folder that either replaces another file whole or disappears.
-class TempFile {
- public:
-  // Empty optional when the disk refuses it.
-  static std::optional<TempFile> Create();
+// Replaces target in one step.
+bool ReplaceFile(const std::string& target, std::string_view bytes);
 
-  TempFile(TempFile&& other) noexcept;
-  TempFile& operator=(TempFile&&) = delete;
-  ~TempFile();
-
-  bool Write(std::string_view bytes);
-  // Brings the bytes to the disk and renames the file over target; on failure target stays as it was.
-  bool CommitTo(const std::string& target);
-
-  const std::string& path() const { return path_; }
-
- private:
-  TempFile(int descriptor, std::string path) : descriptor_(descriptor), path_(std::move(path)) {}
-
-  int descriptor_;
-  std::string path_;
-};
-
-// Replaces target with text in one step.
-bool ReplaceFile(const std::string& target, std::string_view text);
-
-// Makes the folders and empties the temporary one.
+// Makes the folders, and empties those of what no start takes over.
 void PrepareFolders();
-
-void EmptyFolder(const char* folder);
-
-// Brings to the disk which names a folder holds.
-bool SyncFolder(const std::string& folder);
 
 }  // namespace sim

@@ -7,6 +7,7 @@ namespace sim {
 
 // They are relative: the process works in the data folder, and the records of the library hold 255 characters
 // only.
+inline constexpr const char* kDataDir = ".";
 inline constexpr const char* kDatabasePath = "device.db";
 inline constexpr const char* kRunningMark = "running";          // there while the device runs
 inline constexpr const char* kFirmwareConfig = "build.config";  // the library reads it
@@ -35,7 +36,6 @@ inline constexpr const char* kReportPath = "export/custom.txt";
 inline constexpr const char* kBuiltInLogo = "export/logo.jpg";  // until one is uploaded
 
 inline constexpr const char* kTempDir = "tmp";
-inline constexpr const char* kTempFile = "tmp/file-XXXXXX";
 
 inline constexpr const char* kDeviceLog = "log/device.log";  // the kit's
 
