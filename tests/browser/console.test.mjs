@@ -3,7 +3,7 @@ import assert from 'node:assert/strict';
 import { readFile } from 'node:fs/promises';
 import { after, before, describe, test } from 'node:test';
 import { openTab, shot, until } from './support/browser.mjs';
-import { card, choose, CONNECTION_LOST, drag, drop, fillLogin, flow, goTo, heading, isConnected, logIn, meet, PASSWORD, refusedWith, save, SCHEMES, tokenStatus, upload } from './support/console.mjs';
+import { card, choose, chooseAccount, CONNECTION_LOST, drag, drop, fillLogin, flow, goTo, heading, isConnected, logIn, meet, PASSWORD, refusedWith, save, SCHEMES, upload } from './support/console.mjs';
 import { asFile, certificate, edid, png } from './support/files.mjs';
 import { Simulator } from './support/simulator.mjs';
 import { slowWay } from './support/slow_way.mjs';
@@ -37,7 +37,7 @@ for (const scheme of SCHEMES) {
       await change('weak', 'weak', 'at least one lower-case letter');
       await change(PASSWORD, `${PASSWORD}y`, 'The two new passwords differ.');
       await change(PASSWORD, PASSWORD);
-      await page.getByRole('button', { name: 'Log out' }).click();
+      await chooseAccount(page, 'Log out');
       await page.getByText('You have logged out.').waitFor();
       await fillLogin(page, 'admin', PASSWORD);
       await isConnected(page);
@@ -226,72 +226,6 @@ for (const scheme of SCHEMES) {
       assert.ok(await page.getByRole('button', { name: 'Log in' }).isDisabled());
     });
 
-    flowHere('two tabs share one login, and the last one that closes ends it', [refusedWith(401)], async (person) => {
-      const first = await logIn(person);
-      const second = await openTab(person, '/#/units');
-      await heading(second, 'Units').waitFor();
-      await second.getByText('Connected', { exact: true }).waitFor();
-      const { token } = person;
-      await first.close();
-      assert.equal(await tokenStatus(person), 200);
-      await goTo(second, 'Users');
-      await second.getByRole('row', { name: /admin/ }).waitFor();
-      assert.equal(person.token, token);
-      await second.close();
-      await until('the login has ended', async () => (await tokenStatus(person)) === 401);
-    });
-
-    flowHere('without shared workers one tab holds the login for the others', [refusedWith(401)], async (person) => {
-      await person.context.addInitScript(() => delete globalThis.SharedWorker);
-      const first = await logIn(person);
-      const { token } = person;
-      const second = await openTab(person, '/#/users');
-      await second.getByText('Connected', { exact: true }).waitFor();
-      await second.getByRole('row', { name: /admin/ }).waitFor();
-      assert.equal(person.token, token);
-      await first.close();
-      await second.getByText('Your session has ended. Please log in again.').waitFor();
-      await second.getByLabel('Password').fill(PASSWORD);
-      await second.keyboard.press('Enter');
-      await second.getByText('Connected', { exact: true }).waitFor();
-    });
-
-    flowHere('a browser without shared workers and locks has a login for each tab', [], async (person) => {
-      await person.context.addInitScript(() => {
-        delete globalThis.SharedWorker;
-        delete Navigator.prototype.locks;
-      });
-      const page = await logIn(person, { path: '/#/device' });
-      const { token } = person;
-      await card(page, 'Facts').getByText('SIM-8X8').waitFor();
-      const second = await logIn(person, { path: '/#/log' });
-      assert.notEqual(person.token, token);
-      await second.close();
-      await goTo(page, 'Users');
-      await page.getByRole('row', { name: /admin/ }).waitFor();
-    });
-
-    flowHere('logging out in one tab logs out the other', [], async (person) => {
-      const first = await logIn(person);
-      const second = await openTab(person, '/#/units');
-      await heading(second, 'Units').waitFor();
-      await first.getByRole('button', { name: 'Log out' }).click();
-      await second.getByText('You have logged out.').waitFor();
-      await heading(first, 'Log in').waitFor();
-    });
-
-    flowHere('a login that ended elsewhere leads back to the login page', [refusedWith(401)], async (person) => {
-      const page = await logIn(person, { path: '/#/users' });
-      await page.getByRole('row', { name: /admin/ }).waitFor();
-      const headers = { Authorization: `Bearer ${person.token}` };
-      assert.equal((await person.context.request.get('/logout', { headers })).status(), 200);
-      await goTo(page, 'Log').catch(() => {});
-      await page.getByText('Your session has ended. Please log in again.').waitFor();
-      await page.getByLabel('Password').fill(PASSWORD);
-      await page.keyboard.press('Enter');
-      await heading(page, 'Log').waitFor();
-    });
-
     flowHere('a restart of the device is bridged and leads back to the same view', [refusedWith(401), CONNECTION_LOST], async (person) => {
       const page = await logIn(person, { path: '/#/privileges' });
       assert.equal(await device.halt(), 0);
@@ -441,7 +375,7 @@ describe('the console without a login', () => {
     const page = await openTab(person, '/#/units');
     await heading(page, 'Units').waitFor();
     await page.getByText('Connected', { exact: true }).waitFor();
-    assert.equal(await page.getByRole('button', { name: 'Log out' }).count(), 0);
+    assert.equal(await page.getByRole('button', { name: 'Account' }).count(), 0);
     await device.halt();
     await page.getByText('Connection lost', { exact: true }).waitFor();
     await device.launch();

@@ -51,6 +51,7 @@ export class Connection extends Emitter {
     this.#wire = this.#listen();
     this.#takeSeat();
     this.#greet();
+    this.#tellOfLeaving();
   }
 
   /** Resolves as soon as the device has been asked whether it wants a login. @returns {Promise<Session>} */
@@ -106,9 +107,16 @@ export class Connection extends Emitter {
 
   /** Leaves; what the tab held, another one takes over. */
   close() {
+    this.#post({ do: 'bye' });
     this.#leave.abort();
     this.#own?.close();
     this.#wire.close();
+  }
+
+  #tellOfLeaving() {
+    const { signal } = this.#leave;
+    globalThis.addEventListener?.('pagehide', () => this.#post({ do: 'bye' }), { signal });
+    globalThis.addEventListener?.('pageshow', ({ persisted }) => persisted && this.#greet(), { signal });
   }
 
   #listen() {

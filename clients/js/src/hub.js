@@ -14,6 +14,7 @@ import { applyMessage } from './state.js';
  */
 
 const RETRY_MS = 1000;
+const GRACE_MS = 30000; // without a tab; some browsers let the worker live for much longer
 
 /** Answers the tabs on a BroadcastChannel. There is one hub for each name. */
 export class Hub {
@@ -29,6 +30,10 @@ export class Hub {
   #state = null;
   /** @type {Channel | null} */
   #channel = null;
+  /** @type {Set<string>} */
+  #tabs = new Set();
+  /** @type {ReturnType<typeof setTimeout> | undefined} */
+  #lonely;
   #begun = false;
   #wanted = false;
   #over = false;
@@ -44,6 +49,7 @@ export class Hub {
 
   close() {
     this.#over = true;
+    clearTimeout(this.#lonely);
     this.#channel?.close();
     this.#wire.close();
   }
@@ -58,6 +64,8 @@ export class Hub {
     switch (message.do) {
       case 'hello':
         return this.#greet(message);
+      case 'bye':
+        return this.#partFrom(message.from);
       case 'login':
         this.#setSession({ required: true, ...message.with });
         return this.#openChannel();
@@ -83,11 +91,25 @@ export class Hub {
 
   /** A tab that is new brings the login that it kept. @param {{ from: string, with: Session | null, events: boolean }} message */
   async #greet({ from, with: kept, events }) {
+    this.#tabs.add(from);
+    clearTimeout(this.#lonely);
     const opens = events && !this.#wanted;
     this.#wanted ||= events;
     if (!this.#begun) return this.#begin(kept);
     this.#tell({ to: from, session: this.#session, link: this.#link, state: this.#state });
     if (opens && this.#session) this.#openChannel();
+  }
+
+  /** The last tab may be on its way back: it is only being loaded again. @param {string} tab */
+  #partFrom(tab) {
+    this.#tabs.delete(tab);
+    if (this.#tabs.size === 0) this.#lonely = setTimeout(() => this.#retire(), GRACE_MS);
+  }
+
+  async #retire() {
+    this.#wanted = false;
+    if (this.#session?.token) await this.#device.logout().catch(() => {});
+    await this.#end('ended');
   }
 
   /** @param {Session | null} kept */

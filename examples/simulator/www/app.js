@@ -1,4 +1,5 @@
 /* Start of the console: connects to the shared login and chooses what to show. */
+import { showUser } from './account.js';
 import { fill, notice } from './dom.js';
 import { Feed } from './feed.js';
 import { loginPage, newPasswordPage } from './login.js';
@@ -26,6 +27,7 @@ function listen() {
   const hear = (type, act) => connection.addEventListener(type, ({ detail }) => act(detail));
   hear('session', (session) => {
     store.session = session;
+    showUser(session);
     curtain(store);
     show();
   });
@@ -85,7 +87,7 @@ async function enter(session) {
   if (shown !== mine) return;
   me = user;
   const ctx = makeContext();
-  frame(root, ctx, () => connection.logout());
+  frame(root, ctx);
   showPage(ctx);
 }
 

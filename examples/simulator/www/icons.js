@@ -9,6 +9,7 @@ const PATHS = {
   scenes: 'M4 4h6v6H4zM14 4h6v6h-6zM14 14h6v6h-6zM7 10v4a3 3 0 0 0 3 3h4',
   privileges: 'M12 3l8 3v6c0 4.5-3.2 7.6-8 9-4.8-1.4-8-4.5-8-9V6zM9 12l2 2 4-4',
   users: 'M12 12a4 4 0 1 0 0-8 4 4 0 0 0 0 8zM4 21c0-4 3.5-6 8-6s8 2 8 6',
+  sessions: 'M4 5h16v11H4zM8 20h8M12 8v3l2 1',
   firmware: 'M7 7h10v10H7zM10 3v4M14 3v4M10 17v4M14 17v4M3 10h4M3 14h4M17 10h4M17 14h4',
   settings: 'M4 7h9M17 7h3M4 17h3M11 17h9M13 5v4M17 5v4M7 15v4M11 15v4M13 9h4M13 5h4M7 15h4M7 19h4',
   certificates: 'M5 3h14v12H5zM8 7h8M8 11h4M15 15v6l2-1.5 2 1.5v-6',

@@ -2,16 +2,10 @@
 import { field, form, h, passwordHint, requireDone, requireStrong } from './dom.js';
 import { login as texts } from './texts.js';
 
-const REASONS = {
-  ended: 'Your session has ended. Please log in again.',
-  logout: 'You have logged out.',
-  restored: 'The device is back in its factory state. Log in with its first user, admin, password admin.',
-};
-
 const page = (title, ...children) => h('main.gate', h('div.card', h('img', { src: '/download/logo', alt: '' }), h('h1', title), ...children));
 
 export function loginPage(ctx) {
-  const { reason, lastUser } = ctx.store.session;
+  const { reason, why: said, lastUser } = ctx.store.session;
   const user = h('input', { name: 'username', autocomplete: 'username', autocapitalize: 'none', spellcheck: 'false', maxlength: '31', value: lastUser ?? '' });
   const password = h('input', { type: 'password', name: 'password', autocomplete: 'current-password' });
   (lastUser ? password : user).dataset.first = '';
@@ -25,7 +19,7 @@ export function loginPage(ctx) {
     password.focus();
     if (answer.code) throw new Error('The user name or the password is wrong.');
   });
-  const why = h('p.status.warn', { role: 'status' }, REASONS[reason]);
+  const why = h('p.status.warn', { role: 'status' }, (reason === 'ended' && texts.whys[said]) || texts.reasons[reason]);
   return page(texts.title, reason && why, element);
 }
 

@@ -1,4 +1,5 @@
 /* The frame around the pages: header, navigation, banner, and the page that the address names. */
+import { accountMenu } from './account.js';
 import { fill, h } from './dom.js';
 import { iconOf } from './icons.js';
 import { whyNot } from './me.js';
@@ -10,21 +11,22 @@ const [FIRST] = Object.keys(PAGES);
 
 const place = (id) => document.getElementById(id);
 
-/** Builds the frame into `root`. `ctx` says who is there; logOut() ends the login. */
-export function frame(root, { me, store, upgrades }, logOut) {
+/** Builds the frame into `root`. */
+export function frame(root, ctx) {
+  const { me, store, upgrades } = ctx;
   const main = h('main', { id: 'main', tabindex: '-1' });
   fill(root, h('a.skip', { href: '#main', onclick: (event) => (event.preventDefault(), main.focus()) }, texts.skip),
-    header(store.session, logOut), navigation(me), h('div.banner', { id: 'banner', role: 'alert', hidden: true }), main, upgrades.bar);
+    header(ctx), navigation(me), h('div.banner', { id: 'banner', role: 'alert', hidden: true }), main, upgrades.bar);
   showLink(store.link);
   showModel(store.device);
 }
 
-function header({ user, required }, logOut) {
+function header({ store, me, api, connection }) {
   const menu = h('button.icon.menu', { id: 'menu', type: 'button', 'aria-label': texts.menu, 'aria-expanded': 'false', 'aria-controls': 'nav' }, iconOf('menu'));
   menu.addEventListener('click', () => setMenu(!document.body.classList.contains('open')));
   return h('header', menu, h('a.brand', { href: `#/${FIRST}` }, h('img', { id: 'brand', src: '/download/logo', alt: '' }), h('span', { id: 'model' }, texts.title)),
     h('span.grow'), h('span.link', { id: 'link', role: 'status' }), h('a', { href: '/api/', target: '_blank' }, texts.api), themeButton(),
-    user && h('span.user', user), required && h('button', { type: 'button', onclick: logOut }, texts.logOut));
+    accountMenu({ session: store.session, me, api, connection }));
 }
 
 function setMenu(open) {

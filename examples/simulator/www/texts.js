@@ -6,6 +6,7 @@ export const common = {
   console: 'Device console',
   cancel: 'Cancel',
   actions: 'Actions',
+  roles: { 1: 'Administrator', 2: 'Operator', 3: 'Viewer' },
   nobodyWrites: (role) => `Your role, ${role}, may look at this but not change it.`,
   nobodyAdministers: (role) => `Only administrators may do this. Your role is ${role}.`,
 };
@@ -17,7 +18,6 @@ export const shell = {
   views: 'Views',
   skip: 'Skip to content',
   api: 'API',
-  logOut: 'Log out',
   colours: (theme) => `Colours: ${theme}`,
   themes: { 'light dark': 'automatic', light: 'light', dark: 'dark' },
   links: { connecting: 'Connecting', open: 'Connected', lost: 'Connection lost', none: 'Not connected' },
@@ -28,6 +28,22 @@ export const shell = {
 /** The pages before the console. */
 export const login = {
   title: 'Log in',
+  reasons: {
+    ended: 'Your session has ended. Please log in again.',
+    logout: 'You have logged out.',
+    restored: 'The device is back in its factory state. Log in with its first user, admin, password admin.',
+  },
+  /** What the device says when it ends a login. */
+  whys: {
+    'ended on request': 'Your session was ended by an administrator or from another login of yours.',
+    'account changed': 'Your session has ended because your name or password was changed elsewhere.',
+    'user deleted': 'Your session has ended because your user was deleted.',
+    'role changed': 'Your session has ended because your role was changed. Log in again to use it.',
+    'users replaced': 'Your session has ended because the users of the device were replaced.',
+    'login made room': 'Your session has ended because there were too many logins; it was idle for longest.',
+    'login idle': 'Your session has ended because it was not used for too long.',
+    'login too old': 'Your session has ended because its time was over.',
+  },
 };
 
 export const matrix = {
@@ -454,6 +470,38 @@ export const users = {
 
 export const sessions = {
   title: 'Sessions',
+  intro: 'Each browser and each program that has logged in.',
+  all: 'You see the logins of all users.',
+  own: 'You see your own logins.',
+  columns: ['User', 'Role', 'Address', 'Logged in', 'Last used', 'Event channels', ''],
+  this: 'this login',
+  refresh: 'Refresh',
+  end: 'End',
+  endOf: (name, address) => `End the login of ${name} from ${address}`,
+  sure: (name) => `End this login of ${name}?`,
+  consequence: (address) => `What is open at ${address} goes back to the log-in.`,
+  gone: 'This login had ended already.',
+};
+
+/** The account menu and the page of the own account. */
+export const account = {
+  title: 'My account',
+  intro: 'Your name and your password. When one of them changes, your other logins end.',
+  opener: (user) => `Account: ${user}`,
+  role: (role) => `Role: ${role}`,
+  change: 'Change password',
+  sessions: 'My sessions',
+  logOut: 'Log out',
+  everywhere: 'Log out everywhere',
+  everywhereTitle: 'Log out everywhere?',
+  everywhereText: 'All your logins end, in this browser and in all others.',
+  nobody: 'The device asks for no login.',
+  card: 'Name and password',
+  newName: 'New user name',
+  keepName: 'Leave it empty to keep your name.',
+  submit: 'Change',
+  renamed: (name) => `You are ${name} now, with a new password.`,
+  changed: 'Your password is changed.',
 };
 
 export const certificates = {

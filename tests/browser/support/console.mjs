@@ -45,6 +45,21 @@ export async function goTo(page, name) {
   await heading(page, name).waitFor();
 }
 
+/** Chooses an entry of the account menu. */
+export async function chooseAccount(page, name) {
+  await page.getByRole('button', { name: 'Account' }).click();
+  await page.locator('#account-menu').getByText(name, { exact: true }).click();
+}
+
+/** A token of a login of its own, made without the browser's pages. */
+export async function tokenFor({ device }, username, password = PASSWORD) {
+  const context = await browser.newContext({ ignoreHTTPSErrors: true });
+  const answer = await context.request.post(`${device.url}/api/v1/auth/login`, { data: { username, password } });
+  const { token } = await answer.json();
+  await context.close();
+  return token;
+}
+
 export const drop = (page, label) => page.locator('.drop', { hasText: label });
 export const choose = (page, label, file) => drop(page, label).locator('input[type=file]').setInputFiles(asPath(file));
 

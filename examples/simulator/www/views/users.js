@@ -1,10 +1,9 @@
-/* The users of the device, and the caller's own name and password. */
+/* The users of the device. */
 import { badge, button, card, confirmDialog, field, fill, form, h, notice, passwordHint, requireDone, requireStrong, tableHead } from '../dom.js';
-import { changePassword, passwordInputs } from '../login.js';
-import { users as texts } from '../texts.js';
+import { common, users as texts } from '../texts.js';
 
-export const page = { title: texts.title };
-const ROLES = { 1: 'Administrator', 2: 'Operator', 3: 'Viewer' };
+export const page = { title: texts.title, needs: 'administer' };
+const ROLES = common.roles;
 
 export function render(ctx) {
   const body = h('tbody');
@@ -15,7 +14,7 @@ export function render(ctx) {
       const { users } = await ctx.api.getJson('/sim/users');
       if (!ctx.signal.aborted) fill(body, users.map(row));
     } catch (error) {
-      if (!ctx.check(error)) message(error.kind === 'failed' ? error.message : 'Only administrators see the list of users.');
+      if (!ctx.check(error)) message(error.message);
     }
   }
 
@@ -37,7 +36,7 @@ export function render(ctx) {
   load();
   return h('div.columns',
     card('Users', h('div.scroll', h('table', tableHead('Name', 'Role', ''), body))),
-    h('div.stack', card('New user', newUser(ctx, load)), ctx.store.session.user && card('My account', myAccount(ctx, load))));
+    card('New user', newUser(ctx, load)));
 }
 
 function newUser(ctx, changed) {
@@ -57,19 +56,5 @@ function newUser(ctx, changed) {
     name.value = password.value = '';
     changed();
     return `${made} can log in now.`;
-  });
-}
-
-function myAccount(ctx, changed) {
-  const inputs = passwordInputs();
-  const name = h('input', { maxlength: '31', autocomplete: 'username', spellcheck: 'false' });
-  return form([field('New user name', name, 'Leave it empty to keep your name.'), ...inputs.fields], 'Change', async () => {
-    const { user } = ctx.store.session;
-    const wanted = name.value;
-    await changePassword(ctx, user, inputs, wanted);
-    if (wanted) ctx.connection.amend({ user: wanted });
-    name.value = '';
-    changed();
-    return wanted ? `You are ${wanted} now, with a new password.` : 'Your password is changed.';
   });
 }
