@@ -52,6 +52,7 @@ constexpr int64_t kLongestIdle = 43200;
 char g_firmwareKey[4096];  // empty: the development key
 int64_t g_idleSeconds = kLongestIdle;
 char g_firstPassword[256];  // empty: "admin", to be changed at the first login
+char g_hostNames[1024];
 
 constexpr SdkKitOption kOptions[] = {
     {"firmware-key", "public key of the firmware that is taken", kKitOptionPath, sizeof g_firmwareKey, 0, 0,
@@ -60,6 +61,8 @@ constexpr SdkKitOption kOptions[] = {
      &g_idleSeconds, nullptr},
     {"first-password", "the first user's password on an empty data folder, which need not be changed",
      kKitOptionText, sizeof g_firstPassword, 0, 0, nullptr, g_firstPassword},
+    {"host-name", "names of the device, separated by commas, that --no-auth takes beside its addresses",
+     kKitOptionText, sizeof g_hostNames, 0, 0, nullptr, g_hostNames},
 };
 
 // The console beside the program when it is installed, else where it was built from.
@@ -73,7 +76,7 @@ void StartParts(const SdkKitSettings& settings) {
   PrepareFolders();
   OpenDatabase(kDatabasePath);
   StartActs();
-  StartAccounts({settings.noAuth != 0, static_cast<uint32_t>(g_idleSeconds), g_firstPassword});
+  StartAccounts({settings.noAuth != 0, static_cast<uint32_t>(g_idleSeconds), g_firstPassword, g_hostNames});
   StartHistory();
   StartHealth();
   StartUnits();

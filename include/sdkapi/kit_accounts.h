@@ -8,7 +8,8 @@
  * in. It ends a user's other logins, WebSockets included, when the password, the name or the role changes,
  * and all of them with the user. It lets a user whose password is a first one read the device information and
  * change the password, nothing else. It keeps the last administrator. Without authentication it refuses
- * changes that a page of another origin asks for.
+ * changes that a page of another origin asks for, or that are asked for under a name that is not the
+ * device's.
  *
  * Order: SdkKitAccounts_Start(), SdkKitAccounts_Fill(), the other slots, SdkKitAccounts_Guard(),
  * SdkAPISer_Start(); at the end SdkAPISer_Stop(), SdkKitAccounts_Stop(). */
@@ -95,6 +96,10 @@ typedef struct SdkKitAccountsOptions {
   uint32_t mostLogins;     /**< at once, 2 to 20; 0: 20; mostLoginsEach of them for administrators only. */
   uint32_t mostLoginsEach; /**< of one user, at most half of mostLogins; 0: 8, or that half. */
   uint32_t mostUsers;      /**< 0: 100. */
+  const char* hostNames;   /**< without authentication: the device's names, separated by commas, under which
+                              changes and WebSockets may be asked for, beside its addresses and "localhost".
+                              Any other name in "Host" could be that of a stranger's page, which leads here
+                              since it was loaded. NULL: none. */
 } SdkKitAccountsOptions;
 
 /** A user. */

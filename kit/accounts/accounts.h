@@ -41,6 +41,7 @@ struct Settings {
   std::size_t mostLogins = 20;
   std::size_t mostLoginsEach = 8;
   std::size_t mostUsers = 100;
+  std::vector<std::string> hostNames;
 };
 
 class Accounts {

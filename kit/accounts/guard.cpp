@@ -20,18 +20,22 @@ bool IsWebSocket(const SdkAPIExtRequest& request) {
 }
 
 // Without a token a browser lends everybody's page this device's trust.
-const char* OpenFault(const SdkAPIExtRequest& request, const Right& right, std::string_view method) {
+const char* OpenFault(const Accounts& accounts, const SdkAPIExtRequest& request, const Right& right,
+                      std::string_view method) {
   if ((right.flags & kKitNeedsLogin) != 0) return "it needs a login";
   const bool changes = !IsReading(method) || (right.flags & kKitChanges) != 0 || IsWebSocket(request);
-  if (!changes || !IsForeignPage(request.host, request.origin, request.fetchSite)) return nullptr;
-  return "a page of another origin asks";
+  if (!changes) return nullptr;
+  if (IsForeignName(request.host, accounts.settings().hostNames))
+    return "it was asked for under a name that is not this device's";
+  return IsForeignPage(request.host, request.origin, request.fetchSite) ? "a page of another origin asks"
+                                                                        : nullptr;
 }
 
 const char* FaultOf(const Accounts& accounts, const std::optional<Session>& user,
                     const SdkAPIExtRequest& request, std::string_view route, std::string_view method) {
   const Right& right = accounts.rights().Find(route, method);
   if (accounts.IsOpen()) {
-    if (const char* const fault = OpenFault(request, right, method)) return fault;
+    if (const char* const fault = OpenFault(accounts, request, right, method)) return fault;
   }
   return accounts.Fault(user, right);
 }

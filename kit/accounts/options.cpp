@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <span>
+#include <string>
 
 #include "accounts/password.h"
 
@@ -35,6 +36,18 @@ uint32_t MostLogins(const SdkKitAccountsOptions& options) { return Or(options.mo
 
 uint32_t MostEach(const SdkKitAccountsOptions& options) {
   return Or(options.mostLoginsEach, std::min(kDefaultEach, MostLogins(options) / 2));
+}
+
+// "device.lan, 8x8.example" is two names.
+std::vector<std::string> NamesOf(const std::string& list) {
+  constexpr const char* kBetween = ", ";
+  std::vector<std::string> names;
+  for (std::size_t begin = list.find_first_not_of(kBetween); begin != std::string::npos;) {
+    const std::size_t end = list.find_first_of(kBetween, begin);
+    names.push_back(list.substr(begin, end - begin));
+    begin = list.find_first_not_of(kBetween, end);
+  }
+  return names;
 }
 
 // Somebody has to read it, and a log is no place for it.
@@ -78,6 +91,7 @@ Settings SettingsOf(const SdkKitAccountsOptions& options) {
   settings.mostLogins = MostLogins(options);
   settings.mostLoginsEach = MostEach(options);
   settings.mostUsers = Or(static_cast<std::size_t>(options.mostUsers), settings.mostUsers);
+  if (options.hostNames != nullptr) settings.hostNames = NamesOf(options.hostNames);
   return settings;
 }
 

@@ -1,6 +1,8 @@
 // The comparison of origins.
 #include "accounts/origin.h"
 
+#include <arpa/inet.h>
+
 #include <algorithm>
 #include <cctype>
 
@@ -19,12 +21,30 @@ bool IsOfHost(std::string_view origin, std::string_view host) {
          IsSameText(origin.substr(separator + 3), host);
 }
 
+// Of "name:8080" the name, of "[::1]:8080" the address.
+std::string NameIn(std::string_view host) {
+  if (!host.starts_with('[')) return std::string(host.substr(0, host.find(':')));
+  host.remove_prefix(1);
+  return std::string(host.substr(0, host.find(']')));
+}
+
+bool IsAddress(const std::string& name) {
+  in6_addr address{};
+  return inet_pton(AF_INET, name.c_str(), &address) == 1 || inet_pton(AF_INET6, name.c_str(), &address) == 1;
+}
+
 }  // namespace
 
 bool IsForeignPage(std::string_view host, std::string_view origin, std::string_view fetchSite) {
   // "same-site" is another port of this host, or a neighbour below the same domain.
   if (!fetchSite.empty() && fetchSite != "same-origin" && fetchSite != "none") return true;
   return !origin.empty() && !IsOfHost(origin, host);
+}
+
+bool IsForeignName(std::string_view host, const std::vector<std::string>& ownNames) {
+  const std::string name = NameIn(host);
+  if (host.empty() || IsSameText(name, "localhost") || IsAddress(name)) return false;
+  return std::ranges::none_of(ownNames, [&](const std::string& own) { return IsSameText(name, own); });
 }
 
 }  // namespace sdkkit::accounts

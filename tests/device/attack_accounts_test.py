@@ -313,25 +313,6 @@ def first_password(device):
     assert status(device, "/sim/units", token) == 200
 
 
-def foreign_pages(device):
-    """Without authentication a page of somebody else's changes nothing, restores nothing, and hears nothing."""
-    evil = {"Origin": "http://evil.example"}
-    before = ask(device, "get", "/sim/units").content()
-    for path, members in (("/sim/units/TX01", {"online": False}), ("/createuser", {"username": "mal", "password": GOOD, "role": 1}),
-                          ("/custom_restore", {})):
-        assert ask(device, "post", path, members=members, headers=evil).status == 401, path
-    body, kind = form(b"content")
-    for path in ("/upload/logo", "/api/v1/settings/import", "/sim/upload"):
-        assert Reply(device.exchange(request("post", path, "", body, kind, evil))).status == 401, path
-    assert status(device, "/custom_restore", "") == 401, "a GET restored"
-    assert status(device, "/delete_priv?file=a.png", "", headers={"Sec-Fetch-Site": "cross-site"}) == 401
-    assert Channel(device, "any", "Origin: http://evil.example\r\n").end() == (1008, "not authorised")
-    assert ask(device, "get", "/sim/units").content() == before
-    own = {"Origin": f"http://127.0.0.1:{device.port}", "Host": f"127.0.0.1:{device.port}"}
-    raw = request("post", "/sim/units/TX01", "", b'{"online":true}', "application/json", own).replace(b"Host: device\r\n", b"")
-    assert Reply(device.exchange(raw)).status == 200
-
-
 def names_and_passwords_of_any_kind(device):
     admin = log_in(device)
     for name in ("", " ", "a b", "../x", "x" * 400, "ä", "'; DROP TABLE users; --", "<b>"):
@@ -347,7 +328,7 @@ ATTACKS = {
     many_viewer_logins: (), logins_without_log_out: (), all_places_taken: (), deleted_user_goes_on: (), restored_users_go_on: (),
     old_token_after_password_change: (), parallel_guesses: (), locking_the_administrator_out: (), old_password_guesses: (),
     guessed_names: (), log_forging: (), secrets_in_the_log: (), rights_of_a_viewer: (), changes_of_others: (), ending_others_sessions: (),
-    odd_session_requests: (), hidden_idle_login: ("--idle-timeout", "1"), first_password: None, foreign_pages: ("--no-auth",),
+    odd_session_requests: (), hidden_idle_login: ("--idle-timeout", "1"), first_password: None,
     names_and_passwords_of_any_kind: (),
 }
 

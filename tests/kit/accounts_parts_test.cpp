@@ -170,6 +170,20 @@ TEST(OriginTest, OnlyThisDevicesOwnPagesAreNotForeign) {
   }
 }
 
+TEST(OriginTest, OnlyNamesThatNobodyElseHasAreTheDevices) {
+  const std::vector<std::string> own{"device.lan", "8x8"};
+  for (const char* const name : {"", "127.0.0.1", "192.0.2.1:8080", "[::1]", "[2001:db8::1]:8443",
+                                 "localhost", "LOCALHOST:8080", "device.lan", "Device.LAN:8080", "8x8"}) {
+    EXPECT_FALSE(IsForeignName(name, own)) << name;
+  }
+  for (const char* const name :
+       {"evil.example", "evil.example:8080", "127.0.0.1.evil.example", "localhost.evil.example",
+        "x.device.lan", "device.lan.", "127.1", "2130706433", "0x7f000001", "[evil.example]", "::1", ":8080",
+        " ", "user@127.0.0.1", "127.0.0.1 ", "[", "[]"}) {
+    EXPECT_TRUE(IsForeignName(name, own)) << name;
+  }
+}
+
 TEST(TokenTest, OnlyAHashIsKept) {
   const std::string token(43, 'a');
   const TokenHash hash = HashToken(token);

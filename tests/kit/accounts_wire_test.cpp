@@ -507,16 +507,40 @@ TEST_P(AccountsTest, WithoutAuthenticationForeignPagesChangeNothing) {
   }
 }
 
+TEST_P(AccountsTest, WithoutAuthenticationForeignNamesChangeNothing) {
+  SdkKitAccountsOptions options = Options();
+  options.noAuthentication = 1;
+  options.hostNames = "device.lan, other.lan,";
+  StartDevice(options);
+  const auto ask = [&](const char* method, const char* target, const std::string& name) {
+    std::string bytes = HttpRequest{method, target, {"Origin: http://" + name}, "{}"}.Bytes();
+    return Exchange(GetParam(), bytes.replace(bytes.find("127.0.0.1"), 9, name)).status();
+  };
+  const std::pair<const char*, int> rows[] = {
+      {"evil.example", 401},   {"evil.example:8080", 401}, {"device.lan", 200},      {"other.lan:80", 200},
+      {"localhost:8080", 200}, {"[::1]:8080", 200},        {"device.lan.evil", 401}, {"127.0.0.1.evil", 401}};
+  for (const auto& [name, status] : rows) {
+    EXPECT_EQ(ask("POST", "/custom_restore", name), status) << name;
+    EXPECT_EQ(ask("GET", "/getTxRxList", name), 200) << name;
+  }
+  EXPECT_EQ(CountAudit("refused POST /custom_restore to admin from 127.0.0.1: it was asked for under a name "
+                       "that is not this device's"),
+            4);
+}
+
 TEST_P(AccountsTest, ForeignPagesGetNoWebSocketWithoutAuthentication) {
   SdkKitAccountsOptions options = Options();
   options.noAuthentication = 1;
   StartDevice(options);
-  RawWebSocket socket(GetParam());
-  std::string request = RawWebSocket::Request("/websocket", "any");
-  request.insert(request.find("\r\n") + 2, "Origin: http://evil.example\r\n");
-  ASSERT_TRUE(socket.ShakeWith(request).starts_with("HTTP/1.1 101 "));
-  socket.SkipReceived();
-  EXPECT_EQ(host().Count("WebSocketCb"), 0);
+  for (const char* const foreign : {"127.0.0.1\r\nOrigin: http://evil.example",
+                                    "evil.example\r\nOrigin: http://evil.example", "evil.example"}) {
+    RawWebSocket socket(GetParam());
+    std::string request = RawWebSocket::Request("/websocket", "any");
+    request.replace(request.find("127.0.0.1"), 9, foreign);
+    ASSERT_TRUE(socket.ShakeWith(request).starts_with("HTTP/1.1 101 ")) << foreign;
+    socket.SkipReceived();
+    EXPECT_EQ(host().Count("WebSocketCb"), 0) << foreign;
+  }
   RawWebSocket other(GetParam());
   ASSERT_TRUE(other.Open("any"));
   EXPECT_TRUE(host().WaitForCount("WebSocketCb", 1));

@@ -27,11 +27,12 @@ def read_exactly(client, size):
     return data
 
 
-def shake_hands(client, path, token):
+def shake_hands(client, path, token, headers=None):
     """Makes a connection a WebSocket."""
     key = base64.b64encode(os.urandom(16)).decode()
-    client.sendall((f"GET {path} HTTP/1.1\r\nHost: device\r\nUpgrade: websocket\r\nConnection: Upgrade\r\nSec-WebSocket-Version: 13"
-                    f"\r\nSec-WebSocket-Key: {key}\r\nSec-WebSocket-Protocol: {token}\r\n\r\n").encode())
+    lines = {"Host": "127.0.0.1", "Upgrade": "websocket", "Connection": "Upgrade", "Sec-WebSocket-Version": "13", "Sec-WebSocket-Key": key,
+             "Sec-WebSocket-Protocol": token, **(headers or {})}
+    client.sendall("\r\n".join([f"GET {path} HTTP/1.1", *(f"{name}: {value}" for name, value in lines.items()), "", ""]).encode())
     head = b""
     while not head.endswith(b"\r\n\r\n"):
         head += read_exactly(client, 1)
@@ -41,13 +42,13 @@ def shake_hands(client, path, token):
 class Channel:
     """Keeps what it receives; one that does not read has a small window, so that the device feels it soon."""
 
-    def __init__(self, device, token=None, reads=True):
+    def __init__(self, device, token=None, reads=True, headers=None):
         self.socket = device.connect()
         if not reads:
             self.socket.setsockopt(socket.SOL_SOCKET, socket.SO_RCVBUF, 4096)
         self.messages, self.changed = [], threading.Condition()
-        self.ended, self.close_code = False, None
-        shake_hands(self.socket, "/ws", token or device.token())
+        self.ended, self.close_code, self.close_reason = False, None, ""
+        shake_hands(self.socket, "/ws", token or device.token(), headers)
         if reads:
             self.read_on()
 
@@ -71,7 +72,7 @@ class Channel:
             if opcode == TEXT:
                 self.messages.append(json.loads(payload))
             if opcode == CLOSE:
-                self.close_code = struct.unpack(">H", payload[:2])[0]
+                self.close_code, self.close_reason = struct.unpack(">H", payload[:2])[0], payload[2:].decode()
                 self.socket.sendall(frame(payload[:2], CLOSE))
             self.changed.notify()
 
@@ -87,7 +88,8 @@ class Channel:
             assert self.changed.wait_for(lambda: self.find(kind, **members), PATIENCE), f"no {kind} {members}"
             return self.find(kind, **members)
 
-    def wait_for_close(self, code):
+    def wait_for_close(self, code, reason=None):
         with self.changed:
             assert self.changed.wait_for(lambda: self.close_code is not None or self.ended, PATIENCE), "not closed"
             assert self.close_code == code, self.close_code
+            assert reason in (None, self.close_reason), self.close_reason

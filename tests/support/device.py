@@ -101,10 +101,8 @@ class Device:
 
 
 def request(method, path, token, body=None, content_type=None, headers=None):
-    lines = [f"{method.upper()} {path} HTTP/1.1", "Host: device", "Connection: close"]
-    if token:
-        lines.append(f"Authorization: Bearer {token}")
-    lines += [f"{name}: {value}" for name, value in (headers or {}).items()]
+    said = {"Host": "127.0.0.1", "Connection": "close", **({"Authorization": f"Bearer {token}"} if token else {}), **(headers or {})}
+    lines = [f"{method.upper()} {path} HTTP/1.1", *(f"{name}: {value}" for name, value in said.items())]
     if body is not None:
         lines += [f"Content-Type: {content_type}", f"Content-Length: {len(body)}"]
     return "\r\n".join(lines).encode() + b"\r\n\r\n" + (body or b"")

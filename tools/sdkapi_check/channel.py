@@ -110,7 +110,7 @@ def leave(target: Target, login: str) -> None:
 
 def connect(target: Target, path: str, token: str | None) -> Channel:
     key = base64.b64encode(os.urandom(16)).decode()
-    lines = [f"GET {path} HTTP/1.1", "Host: device", "Upgrade: websocket", "Connection: Upgrade", "Sec-WebSocket-Version: 13", f"Sec-WebSocket-Key: {key}"]
+    lines = [f"GET {path} HTTP/1.1", "Host: localhost", "Upgrade: websocket", "Connection: Upgrade", "Sec-WebSocket-Version: 13", f"Sec-WebSocket-Key: {key}"]
     if token is not None:
         lines.append(f"Sec-WebSocket-Protocol: {token}")
     channel = Channel(target.endpoint.connect(), Exchange("\r\n".join(lines).encode() + b"\r\n\r\n"), key)

@@ -53,7 +53,7 @@ def _handshake(target: Target, version: ssl.TLSVersion, ciphers: str = "ALL:COMP
 
 def _check_plain(target: Target) -> None:
     """A client without TLS gets no answer of the device."""
-    result = Exchange(b"GET /iplogin HTTP/1.1\r\nHost: device\r\nConnection: close\r\n\r\n")
+    result = Exchange(b"GET /iplogin HTTP/1.1\r\nHost: localhost\r\nConnection: close\r\n\r\n")
     with target.endpoint.connect_plain() as connection:
         connection.sendall(result.sent)
         receive(connection, result, 4096, time.monotonic() + target.endpoint.timeout)

@@ -115,7 +115,7 @@ def receive(connection: socket.socket, result: Exchange, limit: int, deadline: f
 
 def request(method: str, path: str, token: str | None = None, body: bytes | None = None, content_type: str = "", close: bool = True,
             headers: tuple[str, ...] = ()) -> bytes:
-    lines = [f"{method} {path} HTTP/1.1", "Host: device", "User-Agent: sdkapi-check"]
+    lines = [f"{method} {path} HTTP/1.1", "Host: localhost", "User-Agent: sdkapi-check"]
     if close:
         lines.append("Connection: close")
     if token is not None:

@@ -12,6 +12,7 @@ struct AccountOptions {
   bool noAuth = false;
   uint32_t idleSeconds = 43200;
   std::string firstPassword;  // empty: "admin", to be changed at the first login
+  std::string hostNames;      // separated by commas
 };
 
 // Opens the users in the device's database; makes the first administrator on an empty one.
