@@ -18,23 +18,16 @@
 #include "model/units.h"
 #include "sdkapi/extension.h"
 #include "sdkapi/sdkapi.h"
-#include "slots/account_routes.h"
 #include "slots/accounts.h"
 #include "slots/acts.h"
-#include "slots/certificate_routes.h"
 #include "slots/certificates.h"
-#include "slots/file_routes.h"
 #include "slots/firmware.h"
-#include "slots/firmware_routes.h"
-#include "slots/health_routes.h"
 #include "slots/host_table.h"
 #include "slots/live.h"
 #include "slots/metrics.h"
-#include "slots/preset_routes.h"
+#include "slots/own_routes.h"
 #include "slots/previews.h"
-#include "slots/refusal_routes.h"
 #include "slots/settings.h"
-#include "slots/unit_routes.h"
 #include "slots/uploads.h"
 #include "store/database.h"
 #include "store/files.h"
@@ -90,18 +83,6 @@ void StartParts(const SdkKitSettings& settings) {
   StartCertificates(settings.httpsPort > 0);
 }
 
-void StartRoutes() {
-  RegisterUnitRoutes();
-  RegisterPresetRoutes();
-  RegisterFileRoutes();
-  RegisterAccountRoutes();
-  RegisterRefusalRoutes();
-  RegisterCertificateRoutes();
-  RegisterFirmwareRoutes();
-  RegisterMetrics();
-  RegisterHealthRoutes();
-}
-
 // A client makes the device keep no more of a body for one of its own routes than such a body needs.
 void BoundBodies() {
   SdkAPIExtLimits limits{};
@@ -134,7 +115,7 @@ int Prepare(const SdkKitSettings* settings, SdkAPISerHandle* table) {
 int Started(const SdkKitSettings* settings) {
   if (settings->noAuth == 0 && g_firstPassword[0] == '\0')
     std::puts("first user: admin, password admin (to be changed at the first login)");
-  return Step(StartRoutes);
+  return Step(RegisterOwnRoutes);
 }
 
 // Viewers are let go first, so that no host function keeps the server from stopping.

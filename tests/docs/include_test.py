@@ -13,6 +13,8 @@ WEB_SERVER = "civetweb.h"
 FLOOR = re.compile(r"^\| (\d+) \| ((?:`\w+/`(?:, )?)+) \| (yes|no|`[\w.]+`) \|", re.M)
 DEVICE = "examples/simulator/"
 DEVICE_FLOOR = re.compile(r"^\| (\d+) \| `(\w+)(?:/|\.cpp)` \|", re.M)
+# What only slots/ and what is above know: the names of requests, replies and the host table.
+HTTP = re.compile(r"\b(?:mg_connection|CustomReqInfo|UploadCustomCtx|CustomDownloadInfo|SdkAPISerHandle)\b")
 # The trees whose files know each other in no circle; a header and the source of its name are one file here.
 NO_CIRCLES = ("kit/", DEVICE)
 # What clang is told about locks: macros, which stand where a name could.
@@ -53,6 +55,7 @@ WRONG = {
     "examples/simulator/store/names.h": '#include "../slots/replies.h"',  # up, by another way
     "examples/simulator/store/database.cpp": '#include "store/database_test.h"',  # no such file
     "examples/simulator/model/units.cpp": '#include "model/privileges.h"',  # a circle with privileges.cpp
+    "examples/simulator/model/presets.cpp": "int Serve(mg_connection* conn, CustomReqInfo* request);",
     "examples/simulator/slots/lonely.cpp": "",  # without a header of its name
     "examples/simulator/panel/buttons.h": "",  # no such folder in the table
     "kit/base/file.cpp": '#include "upload/store.h"',  # up
@@ -181,6 +184,8 @@ def device_faults(tree, device):
             continue
         if name.endswith(".cpp") and folder != "main" and re.sub(r"cpp$", "h", name) not in tree:
             yield f"{name}: no header has its name"
+        if device[folder] < device["slots"] and (found := HTTP.search(code(text))):
+            yield f"{name}: {found[0]} belongs into slots/"
         for target in re.findall(r'^#include "([^"]+)"', text, re.M):
             other = target.split("/")[0]
             if f"{DEVICE}{target}" not in tree and f"include/{target}" not in tree:
