@@ -4,7 +4,7 @@ import { readFile } from 'node:fs/promises';
 import { after, before, describe, test } from 'node:test';
 import { openTab, shot, until } from './support/browser.mjs';
 import { card, choose, chooseAccount, CONNECTION_LOST, drag, drop, fillLogin, flow, goTo, heading, isConnected, logIn, meet, PASSWORD, refusedWith, save, SCHEMES, upload } from './support/console.mjs';
-import { asFile, certificate, edid, png } from './support/files.mjs';
+import { asFile, edid, png } from './support/files.mjs';
 import { Simulator } from './support/simulator.mjs';
 import { slowWay } from './support/slow_way.mjs';
 
@@ -136,20 +136,6 @@ for (const scheme of SCHEMES) {
       await drop(page, 'Import settings').getByText('This is not a settings file of this device.').waitFor();
       const report = await save(page, () => page.getByRole('button', { name: 'Download report' }).click());
       assert.equal(report.name, 'custom.txt');
-    });
-
-    flowHere('certificates are taken or refused in words', [refusedWith(406)], async (person) => {
-      const page = await logIn(person, { path: '/#/certificates' });
-      const pem = certificate('device.pem');
-      await upload(page, 'Upload HTTPS certificate', pem);
-      await page.getByLabel('Port', { exact: true }).fill('3');
-      await upload(page, 'Upload 802.1X certificate', pem);
-      await picture(page, 'certificates');
-      await page.getByLabel('Port', { exact: true }).fill('70000');
-      await choose(page, 'Upload 802.1X certificate', pem);
-      await drop(page, 'Upload 802.1X certificate').getByText('a port from 1 to 65535').waitFor();
-      await choose(page, 'Upload HTTPS certificate', asFile('empty.pem', 'nothing'));
-      await drop(page, 'Upload HTTPS certificate').getByText('The device does not accept this file').waitFor();
     });
 
     flowHere('privilege pictures are bound and deleted', [refusedWith(503)], async (person) => {

@@ -1,6 +1,7 @@
 // The device's certificates: what they say, and those that it makes itself.
 #include "model/certificates.h"
 
+#include <arpa/inet.h>
 #include <sdkapi/kit_certificate.h>
 
 #include <algorithm>
@@ -34,6 +35,14 @@ const char* StateOf(const SdkKitCertificateInfo& info) {
   return info.notAfter - now < kSoon ? "soon" : "valid";
 }
 
+// OpenSSL writes all groups of an IPv6 address.
+std::string Shortened(const std::string& name) {
+  in6_addr address{};
+  char text[INET6_ADDRSTRLEN];
+  if (inet_pton(AF_INET6, name.c_str(), &address) != 1) return name;
+  return inet_ntop(AF_INET6, &address, text, sizeof text) != nullptr ? text : name;
+}
+
 // "DNS:a, IP Address:b" as the names alone.
 json NamesOf(std::string_view text) {
   json names = json::array();
@@ -43,7 +52,7 @@ json NamesOf(std::string_view text) {
     for (const std::string_view kind : {"DNS:", "IP Address:"}) {
       if (name.starts_with(kind)) name.remove_prefix(kind.size());
     }
-    names.push_back(name);
+    names.push_back(Shortened(std::string(name)));
     text.remove_prefix(end == std::string_view::npos ? text.size() : end + 2);
   }
   return names;

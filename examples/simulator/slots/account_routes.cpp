@@ -96,13 +96,13 @@ std::string ReasonOf(int code) { return code == kKitUserDone ? "" : "code " + st
 int ChangeRole(mg_connection* conn, const std::string& name, const json& role) {
   const bool isRole = role >= kLeastRole && role <= kMostRole;
   const int code = isRole ? SdkKitAccounts_SetRole(name.c_str(), role) : kKitUserBadRole;
-  NoteAct("set-user-role", name, role.dump(), ReasonOf(code));
+  NoteAct("accounts", "role", name, role.dump(), ReasonOf(code));
   return AnswerCode(conn, code);
 }
 
 int ChangePassword(mg_connection* conn, const std::string& name, const std::string& password) {
   const int code = SdkKitAccounts_SetPassword(name.c_str(), password.c_str());
-  NoteAct("set-user-password", name, "", ReasonOf(code));
+  NoteAct("accounts", "first-password", name, "", ReasonOf(code));
   return AnswerCode(conn, code);
 }
 

@@ -33,6 +33,11 @@ std::string TextOf(const json& object, const std::string& member) {
   return value.is_boolean() ? value.dump() : "";
 }
 
+void Note(const std::string& action, const std::string& object, const std::string& target,
+          const std::string& reason) {
+  NoteAct("device", action, object, target, reason);
+}
+
 }  // namespace
 
 void StartActs() {
@@ -42,12 +47,12 @@ void StartActs() {
 
 void StopActs() { SdkKitAudit_Set(nullptr); }
 
-void NoteAct(const std::string& action, const std::string& object, const std::string& target,
-             const std::string& reason) {
+void NoteAct(const char* subject, const std::string& action, const std::string& object,
+             const std::string& target, const std::string& reason) {
   SdkKitAuditEntry entry{};
   entry.size = sizeof entry;
   entry.outcome = reason.empty() ? kKitAuditDone : kKitAuditRefused;
-  entry.subject = "device";
+  entry.subject = subject;
   entry.action = action.c_str();
   entry.object = object.c_str();
   entry.target = target.c_str();
@@ -58,18 +63,16 @@ void NoteAct(const std::string& action, const std::string& object, const std::st
 void NoteCommand(const std::string& type, const json& message, const std::string& reason) {
   if (type == "set-routes" && reason.empty()) {
     for (const auto& [receiver, transmitter] : message["routes"].items())
-      NoteAct("set-unit-input", receiver, transmitter, reason);
+      Note("set-unit-input", receiver, transmitter, reason);
     return;
   }
-  if (!type.starts_with(kSetUnit))
-    return NoteAct(type, TextOf(message, "name"), TextOf(message, "to"), reason);
-  NoteAct(type, TextOf(message, "unit"), TextOf(message, type.substr(kSetUnit.size())), reason);
+  if (!type.starts_with(kSetUnit)) return Note(type, TextOf(message, "name"), TextOf(message, "to"), reason);
+  Note(type, TextOf(message, "unit"), TextOf(message, type.substr(kSetUnit.size())), reason);
 }
 
 void NoteUnitChange(const std::string& unit, const json& change, const std::string& reason) {
   for (const char* const member : {"name", "online", "input", "locked"}) {
-    if (change.contains(member))
-      NoteAct(std::string(kSetUnit) + member, unit, TextOf(change, member), reason);
+    if (change.contains(member)) Note(std::string(kSetUnit) + member, unit, TextOf(change, member), reason);
   }
 }
 

@@ -11,8 +11,8 @@ void StartActs();
 void StopActs();
 
 // The request that this thread serves says who acts. An empty reason: it was done.
-void NoteAct(const std::string& action, const std::string& object, const std::string& target,
-             const std::string& reason);
+void NoteAct(const char* subject, const std::string& action, const std::string& object,
+             const std::string& target, const std::string& reason);
 
 // A command by its type, as the WebSocket channel has it. An empty reason: it was carried out.
 void NoteCommand(const std::string& type, const nlohmann::json& message, const std::string& reason);

@@ -17,7 +17,7 @@ using nlohmann::json;
 
 int AnswerAction(mg_connection* conn, const std::string& action, const std::string& reason,
                  const json& body) {
-  NoteAct("certificate-" + action, "", "", reason);
+  NoteAct("certificate", action, "", "", reason);
   if (!reason.empty()) return AnswerError(conn, 400, reason.c_str());
   return Answer(conn, 200, body.is_null() ? Certificates() : body);
 }

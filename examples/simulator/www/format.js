@@ -39,6 +39,9 @@ const asDate = (time) => (time instanceof Date ? time : new Date(time * 1000));
 export const formatTime = (time, options) =>
   formatter(Intl.DateTimeFormat, { dateStyle: 'medium', timeStyle: 'medium', ...options }).format(asDate(time));
 
+/** The day of a moment. */
+export const formatDate = (time) => formatter(Intl.DateTimeFormat, { dateStyle: 'long' }).format(asDate(time));
+
 /** The time of the day alone. */
 export const formatClock = (time) => formatter(Intl.DateTimeFormat, { timeStyle: 'medium' }).format(asDate(time));
 
@@ -63,4 +66,13 @@ export function formatAge(seconds) {
   const past = Math.max(0, Number(seconds) || 0);
   const [unit, length] = STEPS.find(([, least]) => past >= least) ?? STEPS.at(-1);
   return formatter(Intl.RelativeTimeFormat, { numeric: 'auto' }).format(-Math.floor(past / length), unit);
+}
+
+const SPANS = [['year', 31557600], ['month', 2629800], ...STEPS];
+
+/** How far ahead or back, in the largest unit that counts at least twice: "in 12 days". */
+export function formatIn(seconds) {
+  const far = Math.abs(seconds);
+  const [unit, length] = SPANS.find(([, least]) => far >= 2 * least) ?? SPANS.at(-1);
+  return formatter(Intl.RelativeTimeFormat, { numeric: 'auto' }).format(Math.trunc(seconds / length), unit);
 }

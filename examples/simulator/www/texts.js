@@ -5,11 +5,15 @@ import { formatBytes, formatDuration, formatNumber, formatPercent, formatTempera
 export const common = {
   console: 'Device console',
   cancel: 'Cancel',
+  because: (what, reason) => `${what} The device says: ${reason}.`,
   actions: 'Actions',
   roles: { 1: 'Administrator', 2: 'Operator', 3: 'Viewer' },
   nobodyWrites: (role) => `Your role, ${role}, may look at this but not change it.`,
   nobodyAdministers: (role) => `Only administrators may do this. Your role is ${role}.`,
 };
+
+/** The roles of the kit's accounts by their numbers. */
+export const roles = { 1: 'Administrator', 2: 'Operator', 3: 'Viewer' };
 
 /** The frame of the console: header, navigation, banner. */
 export const shell = {
@@ -214,7 +218,7 @@ export const log = {
   what: 'What',
   result: 'Result',
   kind: 'Kind',
-  kinds: { device: 'Switching', accounts: 'Logins and users', upload: 'Uploads', archive: 'Settings', firmware: 'Firmware', events: 'Connections' },
+  kinds: { device: 'Switching', accounts: 'Logins and users', upload: 'Uploads', archive: 'Settings', firmware: 'Firmware', certificate: 'Certificates', events: 'Connections' },
   everything: 'Everything',
   everybody: 'Everybody',
   search: 'Search',
@@ -237,6 +241,8 @@ export const log = {
     'accounts.create': (user) => `Create the user ${user}`,
     'accounts.change': (user) => `Change the name or password of ${user}`,
     'accounts.delete': (user) => `Delete the user ${user}`,
+    'accounts.role': (user, role) => `Give ${user} the role ${roles[role] ?? role}`,
+    'accounts.first-password': (user) => `Give ${user} a new first password`,
     'accounts.import': (count) => `Import ${count} users`,
     'accounts.reset': (user) => `Make ${user} the only user`,
     'accounts.request': (method, route) => `Ask for ${method} ${route}`,
@@ -247,6 +253,9 @@ export const log = {
     'archive.finish': () => 'Finish a change of the settings that was interrupted',
     'firmware.install': (version) => (version ? `Install firmware ${version}` : 'Install firmware'),
     'firmware.confirm': (version) => `Confirm that firmware ${version} works`,
+    'certificate.make': () => 'Make a certificate',
+    'certificate.request': () => 'Make a signing request',
+    'certificate.discard': () => 'Discard the certificate that waits',
     'events.let-go': (address, why) => `Close a connection of ${address}: ${why}`,
     'device.set-unit-name': (unit, name) => `Rename ${unit} to ${name}`,
     'device.set-unit-online': (unit, online) => `Take ${unit} ${online === 'true' ? 'online' : 'offline'}`,
@@ -506,7 +515,69 @@ export const account = {
 
 export const certificates = {
   title: 'Certificates',
-  intro: 'A PEM file that holds a certificate and its private key. The key must not have a pass phrase.',
+  intro: 'How clients of HTTPS know this device, and how the device shows itself to the network (IEEE 802.1X).',
+  untold: 'This device does not tell its certificates.',
+
+  inUse: 'In use for HTTPS',
+  noneInUse: 'None: the device does not serve HTTPS.',
+  waiting: 'Waits for the next start',
+  afterRestart: 'From then on your browser asks anew whether to trust this device: reload the page, and compare the fingerprint with the one here.',
+  stillWaits: 'The restart was only played: a simulated device uses the certificate when its program is started again.',
+  discard: 'Discard',
+  discardTitle: 'Discard the certificate that waits?',
+  discardText: 'The device goes on with the one in use. A key that was made for it is lost.',
+  restart: 'Restart device',
+  restartTitle: 'Restart the device?',
+  restartText: 'All pictures stop for a few seconds. A simulated device only plays this; it uses the certificate when its program is started again.',
+  refused: (why) => `At the last start: ${why}.`,
+  choices: { previous: 'The certificate before is in use again.', made: 'The device made it at its last start.', new: 'In use since the last start.' },
+
+  states: { early: 'not valid yet', valid: 'valid', soon: 'expires soon', expired: 'expired' },
+  warnings: {
+    early: (when) => `The certificate is not valid before ${when}. Is the device’s clock right?`,
+    soon: (when, left) => `The certificate expires on ${when}, ${left}. Clients will refuse the device then.`,
+    expired: (when) => `The certificate expired on ${when}. Clients refuse the device, or ask.`,
+  },
+  facts: {
+    names: 'For', subject: 'Subject', issuer: 'Issued by', from: 'Valid from', until: 'Valid until', key: 'Key', chain: 'Chain', port: 'Port', fingerprint: 'SHA-256 fingerprint',
+  },
+  itself: 'itself (self-signed)',
+  ever: 'any time',
+  key: (kind, bits) => `${kind}, ${bits} bits`,
+  chain: (count) => (count === 0 ? 'none in the file' : count === 1 ? '1 certificate' : `${count} certificates`),
+  noNames: 'no names',
+
+  upload: 'Upload a certificate',
+  uploadText: 'A PEM file with the certificate, its chain, and its private key without a pass phrase. The answer to a signing request needs no key: the device has it.',
+  uploadHttps: 'Upload HTTPS certificate',
+  notTaken: 'The device does not take this certificate.',
+  tooLarge: 'The file is larger than any certificate.',
+
+  make: 'New self-signed certificate',
+  makeText: 'With a new key, which never leaves the device. Clients have to be told to trust it.',
+  makeIt: 'Make certificate',
+  made: 'It waits for the next start of the device.',
+  request: 'Signing request',
+  requestText: 'For your certificate authority, with the key of this device. Upload what it sends back.',
+  requestIt: 'Make request',
+  requested: 'The request is below.',
+  requestName: 'The signing request',
+  save: 'Save request',
+  commonName: 'Name',
+  commonNameHint: 'What people call the device, 1 to 64 characters.',
+  names: 'Addresses',
+  namesHint: 'Every host name and IP address that clients use, one a line.',
+  days: 'Days',
+  daysHint: 'How long it is valid, 1 to 36500. Some browsers and phones take no more than 825.',
+  needsName: 'Please enter a name.',
+  needsNames: 'Please enter at least one host name or address.',
+  needsDays: 'Please enter 1 to 36500 days.',
+
+  port: 'IEEE 802.1X',
+  noPort: 'No certificate yet.',
+  portNumber: 'Port',
+  portHint: 'The port that this certificate is for, 1 to 65535.',
+  uploadPort: 'Upload 802.1X certificate',
 };
 
 export const settings = {

@@ -1,8 +1,11 @@
 /* Controls that move files: a drop zone with progress, rate and cancel, and a download button. */
 import { button, h, newId, notice, statusLine } from './dom.js';
 import { formatBytes, formatPercent, formatRate } from './format.js';
+import { reasonOf } from './refusals.js';
+import { common } from './texts.js';
 
 const RATE_WINDOW_MS = 2000;
+const REFUSED = ['rejected', 'failed'];
 
 /** Bytes per second over the last two seconds. */
 export function rateMeter() {
@@ -49,6 +52,7 @@ export function uploader(ctx, { label, hint, route, accept, headers, explain, do
     if (cancel) return;
     cancel = new AbortController();
     const rate = rateMeter();
+    const begun = performance.now();
     bar.value = 0;
     figures.textContent = '';
     running.hidden = false;
@@ -59,7 +63,8 @@ export function uploader(ctx, { label, hint, route, accept, headers, explain, do
       done?.(file);
     } catch (error) {
       ctx.check(error);
-      line.say(words(error, explain), error.kind === 'cancelled' ? 'warn' : 'bad');
+      const reason = REFUSED.includes(error.kind) ? await reasonOf(ctx.api, route, begun) : '';
+      line.say(words(error, explain, reason), error.kind === 'cancelled' ? 'warn' : 'bad');
     } finally {
       cancel = null;
       running.hidden = true;
@@ -75,9 +80,10 @@ export function uploader(ctx, { label, hint, route, accept, headers, explain, do
   return dropZone({ label, hint, accept, take: send }, running, line);
 }
 
-function words(error, explain) {
+function words(error, explain, reason) {
   if (error.kind === 'cancelled') return 'Cancelled. The device keeps what it had.';
-  return explain?.(error) || error.message;
+  const what = explain?.(error) || error.message;
+  return reason ? common.because(what, reason) : what;
 }
 
 /** A button that fetches a file with the token and hands it to the browser. */
