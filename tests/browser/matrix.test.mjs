@@ -66,6 +66,8 @@ onDevice('the matrix', 'http', (flow, device) => {
     await statusText(page, '2 changes pending').waitFor();
     await checkAxe(page);
     await shot(page, 'matrix-take');
+    await page.emulateMedia({ colorScheme: 'dark' });
+    await checkAxe(page);
     assert.deepEqual(await inputs(person), { RX01: 'TX01', RX02: 'TX02', RX03: 'TX03', RX04: 'TX04' });
     await page.getByRole('button', { name: 'Take', exact: true }).click();
     await statusText(page, '2 outputs changed.').waitFor();

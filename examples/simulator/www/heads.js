@@ -5,12 +5,19 @@ import { matrix as texts } from './texts.js';
 
 // Who moves across the matrix looks at no picture on the way.
 const DELAY_MS = 200;
+const AGAIN_MS = 250;
 
 let renewals = Promise.resolve();
 
 /** Renews a still at once, one after the other: a page has few connections. */
-function renewSoon(preview) {
+function renew(preview) {
   renewals = renewals.then(() => preview.isConnected && preview.wantsStill && preview.renew());
+}
+
+/** Shows what a unit shows now; a picture that was under way already may still be of before, so it is asked for twice. */
+function renewSoon(preview) {
+  renew(preview);
+  setTimeout(() => renew(preview), AGAIN_MS);
 }
 
 /** { element, update(unit, line, shown), light(on) }: `line` is shown below the name, `shown` is what the picture rests on. */
