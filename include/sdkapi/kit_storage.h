@@ -14,8 +14,10 @@ SDKAPI_BEGIN
 
 struct sqlite3;
 
-/** Bytes of the longest name that SdkKitStorage_Name() makes, with its NUL. */
-enum { kKitStorageNameSize = 128 };
+/** Sizes of storage. */
+enum {
+  kKitStorageNameSize = 128 /**< of the longest name that SdkKitStorage_Name() makes, with its NUL. */
+};
 
 /** Makes a folder, with those above it that are missing, for this user only and durably. Removes from it
  * what a kill left there of SdkKitStorage_Replace(), so call it at the start, for each folder of the host's.
