@@ -167,6 +167,15 @@ export interface components {
             /** @description Name of a transmitter, or empty for none. */
             input: string;
         };
+        clientSetUnitEdid: {
+            /** @constant */
+            type: "set-unit-edid";
+            id?: components["schemas"]["Id"];
+            /** @description Name of the transmitter. */
+            unit: string;
+            /** @description One or two blocks as hexadecimal digits, judged as `/upload/edid` judges. */
+            edid: string;
+        };
         clientSetUnitLocked: {
             /** @constant */
             type: "set-unit-locked";
@@ -252,6 +261,7 @@ export type Command =
   | components["schemas"]["clientSetUnitName"]
   | components["schemas"]["clientSetUnitOnline"]
   | components["schemas"]["clientSetUnitInput"]
+  | components["schemas"]["clientSetUnitEdid"]
   | components["schemas"]["clientSetUnitLocked"]
   | components["schemas"]["clientSetRoutes"]
   | components["schemas"]["clientPresetStore"]

@@ -1309,7 +1309,7 @@ export interface components {
             online: boolean;
             ip: string;
             mac: string;
-            /** @description 256 hexadecimal digits in factory state. */
+            /** @description One or two blocks of 256 hexadecimal digits. */
             edid: string;
             /** @description Of a receiver: the name of a transmitter, or empty. Of a transmitter: empty. */
             input: string;
@@ -1355,6 +1355,8 @@ export interface components {
             name?: string;
             online?: boolean;
             input?: string;
+            /** @description Of a transmitter, which shows it to its source; judged as `/upload/edid` judges. */
+            edid?: string;
             /** @description Of a receiver. While it is locked an `input` is refused, but with `"locked":false`. */
             locked?: boolean;
         };

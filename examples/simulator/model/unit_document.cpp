@@ -7,6 +7,7 @@
 #include <cctype>
 #include <string_view>
 
+#include "model/edid.h"
 #include "sdkapi/sdkapi.h"
 #include "store/names.h"
 
@@ -14,8 +15,6 @@ namespace sim {
 namespace {
 
 using nlohmann::json;
-
-constexpr std::size_t kEdidDigits = 256;
 
 bool IsText(const json& unit, const char* member) { return unit.value(member, json()).is_string(); }
 
@@ -38,10 +37,6 @@ bool IsMac(const std::string& text) {
          });
 }
 
-bool IsEdidText(const std::string& text) {
-  return text.size() == kEdidDigits && text.find_first_not_of("0123456789abcdefABCDEF") == std::string::npos;
-}
-
 // An empty text for a receiver's transmitter in the same list.
 std::string InputFault(const json& units, const json& unit) {
   if (unit["input"] == "") return "";
@@ -59,7 +54,7 @@ std::string UnitFault(const json& unit) {
   if (!IsAddress(unit["ip"])) return "a bad address";
   if (!IsMac(unit["mac"])) return "a bad MAC address";
   if (unit["type"] == "tx" && unit.value("locked", false)) return "a lock of what is no receiver";
-  return IsEdidText(unit["edid"]) ? "" : "a bad EDID";
+  return EdidFault(unit["edid"]).empty() ? "" : "a bad EDID";
 }
 
 }  // namespace

@@ -6,6 +6,7 @@
 #include <cstdio>
 
 #include "bus/events.h"
+#include "model/edid.h"
 #include "store/database.h"
 #include "store/names.h"
 
@@ -16,32 +17,7 @@ using nlohmann::json;
 
 constexpr int kUnitsPerType = 4;
 constexpr const char* kColumns = "SELECT name, type, online, ip, mac, edid, input, locked FROM units";
-constexpr std::size_t kEdidSize = 128;
 constexpr std::size_t kMostRoutes = 128;
-
-// A 1920x1080 display of this device's own make, with the unit's number as its serial number.
-std::string FactoryEdid(int number) {
-  std::array<unsigned char, kEdidSize> edid = {0x00, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0x00, 0x4D, 0x2D};
-  edid[10] = 1;
-  edid[12] = static_cast<unsigned char>(number);
-  edid[17] = 34;
-  edid[18] = 1;
-  edid[19] = 3;
-  constexpr std::array<unsigned char, 18> kFullHd = {0x02, 0x3A, 0x80, 0x18, 0x71, 0x38, 0x2D, 0x40, 0x58,
-                                                     0x2C, 0x45, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00, 0x1E};
-  std::copy(kFullHd.begin(), kFullHd.end(), edid.begin() + 54);
-  unsigned int sum = 0;
-  for (const unsigned char byte : edid) sum += byte;
-  edid.back() = static_cast<unsigned char>(0U - sum);
-
-  std::string text;
-  for (const unsigned char byte : edid) {
-    std::array<char, 3> digits{};
-    std::snprintf(digits.data(), digits.size(), "%02x", byte);
-    text += digits.data();
-  }
-  return text;
-}
 
 Unit FactoryUnit(const std::string& type, int number) {
   const bool receiver = type == "rx";
@@ -75,10 +51,20 @@ std::string CheckInput(const Unit& unit, const UnitChange& change) {
   return source && source->type == "tx" ? "" : "no such transmitter";
 }
 
+// A receiver has its display's own.
+std::string CheckEdid(const Unit& unit, const std::string& edid) {
+  if (unit.type != "tx") return "only transmitters take an EDID";
+  const std::string fault = EdidFault(edid);
+  return fault.empty() ? "" : "bad EDID: " + fault;
+}
+
 std::string Check(const Unit& unit, const UnitChange& change) {
   if (change.name && !IsName(*change.name)) return "bad name";
   if (change.name && *change.name != unit.name && FindUnit(*change.name)) return "name is taken";
   if (change.locked && unit.type != "rx") return "only receivers can be locked";
+  if (change.edid) {
+    if (std::string fault = CheckEdid(unit, *change.edid); !fault.empty()) return fault;
+  }
   return change.input ? CheckInput(unit, change) : "";
 }
 
@@ -99,6 +85,8 @@ void Write(const Unit& unit, const UnitChange& change) {
   }
   if (change.input)
     TheDatabase().Execute("UPDATE units SET input = ? WHERE name = ?", {*change.input, unit.name});
+  if (change.edid)
+    TheDatabase().Execute("UPDATE units SET edid = ? WHERE name = ?", {*change.edid, unit.name});
   if (change.locked) {
     TheDatabase().Execute("UPDATE units SET locked = ? WHERE name = ?",
                           {*change.locked ? "1" : "0", unit.name});
@@ -169,6 +157,8 @@ std::optional<UnitChange> ToUnitChange(const json& body) {
       change.online = value;
     } else if (member == "input" && value.is_string()) {
       change.input = value;
+    } else if (member == "edid" && value.is_string()) {
+      change.edid = value;
     } else if (member == "locked" && value.is_boolean()) {
       change.locked = value;
     } else {

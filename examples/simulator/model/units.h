@@ -15,7 +15,7 @@ struct Unit {
   bool online;
   std::string ip;
   std::string mac;
-  std::string edid;   // 256 hexadecimal characters
+  std::string edid;   // 256 or 512 hexadecimal characters
   std::string input;  // receiver: the transmitter that it shows, or empty
   bool locked;        // receiver: its input stays until it is unlocked
 };
@@ -34,6 +34,7 @@ struct UnitChange {
   std::optional<std::string> name{};
   std::optional<bool> online{};
   std::optional<std::string> input{};
+  std::optional<std::string> edid{};
   std::optional<bool> locked{};
 };
 

@@ -55,6 +55,7 @@ const std::map<std::string, Command, std::less<>> kCommands = {
     {"set-unit-name", [](const json& message) { return Change(message, "name"); }},
     {"set-unit-online", [](const json& message) { return Change(message, "online"); }},
     {"set-unit-input", [](const json& message) { return Change(message, "input"); }},
+    {"set-unit-edid", [](const json& message) { return Change(message, "edid"); }},
     {"set-unit-locked", [](const json& message) { return Change(message, "locked"); }},
     {"set-routes", Route},
     {"preset-store", Preset<StorePreset>},
