@@ -159,45 +159,6 @@ for (const scheme of SCHEMES) {
       await row.waitFor({ state: 'detached' });
     });
 
-    flowHere('users are made, limited by their role, and deleted', [refusedWith(401), CONNECTION_LOST], async (person) => {
-      const page = await logIn(person, { path: '/#/users' });
-      const create = async (name, password, role) => {
-        const box = card(page, 'New user');
-        await box.getByLabel('User name').fill(name);
-        await box.getByLabel('Password').fill(password);
-        await box.getByLabel('Role').selectOption(role);
-        await box.getByRole('button', { name: 'Create user' }).click();
-      };
-      await create('guest', 'weak', 'Viewer');
-      await card(page, 'New user').getByRole('status').getByText('at least one lower-case letter').waitFor();
-      await create('guest', 'Guest-1pw', 'Viewer');
-      await page.getByRole('row', { name: /guest Viewer/ }).waitFor();
-      await create('guest', 'Guest-1pw', 'Viewer');
-      await page.getByText('There is a user with this name already.').waitFor();
-      await create('locked', 'Locked-1pw', 'Operator');
-      await page.getByRole('row', { name: /locked Operator/ }).waitFor();
-      await picture(page, 'users');
-
-      const guest = await meet(device);
-      guest.allowed.push(refusedWith(401), CONNECTION_LOST);
-      const guestPage = await openTab(guest, '/#/pictures');
-      await fillLogin(guestPage, 'guest', 'Guest-1pw');
-      await guestPage.getByLabel('Current password').fill('Guest-1pw');
-      await guestPage.getByLabel('New password', { exact: true }).fill('Guest-2pw');
-      await guestPage.getByLabel('Repeat the new password').fill('Guest-2pw');
-      await guestPage.getByRole('button', { name: 'Change password' }).click();
-      await heading(guestPage, 'Pictures').waitFor();
-      assert.deepEqual(guest.problems, []);
-      await guest.context.close();
-
-      await page.getByRole('row', { name: /guest/ }).getByRole('button', { name: 'Delete' }).click();
-      await page.getByRole('dialog').getByRole('button', { name: 'Delete' }).click();
-      await page.getByRole('row', { name: /guest/ }).waitFor({ state: 'detached' });
-      await page.getByRole('row', { name: /admin/ }).getByRole('button', { name: 'Delete' }).click();
-      await page.getByRole('dialog').getByRole('button', { name: 'Delete' }).click();
-      await page.getByText('The last administrator has to stay.').waitFor();
-    });
-
     flowHere('five wrong passwords lock the name and count down', [], async (person) => {
       const page = await openTab(person);
       for (let tries = 0; tries < 5; ++tries) {

@@ -12,9 +12,6 @@ export const common = {
   nobodyAdministers: (role) => `Only administrators may do this. Your role is ${role}.`,
 };
 
-/** The roles of the kit's accounts by their numbers. */
-export const roles = { 1: 'Administrator', 2: 'Operator', 3: 'Viewer' };
-
 /** The frame of the console: header, navigation, banner. */
 export const shell = {
   title: 'Device',
@@ -241,7 +238,7 @@ export const log = {
     'accounts.create': (user) => `Create the user ${user}`,
     'accounts.change': (user) => `Change the name or password of ${user}`,
     'accounts.delete': (user) => `Delete the user ${user}`,
-    'accounts.role': (user, role) => `Give ${user} the role ${roles[role] ?? role}`,
+    'accounts.role': (user, role) => `Give ${user} the role ${common.roles[role] ?? role}`,
     'accounts.first-password': (user) => `Give ${user} a new first password`,
     'accounts.import': (count) => `Import ${count} users`,
     'accounts.reset': (user) => `Make ${user} the only user`,
@@ -475,6 +472,40 @@ export const privileges = {
 
 export const users = {
   title: 'Users',
+  intro: 'Who may log in. Administrators may do everything, operators operate the device, viewers only look.',
+  all: 'All users',
+  name: 'Name',
+  role: 'Role',
+  self: 'you',
+  first: 'password not changed yet',
+  alone: 'Nobody else may log in yet.',
+  last: 'The only administrator has to stay one.',
+  roleOf: (name) => `Role of ${name}`,
+  actionOf: (action, name) => `${action}: ${name}`,
+
+  roleTitle: (name, role) => `Make ${name} ${/^[AO]/.test(role) ? 'an' : 'a'} ${role.toLowerCase()}?`,
+  roleText: (name) => `All logins of ${name} end; with the next one the new role holds.`,
+  ownRoleText: 'This is you: your logins end, this one, too.',
+  changeRole: 'Change role',
+  roleDone: (name, role) => `${name}: ${role} now.`,
+  password: 'Password',
+  passwordTitle: (name) => `A new first password for ${name}`,
+  passwordText: (name) => `For somebody who has forgotten the own one. All logins of ${name} end, and ${name} has to choose another password with the next one.`,
+  setPassword: 'Set password',
+  passwordDone: (name) => `${name} can log in with the new password.`,
+  remove: 'Delete',
+  removeTitle: (name) => `Delete ${name}?`,
+  removeText: 'This user can no longer log in. Logins that are open end.',
+  removed: (name) => `${name} is deleted.`,
+
+  fresh: 'New user',
+  userName: 'User name',
+  nameHint: '1 to 31 letters, digits, dots, dashes or underscores.',
+  firstPassword: 'First password',
+  roleHint: 'It can be changed later.',
+  create: 'Create user',
+  needsName: 'Please enter a user name.',
+  created: (name) => `${name} can log in now, and chooses another password then.`,
 };
 
 export const sessions = {

@@ -1,60 +1,149 @@
-/* The users of the device. */
-import { badge, button, card, confirmDialog, field, fill, form, h, notice, passwordHint, requireDone, requireStrong, tableHead } from '../dom.js';
+/* The users of the device: their roles, first passwords, and new ones. */
+import { badge, button, card, confirmDialog, deny, field, fill, form, h, newId, notice, passwordHint, requireDone, requireStrong } from '../dom.js';
 import { common, users as texts } from '../texts.js';
 
-export const page = { title: texts.title, needs: 'administer' };
-const ROLES = common.roles;
+export const page = { title: texts.title, intro: texts.intro, needs: 'administer', routes: ['/sim/users'] };
+
+const ADMINISTRATOR = 1;
+const USUAL = 2;
+const roleOf = (number) => common.roles[number] ?? String(number);
+const passwordInput = () => h('input', { type: 'password', autocomplete: 'new-password' });
+const roleSelect = (chosen) => {
+  const select = h('select', Object.entries(common.roles).map(([value, words]) => h('option', { value }, words)));
+  select.value = String(chosen);
+  return select;
+};
 
 export function render(ctx) {
-  const body = h('tbody');
-  const message = (text) => fill(body, h('tr', h('td.dim', { colspan: '3' }, text)));
+  const list = new UserList(ctx);
+  list.load();
+  return h('div.columns', card(texts.all, list.element), card(texts.fresh, newUser(ctx, () => list.load())));
+}
 
-  async function load() {
+/** Carries out a change that the device answers with a code; what it refuses is thrown in words. */
+async function change(ctx, path, body) {
+  try {
+    requireDone(await ctx.api.postJson(path, body));
+  } catch (error) {
+    ctx.check(error);
+    throw error;
+  }
+}
+
+class UserList {
+  users = [];
+  order = { by: 'name', up: true };
+
+  constructor(ctx) {
+    this.ctx = ctx;
+    this.head = h('tr');
+    this.body = h('tbody');
+    this.alone = h('p.dim', { hidden: true }, texts.alone);
+    this.element = h('div.stack', h('div.scroll', h('table.people', h('thead', this.head), this.body)), this.alone);
+  }
+
+  async load() {
     try {
-      const { users } = await ctx.api.getJson('/sim/users');
-      if (!ctx.signal.aborted) fill(body, users.map(row));
+      const { users } = await this.ctx.api.getJson('/sim/users');
+      this.users = users;
+      if (!this.ctx.signal.aborted) this.show();
     } catch (error) {
-      if (!ctx.check(error)) message(error.message);
+      if (!this.ctx.check(error)) fill(this.body, h('tr', h('td', { colspan: '3' }, error.message)));
     }
   }
 
-  const row = ({ name, role, firstlogin }) => h('tr', h('th', { scope: 'row' }, name),
-    h('td', ROLES[role] ?? role, ' ', firstlogin ? badge('password not changed yet', 'warn') : null),
-    h('td', button('Delete', () => remove(name), 'small')));
-
-  async function remove(name) {
-    const sure = await confirmDialog({ title: `Delete ${name}?`, text: 'This user can no longer log in.', action: 'Delete' });
-    if (!sure) return;
-    try {
-      requireDone(await ctx.api.postJson('/deleteuser', { username: name }));
-    } catch (error) {
-      if (!ctx.check(error)) notice(error.message, 'bad');
-    }
-    load();
+  show() {
+    const { by, up } = this.order;
+    const compare = (one, other) => (by === 'role' ? one.role - other.role : 0) || one.name.localeCompare(other.name);
+    fill(this.head, this.column('name', texts.name), this.column('role', texts.role), h('th', { scope: 'col' }, h('span.unseen', common.actions)));
+    fill(this.body, [...this.users].sort((one, other) => (up ? compare(one, other) : compare(other, one))).map((user) => this.row(user)));
+    this.alone.hidden = this.users.length > 1;
   }
 
-  load();
-  return h('div.columns',
-    card('Users', h('div.scroll', h('table', tableHead('Name', 'Role', ''), body))),
-    card('New user', newUser(ctx, load)));
+  column(by, title) {
+    const is = this.order.by === by;
+    const sort = () => {
+      this.order = { by, up: !(is && this.order.up) };
+      this.show();
+      this.head.querySelector(`[data-by=${by}]`).focus();
+    };
+    const control = h('button.sort', { type: 'button', onclick: sort, 'data-by': by }, title);
+    return h('th', { scope: 'col', 'aria-sort': is ? (this.order.up ? 'ascending' : 'descending') : 'none' }, control);
+  }
+
+  row({ name, role, firstlogin }) {
+    const isLast = role === ADMINISTRATOR && this.users.filter((user) => user.role === ADMINISTRATOR).length === 1;
+    const reason = isLast ? texts.last : '';
+    const isSelf = name === this.ctx.me.name;
+    const roles = roleSelect(role);
+    roles.setAttribute('aria-label', texts.roleOf(name));
+    roles.addEventListener('change', () => this.changeRole(name, role, roles));
+    const act = (words, action) => {
+      const control = button(words, action, 'small');
+      control.setAttribute('aria-label', texts.actionOf(words, name));
+      return control;
+    };
+    return h('tr', h('th', { scope: 'row' }, name, ' ', isSelf && badge(texts.self), firstlogin ? badge(texts.first, 'warn') : null),
+      h('td', deny(roles, reason)),
+      h('td', h('div.row.acting', act(texts.password, () => this.changePassword(name)), deny(act(texts.remove, () => this.remove(name)), reason))));
+  }
+
+  /** Asks, and carries it out; shows what there is afterwards in any case. */
+  async sure(question, path, body, done) {
+    if (await confirmDialog(question)) {
+      await change(this.ctx, path, body).then(() => notice(done, 'good'), (error) => notice(error.message, 'bad'));
+    }
+    await this.load();
+  }
+
+  changeRole(name, before, { value }) {
+    const role = Number(value);
+    const words = roleOf(role);
+    const text = name === this.ctx.me.name ? texts.ownRoleText : texts.roleText(name);
+    return this.sure({ title: texts.roleTitle(name, words), text, action: texts.changeRole }, `/sim/users/${name}`, { role }, texts.roleDone(name, words));
+  }
+
+  remove(name) {
+    return this.sure({ title: texts.removeTitle(name), text: texts.removeText, action: texts.remove }, '/deleteuser', { username: name }, texts.removed(name));
+  }
+
+  changePassword(name) {
+    const password = passwordInput();
+    formDialog(texts.passwordTitle(name), texts.passwordText(name), [field(texts.firstPassword, password, passwordHint)], texts.setPassword, async () => {
+      requireStrong(password.value, password.value);
+      await change(this.ctx, `/sim/users/${name}`, { password: password.value });
+      notice(texts.passwordDone(name), 'good');
+      this.load();
+    });
+  }
+}
+
+/** A dialog with a form: stays, with the reason, until the action has succeeded. */
+function formDialog(title, text, fields, submit, action) {
+  const id = newId();
+  const element = form(fields, submit, async () => {
+    await action();
+    dialog.close();
+  });
+  const dialog = h('dialog', { 'aria-labelledby': id, onclose: () => dialog.remove() }, h('div.stack', h('h2', { id }, title), h('p', text), element));
+  element.querySelector('.row').prepend(button(common.cancel, () => dialog.close()));
+  document.body.append(dialog);
+  dialog.showModal();
+  element.querySelector('input').focus();
 }
 
 function newUser(ctx, changed) {
-  const name = h('input', { maxlength: '31', autocomplete: 'off', spellcheck: 'false' });
-  const password = h('input', { type: 'password', autocomplete: 'new-password' });
-  const role = h('select', Object.entries(ROLES).map(([value, words]) => h('option', { value }, words)));
-  role.value = '2';
-  return form([field('User name', name), field('Password', password, passwordHint), field('Role', role)], 'Create user', async () => {
+  const name = h('input', { maxlength: '31', autocomplete: 'off', autocapitalize: 'none', spellcheck: 'false' });
+  const password = passwordInput();
+  const role = roleSelect(USUAL);
+  const fields = [field(texts.userName, name, texts.nameHint), field(texts.firstPassword, password, passwordHint), field(texts.role, role, texts.roleHint)];
+  return form(fields, texts.create, async () => {
+    if (!name.value) throw new Error(texts.needsName);
     requireStrong(password.value, password.value);
-    try {
-      requireDone(await ctx.api.postJson('/createuser', { username: name.value, password: password.value, role: Number(role.value) }));
-    } catch (error) {
-      ctx.check(error);
-      throw error;
-    }
+    await change(ctx, '/createuser', { username: name.value, password: password.value, role: Number(role.value) });
     const made = name.value;
     name.value = password.value = '';
     changed();
-    return `${made} can log in now.`;
+    return texts.created(made);
   });
 }
