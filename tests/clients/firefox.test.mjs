@@ -97,7 +97,7 @@ for (const scheme of ['http', 'https']) {
     before(async () => (device = await Simulator.start(scheme, '--first-password', 'admin')));
     after(async () => assert.equal(await device?.remove(), 0));
 
-    const flow = (name, action) => test(name, { timeout: 90000 }, async () => {
+    const flow = (name, action) => test(name, { timeout: 180000 }, async () => {
       const person = await newFirefoxPerson(browser, device);
       try {
         await action(person);

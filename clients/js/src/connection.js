@@ -129,8 +129,10 @@ export class Connection extends Emitter {
     if (!globalThis.SharedWorker) return this.#standForElection();
     try {
       // Half a minute longer than the last tab, where the browser can: a tab that is loaded again finds its login.
-      const place = { type: /** @type {const} */ ('module'), name: JSON.stringify(this.#place), extendedLifetime: true };
-      new SharedWorker(new URL('./hub_worker.js', import.meta.url), place).onerror = () => this.#standForElection();
+      // Bundlers find the worker when address and kind are written in the call.
+      new SharedWorker(new URL('./hub_worker.js', import.meta.url), /** @type {WorkerOptions} */ ({
+        type: 'module', name: JSON.stringify(this.#place), extendedLifetime: true,
+      })).onerror = () => this.#standForElection();
     } catch {
       // The package may come from another origin than the page, which may have no workers from there.
       this.#standForElection();
