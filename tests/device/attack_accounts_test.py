@@ -3,21 +3,15 @@
 
 usage: attack_accounts_test.py SIMULATOR [REGEX]
 """
-import base64
 import json
-import os
-import pathlib
-import re
 import socket
-import struct
-import sys
 import threading
-import time
 
-from device import Device, Reply, form, request
+from attacks import PASSWORD as GOOD, PATIENCE, device_with, hold, log_of, send, wait_until
+from channel import Channel
+from device import Reply, request
 
-GOOD, OTHER = "Correct-Horse-7", "Other-Horse-8"
-PATIENCE = 30  # seconds
+OTHER = "Other-Horse-8"
 
 
 def ask(device, method, path, token="", members=None, headers=None, source="127.0.0.1"):
@@ -57,50 +51,6 @@ def add_user(device, admin, name, role):
     assert ask(device, "post", "/logout", token).status == 200
 
 
-def log_text(device):
-    return (pathlib.Path(device.folder.name) / "log" / "device.log").read_text()
-
-
-class Channel:
-    """A WebSocket that reads whole frames."""
-
-    def __init__(self, device, token, headers=""):
-        self.raw = socket.create_connection(("127.0.0.1", device.port), PATIENCE)
-        key = base64.b64encode(os.urandom(16)).decode()
-        self.raw.sendall((f"GET /ws HTTP/1.1\r\nHost: 127.0.0.1:{device.port}\r\nUpgrade: websocket\r\nConnection: Upgrade\r\n"
-                          f"Sec-WebSocket-Key: {key}\r\nSec-WebSocket-Version: 13\r\nSec-WebSocket-Protocol: {token}\r\n{headers}\r\n").encode())
-        self.head = b""
-        while not self.head.endswith(b"\r\n\r\n") and (byte := self.raw.recv(1)):
-            self.head += byte
-
-    def read(self, size):
-        data = b""
-        while len(data) < size and (piece := self.raw.recv(size - len(data))):
-            data += piece
-        return data
-
-    def frame(self):
-        head = self.read(2)
-        if len(head) < 2:
-            return None
-        length = head[1] & 127
-        if length == 126:
-            length = struct.unpack(">H", self.read(2))[0]
-        elif length == 127:
-            length = struct.unpack(">Q", self.read(8))[0]
-        return head[0] & 15, self.read(length)
-
-    def end(self):
-        """The close frame's reason; nothing when the connection ended without one."""
-        while frame := self.frame():
-            if frame[0] == 8:
-                return struct.unpack(">H", frame[1][:2])[0], frame[1][2:].decode()
-        return None
-
-    def close(self):
-        self.raw.close()
-
-
 def many_viewer_logins(device):
     admin = log_in(device)
     add_user(device, admin, "eve", 3)
@@ -136,7 +86,7 @@ def deleted_user_goes_on(device):
     assert code(device, "/deleteuser", admin, username="eve") == 0
     for path in ("/sim/units", "/log", "/download/custom", "/sim/picture/logo", "/sim/download", "/sim/files"):
         assert status(device, path, eve) == 401, path
-    assert channel.end() == (1008, "user deleted")
+    channel.wait_for_close(1008, "user deleted")
 
 
 def restored_users_go_on(device):
@@ -144,7 +94,7 @@ def restored_users_go_on(device):
     add_user(device, admin, "eve", 3)
     eve, channel = log_in(device, "eve"), Channel(device, admin)
     assert ask(device, "post", "/custom_restore", admin).status == 200
-    assert channel.end() == (1008, "users replaced")
+    channel.wait_for_close(1008, "users replaced")
     for token in (admin, eve):
         assert status(device, "/log", token) == 401
     assert try_login(device, "eve")["code"] == 1
@@ -155,7 +105,7 @@ def old_token_after_password_change(device):
     channel = Channel(device, stolen)
     assert code(device, "/change/password", own, username="admin", oldpassword=GOOD, newpassword=OTHER) == 0
     assert (status(device, "/log", own), status(device, "/log", stolen)) == (200, 401)
-    assert channel.end() == (1008, "account changed")
+    channel.wait_for_close(1008, "account changed")
 
 
 def parallel_guesses(device):
@@ -202,14 +152,14 @@ def log_forging(device):
     try_login(device, name[:31], "guess")
     try_login(device, "admin\n", "guess")
     ask(device, "get", "/sim/units", "token\x1b[31m")
-    lines = log_text(device).splitlines()
+    lines = log_of(device, "device.log").splitlines()
     assert not any(line.startswith("2026-01-01 00:00:00.000") for line in lines)
 
 
 def secrets_in_the_log(device):
     token = log_in(device)
     assert code(device, "/change/password", token, username="admin", oldpassword=GOOD, newpassword=OTHER) == 0
-    text = log_text(device)
+    text = log_of(device, "device.log")
     assert GOOD not in text and OTHER not in text and token not in text
 
 
@@ -224,16 +174,8 @@ def rights_of_a_viewer(device):
             ("get", "/custom_restore", None), ("post", "/custom_restore", {}), ("get", "/specifypriv?hostname=RX01&file=a.png", None),
             ("get", "/delete_priv?file=a.png", None), ("post", "/sim/units/TX01", {"online": False}), ("get", "/sim/users", None)):
         assert ask(device, method, path, eve, members).status == 401, path
-    body, kind = form(b"content")
-    for path in ("/upload/logo", "/upload/sub/upgrade", "/upload/sub/upgrade/anything", "/upload/sub/logo/anything", "/upload/setting",
-                 "/api/v1/settings/import", "/api/v1/fw_upload", "/api/v1/security/https_setting", "/upload/security", "/sim/upload"):
-        for method in ("post", "get"):
-            assert Reply(device.exchange(request(method, path, eve, body, kind))).status == 401, f"{method} {path}"
-    port = {"Port": "no number"}
-    reply = Reply(device.exchange(request("post", "/api/v1/security/ieee802_1x_setting", eve, body, kind, port)))
-    assert reply.status == 401, "the port was judged before the right"
     assert ask(device, "get", "/sim/units", admin).content() == before
-    assert "refused POST /createuser$ to eve from 127.0.0.1: the role has no right to it" in log_text(device)
+    assert "refused POST /createuser$ to eve from 127.0.0.1: the role has no right to it" in log_of(device, "device.log")
 
 
 def changes_of_others(device):
@@ -259,7 +201,7 @@ def changes_of_others(device):
     assert code(device, "/sim/users/eve", admin, password=OTHER) == 0
     assert try_login(device, "eve", GOOD)["code"] == 1
     assert try_login(device, "eve", OTHER)["firstlogin"] == 1
-    assert OTHER not in log_text(device)
+    assert OTHER not in log_of(device, "device.log")
 
 
 def ending_others_sessions(device):
@@ -288,13 +230,8 @@ def odd_session_requests(device):
 def hidden_idle_login(device):
     """A channel that says nothing does not keep its login, and leaves no ghost among the clients."""
     channel = Channel(device, log_in(device))
-    assert channel.end() == (1008, "login idle")
-    deadline = time.monotonic() + PATIENCE
-    while True:
-        clients = json.loads(ask(device, "get", "/sim/status", log_in(device)).content())["clients"]
-        if clients == 0:
-            return
-        assert time.monotonic() < deadline, clients
+    channel.wait_for_close(1008, "login idle")
+    wait_until("a ghost is left", lambda: json.loads(ask(device, "get", "/sim/status", log_in(device)).content())["clients"] == 0)
 
 
 def first_password(device):
@@ -303,10 +240,9 @@ def first_password(device):
     token = answer["token"]
     for path in ("/sim/units", "/getTxRxList", "/log", "/sim/users", "/download/edid", "/api/v1/settings/export"):
         assert status(device, path, token) in (401, 404), path
-    body, kind = form(b"content")
-    assert Reply(device.exchange(request("post", "/upload/logo", token, body, kind))).status == 401
+    assert send(device, "/upload/logo", b"content", token=token).status == 401
     assert (status(device, "/dev_info", token), status(device, "/sim/me", token)) == (200, 200)
-    assert Channel(device, token).end() == (1008, "not authorised")
+    Channel(device, token).wait_for_close(1008, "not authorised")
     token = log_in(device, "admin", "admin")
     assert code(device, "/change/password", token, username="admin", oldpassword="admin", newpassword="admin") == 2
     assert code(device, "/change/password", token, username="admin", oldpassword="admin", newpassword=GOOD) == 0
@@ -324,23 +260,8 @@ def names_and_passwords_of_any_kind(device):
     assert {user["name"] for user in users} <= {"admin", "x" * 31}, users
 
 
-ATTACKS = {
-    many_viewer_logins: (), logins_without_log_out: (), all_places_taken: (), deleted_user_goes_on: (), restored_users_go_on: (),
-    old_token_after_password_change: (), parallel_guesses: (), locking_the_administrator_out: (), old_password_guesses: (),
-    guessed_names: (), log_forging: (), secrets_in_the_log: (), rights_of_a_viewer: (), changes_of_others: (), ending_others_sessions: (),
-    odd_session_requests: (), hidden_idle_login: ("--idle-timeout", "1"), first_password: None,
-    names_and_passwords_of_any_kind: (),
-}
-
-
-def main():
-    chosen = re.compile(sys.argv[2] if len(sys.argv) > 2 else "")
-    for attack, options in ATTACKS.items():
-        if not chosen.search(attack.__name__):
-            continue
-        with Device(sys.argv[1], *(options or ()), first_password=GOOD if options is not None else None) as device:
-            attack(device)
-        print(f"held: {attack.__name__.replace('_', ' ')}", flush=True)
-
-
-main()
+hold({**dict.fromkeys((many_viewer_logins, logins_without_log_out, all_places_taken, deleted_user_goes_on, restored_users_go_on,
+                       old_token_after_password_change, parallel_guesses, locking_the_administrator_out, old_password_guesses, guessed_names,
+                       log_forging, secrets_in_the_log, rights_of_a_viewer, changes_of_others, ending_others_sessions, odd_session_requests,
+                       names_and_passwords_of_any_kind), device_with()),
+      hidden_idle_login: device_with("--idle-timeout", "1"), first_password: device_with(first_password=None)})

@@ -13,7 +13,8 @@ import warnings
 import zipfile
 import zlib
 
-from device import Device, Reply, form, request
+from attacks import log_of, send
+from device import Device, Reply, request
 from memory import peak_mebibytes
 
 MIB = 1 << 20
@@ -21,10 +22,6 @@ MIB = 1 << 20
 
 def get(device, path):
     return Reply(device.exchange(request("get", path, device.token()), 64 * MIB))
-
-
-def send(device, path, content, name):
-    return Reply(device.exchange(request("post", path, device.token(), *form(content, name))))
 
 
 def picture(number):
@@ -173,10 +170,6 @@ def attacks(good):
         ("a picture for 100 units", bindings({"a.png": ["RX01"] * 100}), "privileges.json: no list of units, or too long"),
         ("bindings that are a list", bindings([]), "privileges.json: no list of bindings, or too long"),
     ]
-
-
-def log_of(device):
-    return "".join(path.read_text(errors="replace") for path in sorted((pathlib.Path(device.folder.name) / "log").iterdir()))
 
 
 def check_attacks(device):

@@ -11,6 +11,7 @@ import tempfile
 import time
 
 from channel import Channel
+from attacks import log_of
 from device import Device, Reply, form, request, shared
 from files import firmware
 
@@ -45,10 +46,6 @@ def await_reboot(device):
 
 def on_trial(device):
     return (pathlib.Path(device.folder.name) / "firmware/trial").exists()
-
-
-def log_of(device):
-    return "".join(path.read_text(errors="replace") for path in sorted((pathlib.Path(device.folder.name) / "log").iterdir()))
 
 
 def with_head(container, change):

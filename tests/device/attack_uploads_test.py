@@ -6,7 +6,6 @@ usage: attack_uploads_test.py SIMULATOR [REGEX]
 import json
 import socket
 import struct
-import sys
 
 from attacks import PASSWORD, device_with, folder_of, get, hold, kept, log_of, post, send, wait_until
 from device import BOUNDARY, Reply, form, request
@@ -72,7 +71,9 @@ def read_all(client):
 def uploads_of_a_viewer(device):
     before, viewer = stored(device), log_in(device, "eve", 3)
     for path, content in ROUTES.items():
-        assert send(device, path, content(), "x.png", token=viewer).status == 401, path
+        body, kind = form(content(), "x.png")
+        for method in ("post", "get"):
+            assert Reply(device.exchange(request(method, path, viewer, body, kind))).status == 401, f"{method} {path}"
     port = {"Port": "no number"}
     reply = send(device, "/api/v1/security/ieee802_1x_setting", certificate(), token=viewer, headers=port)
     assert reply.status == 401, "the port was judged before the right"

@@ -38,12 +38,6 @@ def log_of(device, name="*"):
     return "".join(path.read_text(errors="replace") for path in sorted(folder_of(device, "log").glob(name)))
 
 
-def peak_memory(device):
-    """MiB that the device has needed at most."""
-    status = pathlib.Path(f"/proc/{device.process.pid}/status").read_text(encoding="ascii")
-    return next(int(line.split()[1]) for line in status.splitlines() if line.startswith("VmHWM")) / 1024
-
-
 def wait_until(what, is_so):
     end = time.monotonic() + PATIENCE
     while not is_so():
