@@ -4,7 +4,7 @@ import { readFile } from 'node:fs/promises';
 import { after, before, describe, test } from 'node:test';
 import { openTab, shot, until } from './support/browser.mjs';
 import { card, choose, chooseAccount, CONNECTION_LOST, drag, drop, fillLogin, flow, goTo, heading, isConnected, logIn, meet, PASSWORD, refusedWith, save, SCHEMES, upload } from './support/console.mjs';
-import { asFile, edid, png } from './support/files.mjs';
+import { asFile, png } from './support/files.mjs';
 import { Simulator } from './support/simulator.mjs';
 import { slowWay } from './support/slow_way.mjs';
 
@@ -62,25 +62,6 @@ for (const scheme of SCHEMES) {
       await choose(page, 'Upload overlay', asFile('not-a-picture.png', 'plain text'));
       await drop(page, 'Upload overlay').getByText('The device does not accept this file. It takes PNG, JPEG or BMP up to 8 MiB.').waitFor();
       await card(page, 'Overlay').getByText('Nothing uploaded yet').waitFor();
-    });
-
-    flowHere('scenes and EDID are uploaded, shown and downloaded', [refusedWith(500)], async (person) => {
-      const page = await logIn(person, { path: '/#/scenes' });
-      const scene = asFile('evening.json', JSON.stringify({ scene: 'Evening', routes: { RX01: 'TX02' } }));
-      await upload(page, 'Upload Scenes', scene);
-      await page.getByLabel('Scenes: content').getByText('Evening').waitFor();
-      assert.ok((await save(page, () => page.getByRole('button', { name: 'Download Scenes' }).click())).bytes.equals(scene.buffer));
-      const monitor = edid('wall.bin', 'Lobby wall');
-      await upload(page, 'Upload EDID', monitor);
-      await page.getByLabel('EDID: content').getByText('Lobby wall').waitFor();
-      assert.ok((await save(page, () => page.getByRole('button', { name: 'Download EDID' }).click())).bytes.equals(monitor.buffer));
-      await upload(page, 'Upload Cloud description', asFile('cloud.json', '{"cloud": true}'));
-      await page.getByLabel('Cloud description: content').waitFor();
-      await picture(page, 'scenes');
-      const broken = asFile('broken.bin', Buffer.from(monitor.buffer).fill(1, 20, 21));
-      await choose(page, 'Upload EDID', broken);
-      await drop(page, 'Upload EDID').getByText('128 or 256 bytes with correct checksums').last().waitFor();
-      await drop(page, 'Upload EDID').getByText('The device does not accept this file.').waitFor();
     });
 
     flowHere('a large upload shows its progress, and a cancelled one leaves the old file', [], async (person) => {

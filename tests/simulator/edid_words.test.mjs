@@ -12,6 +12,7 @@ const www = process.env.SDKAPI_WWW ?? new URL('../../examples/simulator/www', im
 for (const part of ['edid.js', 'edid', 'texts.js', 'format.js']) cpSync(join(www, part), join(folder, part), { recursive: true });
 writeFileSync(join(folder, 'package.json'), '{"type":"module"}');
 const { bytesOf, edidWords, readEdid, textOf } = await import(join(folder, 'edid.js'));
+const { sideBySide } = await import(join(folder, 'edid/compare.js'));
 const { PRESETS } = await import(join(folder, 'edid/make.js'));
 
 // A display of 52 x 29 cm, made in week 12 of 2021: every byte by hand, the sum too.
@@ -189,6 +190,24 @@ describe('what is wrong', () => {
 test('one line for a list', () => {
   assert.equal(edidWords(textOf(BASE)), 'ACM 1234 Lobby wall');
   assert.equal(edidWords(BASE.slice(0, 100)), '');
+});
+
+describe('two side by side', () => {
+  const differences = (...all) => sideBySide(all.map(readEdid)).flatMap(({ rows }) => rows).filter(({ differs }) => differs)
+    .map(({ label, cells }) => [label, ...cells.map((cell) => cell?.value)]);
+
+  test('the same have no differences', () => assert.deepEqual(differences(BASE, BASE), []));
+  test('one alone has none', () => assert.deepEqual(differences(BASE), []));
+  test('a fact differs by its value', () => assert.deepEqual(differences(BASE, changed(BASE, [12, '00 00 00 00'])),
+    [['Serial number', '305419896', 'none'], ['Checksum of block 0', 'right (B3)', 'right (C7)']]));
+  test('one of a list differs by being there', () => {
+    const found = differences(withCta('43 10 04 13'), withCta('43 10 13 1f')).filter(([label]) => label === 'Video format');
+    assert.deepEqual(found, [['Video format', '1280 × 720p, 60 Hz (16:9, VIC 4)', undefined], ['Video format', undefined, '1920 × 1080p, 50 Hz (16:9, VIC 31)']]);
+  });
+  test('parts that only one has stand behind those of both', () => {
+    const titles = sideBySide([readEdid(BASE), readEdid(withCta('41 10'))]).map(({ title }) => title);
+    assert.deepEqual(titles, ['Display', 'Picture', 'Timings', 'Limits', 'Checks', 'Extension 1: CTA-861']);
+  });
 });
 
 describe('the EDIDs that are made', () => {

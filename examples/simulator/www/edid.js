@@ -57,9 +57,3 @@ export function edidWords(edid) {
   if (bytes.length < BLOCK) return '';
   return [makerOf(bytes), hex(bytes[10] | (bytes[11] << 8), 4), nameOf(bytes)].filter(Boolean).join(' ');
 }
-
-/** Eight bytes a line, in hexadecimal. */
-export function hexLines(bytes) {
-  const line = (_, row) => [...bytes.slice(row * 8, row * 8 + 8)].map((byte) => byte.toString(16).padStart(2, '0')).join(' ');
-  return Array.from({ length: Math.ceil(bytes.length / 8) }, line).join('\n');
-}

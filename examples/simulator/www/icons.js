@@ -6,6 +6,7 @@ const PATHS = {
   device: 'M3 6h18v12H3zM6 12h3l2-3 2 6 2-3h3',
   units: 'M3 5h18v11H3zM8 20h8M12 16v4',
   pictures: 'M3 5h18v14H3zM3 16l5-5 4 4 3-3 6 6M15 9h.01',
+  edid: 'M3 5h18v11H3zM8 20h8M7 9h4M7 12h7M16 9h1',
   scenes: 'M4 4h6v6H4zM14 4h6v6h-6zM14 14h6v6h-6zM7 10v4a3 3 0 0 0 3 3h4',
   privileges: 'M12 3l8 3v6c0 4.5-3.2 7.6-8 9-4.8-1.4-8-4.5-8-9V6zM9 12l2 2 4-4',
   users: 'M12 12a4 4 0 1 0 0-8 4 4 0 0 0 0 8zM4 21c0-4 3.5-6 8-6s8 2 8 6',

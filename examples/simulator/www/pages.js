@@ -4,6 +4,7 @@ import * as account from './views/account.js';
 import * as certificates from './views/certificates.js';
 import * as custom from './views/custom.js';
 import * as device from './views/device.js';
+import * as edid from './views/edid.js';
 import * as firmware from './views/firmware.js';
 import * as log from './views/log.js';
 import * as matrix from './views/matrix.js';
@@ -17,7 +18,7 @@ import * as users from './views/users.js';
 
 export const GROUPS = [
   [shell.groups.operate, { matrix, device, units }],
-  [shell.groups.media, { pictures, scenes, privileges }],
+  [shell.groups.media, { pictures, edid, scenes, privileges }],
   [shell.groups.system, { firmware, settings, certificates, log, custom }],
   [shell.groups.access, { users, sessions }],
 ];

@@ -325,6 +325,32 @@ export const firmware = {
 
 export const edid = {
   title: 'EDID',
+  intro: 'What displays say of themselves, and what transmitters show to their sources.',
+  look: 'Look at',
+  shown: 'Shown',
+  compared: 'Compared with',
+  nothing: 'nothing',
+  onlyDifferences: 'Only differences',
+  differences: (count) => (count === 0 ? 'No differences' : count === 1 ? '1 difference' : `${count} differences`),
+  sound: 'It is in order.',
+  faults: (faults) => `The device refuses this EDID: ${faults.join('. ')}.`,
+  use: 'Use',
+  target: 'Copy to',
+  copy: 'Copy',
+  download: 'Download',
+  refused: 'The device would refuse this EDID.',
+  copied: (name, target) => (target === 'Stored EDID' ? `${name} is now the stored EDID.` : `${name} is now the EDID of ${target}.`),
+  notStored: (reason) => `The device did not store it${reason ? `: ${reason}` : ''}.`,
+  fileName: (name) => (/\.(bin|edid)$/i.test(name) ? name : `${name}.bin`),
+  open: 'Open an EDID file',
+  openHint: 'It is looked at here. Nothing is sent before it is copied.',
+  stored: 'Stored EDID',
+  groups: { device: 'Device and file', tx: 'Transmitters', rx: 'Receivers', ready: 'Ready-made' },
+  presets: { fullHd: '1080p60 with stereo sound', ultraHd: '2160p60 with HDR', dvi: '1080p60, DVI without sound' },
+  inWords: 'EDID in words',
+  property: 'Property',
+  differs: ' (differs)',
+  bytesOf: (name, count) => `${name}: ${count} bytes`,
 };
 
 /** What an EDID says. */
@@ -462,7 +488,7 @@ export const pictures = {
 };
 
 export const scenes = {
-  title: 'Scenes and EDID',
+  title: 'Scenes',
 };
 
 export const privileges = {

@@ -1,6 +1,5 @@
-/* Text files of the device: scenes, EDID and the cloud description. */
+/* Text files of the device: scenes and the cloud description. */
 import { card, deny, h } from '../dom.js';
-import { edidWords, hexLines } from '../edid.js';
 import { watchFiles } from '../files.js';
 import { formatBytes, formatTime } from '../format.js';
 import { whyNot } from '../me.js';
@@ -12,12 +11,20 @@ const SHOWN = 4000;
 
 const FILES = [
   { kind: 'scene', label: 'Scenes', route: '/upload/scene', path: '/download/scene', accept: '.json,application/json',
-    hint: 'JSON in UTF-8, at most 1 MiB.', show: (bytes) => new TextDecoder().decode(bytes) },
-  { kind: 'edid', label: 'EDID', route: '/upload/edid', path: '/download/edid', accept: '.bin,.edid',
-    hint: '128 or 256 bytes with correct checksums.', show: (bytes) => `${edidWords(bytes)}\n\n${hexLines(bytes)}` },
+    hint: 'JSON in UTF-8, at most 1 MiB.', show: pretty },
   { kind: 'xyte', label: 'Cloud description', route: '/upload/xyte', path: '/sim/picture/xyte', accept: '.json,application/json',
-    hint: 'JSON in UTF-8, at most 1 MiB.', show: (bytes) => new TextDecoder().decode(bytes) },
+    hint: 'JSON in UTF-8, at most 1 MiB.', show: pretty },
 ];
+
+/** JSON as people read it; whatever is none stays as it is. */
+function pretty(bytes) {
+  const text = new TextDecoder().decode(bytes);
+  try {
+    return JSON.stringify(JSON.parse(text), null, 2);
+  } catch {
+    return text;
+  }
+}
 
 export function render(ctx) {
   const cards = FILES.map((file) => fileCard(ctx, file, () => load()));
@@ -31,7 +38,7 @@ function fileCard(ctx, { kind, label, route, path, accept, hint, show }, changed
   const download = downloadButton(ctx, 'Download', path);
   download.setAttribute('aria-label', `Download ${label}`);
   const drop = uploader(ctx, { label: `Upload ${label}`, route, accept, hint, done: changed,
-    explain: ({ status }) => status === 500 && `The device does not accept this file. It takes: ${hint}` });
+    explain: ({ status }) => status === 500 && `The device does not accept this file. It takes ${hint}` });
   deny(drop, whyNot(ctx.me, 'write'));
   let shown = null;
 
