@@ -1,20 +1,14 @@
 /* The matrix of the console: routing, taking, locks, its keyboard, a phone, a viewer. */
 import assert from 'node:assert/strict';
 import { checkAxe } from './support/axe.mjs';
-import { shot, until } from './support/browser.mjs';
+import { pixels, shot, until } from './support/browser.mjs';
 import { goTo, heading, logIn, makeUser, meet, onDevice, SCHEMES } from './support/console.mjs';
 import { ask, enter, inputs, point, statusText, unitOf } from './support/routing.mjs';
 
 const PHONE = { viewport: { width: 390, height: 844 } };
 
-/** The part of a unit's picture that does not move (its bars and its name), as a text; empty without a picture. */
-const picture = (page, unit) => page.locator(`sdkapi-preview[unit=${unit}] img`).first().evaluate((image) => {
-  if (!image.naturalWidth) return '';
-  const canvas = Object.assign(document.createElement('canvas'), { width: 320, height: 90 });
-  const context = canvas.getContext('2d');
-  context.drawImage(image, 0, 0, image.naturalWidth, image.naturalHeight / 2, 0, 0, 320, 90);
-  return canvas.toDataURL();
-});
+/** The part of a unit's picture that does not move: its bars and its name. */
+const picture = (page, unit) => pixels(page.locator(`sdkapi-preview[unit=${unit}] img`).first(), 0.5);
 
 /** Waits until an output shows the picture of an input. */
 const shows = (page, output, input) => until(`${output} shows ${input}`, async () => {

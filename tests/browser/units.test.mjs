@@ -1,6 +1,6 @@
 /* The units: their pictures, names and states, and the way to the matrix and back. */
 import { checkAxe } from './support/axe.mjs';
-import { pictureBytes, shot, until } from './support/browser.mjs';
+import { pictureBytes, pixels, shot, until } from './support/browser.mjs';
 import { goTo, heading, logIn, onDevice } from './support/console.mjs';
 import { enter, point, unitOf } from './support/routing.mjs';
 
@@ -17,8 +17,9 @@ onDevice('the units', 'http', (flow) => {
     const live = page.locator('.preview[data-state=live]');
     await until('three live previews', async () => (await live.count()) === 3);
     await until('every picture is there', () => live.locator('img').evaluateAll((images) => images.length === 3 && images.every((image) => image.naturalWidth === 1280)));
-    const before = await live.first().screenshot();
-    await until('the picture moves', async () => !before.equals(await live.first().screenshot()));
+    const first = () => pixels(live.first().locator('img'));
+    const before = await first();
+    await until('the picture moves', async () => (await first()) !== before);
     const seen = () => page.locator('.preview[data-state=still] img').evaluateAll((images) => images.every((image) => image.naturalWidth === 1280));
     await until('a still of every unit that can be seen', seen);
     await shot(page, 'units');

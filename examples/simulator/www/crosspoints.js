@@ -42,7 +42,7 @@ export function crosspoints(ctx, routing) {
     rows.forEach(({ head, cells, element: line }, index) => {
       const unit = receivers[index];
       head.update(unit, inputWords(routing, unit), shownBy(unit, units));
-      line.classList.toggle('locked', unit.locked);
+      line.classList.toggle('locked', Boolean(unit.locked));
       showLatch(cells[LOCK], unit, whyNot(ctx.me, 'write'));
       cells.slice(FIRST).forEach((cell, column) => showPoint(cell, unit, sources[column - 1]?.name ?? '', routing));
     });
@@ -110,7 +110,7 @@ function showPoint(cell, unit, source, routing) {
 
 /** The lock of an output, in the grid and on a card. */
 export function showLatch(button, unit, refusal) {
-  const state = String(unit.locked);
+  const state = String(Boolean(unit.locked));
   if (button.getAttribute('aria-pressed') !== state) fill(button, iconOf(unit.locked ? 'lock' : 'unlock'));
   button.setAttribute('aria-pressed', state);
   const name = texts.lockIt(unit.name);

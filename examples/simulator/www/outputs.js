@@ -42,7 +42,7 @@ function outputCard(ctx, routing, unitNow) {
     choice.disabled = Boolean(routing.refusal(unit));
     choice.title = routing.refusal(unit);
     element.classList.toggle('pending', routing.pending.has(unit.name));
-    element.classList.toggle('locked', unit.locked);
+    element.classList.toggle('locked', Boolean(unit.locked));
     showLatch(latch, unit, whyNot(ctx.me, 'write'));
   }
 

@@ -57,6 +57,14 @@ export async function pictureBytes(page) {
   return () => bytes;
 }
 
+/** What an image shows, of its height the upper `share`, as a text; empty for one that shows nothing. */
+export const pixels = (image, share = 1) => image.evaluate((element, part) => {
+  if (!element.naturalWidth) return '';
+  const canvas = Object.assign(document.createElement('canvas'), { width: 320, height: 180 * part });
+  canvas.getContext('2d').drawImage(element, 0, 0, element.naturalWidth, element.naturalHeight * part, 0, 0, 320, 180 * part);
+  return canvas.toDataURL();
+}, share);
+
 export async function shot(page, name) {
   mkdirSync(SHOTS, { recursive: true });
   await page.screenshot({ path: join(SHOTS, `${name}.png`) });

@@ -7,7 +7,7 @@ import { presetList } from '../presets.js';
 import { Routing } from '../routing.js';
 import { matrix as texts } from '../texts.js';
 
-export const page = { title: texts.title };
+export const page = { title: texts.title, routes: ['/sim/units'] };
 
 const NARROW = matchMedia('(max-width: 52rem)');
 
@@ -18,9 +18,12 @@ export function render(ctx) {
   const bar = takeBar(routing);
   const presets = presetList(ctx, routing, line.say);
   const refused = whyNot(ctx.me, 'write');
+  const none = h('p', { hidden: true }, texts.noUnits);
   let shown;
 
   function update() {
+    none.hidden = !ctx.store.device || routing.receivers.length > 0;
+    place.hidden = routing.receivers.length === 0;
     shown?.update();
     bar.update();
     presets.update();
@@ -40,7 +43,7 @@ export function render(ctx) {
   NARROW.addEventListener('change', arrange, { signal: ctx.signal });
   document.addEventListener('keydown', (event) => event.key === 'Escape' && !document.querySelector('dialog[open]') && routing.drop(), { signal: ctx.signal });
   arrange();
-  return h('div.stack.matrix', refused && h('p.denied', refused), !refused && bar.element, place, h('div.row.between', legend(), line),
+  return h('div.stack.matrix', refused && h('p.denied', refused), !refused && bar.element, none, place, h('div.row.between', legend(), line),
     presets.element, h('p', h('a', { href: '#/units' }, texts.toUnits)));
 }
 

@@ -5,7 +5,7 @@ import { pictureOf } from '../live.js';
 import { whyNot } from '../me.js';
 import { units as texts } from '../texts.js';
 
-export const page = { title: texts.title, intro: texts.intro };
+export const page = { title: texts.title, intro: texts.intro, routes: ['/sim/units'] };
 
 export function render(ctx) {
   const grid = h('div.grid');
