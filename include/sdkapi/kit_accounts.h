@@ -217,6 +217,11 @@ SDKAPI_EXPORT int SdkKitAccounts_SetRole(const char* name, int role);
  * @return an SdkKitUserCode; -1 for a failure. */
 SDKAPI_EXPORT int SdkKitAccounts_SetPassword(const char* name, const char* password);
 
+/** Tells a result about a user in words, as the log and the audit have them.
+ * @param code an SdkKitUserCode, or another result of these functions.
+ * @return English words that hold for ever, such as "there is no such user"; empty for @ref kKitUserDone. */
+SDKAPI_EXPORT const char* SdkKitAccounts_CodeText(int code);
+
 /** Tells the logins that a token's user may see: the own ones, as an administrator all; the oldest first.
  * @param token a request's token; NULL: all, for the host itself.
  * @param sessions room for *count records, whose first has its size set; may be NULL if *count is 0.

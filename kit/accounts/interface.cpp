@@ -67,12 +67,6 @@ constexpr std::array kCodeWords = {
     "too many users",
 };
 
-const char* WordsFor(int code) {
-  if (code == kNotAuthorised) return "the role has no right to it";
-  const auto index = static_cast<std::size_t>(code);
-  return index < kCodeWords.size() ? kCodeWords[index] : "it failed";
-}
-
 struct UserAct {
   const char* action;
   const char* words;
@@ -86,7 +80,7 @@ void NoteChange(const Session& caller, const UserAct& act, const std::string& na
   kLog.Audit({.action = act.action,
               .outcome = code == kKitUserDone ? kKitAuditDone : kKitAuditRefused,
               .object = shown.c_str(),
-              .reason = WordsFor(code),
+              .reason = SdkKitAccounts_CodeText(code),
               .user = caller.name.c_str()},
              "%s from %s: %s %s gave code %d", caller.name.c_str(), CurrentRequest().address, act.words,
              shown.c_str(), code);
@@ -240,6 +234,13 @@ int SdkKitAccounts_SetRole(const char* name, int role) {
   using namespace sdkkit::accounts;
   if (name == nullptr) return -1;
   return WithAccounts([&](Accounts& accounts) { return accounts.SetRole(name, role); });
+}
+
+const char* SdkKitAccounts_CodeText(int code) {
+  using namespace sdkkit::accounts;
+  if (code == kNotAuthorised) return "the role has no right to it";
+  const auto index = static_cast<std::size_t>(code);
+  return index < kCodeWords.size() ? kCodeWords[index] : "it failed";
 }
 
 int SdkKitAccounts_SetPassword(const char* name, const char* password) {

@@ -367,6 +367,20 @@ TEST_P(AccountsTest, AnActSaysWhoAskedAndFromWhere) {
                         }));
 }
 
+TEST(AccountsCodeTest, EachCodeHasWords) {
+  const std::vector<std::pair<int, std::string>> words{
+      {kKitUserDone, ""},
+      {kKitUserWrongPassword, "wrong password"},
+      {kKitUserUnknown, "there is no such user"},
+      {kKitUserLastAdministrator, "the last administrator stays one"},
+      {kKitUserTooMany, "too many users"},
+      {kKitUserTooMany + 1, "it failed"},
+      {-1, "it failed"},
+      {-2, "the role has no right to it"},
+  };
+  for (const auto& [code, text] : words) EXPECT_EQ(SdkKitAccounts_CodeText(code), text) << code;
+}
+
 TEST_P(AccountsTest, AnotherRoleNeedsAnotherLogin) {
   StartDevice();
   MakeUser("kim", 2);

@@ -10,6 +10,7 @@ import unittest
 
 from channel import Channel
 from device import Device, Reply, form, request
+from files import picture
 
 SIMULATOR = sys.argv.pop(1)
 PATIENCE = 90  # seconds
@@ -164,6 +165,35 @@ class AuditTest(unittest.TestCase):
             self.assertLess(abs(time.time() * 1000 - last["time"]), 60000)
             channel.socket.close()
 
+    def test_who_changed_users(self):
+        with Device(SIMULATOR) as device:
+            make_user(device, "kim", 3)
+            before = newest(device)
+            for path, body in (("kim", {"role": 2}), ("admin", {"role": 3}), ("kim", {"password": "Third-Horse-9"}), ("nobody", {"password": "Third-Horse-9"})):
+                post(device, f"/sim/users/{path}", body)
+            self.assertEqual(acts(device, since=before), [
+                ("admin", True, "role", "kim", "2", ""),
+                ("admin", False, "role", "admin", "3", "the last administrator stays one"),
+                ("admin", True, "first-password", "kim", "", ""),
+                ("admin", False, "first-password", "nobody", "", "there is no such user"),
+            ])
+
+    def test_who_bound_and_deleted_pictures(self):
+        with Device(SIMULATOR) as device:
+            before = newest(device)
+            self.assertEqual(Reply(device.exchange(request("post", "/upload/priv", device.token(), *form(picture(), "Stop.png")))).status, 200)
+            self.assertEqual(ask(device, "/specifypriv?hostname=RX01&file=Stop.png").status, 200)
+            self.assertEqual(ask(device, "/specifypriv?hostname=nobody&file=Stop.png").status, 503)
+            self.assertEqual(ask(device, "/delete_priv?file=Stop.png").status, 200)
+            self.assertEqual(ask(device, "/delete_priv?file=Stop.png").status, 503)
+            self.assertEqual(acts(device, since=before), [
+                ("admin", True, "upload", "Stop.png", "/upload/priv", ""),
+                ("admin", True, "bind", "Stop.png", "RX01", ""),
+                ("admin", False, "bind", "Stop.png", "nobody", "there is no such picture or unit"),
+                ("admin", True, "delete", "Stop.png", "", ""),
+                ("admin", False, "delete", "Stop.png", "", "there is no such picture"),
+            ])
+
     def test_viewers_see_their_own_acts_alone(self):
         with Device(SIMULATOR) as device:
             viewer = make_user(device, "vera", 3)
@@ -187,19 +217,19 @@ class AuditTest(unittest.TestCase):
 
     def test_names_are_text_and_nothing_is_forged(self):
         with Device(SIMULATOR) as device:
+            channel = Channel(device, device.log_in())  # the end of a channel ends its login
             before = newest(device)
             device.exchange(request("post", "/upload/logo", device.token(), *form(b"no picture", MARKUP + ".png")))
             device.log_in("admin" + FORGED, "guess")
-            channel = Channel(device)
             for number, name in enumerate((MARKUP, FORGED, "\u202egnp.ogol", "x" * 60000)):
                 channel.send(json.dumps({"type": "set-unit-name", "id": number, "unit": "TX01", "name": name}))
                 channel.wait_for("error", id=number)
-            channel.socket.close()
             self.assertEqual(acts(device, since=before), [
                 ("admin", False, "upload", "_img src_x onerror_alert_1__.png", "/upload/logo", "it is no PNG, JPEG or BMP picture"),
                 *(("admin", False, "set-unit-name", "TX01", shown, "bad name")
                   for shown in (MARKUP, FORGED.replace("\r\n", "??"), "\u202egnp.ogol", "x" * 255)),
             ])
+            channel.socket.close()
 
     def test_no_secret_is_kept(self):
         with Device(SIMULATOR) as device:

@@ -91,18 +91,16 @@ int AnswerCode(mg_connection* conn, int code) {
   return code < 0 ? AnswerError(conn, 500, "not stored") : Answer(conn, 200, {{"code", code}});
 }
 
-std::string ReasonOf(int code) { return code == kKitUserDone ? "" : "code " + std::to_string(code); }
-
 int ChangeRole(mg_connection* conn, const std::string& name, const json& role) {
   const bool isRole = role >= kLeastRole && role <= kMostRole;
   const int code = isRole ? SdkKitAccounts_SetRole(name.c_str(), role) : kKitUserBadRole;
-  NoteAct("accounts", "role", name, role.dump(), ReasonOf(code));
+  NoteAct("accounts", "role", name, role.dump(), SdkKitAccounts_CodeText(code));
   return AnswerCode(conn, code);
 }
 
 int ChangePassword(mg_connection* conn, const std::string& name, const std::string& password) {
   const int code = SdkKitAccounts_SetPassword(name.c_str(), password.c_str());
-  NoteAct("accounts", "first-password", name, "", ReasonOf(code));
+  NoteAct("accounts", "first-password", name, "", SdkKitAccounts_CodeText(code));
   return AnswerCode(conn, code);
 }
 

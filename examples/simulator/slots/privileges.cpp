@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "model/privileges.h"
+#include "slots/acts.h"
 #include "slots/slot_guard.h"
 
 namespace sim {
@@ -52,11 +53,19 @@ int List(const char* /*token*/, PrivList* list) {
 }
 
 int Bind(const char* /*token*/, const char* hostname, const char* file) {
-  return Guarded([&] { return BindPrivilege(file, hostname) ? 0 : kRefused; });
+  return Guarded([&] {
+    const bool isBound = BindPrivilege(file, hostname);
+    NoteAct("picture", "bind", file, hostname, isBound ? "" : "there is no such picture or unit");
+    return isBound ? 0 : kRefused;
+  });
 }
 
 int Delete(const char* /*token*/, const char* file) {
-  return Guarded([&] { return DeletePrivilege(file) ? 0 : kRefused; });
+  return Guarded([&] {
+    const bool isDeleted = DeletePrivilege(file);
+    NoteAct("picture", "delete", file, "", isDeleted ? "" : "there is no such picture");
+    return isDeleted ? 0 : kRefused;
+  });
 }
 
 }  // namespace
