@@ -20,7 +20,6 @@ namespace {
 using nlohmann::json;
 
 constexpr int64_t kSoon = int64_t{30} * 86400;  // seconds before its end in which a certificate is warned of
-constexpr std::size_t kPemLimit = std::size_t{256} << 10;
 constexpr std::size_t kReasonSize = 256;
 constexpr std::size_t kRequestSize = 8192;
 constexpr int64_t kMostDays = 36500;
@@ -83,7 +82,7 @@ json Told(Read read) {
 // The port stands behind the certificate.
 json PortCertificate() {
   json told = Told([](auto* info) { return SdkKitCertificate_Info(kPortCertificate, info); });
-  const std::string pem = ReadFile(kPortCertificate, kPemLimit).value_or("");
+  const std::string pem = ReadFile(kPortCertificate, kCertificateLimit).value_or("");
   const std::size_t at = pem.rfind("\nPort: ");
   if (told.is_object() && at != std::string::npos)
     told["port"] = std::atoi(pem.c_str() + at + std::string_view("\nPort: ").size());

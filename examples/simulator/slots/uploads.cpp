@@ -2,21 +2,18 @@
 // rows of rights.
 #include "slots/uploads.h"
 
-#include <charconv>
-#include <cstdio>
 #include <iterator>
 #include <nlohmann/json.hpp>
 #include <stdexcept>
 #include <string>
 #include <string_view>
-#include <system_error>
 
 #include "bus/events.h"
 #include "model/refusals.h"
 #include "sdkapi/extension.h"
 #include "sdkapi/kit_archive.h"
-#include "sdkapi/kit_certificate.h"
 #include "sdkapi/kit_upload.h"
+#include "slots/certificates.h"
 #include "slots/settings.h"
 #include "slots/slot_guard.h"
 #include "store/files.h"
@@ -27,36 +24,7 @@ namespace {
 
 using nlohmann::json;
 
-constexpr uint64_t kCertificateLimit = uint64_t{256} << 10;
 constexpr uint64_t kFilesBudget = uint64_t{256} << 20;
-
-int Refuse(char* why, size_t whySize, const char* reason) {
-  std::snprintf(why, whySize, "%s", reason);
-  return kRefused;
-}
-
-// A port as the "Port" header gives it: 1 to 65535 in decimal digits.
-bool IsPortNumber(std::string_view text) {
-  unsigned int port = 0;
-  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), port);
-  return error == std::errc() && end == text.data() + text.size() && port >= 1 && port <= 65535;
-}
-
-// Said before the file, the client gets 406; after the form it would be 500.
-int CheckPort(const SdkKitUpload* upload, char* why, size_t whySize) {
-  if (upload->extra == nullptr || IsPortNumber(upload->extra)) return 0;
-  return Refuse(why, whySize, "the port is none");
-}
-
-// The port stands at the certificate's end, so that both are stored in one step.
-int StorePortCertificate(const SdkKitUpload* upload, char* why, size_t whySize) {
-  return Guarded([&] {
-    auto pem = ReadFile(upload->path, kCertificateLimit);
-    if (!pem) return Refuse(why, whySize, "it cannot be read");
-    if (upload->extra != nullptr) *pem += std::string("\nPort: ") + upload->extra + '\n';
-    return ReplaceFile(kPortCertificate, *pem) ? 0 : Refuse(why, whySize, "it cannot be stored");
-  });
-}
 
 int StoreSettings(const SdkKitUpload* upload, char* why, size_t whySize) {
   return SdkKitArchive_Import(upload->path, why, whySize);
@@ -107,21 +75,6 @@ constexpr SdkKitUploadRow Settings(int funcId, const char* route) {
   return row;
 }
 
-SdkKitUploadRow Certificate(int funcId) {
-  SdkKitUploadRow row = Row(kExtUploadCertificate, funcId, kCertificateLimit);
-  row.pieces = SdkKitCertificate_Pieces();
-  row.accept = SdkKitCertificate_Take;
-  return row;
-}
-
-SdkKitUploadRow PortCertificate() {
-  SdkKitUploadRow row = Certificate(kCertificate8021x);
-  row.check = SdkKitCertificate_Check;
-  row.begin = CheckPort;
-  row.accept = StorePortCertificate;
-  return row;
-}
-
 constexpr SdkKitUploadRow Note() {
   SdkKitUploadRow row = Kept(kExtUploadCustom, 0, kNote);
   row.route = "/sim/upload$";
@@ -163,10 +116,10 @@ void StartUploads() {
       Settings(kUploadUnnamed, "/upload/setting$"),
       Settings(kArchiveSubUpgrade, nullptr),
       Settings(kArchiveSettingsImport, nullptr),
-      Certificate(kCertificateHttps),
-      PortCertificate(),
-      Certificate(kCertificateSecurity),
-      Certificate(kCertificateSubSecurity),
+      CertificateUpload(kCertificateHttps),
+      PortCertificateUpload(),
+      CertificateUpload(kCertificateSecurity),
+      CertificateUpload(kCertificateSubSecurity),
       Note(),
   };
   SdkKitUploadOptions options{};

@@ -18,6 +18,7 @@ inline constexpr size_t kMostPrivPictures = 100;
 inline constexpr size_t kPictureLimit = size_t{8} << 20;
 inline constexpr size_t kTextLimit = size_t{1} << 20;
 inline constexpr size_t kEdidLimit = 256;
+inline constexpr size_t kCertificateLimit = size_t{256} << 10;
 inline constexpr size_t kNoteLimit = size_t{32} << 20;
 
 // One kind of file that clients upload.
