@@ -105,20 +105,6 @@ for (const scheme of SCHEMES) {
       await picture(page, 'custom');
     });
 
-    flowHere('settings are exported and imported', [refusedWith(500)], async (person) => {
-      const page = await logIn(person, { path: '/#/settings' });
-      await page.getByLabel('Content').selectOption('Units only');
-      const file = await save(page, () => page.getByRole('button', { name: 'Export settings' }).click());
-      assert.equal(file.name, 'settings.zip');
-      assert.equal(file.bytes.subarray(0, 2).toString(), 'PK');
-      await upload(page, 'Import settings', asFile(file.name, file.bytes, 'application/zip'));
-      await picture(page, 'settings');
-      await choose(page, 'Import settings', asFile('settings.zip', 'no archive', 'application/zip'));
-      await drop(page, 'Import settings').getByText('This is not a settings file of this device.').waitFor();
-      const report = await save(page, () => page.getByRole('button', { name: 'Download report' }).click());
-      assert.equal(report.name, 'custom.txt');
-    });
-
     flowHere('privilege pictures are bound and deleted', [refusedWith(503)], async (person) => {
       const page = await logIn(person, { path: '/#/privileges' });
       const row = page.getByRole('row', { name: 'guest.png' });

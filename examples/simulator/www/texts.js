@@ -641,6 +641,49 @@ export const certificates = {
 
 export const settings = {
   title: 'Settings',
+  intro: 'Keep the settings in a file, bring them to another device, or begin anew.',
+
+  export: 'Export',
+  exportText: 'A file that this device and any other of its model can import.',
+  content: 'Content',
+  methods: { full: 'Everything', users: 'Users only', units: 'Units only' },
+  contents: {
+    full: 'Units with their routing and locks, presets, users, privileges, and the uploaded pictures and files. Passwords are in it as hashes: keep it safe.',
+    users: 'Users with their roles. Passwords are in it as hashes: keep it safe.',
+    units: 'Units with their routing and locks, and presets.',
+  },
+  exportIt: 'Export settings',
+
+  import: 'Import',
+  importText: 'Takes the place of what the file holds; what is not in it stays. All of it is checked first, and it comes whole or not at all.',
+  importIt: 'Import settings',
+  importHint: 'A settings.zip made by the export.',
+  importTitle: (name) => `Import ${name}?`,
+  importWarning: 'Units, presets, users and files that are in it take the place of those here. Users who change are logged out. Export first what you want to keep.',
+  importAction: 'Import',
+  imported: 'The imported settings hold now.',
+  notImported: 'This is not a settings file of this device. Nothing was changed.',
+
+  report: 'Report',
+  reportText: 'A text with the state of the device, for the support.',
+  downloadReport: 'Download report',
+
+  restart: 'Restart',
+  restartText: 'The device is away for a few seconds. A simulated device only plays it.',
+  restartIt: 'Restart device',
+  restartTitle: 'Restart the device?',
+  restartWarning: 'All pictures stop for a few seconds.',
+  restartAction: 'Restart',
+
+  restore: 'Restore',
+  restoreText: 'Puts files, units, settings, privileges and users back to the factory state. Everybody is logged out.',
+  restoreKeeps: 'Certificates and firmware stay.',
+  restoreIt: 'Restore factory state',
+  restoreTitle: 'Restore the factory state?',
+  restoreWord: 'RESTORE',
+  restoreWarning: 'All files, units, settings, privileges and users will be lost. This cannot be undone.',
+  restored: 'The device is back in its factory state.',
+  notRestored: (why) => `Restore: ${why}`,
 };
 
 export const custom = {

@@ -39,9 +39,10 @@ export function dropZone({ label, hint, accept, take }, ...more) {
 
 /**
  * A drop zone that sends its file.
- * Options: label, hint, route, accept, headers() (more request headers), explain(error), done().
+ * Options: label, hint, route, accept, headers() (more request headers), before(file) (resolves to false to send nothing),
+ * explain(error), done().
  */
-export function uploader(ctx, { label, hint, route, accept, headers, explain, done }) {
+export function uploader(ctx, { label, hint, route, accept, headers, before, explain, done }) {
   const line = statusLine();
   const bar = h('progress', { max: '100', value: '0', 'aria-label': `${label}: progress` });
   const figures = h('span.figures');
@@ -49,7 +50,7 @@ export function uploader(ctx, { label, hint, route, accept, headers, explain, do
   const running = h('div.running', { hidden: true }, bar, h('div.row.between', figures, button('Cancel', () => cancel?.abort())));
 
   async function send(file) {
-    if (cancel) return;
+    if (cancel || (before && !(await before(file)))) return;
     cancel = new AbortController();
     const rate = rateMeter();
     const begun = performance.now();
