@@ -8,7 +8,7 @@ import { after, test } from 'node:test';
 // Pages know no package.json; node wants one that says that these are modules.
 const folder = mkdtempSync(join(tmpdir(), 'sdkapi-feed-'));
 after(() => rmSync(folder, { recursive: true }));
-const www = process.env.SDKAPI_WWW ?? new URL('../../examples/simulator/www', import.meta.url).pathname;
+const www = new URL('../../examples/simulator/www', import.meta.url).pathname;
 for (const part of ['feed.js', 'texts.js', 'format.js']) cpSync(join(www, part), join(folder, part));
 writeFileSync(join(folder, 'package.json'), '{"type":"module"}');
 const { Feed } = await import(join(folder, 'feed.js'));

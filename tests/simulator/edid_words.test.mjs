@@ -8,7 +8,7 @@ import { after, describe, test } from 'node:test';
 // Pages know no package.json; node wants one that says that these are modules.
 const folder = mkdtempSync(join(tmpdir(), 'sdkapi-edid-'));
 after(() => rmSync(folder, { recursive: true }));
-const www = process.env.SDKAPI_WWW ?? new URL('../../examples/simulator/www', import.meta.url).pathname;
+const www = new URL('../../examples/simulator/www', import.meta.url).pathname;
 for (const part of ['edid.js', 'edid', 'texts.js', 'format.js']) cpSync(join(www, part), join(folder, part), { recursive: true });
 writeFileSync(join(folder, 'package.json'), '{"type":"module"}');
 const { bytesOf, edidWords, readEdid, textOf } = await import(join(folder, 'edid.js'));

@@ -14,22 +14,24 @@ SERVED = {"/api/openapi.yaml": "docs/api/openapi.yaml", "/api/asyncapi.yaml": "d
           "/api/": "examples/simulator/www/api/index.html", "/index.html": "examples/simulator/www/index.html"}
 
 
-def served():
-    package = shared("clients/js/src")
-    return SERVED | {f"/sdkapi/{path.relative_to(package)}": f"clients/js/src/{path.relative_to(package)}"
-                     for path in sorted(package.rglob("*.js"))}
+def served(build):
+    """Paths, and the files that hold what they answer: the package as the build made it smaller, the rest as it was written."""
+    package, made = shared("clients/js/src"), pathlib.Path(build, "examples/simulator/www")
+    return {path: shared(file) for path, file in SERVED.items()} | {
+        f"/sdkapi/{path.relative_to(package)}": made / "sdkapi" / path.relative_to(package) for path in sorted(package.rglob("*.js"))}
 
 
-def check(device):
-    for path, file in served().items():
+def check(device, files):
+    for path, file in files.items():
         reply = Reply(device.exchange(request("get", path, "")))
         assert reply.status == 200, (path, reply.raw[:200])
-        assert reply.content() == shared(file).read_bytes(), path
+        assert reply.content() == file.read_bytes() != b"", path
 
 
 def main():
+    files = served(sys.argv[2])
     with Device(sys.argv[1]) as device:
-        check(device)
+        check(device, files)
     with tempfile.TemporaryDirectory() as folder:
         subprocess.run(["cmake", "--install", sys.argv[2], "--prefix", folder, "--component", "simulator"], check=True,
                        stdout=subprocess.DEVNULL)
@@ -37,8 +39,8 @@ def main():
         links = [str(path) for path in www.rglob("*") if path.is_symlink()]
         assert not links, f"links to a checkout were installed: {links}"
         with Device(sys.argv[1], "--www", str(www), tls=True) as device:
-            check(device)
-    print(f"{len(served())} files are served, also when installed")
+            check(device, files)
+    print(f"{len(files)} files are served, also when installed")
 
 
 main()
