@@ -60,7 +60,7 @@ export const matrix = {
   lockIt: (receiver) => `Lock ${receiver}`,
   shows: (source) => source || 'No input',
   showsLocked: (source) => `${source || 'No input'}, locked`,
-  will: (from, to) => `${from || 'No input'} → ${to || 'No input'}`,
+  will: (from, to) => `${from || 'none'} → ${to || 'none'}`,
   offline: 'Offline',
   isLocked: (receiver) => `${receiver} is locked. Unlock it first.`,
   routed: (receiver, source) => (source ? `${receiver} shows ${source}.` : `${receiver} has no input.`),

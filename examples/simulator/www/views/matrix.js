@@ -79,5 +79,5 @@ function takeBar(routing) {
   return { element: h('div.row.between.takebar', h('div.row', h('label.switch', mode, texts.takeMode), hint), waiting), update };
 }
 
-const legend = () => h('ul.legend', { 'aria-hidden': 'true' }, Object.entries(texts.legend).map(([state, words]) =>
-  h('li', h(state === 'locked' ? 'span.sample.locked' : 'span.sample.point', { 'data-state': state }), words)));
+const legend = () => h('ul.keys', { 'aria-hidden': 'true' }, Object.entries(texts.legend).map(([state, words]) =>
+  h('li', h(state === 'locked' ? 'span.key.locked' : 'span.key.point', { 'data-state': state }), words)));
