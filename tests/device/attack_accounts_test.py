@@ -100,6 +100,35 @@ def restored_users_go_on(device):
     assert try_login(device, "eve")["code"] == 1
 
 
+def users_whom_an_import_removes_go_on(device):
+    """Who is the same as before stays logged in."""
+    admin = log_in(device)
+    archive = ask(device, "get", "/api/v1/settings/export?method=users", admin).content()
+    add_user(device, admin, "eve", 3)
+    eve, own = log_in(device, "eve"), Channel(device, admin)
+    channel = Channel(device, eve)
+    assert send(device, "/api/v1/settings/import", archive, "settings.zip", token=admin).status == 200
+    channel.wait_for_close(1008, "users replaced")
+    assert (status(device, "/sim/units", eve), status(device, "/sim/units", admin)) == (401, 200)
+    assert try_login(device, "eve")["code"] == 1
+    own.wait_for("hello")
+    assert not own.ended
+
+
+def deleted_user_hears_on(device):
+    """What a client did not read while its user was there is not followed by what happens afterwards."""
+    admin = log_in(device)
+    add_user(device, admin, "eve", 3)
+    channel = Channel(device, log_in(device, "eve"), reads=False)
+    for number in range(200):
+        assert ask(device, "post", f"/sim/presets/p{number % 10}", admin, {"action": "store"}).status == 200
+    assert code(device, "/deleteuser", admin, username="eve") == 0
+    assert ask(device, "post", "/sim/presets/secret", admin, {"action": "store"}).status == 200
+    channel.read_on()
+    channel.wait_for_close(1008, "user deleted")
+    assert channel.find("preset", name="p9") and not channel.find("preset", name="secret")
+
+
 def old_token_after_password_change(device):
     own, stolen = log_in(device), log_in(device)
     channel = Channel(device, stolen)
@@ -261,6 +290,7 @@ def names_and_passwords_of_any_kind(device):
 
 
 hold({**dict.fromkeys((many_viewer_logins, logins_without_log_out, all_places_taken, deleted_user_goes_on, restored_users_go_on,
+                       users_whom_an_import_removes_go_on, deleted_user_hears_on,
                        old_token_after_password_change, parallel_guesses, locking_the_administrator_out, old_password_guesses, guessed_names,
                        log_forging, secrets_in_the_log, rights_of_a_viewer, changes_of_others, ending_others_sessions, odd_session_requests,
                        names_and_passwords_of_any_kind), device_with()),

@@ -31,6 +31,14 @@ FORGERIES = {
     "a file's name": lambda: request("post", "/upload/logo", "", *form(b"x", "x\r\n" + FORGED)),
     "a method": lambda: b"X\x0b" + FORGED.encode() + b" / HTTP/1.1\r\nHost: a\r\n\r\n",
 }
+# What anybody can repeat, and what leaves an audit line or an error each time.
+FLOODS = {
+    "wrong passwords": lambda: request("post", "/api/v1/auth/login", "", b'{"username":"admin","password":"guess"}', "application/json"),
+    "changes without a login": lambda: request("post", "/sim/units/TX01", "nobody's", b"{}", "application/json"),
+    "uploads without a login": lambda: request("post", "/upload/logo", "nobody's", *form(b"x")),
+    "own uploads without a login": lambda: request("post", "/sim/upload", "nobody's", *form(b"x")),
+}
+MOST_LINES = 110  # of one kind that a minute leaves in errors.log
 # Who sends one byte now and then, or reads one.
 DRIPPING = {
     "a head": lambda token: b"GET / HTTP/1.1\r\nHost: a\r\nX: ",
@@ -78,6 +86,20 @@ class LogTest(unittest.TestCase):
             after = log(device, "errors.log")
             self.assertTrue(after.startswith(before))
             self.assertLess(len(after), len(before) + 64 * 1024)
+
+    def test_anonymous_floods_leave_room_for_what_others_do(self):
+        """Of a flood a few lines last, whatever stood there before stays, and what is done behind it is said."""
+        for name, attack in FLOODS.items():
+            with self.subTest(name), Device(SIMULATOR, first_password="Correct-Horse-7") as device:
+                before = log(device, "errors.log")
+                for _ in range(300):
+                    self.assertIn(Reply(device.exchange(attack())).status, (200, 401))
+                after = log(device, "errors.log")
+                self.assertTrue(after.startswith(before))
+                self.assertLess(after.count("\n") - before.count("\n"), MOST_LINES)
+                if name != "wrong passwords":  # then this address has to wait
+                    self.assertNotEqual(device.log_in("admin", "Correct-Horse-7"), "")
+                    self.assertIn("admin from 127.0.0.1 has logged in", log(device, "errors.log"))
 
     def test_no_secret_is_kept(self):
         with Device(SIMULATOR, "--log-level", "1") as device:

@@ -20,10 +20,12 @@ import time
 import zipfile
 
 from device import Device, Reply, form, request, shared
-from files import firmware
+from files import certificate, firmware
 from storage import BROKEN, CUT_OFF, FULL, Storage
 
 OLD, NEW = "Correct-Horse-7", "Other-Horse-8"
+OLD_CERTIFICATE, NEW_CERTIFICATE = certificate(), certificate()
+HTTPS, PORT = "/api/v1/security/https_setting", "/api/v1/security/ieee802_1x_setting"
 MOST_CALLS = 200
 STEP = int(os.environ.get("SDKAPI_STORAGE_STEP", "1"))
 FAULTS = {"failures": {"a full disk": FULL, "one failure": BROKEN}, "cuts": {"a loss of power": CUT_OFF}}
@@ -61,12 +63,15 @@ def state(device):
         assert time.monotonic() < deadline, "a change stays pending"
         time.sleep(0.05)
     log_ins = [bool(device.log_in(name, password)) for name in ("kim", "pat") for password in (OLD, NEW)]
+    certificates = json.loads(get(device, "/sim/certificates").content())
     files = json.loads(get(device, "/sim/files").content())["files"]
     pictures = json.loads(get(device, "/getprivjson").content())["6000list"]
     bindings = [(row["picname"], row["hostname"]) for row in pictures if row["hostname"]]
     return {"database": [get(device, "/sim/units").content(), get(device, "/sim/users").content(), bindings, log_ins],
             "pictures": [row["picname"] for row in pictures],
             "version": version(device),
+            "certificate": (certificates["waiting"] or certificates["inUse"])["fingerprint"],  # the next start uses what waits
+            "port certificate": certificates["ieee8021x"]["fingerprint"],
             "logo": Reply(device.exchange(request("get", "/download/logo", ""))).content(),
             "files": [(file["kind"], file["size"]) for file in files]}
 
@@ -77,6 +82,8 @@ def picture(number):
 
 def prepare(device):
     """A state in which every member of it can change."""
+    for path in (HTTPS, PORT):
+        assert accepted(upload(device, path, OLD_CERTIFICATE))
     assert accepted(upload(device, "/upload/logo", picture(0)))
     assert accepted(upload(device, "/upload/priv", picture(0), "a.png"))
     assert get(device, "/specifypriv?hostname=RX01&file=a.png").status == 200
@@ -104,6 +111,8 @@ def changes(exported):
     return {
         "upload a picture": lambda device: accepted(upload(device, "/upload/logo", picture(0))),
         "upload a picture for a unit": lambda device: accepted(upload(device, "/upload/priv", picture(0), "b.png")),
+        "upload a certificate": lambda device: accepted(upload(device, HTTPS, NEW_CERTIFICATE)),
+        "upload a port's certificate": lambda device: accepted(upload(device, PORT, NEW_CERTIFICATE)),
         "create a user": lambda device: accepted(post_json(device, "/createuser", username="pat", password=OLD, role=2)),
         "delete a user": lambda device: accepted(post_json(device, "/deleteuser", username="kim")),
         "change name and password": lambda device: accepted(post_json(
