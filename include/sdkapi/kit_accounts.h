@@ -129,7 +129,8 @@ typedef struct SdkKitSession {
 typedef enum SdkKitUserCode {
   kKitUserDone = 0,              /**< done. */
   kKitUserWrongPassword = 1,     /**< the old password is wrong. */
-  kKitUserWeakPassword = 2,      /**< the new password is weak: DataFormatverification(). */
+  kKitUserWeakPassword = 2,      /**< the new password has fewer than 8 characters, or is weak:
+                                    DataFormatverification(). */
   kKitUserExists = 3,            /**< there is a user of the new name. */
   kKitUserUnknown = 4,           /**< there is no such user. */
   kKitUserLastAdministrator = 5, /**< the last administrator stays one. */

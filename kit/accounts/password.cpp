@@ -19,6 +19,7 @@ constexpr std::size_t kMemory = std::size_t{12} << 20;
 constexpr std::string_view kPrefix = "$argon2id$v=19$m=12288,t=3,p=1$";
 constexpr std::size_t kSaltLetters = 22;  // 16 bytes
 constexpr std::size_t kSumLetters = 43;   // 32 bytes
+constexpr std::size_t kShortestPassword = 8;
 constexpr int kMostAtOnce = 2;
 constexpr int kMostWaiting = 16;
 
@@ -108,7 +109,9 @@ std::string RandomPassword() {
   return password;
 }
 
-bool IsStrongPassword(const std::string& password) { return DataFormatverification(password.c_str()) == 0; }
+bool IsStrongPassword(const std::string& password) {
+  return password.size() >= kShortestPassword && DataFormatverification(password.c_str()) == 0;
+}
 
 bool IsName(std::string_view name) {
   constexpr std::string_view kAllowed = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789._-";

@@ -178,6 +178,7 @@ TEST_P(AccountsTest, AFirstPasswordOpensOnlyItsChange) {
   EXPECT_EQ(host().Count("WebSocketCb"), 0);
   const std::string again = LogInAs("admin");
   EXPECT_EQ(ChangePassword(again, "admin", kPassword, "weak"), "2");
+  EXPECT_EQ(ChangePassword(again, "admin", kPassword, "Aa1!aaa"), "2");
   EXPECT_EQ(ChangePassword(again, "admin", kPassword, kOther), "0");
   EXPECT_EQ(StatusOf(again), 200);
   EXPECT_EQ(Member(TryLogin("admin", kOther), "firstlogin"), "0");
