@@ -21,6 +21,7 @@
 #include "slots/accounts.h"
 #include "slots/acts.h"
 #include "slots/certificates.h"
+#include "slots/console_files.h"
 #include "slots/firmware.h"
 #include "slots/host_table.h"
 #include "slots/live.h"
@@ -108,6 +109,7 @@ int Prepare(const SdkKitSettings* settings, SdkAPISerHandle* table) {
   return Step([&] {
     StartParts(*settings);
     BoundBodies();
+    SetConsoleHeaders();
     *table = HostTable();
   });
 }

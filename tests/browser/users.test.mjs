@@ -39,7 +39,7 @@ for (const scheme of SCHEMES) {
       await page.getByText('Nobody else may log in yet.').waitFor();
       await checkAxe(page);
       await create(page, 'guest', 'weak', 'Viewer');
-      await card(page, 'New user').getByRole('status').getByText('at least one lower-case letter').waitFor();
+      await card(page, 'New user').getByRole('status').getByText('Use at least eight characters').waitFor();
       await create(page, 'gu est', 'Guest-1pw', 'Viewer');
       await card(page, 'New user').getByText('A user name has 1 to 31 letters').waitFor();
       await create(page, 'guest', 'Guest-1pw', 'Viewer');
@@ -111,7 +111,7 @@ onDevice('users', 'http', (flow, device) => {
     const dialog = page.getByRole('dialog', { name: 'A new first password for lee' });
     await dialog.getByLabel('First password').fill('weak');
     await dialog.getByRole('button', { name: 'Set password' }).click();
-    await dialog.getByRole('status').getByText('at least one lower-case letter').waitFor();
+    await dialog.getByRole('status').getByText('Use at least eight characters').waitFor();
     await checkAxe(page);
     await dialog.getByLabel('First password').fill('Fresh-2026x');
     await dialog.getByRole('button', { name: 'Set password' }).click();

@@ -7,6 +7,15 @@ const STYLE = `:host { display: block }
 img { display: block; width: 100%; aspect-ratio: 16 / 9; object-fit: contain }
 img:not([src]) { visibility: hidden }`;
 
+/** @type {CSSStyleSheet | undefined} */
+let shared;
+
+/** One sheet for all elements; a <style> would need a content policy that allows it. */
+function sheet() {
+  if (!shared) (shared = new CSSStyleSheet()).replaceSync(STYLE);
+  return shared;
+}
+
 let streams = 0;
 
 /** @typedef {'off' | 'connecting' | 'live' | 'still' | 'failed'} PreviewState */
@@ -38,10 +47,10 @@ export class Preview extends HTMLElement {
 
   constructor() {
     super();
-    const style = document.createElement('style');
-    style.textContent = STYLE;
     this.#internals.role = 'img';
-    this.attachShadow({ mode: 'open' }).append(style, this.#image);
+    const root = this.attachShadow({ mode: 'open' });
+    root.adoptedStyleSheets = [sheet()];
+    root.append(this.#image);
   }
 
   get unit() {

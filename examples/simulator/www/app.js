@@ -1,13 +1,13 @@
 /* Start of the console: connects to the shared login and chooses what to show. */
 import { showUser } from './account.js';
-import { fill, notice } from './dom.js';
+import { fill, h, notice } from './dom.js';
 import { Feed } from './feed.js';
 import { loginPage, newPasswordPage } from './login.js';
 import { whoAmI } from './me.js';
 import { restartCurtain } from './restart.js';
 import { Connection } from './sdkapi/index.js';
 import { frame, showLink, showLogo, showModel, showPage } from './shell.js';
-import { login } from './texts.js';
+import { login, shell } from './texts.js';
 import { useTheme } from './theme.js';
 import { Upgrades } from './upgrade.js';
 
@@ -99,4 +99,6 @@ addEventListener('pageshow', (event) => event.persisted && location.reload());
 // A file that misses a drop zone must not replace the page: leaving the page ends the login.
 for (const type of ['dragover', 'drop']) addEventListener(type, (event) => event.preventDefault());
 useTheme();
-listen();
+// A page around this one could lend it false frames to click on.
+if (top === self) listen();
+else fill(root, h('p.splash', h('a', { href: location.href, target: '_blank' }, shell.framed)));

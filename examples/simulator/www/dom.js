@@ -132,17 +132,17 @@ export function confirmDialog({ title, text, action, word }) {
   });
 }
 
-const WEAK = 'Use at least one lower-case letter, one capital, one digit and one special character.';
-export const passwordHint = WEAK;
+export const passwordHint = common.weakPassword;
+const SHORTEST = 8;
 export function requireStrong(password, repeated) {
   const strong = [/[a-z]/, /[A-Z]/, /[0-9]/, /[!@#$%^&*()\-_=+[\]{}\\|;:'",.<>/?]/].every((part) => part.test(password));
-  if (!strong) throw new Error(WEAK);
+  if (!strong || password.length < SHORTEST) throw new Error(passwordHint);
   if (password !== repeated) throw new Error('The two new passwords differ.');
 }
 
 /** Words for the result codes of user administration. */
 export function userCodeWords(code) {
-  return [null, 'The current password is wrong.', WEAK, 'There is a user with this name already.',
+  return [null, 'The current password is wrong.', passwordHint, 'There is a user with this name already.',
     'There is no such user.', 'The last administrator has to stay.',
     'A user name has 1 to 31 letters, digits, dots, dashes or underscores.', 'There is no such role.'][code] ??
     (code ? `The device refused this (code ${code}).` : null);

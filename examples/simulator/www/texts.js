@@ -7,6 +7,7 @@ export const common = {
   cancel: 'Cancel',
   because: (what, reason) => `${what} The device says: ${reason}.`,
   actions: 'Actions',
+  weakPassword: 'Use at least eight characters, among them a lower-case letter, a capital, a digit and a special character.',
   roles: { 1: 'Administrator', 2: 'Operator', 3: 'Viewer' },
   nobodyWrites: (role) => `Your role, ${role}, may look at this but not change it.`,
   nobodyAdministers: (role) => `Only administrators may do this. Your role is ${role}.`,
@@ -22,6 +23,7 @@ export const shell = {
   colours: (theme) => `Colours: ${theme}`,
   themes: { 'light dark': 'automatic', light: 'light', dark: 'dark' },
   links: { connecting: 'Connecting', open: 'Connected', lost: 'Connection lost', none: 'Not connected' },
+  framed: 'Open the console in a window of its own',
   unreachable: 'The device cannot be reached. The console tries again by itself.',
   groups: { operate: 'Operate', media: 'Media', system: 'System', access: 'Access' },
 };

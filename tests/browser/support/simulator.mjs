@@ -31,7 +31,8 @@ export class Simulator {
     simulator.folder = await mkdtemp(join(tmpdir(), 'sdkapi-browser-'));
     const [http, https] = scheme === 'http' ? [simulator.port, 0] : [0, simulator.port];
     const www = process.env.SDKAPI_WWW ?? new URL('../../../examples/simulator/www', import.meta.url).pathname;
-    simulator.args = ['--http-port', http, '--https-port', https, '--data-dir', simulator.folder, '--www', www, ...options].map(String);
+    const folder = options.includes('--www') ? [] : ['--www', www];
+    simulator.args = ['--http-port', http, '--https-port', https, '--data-dir', simulator.folder, ...folder, ...options].map(String);
     await simulator.launch();
     return simulator;
   }
