@@ -3,8 +3,8 @@ import assert from 'node:assert/strict';
 import { readFile } from 'node:fs/promises';
 import { after, before, describe, test } from 'node:test';
 import { openTab, shot, until } from './support/browser.mjs';
-import { card, choose, chooseAccount, CONNECTION_LOST, drag, drop, fillLogin, flow, goTo, heading, isConnected, logIn, meet, PASSWORD, refusedWith, save, SCHEMES, upload } from './support/console.mjs';
-import { asFile, png } from './support/files.mjs';
+import { choose, chooseAccount, CONNECTION_LOST, drop, fillLogin, flow, goTo, heading, isConnected, logIn, meet, PASSWORD, refusedWith, save, SCHEMES, upload } from './support/console.mjs';
+import { asFile } from './support/files.mjs';
 import { Simulator } from './support/simulator.mjs';
 import { slowWay } from './support/slow_way.mjs';
 
@@ -41,27 +41,6 @@ for (const scheme of SCHEMES) {
       await page.getByText('You have logged out.').waitFor();
       await fillLogin(page, 'admin', PASSWORD);
       await isConnected(page);
-    });
-
-    flowHere('pictures are uploaded, shown and downloaded', [refusedWith(500)], async (person) => {
-      const page = await logIn(person, { path: '/#/pictures' });
-      const logo = png('brand mark.png', [15, 118, 110], [90, 220, 200]);
-      const shape = (title) => card(page, title).locator('img.thumb').evaluate((image) => !image.hidden && `${image.naturalWidth}x${image.naturalHeight}`);
-      await upload(page, 'Upload logo', logo);
-      await until('the logo as thumbnail', async () => (await shape('Logo')) === '320x180');
-      const stored = await save(page, () => page.getByRole('button', { name: 'Download Logo' }).click());
-      assert.ok(stored.bytes.equals(logo.buffer), 'the downloaded logo is the uploaded one');
-
-      const background = png('night.png', [20, 24, 60], [200, 90, 120], 640, 360);
-      await drag(page, 'Upload background', background);
-      await until('the background as thumbnail', async () => (await shape('Background')) === '640x360');
-      await upload(page, 'Upload wallpaper', png('wall.png', [230, 200, 120], [120, 60, 30]));
-      await until('the wallpaper as thumbnail', async () => (await shape('Wallpaper')) === '320x180');
-
-      await picture(page, 'pictures');
-      await choose(page, 'Upload overlay', asFile('not-a-picture.png', 'plain text'));
-      await drop(page, 'Upload overlay').getByText('The device does not accept this file. It takes PNG, JPEG or BMP up to 8 MiB.').waitFor();
-      await card(page, 'Overlay').getByText('Nothing uploaded yet').waitFor();
     });
 
     flowHere('a large upload shows its progress, and a cancelled one leaves the old file', [], async (person) => {
@@ -103,27 +82,6 @@ for (const scheme of SCHEMES) {
       await ask('GET /sim/units/NOBODY', /404[^]*no such unit/);
       await ask('GET /sim/sessions', /"name": "admin"/);
       await picture(page, 'custom');
-    });
-
-    flowHere('privilege pictures are bound and deleted', [refusedWith(503)], async (person) => {
-      const page = await logIn(person, { path: '/#/privileges' });
-      const row = page.getByRole('row', { name: 'guest.png' });
-      await upload(page, 'Upload privilege picture', png('guest.png', [40, 40, 90], [120, 180, 250]));
-      await row.waitFor();
-      await page.getByLabel('Picture', { exact: true }).selectOption('guest.png');
-      await page.getByLabel('Unit').selectOption('RX01');
-      await page.getByRole('button', { name: 'Bind' }).click();
-      await row.getByText('RX01').waitFor();
-      await picture(page, 'privileges');
-      const headers = { Authorization: `Bearer ${person.token}` };
-      assert.equal((await person.context.request.get('/delete_priv?file=guest.png', { headers })).status(), 200);
-      await page.getByRole('button', { name: 'Bind' }).click();
-      await page.getByText('The device cannot do this right now.').waitFor();
-      await upload(page, 'Upload privilege picture', png('guest.png', [40, 40, 90], [120, 180, 250]));
-      await row.getByText('no unit').waitFor();
-      await row.getByRole('button', { name: 'Delete' }).click();
-      await page.getByRole('dialog').getByRole('button', { name: 'Delete' }).click();
-      await row.waitFor({ state: 'detached' });
     });
 
     flowHere('five wrong passwords lock the name and count down', [], async (person) => {

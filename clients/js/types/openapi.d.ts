@@ -3426,11 +3426,17 @@ export interface operations {
     };
     downloadSimulatedFile: {
         parameters: {
-            query?: never;
+            query?: {
+                /**
+                 * @description Name of a privilege picture.
+                 * @example guest.png
+                 */
+                file?: string;
+            };
             header?: never;
             path: {
                 /**
-                 * @description Kind of file.
+                 * @description Kind of file; `priv` is a privilege picture.
                  * @example logo
                  */
                 kind: string;

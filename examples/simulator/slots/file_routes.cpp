@@ -2,8 +2,10 @@
 #include "slots/file_routes.h"
 
 #include <sdkapi/kit_accounts.h>
+#include <sdkapi/kit_storage.h>
 #include <sdkapi/kit_upload.h>
 
+#include <array>
 #include <cstdio>
 #include <nlohmann/json.hpp>
 #include <string>
@@ -43,11 +45,21 @@ int Offer(CustomDownloadInfo* info, const std::string& name, const std::string& 
   return 0;
 }
 
+// The one that "?file=NAME" names.
+int OfferPrivilege(mg_connection* conn, CustomDownloadInfo* info) {
+  std::array<char, kKitStorageNameSize> name{};
+  const bool isNamed = GetHttpUrlParam(conn, "file", name.data(), name.size()) > 0;
+  return isNamed && IsStoredName(name.data()) ? Offer(info, name.data(), std::string(kPrivDir) + name.data())
+                                              : kRefused;
+}
+
 int OfferPicture(mg_connection* conn, CustomDownloadInfo* info) {
   return Guarded([&] {
     const std::string_view url = GetHttpUrl(conn);
-    const FileKind* kind =
-        url.starts_with(kPicturePrefix) ? FindFileKind(url.substr(kPicturePrefix.size())) : nullptr;
+    if (!url.starts_with(kPicturePrefix)) return kRefused;
+    const std::string_view word = url.substr(kPicturePrefix.size());
+    if (word == kPriv.kind) return OfferPrivilege(conn, info);
+    const FileKind* kind = FindFileKind(word);
     return kind == nullptr ? kRefused : Offer(info, kind->kind, kind->path);
   });
 }

@@ -488,7 +488,17 @@ export const edidFacts = {
 
 export const pictures = {
   title: 'Pictures',
-  intro: 'PNG, JPEG or BMP, at most 8 MiB each.',
+  intro: 'PNG, JPEG or BMP, each at most 8 MiB and 33 million pixels.',
+  names: { logo: 'Logo', bg: 'Background', setbgimage: 'Wallpaper', setbaseimage: 'Base picture', png: 'Overlay' },
+  atPresent: (label) => `${label} at present`,
+  noPicture: 'No picture',
+  pixels: (width, height) => `${width} × ${height} pixels`,
+  builtIn: 'Built-in picture',
+  nothing: 'Nothing uploaded yet',
+  download: 'Download',
+  downloadOf: (label) => `Download ${label}`,
+  upload: (label) => `Upload ${label}`,
+  notTaken: 'The device does not accept this file. It takes PNG, JPEG or BMP up to 8 MiB.',
 };
 
 export const scenes = {
@@ -497,7 +507,27 @@ export const scenes = {
 
 export const privileges = {
   title: 'Privileges',
-  intro: 'A privilege picture is shown by the units that it is bound to.',
+  intro: 'A privilege picture is shown by the units that it is bound to. The device keeps up to 100 of them.',
+  pictures: 'Pictures',
+  thumbnail: 'Thumbnail',
+  picture: 'Picture',
+  pictureOf: (name) => `Picture ${name}`,
+  boundTo: 'Bound to',
+  none: 'No picture uploaded yet.',
+  noUnit: 'no unit',
+  delete: 'Delete',
+  deleteOf: (name) => `Delete ${name}`,
+  deleteTitle: 'Delete this picture?',
+  deleteText: (name) => `${name} and its bindings will be gone.`,
+  bindTitle: 'Bind a picture',
+  unit: 'Unit',
+  bind: 'Bind',
+  needsPicture: 'Upload a picture first: there is none that can be bound.',
+  bound: (picture, unit) => `${picture} is bound to ${unit}.`,
+  newPicture: 'New picture',
+  upload: 'Upload privilege picture',
+  hint: 'PNG, JPEG or BMP, at most 8 MiB and 33 million pixels. It keeps its file name.',
+  notTaken: 'The device does not accept this file. It takes PNG, JPEG or BMP up to 8 MiB.',
 };
 
 export const users = {

@@ -178,6 +178,7 @@ OTHER_REQUESTS = {
     "getSimulatedHistory": lambda: [("/sim/history?since=x", None), ("/sim/history", (b"{}", "application/json"))],
     "listSimulatedActs": lambda: [("/sim/audit?since=x", None), ("/sim/audit", (b"{}", "application/json"))],
     "getSimulatedMetrics": lambda: [("/metrics", (b"{}", "application/json"))],
+    "downloadSimulatedFile": lambda: [("/sim/picture/priv?file=../edid.bin", None), ("/sim/picture/priv", None)],
     "getSimulatedFirmware": lambda: [("/sim/firmware", (b"{}", "application/json"))],
     "whoAmI": lambda: [("/sim/me", (b"{}", "application/json"))],
     "endSession": lambda: [("/sim/sessions", (b"{", "application/json")), ("/sim/sessions", (b'{"end":7777777}', "application/json"))],

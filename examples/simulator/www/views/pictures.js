@@ -4,16 +4,17 @@ import { watchFiles } from '../files.js';
 import { formatBytes, formatTime } from '../format.js';
 import { whyNot } from '../me.js';
 import { pictures as texts } from '../texts.js';
+import { thumbnail } from '../thumbnail.js';
 import { downloadButton, uploader } from '../transfer.js';
 
 export const page = { title: texts.title, intro: texts.intro };
 
 const PICTURES = [
-  ['logo', 'Logo', '/upload/logo', '/download/logo'],
-  ['bg', 'Background', '/upload/bg'],
-  ['setbgimage', 'Wallpaper', '/upload/sub/setbgimage'],
-  ['setbaseimage', 'Base picture', '/upload/sub/setbaseimage'],
-  ['png', 'Overlay', '/upload/sub/png'],
+  ['logo', '/upload/logo', '/download/logo'],
+  ['bg', '/upload/bg'],
+  ['setbgimage', '/upload/sub/setbgimage'],
+  ['setbaseimage', '/upload/sub/setbaseimage'],
+  ['png', '/upload/sub/png'],
 ];
 
 export function render(ctx) {
@@ -22,44 +23,29 @@ export function render(ctx) {
   return h('div.grid', cards.map((one) => one.element));
 }
 
-function pictureCard(ctx, [kind, label, route, path = `/sim/picture/${kind}`], changed) {
-  const image = h('img.thumb', { alt: `${label} at present`, hidden: true });
-  const none = h('div.thumb.none', 'No picture');
-  const facts = h('p.dim');
-  const download = downloadButton(ctx, 'Download', path);
-  download.setAttribute('aria-label', `Download ${label}`);
+function pictureCard(ctx, [kind, route, path = `/sim/picture/${kind}`], changed) {
+  const label = texts.names[kind];
+  const image = thumbnail(ctx, texts.atPresent(label));
+  const facts = h('span');
+  const download = downloadButton(ctx, texts.download, path);
+  download.setAttribute('aria-label', texts.downloadOf(label));
   const drop = uploader(ctx, {
-    label: `Upload ${label.toLowerCase()}`, route, accept: 'image/png,image/jpeg,image/bmp', done: changed,
-    explain: ({ status }) => status === 500 && 'The device does not accept this file. It takes PNG, JPEG or BMP up to 8 MiB.',
+    label: texts.upload(label.toLowerCase()), route, accept: 'image/png,image/jpeg,image/bmp', done: changed,
+    explain: ({ status }) => status === 500 && texts.notTaken,
   });
   deny(drop, whyNot(ctx.me, 'write'));
   let shown = null;
 
-  async function show(files) {
+  function show(files) {
     const file = files[kind];
     // The device has a built-in logo when none was uploaded.
     const there = Boolean(file) || kind === 'logo';
-    facts.textContent = file ? `${formatBytes(file.size)}, ${formatTime(file.mtime)}` : there ? 'Built-in picture' : 'Nothing uploaded yet';
+    facts.textContent = file ? `${formatBytes(file.size)}, ${formatTime(file.mtime)}` : there ? texts.builtIn : texts.nothing;
     download.disabled = !there;
     const version = there && JSON.stringify(file ?? 'built-in');
     if (version === shown) return;
     shown = version;
-    image.hidden = !there;
-    none.hidden = there;
-    if (there) await showThumbnail();
+    image.show(there ? path : '');
   }
-
-  async function showThumbnail() {
-    try {
-      const { blob } = await ctx.api.download(path);
-      const url = URL.createObjectURL(blob);
-      image.onload = () => URL.revokeObjectURL(url);
-      image.src = url;
-    } catch (error) {
-      ctx.check(error);
-      image.hidden = true;
-      none.hidden = false;
-    }
-  }
-  return { element: card(label, image, none, h('div.row.between', facts, download), drop), show };
+  return { element: card(label, image.element, h('div.row.between', h('p.dim', facts, h('br'), image.size), download), drop), show };
 }

@@ -1,43 +1,61 @@
 /* Privilege pictures and the units they are bound to. */
-import { badge, button, card, confirmDialog, field, fill, form, h, notice, tableHead } from '../dom.js';
+import { badge, button, card, confirmDialog, deny, field, fill, form, h, notice, tableHead } from '../dom.js';
+import { whyNot } from '../me.js';
 import { privileges as texts } from '../texts.js';
+import { thumbnail } from '../thumbnail.js';
 import { uploader } from '../transfer.js';
 
 export const page = { title: texts.title, intro: texts.intro };
 
 export function render(ctx) {
   const body = h('tbody');
-  const picture = h('select');
-  const unit = h('select');
+  const bind = bindForm(ctx, () => load());
+  const line = (text) => fill(body, h('tr', h('td.dim', { colspan: '4' }, text)));
 
   async function load() {
     try {
       const list = (await ctx.api.getJson('/getprivjson'))['6000list'];
-      if (!ctx.signal.aborted) show(list);
+      if (ctx.signal.aborted) return;
+      bind.show(list.map((entry) => entry.picname));
+      if (list.length) fill(body, list.map((entry) => row(ctx, entry, load)));
+      else line(texts.none);
     } catch (error) {
-      if (!ctx.check(error)) fill(body, h('tr', h('td', { colspan: '3' }, error.message)));
+      if (!ctx.check(error)) line(error.message);
     }
   }
 
-  function show(list) {
-    keep(picture, list.map((entry) => entry.picname));
-    fill(body, list.length ? list.map(row) : h('tr', h('td.dim', { colspan: '3' }, 'No picture uploaded yet.')));
-  }
+  const drop = uploader(ctx, { label: texts.upload, route: '/upload/priv', accept: 'image/png,image/jpeg,image/bmp', hint: texts.hint, done: load,
+    explain: ({ status }) => status === 500 && texts.notTaken });
+  ctx.on('event', ({ type, done }) => (type === 'restored' || (type === 'upload' && done)) && load());
+  load();
+  return h('div.columns',
+    card(texts.pictures, h('div.scroll', h('table', tableHead(h('span.unseen', texts.thumbnail), texts.picture, texts.boundTo, ''), body))),
+    h('div.stack', card(texts.bindTitle, bind.element), card(texts.newPicture, deny(drop, whyNot(ctx.me, 'write')))));
+}
 
-  const row = ({ picname, hostname }) => h('tr', h('th', { scope: 'row' }, picname),
-    h('td', hostname.length ? hostname.map((name) => badge(name)) : h('span.dim', 'no unit')),
-    h('td', button('Delete', () => remove(picname), 'small')));
+function row(ctx, { picname, hostname }, changed) {
+  const remove = deny(button(texts.delete, () => ask(ctx, picname).then(changed), 'small'), whyNot(ctx.me, 'write'));
+  remove.setAttribute('aria-label', texts.deleteOf(picname));
+  const image = thumbnail(ctx, texts.pictureOf(picname));
+  image.show(`/sim/picture/priv?file=${encodeURIComponent(picname)}`);
+  return h('tr', h('td.small', image.element), h('th', { scope: 'row' }, picname, h('br'), image.size),
+    h('td', hostname.length ? hostname.map((name) => badge(name)) : h('span.dim', texts.noUnit)), h('td', remove));
+}
 
-  async function remove(name) {
-    const sure = await confirmDialog({ title: 'Delete this picture?', text: `${name} and its bindings will be gone.`, action: 'Delete' });
-    if (!sure) return;
-    try {
-      await ctx.api.request(`/delete_priv?file=${encodeURIComponent(name)}`);
-    } catch (error) {
-      if (!ctx.check(error)) notice(`${name}: ${error.message}`, 'bad');
-    }
-    load();
+async function ask(ctx, name) {
+  if (!(await confirmDialog({ title: texts.deleteTitle, text: texts.deleteText(name), action: texts.delete }))) return;
+  try {
+    await ctx.api.request(`/delete_priv?file=${encodeURIComponent(name)}`);
+  } catch (error) {
+    if (!ctx.check(error)) notice(`${name}: ${error.message}`, 'bad');
   }
+}
+
+/** Binds a picture to a unit; as long as there is no picture it says that one is needed. */
+function bindForm(ctx, changed) {
+  const picture = h('select');
+  const unit = h('select');
+  const reason = h('small', texts.needsPicture);
 
   async function bind() {
     try {
@@ -46,20 +64,25 @@ export function render(ctx) {
       ctx.check(error);
       throw error;
     }
-    load();
-    return `${picture.value} is bound to ${unit.value}.`;
+    changed();
+    return texts.bound(picture.value, unit.value);
   }
 
+  const element = form([field(texts.picture, picture), field(texts.unit, unit)], texts.bind, bind);
+  const submit = element.querySelector('[type=submit]');
+  submit.after(reason);
+  const forWriters = whyNot(ctx.me, 'write');
   const showUnits = (device) => device && keep(unit, device.units.map((one) => one.name));
   ctx.on('device', showUnits);
-  ctx.on('event', ({ type, done }) => (type === 'restored' || (type === 'upload' && done)) && load());
   showUnits(ctx.store.device);
-  load();
-  return h('div.columns',
-    card('Pictures', h('div.scroll', h('table', tableHead('Picture', 'Bound to', ''), body))),
-    h('div.stack',
-      card('Bind a picture', form([field('Picture', picture), field('Unit', unit)], 'Bind', bind)),
-      card('New picture', uploader(ctx, { label: 'Upload privilege picture', route: '/upload/priv', accept: 'image/png,image/jpeg,image/bmp', hint: 'PNG, JPEG or BMP, at most 8 MiB. It keeps its file name.', done: load }))));
+  deny(element, forWriters);
+
+  function show(names) {
+    keep(picture, names);
+    reason.hidden = names.length > 0 || Boolean(forWriters);
+    if (!forWriters) for (const control of [picture, unit, submit]) control.disabled = !names.length;
+  }
+  return { element, show };
 }
 
 /** Fills a choice without losing what is chosen. */
