@@ -13,7 +13,7 @@ for (const part of ['feed.js', 'texts.js', 'format.js']) cpSync(join(www, part),
 writeFileSync(join(folder, 'package.json'), '{"type":"module"}');
 const { Feed } = await import(join(folder, 'feed.js'));
 
-const RX01 = { name: 'RX01', type: 'rx', online: true, input: 'TX01', locked: false };
+const RX01 = { name: 'RX01', type: 'rx', online: true, edid: '00ff', input: 'TX01', locked: false };
 const unit = (changes, was) => ({ type: 'unit', unit: { ...RX01, ...changes }, ...(was && { was }) });
 const upload = (bytes, end = {}) => ({ type: 'upload', route: '/upload/logo', file: 'a.png', bytes, done: false, ok: false, ...end });
 const upgrade = (phase, more = {}) => ({ type: 'upgrade', phase, percent: 0, version: '1.1.0', ...more });
@@ -28,8 +28,8 @@ function linesAfter(...messages) {
 for (const [name, messages, lines] of [
   ['a unit that comes and goes is one line', [unit({ online: false }), unit({ input: 'TX02' }), unit({ online: false })],
     ['RX01 went offline x2', 'RX01 now shows TX02']],
-  ['each side of a unit is a subject', [unit({ input: '' }), unit({ locked: true }), unit({ name: 'Hall' }, 'RX01'), unit({})],
-    ['RX01 changed', 'RX01 is now called Hall', 'RX01 was locked', 'RX01 shows no input']],
+  ['each side of a unit is a subject', [unit({ input: '' }), unit({ locked: true }), unit({ name: 'Hall' }, 'RX01'), unit({ edid: '00fe' }), unit({})],
+    ['RX01 changed', 'RX01 has another EDID', 'RX01 is now called Hall', 'RX01 was locked', 'RX01 shows no input']],
   ['progress stays in its place', [upload(10), unit({ online: false }), upload(20), upload(2048)],
     ['RX01 went offline', 'a.png to /upload/logo: 2.0 kB received']],
   ['the end of an upload is news, but no second time', [upload(10), unit({ online: false }), upload(20, { done: true, ok: true })],

@@ -138,6 +138,10 @@ class AuditTest(unittest.TestCase):
             channel = Channel(device, operator)
             channel.send('{"type":"set-unit-name","id":1,"unit":"TX03","name":"Stage"}')
             channel.wait_for("ok", id=1)
+            edid = get(device, "/sim/units/TX01")["edid"]
+            self.assertEqual(post(device, "/sim/units/TX02", {"edid": edid}).status, 200)
+            channel.send(json.dumps({"type": "set-unit-edid", "id": 5, "unit": "TX02", "edid": "00"}))
+            channel.wait_for("error", id=5)
             channel.send('{"type":"preset-recall","id":2,"name":"Night"}')
             channel.wait_for("error", id=2)
             channel.send('{"type":"set-routes","id":3,"routes":{"RX01":"TX01","RX02":""}}')
@@ -153,6 +157,8 @@ class AuditTest(unittest.TestCase):
                 ("olga", False, "set-unit-input", "RX01", "nobody", "no such transmitter"),
                 ("admin", True, "preset-store", "Day", "", ""),
                 ("olga", True, "set-unit-name", "TX03", "Stage", ""),
+                ("admin", True, "set-unit-edid", "TX02", "", ""),
+                ("olga", False, "set-unit-edid", "TX02", "", "bad EDID: it is not 128 or 256 bytes long"),
                 ("olga", False, "preset-recall", "Night", "", "no such preset"),
                 ("olga", True, "set-unit-input", "RX01", "TX01", ""),
                 ("olga", True, "set-unit-input", "RX02", "", ""),

@@ -28,6 +28,7 @@ void Take(const SdkKitAuditEntry* entry) {
 }
 
 std::string TextOf(const json& object, const std::string& member) {
+  if (member == "edid") return "";  // hundreds of digits, which say nothing to a reader
   const json value = object.value(member, json());
   if (value.is_string()) return value;
   return value.is_boolean() ? value.dump() : "";
@@ -71,7 +72,7 @@ void NoteCommand(const std::string& type, const json& message, const std::string
 }
 
 void NoteUnitChange(const std::string& unit, const json& change, const std::string& reason) {
-  for (const char* const member : {"name", "online", "input", "locked"}) {
+  for (const char* const member : {"name", "online", "input", "locked", "edid"}) {
     if (change.contains(member)) Note(std::string(kSetUnit) + member, unit, TextOf(change, member), reason);
   }
 }

@@ -61,6 +61,7 @@ function unitLine(before, { unit, was }) {
   if (old && old.online !== unit.online) return line('online', unit.online ? texts.online(name) : texts.offline(name));
   if (old && old.input !== unit.input) return line('input', unit.input ? texts.shows(name, unit.input) : texts.showsNothing(name));
   if (old && old.locked !== unit.locked) return line('locked', unit.locked ? texts.locked(name) : texts.unlocked(name));
+  if (old && old.edid !== unit.edid) return line('edid', texts.otherEdid(name));
   return line('', texts.changed(name));
 }
 

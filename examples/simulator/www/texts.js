@@ -183,6 +183,7 @@ export const feed = {
   showsNothing: (name) => `${name} shows no input`,
   locked: (name) => `${name} was locked`,
   unlocked: (name) => `${name} was unlocked`,
+  otherEdid: (name) => `${name} has another EDID`,
   changed: (name) => `${name} changed`,
   preset: {
     stored: (name) => `Preset ${name} was stored`,
@@ -260,6 +261,7 @@ export const log = {
     'device.set-unit-online': (unit, online) => `Take ${unit} ${online === 'true' ? 'online' : 'offline'}`,
     'device.set-unit-input': (unit, input) => (input ? `Route ${input} to ${unit}` : `Show no input on ${unit}`),
     'device.set-unit-locked': (unit, locked) => `${locked === 'true' ? 'Lock' : 'Unlock'} ${unit}`,
+    'device.set-unit-edid': (unit) => `Give ${unit} another EDID`,
     'device.set-routes': () => 'Route several receivers at once',
     'device.preset-store': (name) => `Store the preset ${name}`,
     'device.preset-recall': (name) => `Recall the preset ${name}`,
