@@ -6,6 +6,8 @@ import { card, choose, logIn, makeUser, meet, onDevice, save, SCHEMES } from './
 import { asFile, edid } from './support/files.mjs';
 
 const OPEN = 'Open an EDID file';
+const LOOKS = [['phone', { viewport: { width: 390, height: 844 } }], ['dark', { colorScheme: 'dark' }]];
+const isWide = (page) => page.evaluate(() => document.documentElement.scrollWidth - document.documentElement.clientWidth);
 const atEdid = (person) => logIn(person, { path: '/#/edid' });
 const show = (page, name) => page.getByLabel('Shown').selectOption({ label: name });
 const compare = (page, name) => page.getByLabel('Compared with').selectOption({ label: name });
@@ -90,6 +92,21 @@ onDevice('the EDID page', 'http', (flow, device) => {
     await compare(page, 'RX01');
     await page.getByText('No differences').waitFor();
   });
+
+  for (const [look, options] of LOOKS) {
+    flow(`it fits: ${look}`, [], async () => {
+      const person = await meet(device(), options);
+      const page = await atEdid(person);
+      await show(page, 'TX01');
+      await compare(page, '2160p60 with HDR');
+      await page.getByText(/^\d+ differences$/).waitFor();
+      assert.equal(await isWide(page), 0);
+      await checkAxe(page);
+      await shot(page, `edid-${look}`);
+      assert.deepEqual(person.problems, []);
+      await person.context.close();
+    });
+  }
 
   flow('one that names no maker is refused by the page and by the device', [], async (person) => {
     const page = await atEdid(person);

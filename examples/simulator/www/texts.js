@@ -325,6 +325,19 @@ export const firmware = {
   sent: (sent, total, rate) => `${sent} of ${total}, ${rate}`,
   failed: (reason, installed) => `The firmware was not installed: ${reason}. The device keeps version ${installed}.`,
   noReason: 'the device does not say why',
+  /** The device's reasons in words for people; others stand as they are. */
+  reasons: {
+    'a wrong signature': 'its signature is not one that this device trusts',
+    'a wrong hash': 'its image is damaged',
+    'no firmware container': 'it is no firmware container',
+    'it broke off': 'the transfer broke off',
+    'it is shorter than it says': 'it is not whole',
+    'another one is under way': 'another upgrade is under way',
+    'an installed one waits for the restart': 'another version is installed and waits for the restart',
+    'the running firmware is still on trial': 'the version that runs has not confirmed itself yet',
+    'no room for it': 'the device has no room for it',
+    'it cannot be written': 'the device could not store it',
+  },
   cancelled: (installed) => `Cancelled. The device keeps version ${installed}.`,
   rolledBack: (version) => `Version ${version} did not start. The device runs the version before it again.`,
 };

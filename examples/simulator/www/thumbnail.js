@@ -27,5 +27,5 @@ export function thumbnail(ctx, alt) {
       none.hidden = false;
     }
   }
-  return { element: h('div.frame', image, none), size, show };
+  return { element: h('div', image, none), size, show };
 }

@@ -10,6 +10,7 @@ const ROUTE = '/api/v1/fw_upload';
 const BEGINS = { receiving: 0, verifying: 0.8, rebooting: 0.9, done: 1, failed: 0 };
 
 const warn = (event) => event.preventDefault();
+const whyFailed = (reason, installed) => texts.failed(texts.reasons[reason] ?? reason, installed);
 
 /** Tells 'change' when `phase` does: '' as long as there is nothing to tell. */
 export class Upgrades extends EventTarget {
@@ -45,7 +46,7 @@ export class Upgrades extends EventTarget {
     const isPlainRestart = !this.underWay && (phase === 'done' || (phase === 'rebooting' && version === this.#installed));
     if (isPlainRestart || (this.#cancel && phase === 'receiving') || this.#isGivenUp(phase, version)) return;
     this.#version = version || this.#version;
-    if (phase === 'failed') this.#fail(this.#restarted ? texts.rolledBack(version) : texts.failed(reason ?? texts.noReason, this.#installed));
+    if (phase === 'failed') this.#fail(this.#restarted ? texts.rolledBack(version) : whyFailed(reason ?? texts.noReason, this.#installed));
     else this.#show(phase, (percent ?? 0) / 100);
   }
 
@@ -81,7 +82,7 @@ export class Upgrades extends EventTarget {
   async #wordsFor(api, { kind, status, message }) {
     if (kind === 'cancelled') return texts.cancelled(this.#installed);
     const reason = status ? await reasonOf(api, ROUTE) : '';
-    return texts.failed(reason || message, this.#installed);
+    return whyFailed(reason || message, this.#installed);
   }
 
   #fail(words) {
