@@ -2,7 +2,7 @@
 import assert from 'node:assert/strict';
 import { checkAxe } from './support/axe.mjs';
 import { shot, until } from './support/browser.mjs';
-import { choose, drop, goTo, logIn, makeUser, onDevice, PASSWORD, refusedWith, save, SCHEMES } from './support/console.mjs';
+import { choose, chooseAccount, drop, goTo, logIn, makeUser, onDevice, PASSWORD, refusedWith, save, SCHEMES } from './support/console.mjs';
 import { asFile } from './support/files.mjs';
 
 const MARKUP = '<img src=x onerror=alert(1)>';
@@ -90,7 +90,7 @@ onDevice('the log page', 'http', (flow) => {
     const admin = await logIn(person, { path: '/#/log' });
     await makeUser(person, { name: 'vera', role: 'viewer' });
     await change(person, 'TX01', { online: true });
-    await admin.getByRole('button', { name: 'Log out' }).click();
+    await chooseAccount(admin, 'Log out');
     await admin.close();
     const page = await logIn(person, { path: '/#/log', user: 'vera' });
     await page.getByText('You see what was done with your logins.').waitFor();
