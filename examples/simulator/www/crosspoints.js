@@ -11,90 +11,97 @@ const MANY = 10;
 const LOCK = 0;
 const FIRST = 1;
 
-/** { element, update() } of a Routing. */
-export function crosspoints(ctx, routing) {
-  const table = h('table.points', { role: 'grid', 'aria-label': texts.grid });
-  const element = h('div.pointframe', table);
-  let rows = [];
-  let columns = [];
-  let place = [0, FIRST];
+export class Crosspoints {
+  #ctx;
+  #routing;
+  #table = h('table.points', { role: 'grid', 'aria-label': texts.grid });
+  #rows = [];
+  #columns = [];
+  #place = [0, FIRST];
+  element = h('div.pointframe', this.#table);
 
-  function build(receivers, sources) {
-    columns = sources.map(() => unitHead(ctx));
-    rows = receivers.map(() => row(sources.length));
-    table.classList.toggle('many', sources.length > MANY);
-    fill(table, h('thead', h('tr', h('th.corner', { scope: 'col' }, texts.corner), h('th.narrow', { scope: 'col' }, texts.lock), h('th.narrow', { scope: 'col' }, texts.noneShort),
-      columns.map((head) => h('th', { scope: 'col' }, head.element)))), h('tbody', rows.map((one) => one.element)));
-    go(0, 0, false);
+  /** Shows a Routing. */
+  constructor(ctx, routing) {
+    this.#ctx = ctx;
+    this.#routing = routing;
+    const hear = (types, act) => types.forEach((type) => this.#table.addEventListener(type, act));
+    hear(['click'], (event) => this.#press(event));
+    hear(['keydown'], (event) => this.#steer(event));
+    hear(['focusin', 'pointerover'], (event) => this.#light(event, true));
+    hear(['focusout', 'pointerout'], (event) => this.#light(event, false));
   }
 
-  function row(inputs) {
-    const head = unitHead(ctx);
+  update() {
+    const { receivers, sources, units } = this.#routing;
+    if (this.#rows.length !== receivers.length || this.#columns.length !== sources.length) this.#build(receivers, sources);
+    this.#columns.forEach((head, index) => head.update(sources[index], '', ''));
+    this.#rows.forEach(({ head, cells, element }, index) => {
+      const unit = receivers[index];
+      head.update(unit, inputWords(this.#routing, unit), shownBy(unit, units));
+      element.classList.toggle('locked', Boolean(unit.locked));
+      showLatch(cells[LOCK], unit, whyNot(this.#ctx.me, 'write'));
+      cells.slice(FIRST).forEach((cell, column) => showPoint(cell, unit, sources[column - 1]?.name ?? '', this.#routing));
+    });
+  }
+
+  #build(receivers, sources) {
+    this.#columns = sources.map(() => unitHead(this.#ctx));
+    this.#rows = receivers.map(() => this.#row(sources.length));
+    this.#table.classList.toggle('many', sources.length > MANY);
+    fill(this.#table, h('thead', h('tr', h('th.corner', { scope: 'col' }, texts.corner), h('th.narrow', { scope: 'col' }, texts.lock), h('th.narrow', { scope: 'col' }, texts.noneShort),
+      this.#columns.map((head) => h('th', { scope: 'col' }, head.element)))), h('tbody', this.#rows.map(({ element }) => element)));
+    this.#go(0, 0, false);
+  }
+
+  #row(inputs) {
+    const head = unitHead(this.#ctx);
     const cells = Array.from({ length: inputs + FIRST + 1 }, (_, column) =>
       h(column === LOCK ? 'button.latch' : 'button.point', { type: 'button', tabindex: '-1' }));
     return { head, cells, element: h('tr', h('th', { scope: 'row' }, head.element), cells.map((cell) => h('td', cell))) };
   }
 
-  function update() {
-    const { receivers, sources, units } = routing;
-    if (rows.length !== receivers.length || columns.length !== sources.length) build(receivers, sources);
-    columns.forEach((head, index) => head.update(sources[index], '', ''));
-    rows.forEach(({ head, cells, element: line }, index) => {
-      const unit = receivers[index];
-      head.update(unit, inputWords(routing, unit), shownBy(unit, units));
-      line.classList.toggle('locked', Boolean(unit.locked));
-      showLatch(cells[LOCK], unit, whyNot(ctx.me, 'write'));
-      cells.slice(FIRST).forEach((cell, column) => showPoint(cell, unit, sources[column - 1]?.name ?? '', routing));
-    });
-  }
-
   /** Moves the one place that the keyboard finds. */
-  function go(line, column, focus = true) {
-    rows[place[0]]?.cells[place[1]]?.setAttribute('tabindex', '-1');
+  #go(line, column, focus = true) {
+    const cellAt = ([row, cell]) => this.#rows[row]?.cells[cell];
     const within = (value, count) => Math.max(0, Math.min(value, count - 1));
-    place = [within(line, rows.length), within(column, columns.length + FIRST + 1)];
-    const cell = rows[place[0]]?.cells[place[1]];
-    cell?.setAttribute('tabindex', '0');
-    if (focus) cell?.focus();
+    cellAt(this.#place)?.setAttribute('tabindex', '-1');
+    this.#place = [within(line, this.#rows.length), within(column, this.#columns.length + FIRST + 1)];
+    cellAt(this.#place)?.setAttribute('tabindex', '0');
+    if (focus) cellAt(this.#place)?.focus();
   }
 
-  function find(target) {
-    const line = rows.findIndex(({ element: one }) => one.contains(target));
-    return [line, line < 0 ? -1 : rows[line].cells.indexOf(target.closest('button'))];
+  /** Row and column of the button that an event is about; -1 for what is none. */
+  #find(target) {
+    const line = this.#rows.findIndex(({ element }) => element.contains(target));
+    return [line, line < 0 ? -1 : this.#rows[line].cells.indexOf(target.closest('button'))];
   }
 
-  function press(event) {
-    const [line, column] = find(event.target);
+  #press({ target }) {
+    const [line, column] = this.#find(target);
     if (column < 0) return;
-    go(line, column);
-    const unit = routing.receivers[line];
-    if (column === LOCK) routing.lock(unit, !unit.locked);
-    else routing.choose(unit, routing.sources[column - FIRST - 1]?.name ?? '');
+    this.#go(line, column);
+    const unit = this.#routing.receivers[line];
+    if (column === LOCK) this.#routing.lock(unit, !unit.locked);
+    else this.#routing.choose(unit, this.#routing.sources[column - FIRST - 1]?.name ?? '');
   }
 
-  function steer(event) {
-    const [line, column] = place;
-    const last = columns.length + FIRST;
+  #steer(event) {
+    const [line, column] = this.#place;
     const move = MOVES[event.key];
-    if (find(event.target)[1] < 0 || event.altKey || event.metaKey) return;
-    if (move) go(line + move[0], column + move[1]);
-    else if (event.key === 'Home') go(event.ctrlKey ? 0 : line, 0);
-    else if (event.key === 'End') go(event.ctrlKey ? rows.length : line, last);
+    if (this.#find(event.target)[1] < 0 || event.altKey || event.metaKey) return;
+    if (move) this.#go(line + move[0], column + move[1]);
+    else if (event.key === 'Home') this.#go(event.ctrlKey ? 0 : line, 0);
+    else if (event.key === 'End') this.#go(event.ctrlKey ? this.#rows.length : line, this.#columns.length + FIRST);
     else return;
     event.preventDefault();
   }
 
-  function light(event, on) {
-    const [line, column] = find(event.target);
+  #light({ target }, on) {
+    const [line, column] = this.#find(target);
     if (column < 0) return;
-    rows[line].head.light(on);
-    columns[column - FIRST - 1]?.light(on);
+    this.#rows[line].head.light(on);
+    this.#columns[column - FIRST - 1]?.light(on);
   }
-
-  table.addEventListener('click', press);
-  table.addEventListener('keydown', steer);
-  for (const [type, on] of [['focusin', true], ['focusout', false], ['pointerover', true], ['pointerout', false]]) table.addEventListener(type, (event) => light(event, on));
-  return { element, update };
 }
 
 function showPoint(cell, unit, source, routing) {

@@ -1,5 +1,5 @@
 /* The crosspoint matrix: which input each output shows, and what waits to be taken. */
-import { crosspoints } from '../crosspoints.js';
+import { Crosspoints } from '../crosspoints.js';
 import { button, fill, h, statusLine } from '../dom.js';
 import { whyNot } from '../me.js';
 import { outputCards } from '../outputs.js';
@@ -31,7 +31,7 @@ export function render(ctx) {
 
   /** The grid where there is room for it, else a card for each output. */
   function arrange() {
-    shown = NARROW.matches ? outputCards(ctx, routing) : crosspoints(ctx, routing);
+    shown = NARROW.matches ? outputCards(ctx, routing) : new Crosspoints(ctx, routing);
     shown.update();
     fill(place, shown.element);
   }
