@@ -76,6 +76,28 @@ onDevice('the log page', 'http', (flow) => {
     await until('what came meanwhile', async () => (await newest(page, 1))[0][2] === 'Take TX02 offline');
   });
 
+  flow('shows many in portions, and keeps no more of them than that', [], async (person) => {
+    const page = await logIn(person);
+    let newestNumber = 250;
+    await page.route('**/sim/audit?since=*', (route) => {
+      const since = Number(new URL(route.request().url()).searchParams.get('since'));
+      const numbers = Array.from({ length: newestNumber - since }, (_, i) => since + 1 + i);
+      const acts = numbers.map((number) => ({ number, time: number * 1000, done: true, subject: 'made-up', action: 'act', user: 'kim', address: '192.0.2.7',
+        object: String(number), target: '', reason: '' }));
+      return route.fulfill({ json: { begins: 1000, newest: newestNumber, acts } });
+    });
+    await page.goto('/#/log');
+    await until('a portion', async () => (await rows(page).count()) === 200);
+    assert.deepEqual(await newest(page, 1), [['kim', '192.0.2.7', 'made-up act 250', 'Done']]);
+    newestNumber = 251;
+    await change(person, 'TX01', { online: true });
+    await until('the newest', async () => (await newest(page, 1))[0][2] === 'made-up act 251');
+    assert.equal(await rows(page).count(), 200);
+    await page.getByRole('button', { name: 'Show more' }).click();
+    await until('all', async () => (await rows(page).count()) === 251);
+    await page.getByRole('button', { name: 'Show more' }).waitFor({ state: 'hidden' });
+  });
+
   flow('shows names of clients as text', [], async (person) => {
     const page = await logIn(person, { path: '/#/log' });
     for (const name of [MARKUP, 'x\r\nadmin logged in', '\u202egnp.ogol', 'y'.repeat(5000)]) await change(person, 'TX01', { name });

@@ -4,6 +4,7 @@ import { formatTime } from './format.js';
 import { log as texts } from './texts.js';
 
 const STEP = 200;
+const MOST_ACTS = 2000; // that a page keeps, however long it is open
 const TOP = 8; // pixels: who is this near the newest entry is not reading an older one
 
 // What turns the direction of writing, and separators of lines: a name with them must not look like another one.
@@ -79,7 +80,7 @@ class ActTable {
     if (this.isLoading) return;
     this.isLoading = true;
     try {
-      this.take(await this.ask(this.newest));
+      await this.take(await this.ask(this.newest));
     } catch (error) {
       this.fail(error);
     } finally {
@@ -105,15 +106,21 @@ class ActTable {
       return this.take(await this.ask(0));
     }
     const isFirst = this.begins === 0;
-    this.acts.push(...acts);
+    this.acts = [...this.acts, ...acts].slice(-MOST_ACTS);
     Object.assign(this, { begins, newest });
     this.fillUsers();
     if (isFirst) return this.show();
     const fresh = acts.filter((act) => this.fits(act));
     if (fresh.length === 0) return this.tell();
     if (this.isPaused || this.isRead()) this.waiting += fresh.length;
-    else this.body.prepend(...fresh.map(row).reverse());
+    else this.prepend(fresh);
     return this.tell();
+  }
+
+  prepend(fresh) {
+    this.body.prepend(...fresh.map(row).reverse());
+    this.more.hidden = this.body.rows.length <= this.most && this.more.hidden;
+    while (this.body.rows.length > this.most) this.body.lastChild.remove();
   }
 
   /** Whether somebody is reading further down than the newest entry. */
