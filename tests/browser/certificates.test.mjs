@@ -134,6 +134,45 @@ onDevice('certificates', 'http', (flow, device) => {
   });
 });
 
+onDevice('what another device may tell', 'http', (flow) => {
+  /** The page with an answer that is changed on its way. */
+  async function enterWith(person, change) {
+    const page = await logIn(person);
+    await page.route('**/sim/certificates', async (route) => {
+      const answer = await route.fetch();
+      await route.fulfill(change(await answer.json()));
+    });
+    await page.evaluate(() => (location.hash = '#/certificates'));
+    await heading(page, 'Certificates').waitFor();
+    return page;
+  }
+  const one = { subject: 'CN=hall', issuer: 'CN=authority', names: ['hall.example'], notBefore: 1500000000, notAfter: 1600000000, state: 'expired',
+    fingerprint: 'AA:BB', key: 'RSA', keyBits: 4096, selfSigned: false, chain: 2 };
+
+  flow('an expired certificate, and one that could not be used, are called so', [], async (person) => {
+    const why = 'the uploaded certificate cannot be used: its key cannot be used';
+    const page = await enterWith(person, (told) => ({ json: { ...told, inUse: one, choice: 'previous', why } }));
+    await page.getByText(/^The certificate expired on September 13, 2020\. Clients refuse the device, or ask\.$/).waitFor();
+    await card(page, IN_USE).getByText('expired', { exact: true }).waitFor();
+    assert.equal(await fact(page, IN_USE, 'Chain').textContent(), '2 certificates');
+    await card(page, IN_USE).getByText(`At the last start: ${why}.`).waitFor();
+    await card(page, IN_USE).getByText('The certificate before is in use again.').waitFor();
+    await checkAxe(page);
+  });
+
+  flow('a certificate that is not valid yet is a question of the clock', [], async (person) => {
+    const page = await enterWith(person, (told) => ({ json: { ...told, inUse: { ...one, state: 'early', notBefore: 4000000000, notAfter: 4100000000 } } }));
+    await page.getByText(/^The certificate is not valid before October 2, 2096\. Is the device’s clock right\?$/).waitFor();
+  });
+
+  flow('a device that does not tell takes uploads all the same', [refusedWith(404)], async (person) => {
+    const page = await enterWith(person, () => ({ status: 404, body: '' }));
+    await page.getByText('This device does not tell its certificates.').waitFor();
+    await upload(page, 'Upload HTTPS certificate', certificate('hall.pem'));
+    await checkAxe(page);
+  });
+});
+
 onDevice('a certificate that ends soon', 'https', (flow, device) => {
   flow('is used after a start, and the page warns of it', [refusedWith(401), CONNECTION_LOST, /ERR_CERT|ERR_SSL/], async (person) => {
     const page = await enter(person);
@@ -143,6 +182,7 @@ onDevice('a certificate that ends soon', 'https', (flow, device) => {
     const made = await print(page, WAITING).textContent();
     await device().halt();
     await page.locator('#link.bad').waitFor();
+    await page.getByText('If the certificate of the device has changed, reload the page and accept the new one.').waitFor();
     await device().launch();
     await fillLogin(page, 'admin', PASSWORD);
     await heading(page, 'Certificates').waitFor();

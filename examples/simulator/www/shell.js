@@ -74,7 +74,7 @@ export function showLink(link) {
   line.textContent = texts.links[link] ?? texts.links.none;
   const banner = place('banner');
   banner.hidden = link !== 'lost';
-  banner.textContent = banner.hidden ? '' : texts.unreachable;
+  banner.textContent = banner.hidden ? '' : texts.unreachable(location.protocol === 'https:');
 }
 
 export function showModel(device) {

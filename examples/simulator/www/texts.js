@@ -24,7 +24,7 @@ export const shell = {
   themes: { 'light dark': 'automatic', light: 'light', dark: 'dark' },
   links: { connecting: 'Connecting', open: 'Connected', lost: 'Connection lost', none: 'Not connected' },
   framed: 'Open the console in a window of its own',
-  unreachable: 'The device cannot be reached. The console tries again by itself.',
+  unreachable: (secure) => `The device cannot be reached. The console tries again by itself.${secure ? ' If the certificate of the device has changed, reload the page and accept the new one.' : ''}`,
   groups: { operate: 'Operate', media: 'Media', system: 'System', access: 'Access' },
 };
 
