@@ -256,25 +256,4 @@ describe('the console without a login', () => {
     await page.getByLabel('RX01 online').uncheck();
     await page.locator('.unit', { hasText: 'RX01' }).getByText('offline', { exact: true }).waitFor();
   });
-
-  for (const [name, options] of [['phone', { viewport: { width: 390, height: 844 } }], ['dark', { colorScheme: 'dark' }]]) {
-    test(`every view fits: ${name}`, { timeout: 60000 }, async () => {
-      const person = await meet(device, options);
-      const page = await openTab(person);
-      await page.getByText('Connected', { exact: true }).waitFor({ state: 'attached' });
-      const names = await page.getByRole('navigation', { includeHidden: true }).getByRole('link', { includeHidden: true }).allTextContents();
-      assert.equal(names[0], 'Matrix');
-      for (const view of names) {
-        if (name === 'phone') await page.getByRole('button', { name: 'Menu' }).click();
-        await goTo(page, view);
-        const overflow = await page.evaluate(() => document.documentElement.scrollWidth - document.documentElement.clientWidth);
-        assert.equal(overflow, 0, `${view} is wider than the page`);
-        const arePainted = (images) => images.every((image) => image.naturalWidth === 1280);
-        await until('all pictures', () => page.locator('.preview:not([data-state=off]) img').evaluateAll(arePainted));
-        if (['Units', 'Device'].includes(view)) await shot(page, `${view.toLowerCase()}-${name}`);
-      }
-      assert.deepEqual(person.problems, []);
-      await person.context.close();
-    });
-  }
 });

@@ -18,9 +18,12 @@ export class Device {
     this.token = token;
   }
 
-  /** Does the device want a login? */
+  /** Does the device want a login? One that does not say so does. */
   async loginRequired() {
-    return (await this.getJson('/iplogin')).result !== 'off';
+    const answer = await this.send('/iplogin');
+    if (answer.status === 404) return true;
+    if (!answer.ok) throw await this.refusal(answer.status);
+    return (await answer.json()).result !== 'off';
   }
 
   /**

@@ -13,7 +13,7 @@ export class Device {
     });
     base: string;
     token: string;
-    /** Does the device want a login? */
+    /** Does the device want a login? One that does not say so does. */
     loginRequired(): Promise<boolean>;
     /**
      * Logs in; the token is kept when `code` is 0. 1 is a refusal, 2 a lock for `lockTime` seconds.

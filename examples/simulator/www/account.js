@@ -6,8 +6,9 @@ import { account as texts } from './texts.js';
 const MENU = 'account-menu';
 
 /** The button with its menu; nothing where the device asks for no login. */
-export function accountMenu({ session, me, api, connection }) {
+export function accountMenu({ store: { session }, me, host, api, connection }) {
   if (!session.required) return null;
+  const knowsSessions = !host.missing.has('/sim/sessions');
   const close = () => document.getElementById(MENU).hidePopover();
   const item = (hash, words) => h('li', h('a', { href: hash, onclick: close }, words));
   const act = (words, action) => h('li', button(words, () => (close(), action())));
@@ -15,8 +16,8 @@ export function accountMenu({ session, me, api, connection }) {
   showUser(session, opener);
   return [opener, h('div.popup', { id: MENU, popover: 'auto' },
     me.rolename && h('p.dim', texts.role(me.rolename)),
-    h('ul', item('#/account', texts.change), item('#/sessions', texts.sessions),
-      act(texts.logOut, () => connection.logout()), act(texts.everywhere, () => leaveEverywhere(api, connection))))];
+    h('ul', item('#/account', texts.change), knowsSessions && item('#/sessions', texts.sessions),
+      act(texts.logOut, () => connection.logout()), knowsSessions && act(texts.everywhere, () => leaveEverywhere(api, connection))))];
 }
 
 /** Shows the user's name, which may change while the console is open. */

@@ -2,6 +2,7 @@
 import { showUser } from './account.js';
 import { fill, h, notice } from './dom.js';
 import { Feed } from './feed.js';
+import { askHost } from './host.js';
 import { loginPage, newPasswordPage } from './login.js';
 import { whoAmI } from './me.js';
 import { restartCurtain } from './restart.js';
@@ -11,7 +12,8 @@ import { login, shell } from './texts.js';
 import { useTheme } from './theme.js';
 import { Upgrades } from './upgrade.js';
 
-const connection = new Connection();
+const path = document.querySelector('meta[name=websocket]').content;
+const connection = new Connection({ path });
 const bus = new EventTarget();
 const store = { session: null, link: 'connecting', device: null, feed: new Feed() };
 const root = document.getElementById('app');
@@ -19,6 +21,7 @@ const curtain = restartCurtain();
 const upgrades = new Upgrades();
 let leave = new AbortController();
 let me = null;
+let host = null;
 let shown = '';
 
 const emit = (type, detail) => bus.dispatchEvent(new CustomEvent(type, { detail }));
@@ -31,7 +34,10 @@ function listen() {
     curtain(store);
     show();
   });
-  hear('link', (link) => emit('link', (store.link = link)));
+  hear('link', (link) => {
+    store.wasOpen ||= link === 'open';
+    emit('link', (store.link = link));
+  });
   hear('message', (message) => {
     note(store.device, message);
     emit('event', message);
@@ -54,7 +60,7 @@ function makeContext() {
   leave = new AbortController();
   const { signal } = leave;
   return {
-    api: connection.device, connection, store, signal, me, upgrades,
+    api: connection.device, connection, store, signal, me, host, upgrades,
     on: (type, listener) => bus.addEventListener(type, ({ detail }) => listener(detail), { signal }),
     command: (command) => connection.command(command),
     check: (error) => connection.check(error),
@@ -83,15 +89,16 @@ const nameOf = ({ token }) => `console ${token ?? ''}`;
 async function enter(session) {
   const mine = (shown = nameOf(session));
   const user = await whoAmI(connection.device);
+  const offer = await askHost(connection.device, user);
   // Meanwhile the login may have ended, or another one begun.
   if (shown !== mine) return;
-  me = user;
+  [me, host] = [user, offer];
   const ctx = makeContext();
   frame(root, ctx);
   showPage(ctx);
 }
 
-bus.addEventListener('link', ({ detail }) => showLink(detail));
+bus.addEventListener('link', () => showLink(store));
 bus.addEventListener('device', ({ detail }) => (showModel(detail), upgrades.follow(detail)));
 bus.addEventListener('event', ({ detail }) => (showLogo(detail), upgrades.hear(detail)));
 addEventListener('hashchange', () => me && showPage(makeContext()));

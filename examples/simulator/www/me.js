@@ -6,11 +6,8 @@ const EVERYTHING = { name: '', role: 0, rolename: '', mayWrite: true, mayAdminis
 
 /** Asks the device; a device that does not tell leaves everything allowed. */
 export async function whoAmI(api) {
-  try {
-    return { ...EVERYTHING, ...(await api.getJson('/sim/me')) };
-  } catch {
-    return EVERYTHING;
-  }
+  const told = await api.getJson('/sim/me').catch(() => null);
+  return { ...EVERYTHING, ...told, isKnown: Boolean(told) };
 }
 
 /** Why the user may not do what needs 'write' or 'administer'; empty when it is allowed. */

@@ -22,7 +22,7 @@ export const shell = {
   api: 'API',
   colours: (theme) => `Colours: ${theme}`,
   themes: { 'light dark': 'automatic', light: 'light', dark: 'dark' },
-  links: { connecting: 'Connecting', open: 'Connected', lost: 'Connection lost', none: 'Not connected' },
+  links: { connecting: 'Connecting', open: 'Connected', lost: 'Connection lost', never: 'No live events', none: 'Not connected' },
   framed: 'Open the console in a window of its own',
   unreachable: (secure) => `The device cannot be reached. The console tries again by itself.${secure ? ' If the certificate of the device has changed, reload the page and accept the new one.' : ''}`,
   groups: { operate: 'Operate', media: 'Media', system: 'System', access: 'Access' },

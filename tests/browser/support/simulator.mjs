@@ -24,8 +24,15 @@ async function freePort() {
 }
 
 export class Simulator {
-  static async start(scheme, ...options) {
+  static start(scheme, ...options) {
+    return Simulator.run(process.env.SDKAPI_SIMULATOR, scheme, ...options);
+  }
+
+  /** Another program on the kit's runner; `said` holds what it has printed. */
+  static async run(program, scheme, ...options) {
     const simulator = new Simulator();
+    simulator.program = program;
+    simulator.said = [];
     simulator.port = await freePort();
     simulator.url = `${scheme}://127.0.0.1:${simulator.port}`;
     simulator.folder = await mkdtemp(join(tmpdir(), 'sdkapi-browser-'));
@@ -38,13 +45,14 @@ export class Simulator {
   }
 
   async launch() {
-    this.process = spawn(process.env.SDKAPI_SIMULATOR, this.args, { stdio: ['ignore', 'pipe', 'pipe'] });
+    this.process = spawn(this.program, this.args, { stdio: ['ignore', 'pipe', 'pipe'] });
     let errors = '';
     this.process.stderr.on('data', (text) => (errors = (errors + text).slice(-4000)));
     await new Promise((resolve, reject) => {
       const timer = setTimeout(() => reject(new Error(`the simulator did not get ready: ${errors}`)), START_MS);
       this.process.once('exit', (code) => reject(new Error(`the simulator ended with ${code}: ${errors}`)));
       createInterface(this.process.stdout).on('line', (line) => {
+        this.said.push(line);
         if (line.trim() !== 'ready') return;
         clearTimeout(timer);
         resolve();

@@ -6,7 +6,7 @@ import { certificates as texts } from '../texts.js';
 import { uploader } from '../transfer.js';
 import { makeForm, requestForm } from './certificate_forms.js';
 
-export const page = { title: texts.title, intro: texts.intro };
+export const page = { title: texts.title, intro: texts.intro, routes: ['/sim/certificates'] };
 
 const HTTPS = '/api/v1/security/https_setting';
 const PORT = '/api/v1/security/ieee802_1x_setting';

@@ -4,7 +4,7 @@ import { whyNot } from '../me.js';
 import { custom as texts } from '../texts.js';
 import { downloadButton, uploader } from '../transfer.js';
 
-export const page = { title: texts.title, intro: texts.intro };
+export const page = { title: texts.title, intro: texts.intro, routes: ['/sim/status'] };
 
 const SAMPLES = [
   ['GET', '/sim/status'], ['GET', '/sim/units'], ['GET', '/sim/units/TX01'],

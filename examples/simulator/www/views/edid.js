@@ -9,7 +9,7 @@ import { reasonOf } from '../refusals.js';
 import { edid as texts } from '../texts.js';
 import { dropZone, saveBlob } from '../transfer.js';
 
-export const page = { title: texts.title, intro: texts.intro };
+export const page = { title: texts.title, intro: texts.intro, routes: ['/sim/units'] };
 const STORED = 'stored';
 const ROUTE = '/upload/edid';
 const MOST_BYTES = 32768;

@@ -6,7 +6,7 @@ import { whyNot } from '../me.js';
 import { firmware as texts } from '../texts.js';
 import { dropZone } from '../transfer.js';
 
-export const page = { title: texts.title, intro: texts.intro };
+export const page = { title: texts.title, intro: texts.intro, routes: ['/sim/firmware'] };
 const STEPS = ['receiving', 'verifying', 'rebooting', 'done'];
 
 export function render(ctx) {

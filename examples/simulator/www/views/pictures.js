@@ -7,7 +7,7 @@ import { pictures as texts } from '../texts.js';
 import { thumbnail } from '../thumbnail.js';
 import { downloadButton, uploader } from '../transfer.js';
 
-export const page = { title: texts.title, intro: texts.intro };
+export const page = { title: texts.title, intro: texts.intro, routes: ['/sim/files'] };
 
 const PICTURES = [
   ['logo', '/upload/logo', '/download/logo'],

@@ -5,7 +5,7 @@ import { privileges as texts } from '../texts.js';
 import { thumbnail } from '../thumbnail.js';
 import { uploader } from '../transfer.js';
 
-export const page = { title: texts.title, intro: texts.intro };
+export const page = { title: texts.title, intro: texts.intro, routes: ['/getprivjson'] };
 
 export function render(ctx) {
   const body = h('tbody');

@@ -6,7 +6,7 @@ import { whyNot } from '../me.js';
 import { scenes as texts } from '../texts.js';
 import { downloadButton, uploader } from '../transfer.js';
 
-export const page = { title: texts.title };
+export const page = { title: texts.title, routes: ['/sim/files'] };
 const SHOWN = 4000;
 
 const FILES = [
