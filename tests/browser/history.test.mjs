@@ -8,7 +8,7 @@ import { after, test } from 'node:test';
 // Pages know no package.json; node wants one that says that these are modules.
 const folder = mkdtempSync(join(tmpdir(), 'sdkapi-history-'));
 after(() => rmSync(folder, { recursive: true }));
-const www = process.env.SDKAPI_WWW ?? new URL('../../examples/simulator/www', import.meta.url).pathname;
+const www = new URL('../../examples/simulator/www', import.meta.url).pathname;
 cpSync(join(www, 'history.js'), join(folder, 'history.js'));
 writeFileSync(join(folder, 'package.json'), '{"type":"module"}');
 const { History } = await import(join(folder, 'history.js'));
