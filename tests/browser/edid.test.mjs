@@ -52,6 +52,11 @@ for (const scheme of SCHEMES) {
       assert.ok((await edidOf(person, 'TX02')).equals(made.bytes));
       await show(page, 'TX02');
       await hasValue(page, 'Name', '2160p60 HDR');
+
+      await show(page, 'RX03');
+      await page.getByRole('button', { name: 'Copy', exact: true }).click();
+      await page.getByText('RX03 is now the EDID of TX02.').waitFor();
+      assert.ok((await edidOf(person, 'TX02')).equals(await edidOf(person, 'RX03')));
     });
   });
 }
