@@ -53,6 +53,7 @@ function pageName(ctx) {
 /** Shows the page that the address names. */
 export function showPage(ctx) {
   setMenu(false);
+  place('notices').replaceChildren(); // they belong to the page before
   const name = pageName(ctx);
   const { page, render } = PAGES[name];
   for (const link of document.querySelectorAll('nav a')) {

@@ -7,6 +7,8 @@ export const common = {
   cancel: 'Cancel',
   because: (what, reason) => `${what} The device says: ${reason}.`,
   actions: 'Actions',
+  dropOrChoose: 'Drop a file here or choose one',
+  chooseFile: 'Choose a file',
   weakPassword: 'Use at least eight characters, among them a lower-case letter, a capital, a digit and a special character.',
   roles: { 1: 'Administrator', 2: 'Operator', 3: 'Viewer' },
   nobodyWrites: (role) => `Your role, ${role}, may look at this but not change it.`,

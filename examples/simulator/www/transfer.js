@@ -24,7 +24,7 @@ export function dropZone({ label, hint, accept, take }, ...more) {
   const id = newId();
   const give = (file) => file && !input.disabled && take(file);
   const input = h('input', { type: 'file', id, accept, onchange: () => (give(input.files[0]), (input.value = '')) });
-  const zone = h('div.drop', input, h('label', { for: id }, h('strong', label), h('span', 'Drop a file here or choose one')),
+  const zone = h('div.drop', input, h('label', { for: id }, h('strong', label), h('span.fine', common.dropOrChoose), h('span.coarse', common.chooseFile)),
     hint && h('small', hint), more);
   for (const type of ['dragenter', 'dragover']) {
     zone.addEventListener(type, (event) => (event.preventDefault(), zone.classList.add('over')));
