@@ -39,10 +39,7 @@ export function render(ctx) {
     onlyField.hidden = !two;
     if (!one) return;
     const differences = view.show([one, two].filter(Boolean), Boolean(two) && only.checked);
-    const { faults } = readEdid(one.bytes);
-    if (faults.length) facts.say(texts.faults(faults), 'bad');
-    else facts.say(two ? texts.differences(differences) : texts.sound, two && differences ? 'warn' : 'good');
-    use.judge(faults);
+    use.judge(sayVerdict(facts, one, two && differences));
   }
 
   async function open(file) {
@@ -55,16 +52,30 @@ export function render(ctx) {
 
   for (const select of [shown, other]) select.addEventListener('change', () => (use.forget(), update()));
   watchFiles(ctx, (files) => loadStored(ctx, own, files.edid).then(refresh));
-  let seen = '';
+  onUnits(ctx, refresh);
+  return [h('div.columns', card(texts.look, h('div.row.ends', field(texts.shown, shown), field(texts.compared, other)), onlyField, facts), card(texts.use, use.element,
+    dropZone({ label: texts.open, hint: texts.openHint, accept: '.bin,.edid', take: open }))), view.element];
+}
+
+/** Says whether the device would take it, else how many differences there are; returns what is wrong with it. */
+function sayVerdict(line, { bytes }, differences) {
+  const { faults } = readEdid(bytes);
+  const [words, tone] = differences === undefined ? [texts.sound, 'good'] : [texts.differences(differences), differences ? 'warn' : 'good'];
+  if (faults.length) line.say(texts.faults(faults), 'bad');
+  else line.say(words, tone);
+  return faults;
+}
+
+/** Calls act() now and whenever a unit has another name or EDID: the state itself changes each second. */
+function onUnits(ctx, act) {
+  let seen = null;
   const follow = (device) => {
-    const now = JSON.stringify(device?.units.map(({ name, type, edid }) => [name, type, edid]));
-    if (now !== seen) refresh();
+    const now = JSON.stringify(device?.units.map(({ name, type, edid }) => [name, type, edid]) ?? []);
+    if (now !== seen) act();
     seen = now;
   };
   ctx.on('device', follow);
   follow(ctx.store.device);
-  return [h('div.columns', card(texts.look, h('div.row.ends', field(texts.shown, shown), field(texts.compared, other)), onlyField, facts), card(texts.use, use.element,
-    dropZone({ label: texts.open, hint: texts.openHint, accept: '.bin,.edid', take: open }))), view.element];
 }
 
 /** What can be looked at: [title, [{id, name, bytes}]]. */
