@@ -28,7 +28,7 @@ Accounts::Accounts(std::unique_ptr<Database> database, Settings settings, Rights
       rights_(std::move(rights)),
       users_(*database_),
       sessions_({settings_.administrator, settings_.mostLogins, settings_.mostLoginsEach}) {
-  if (users_.Count() == 0) Reset();
+  if (users_.Count() == 0) Reset("");
   SetLimits();
   watch_ = std::thread([this] { Watch(); });
 }
@@ -52,10 +52,10 @@ User Accounts::FirstUser() {
   return {settings_.firstName, *hash, settings_.administrator, settings_.firstPasswordStays ? 0 : 1};
 }
 
-void Accounts::Reset() {
+void Accounts::Reset(const char* who) {
   ReplaceAll({FirstUser()});
   attempts_.Forget();
-  kLog.Audit({.action = "reset", .object = settings_.firstName.c_str()},
+  kLog.Audit({.action = "reset", .object = settings_.firstName.c_str(), .user = who, .address = who},
              "the first administrator %s is the only user", settings_.firstName.c_str());
 }
 

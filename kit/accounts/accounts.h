@@ -65,7 +65,8 @@ class Accounts {
   // Replaces all users; logins of those who are as before go on.
   void ReplaceAll(const std::vector<User>& users);
   // The first administrator as the only user.
-  void Reset();
+  // Null: by whom the request comes that this thread serves; empty: by the device itself.
+  void Reset(const char* who = nullptr);
   User FirstUser();
 
   // The library ended a login by a limit.

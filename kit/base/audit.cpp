@@ -50,10 +50,12 @@ struct Requester {
 };
 thread_local Requester t_requester;
 
-SdkAPIExtRequest ThisRequest() {
+// Asked for only where it is needed: outside of requests the question is an error in the log.
+SdkAPIExtRequest RequestBehind(const Act& act) {
   SdkAPIExtRequest request{};
   request.size = sizeof request;
-  if (SdkAPIExt_Request_Get(&request) == 0) return request;
+  const bool isNeeded = act.user == nullptr || act.address == nullptr;
+  if (isNeeded && SdkAPIExt_Request_Get(&request) == 0) return request;
   request = {};
   request.route = "";
   return request;
@@ -71,7 +73,7 @@ Text UserOf(const SdkAPIExtRequest& request) {
 // A record with texts of its own.
 struct Told {
   Told(const char* subject, const Act& act) {
-    const SdkAPIExtRequest request = ThisRequest();
+    const SdkAPIExtRequest request = RequestBehind(act);
     texts = {Cleaned(subject),
              Cleaned(act.action),
              act.user != nullptr ? Cleaned(act.user) : UserOf(request),

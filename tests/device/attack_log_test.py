@@ -61,6 +61,11 @@ def ask(device, path, token=""):
 
 
 class LogTest(unittest.TestCase):
+    def test_a_start_is_no_error(self):
+        with Device(SIMULATOR) as device:
+            self.assertNotEqual(log(device, "errors.log"), "")
+            self.assertNotIn(" E ", log(device, "errors.log"))
+
     def test_no_client_writes_a_line(self):
         with Device(SIMULATOR) as device:
             for name, attack in FORGERIES.items():
