@@ -520,6 +520,14 @@ export const pictures = {
 
 export const scenes = {
   title: 'Scenes',
+  names: { scene: 'Scenes', xyte: 'Cloud description' },
+  hint: 'JSON in UTF-8, at most 1 MiB.',
+  contentOf: (name) => `${name}: content`,
+  download: 'Download',
+  downloadOf: (name) => `Download ${name}`,
+  upload: (name) => `Upload ${name}`,
+  nothing: 'Nothing stored yet',
+  notTaken: 'The device does not accept this file. It takes JSON in UTF-8, at most 1 MiB.',
 };
 
 export const privileges = {

@@ -10,15 +10,12 @@ export const page = { title: texts.title, routes: ['/sim/files'] };
 const SHOWN = 4000;
 
 const FILES = [
-  { kind: 'scene', label: 'Scenes', route: '/upload/scene', path: '/download/scene', accept: '.json,application/json',
-    hint: 'JSON in UTF-8, at most 1 MiB.', show: pretty },
-  { kind: 'xyte', label: 'Cloud description', route: '/upload/xyte', path: '/sim/picture/xyte', accept: '.json,application/json',
-    hint: 'JSON in UTF-8, at most 1 MiB.', show: pretty },
+  { kind: 'scene', route: '/upload/scene', path: '/download/scene' },
+  { kind: 'xyte', route: '/upload/xyte', path: '/sim/picture/xyte' },
 ];
 
 /** JSON as people read it; whatever is none stays as it is. */
-function pretty(bytes) {
-  const text = new TextDecoder().decode(bytes);
+function pretty(text) {
   try {
     return JSON.stringify(JSON.parse(text), null, 2);
   } catch {
@@ -32,19 +29,20 @@ export function render(ctx) {
   return h('div.grid', cards.map((one) => one.element));
 }
 
-function fileCard(ctx, { kind, label, route, path, accept, hint, show }, changed) {
+function fileCard(ctx, { kind, route, path }, changed) {
+  const label = texts.names[kind];
   const facts = h('p.dim');
-  const text = h('pre', { tabindex: '0', 'aria-label': `${label}: content`, hidden: true });
-  const download = downloadButton(ctx, 'Download', path);
-  download.setAttribute('aria-label', `Download ${label}`);
-  const drop = uploader(ctx, { label: `Upload ${label}`, route, accept, hint, done: changed,
-    explain: ({ status }) => status === 500 && `The device does not accept this file. It takes ${hint}` });
+  const text = h('pre', { tabindex: '0', 'aria-label': texts.contentOf(label), hidden: true });
+  const download = downloadButton(ctx, texts.download, path);
+  download.setAttribute('aria-label', texts.downloadOf(label));
+  const drop = uploader(ctx, { label: texts.upload(label), route, accept: '.json,application/json', hint: texts.hint, done: changed,
+    explain: ({ status }) => status === 500 && texts.notTaken });
   deny(drop, whyNot(ctx.me, 'write'));
   let shown = null;
 
   async function update(files) {
     const file = files[kind];
-    facts.textContent = file ? `${formatBytes(file.size)}, ${formatTime(file.mtime)}` : 'Nothing stored yet';
+    facts.textContent = file ? `${formatBytes(file.size)}, ${formatTime(file.mtime)}` : texts.nothing;
     download.disabled = !file;
     const version = JSON.stringify(file);
     if (version === shown) return;
@@ -56,7 +54,7 @@ function fileCard(ctx, { kind, label, route, path, accept, hint, show }, changed
   async function showContent() {
     try {
       const { blob } = await ctx.api.download(path);
-      text.textContent = show(new Uint8Array(await blob.arrayBuffer())).slice(0, SHOWN);
+      text.textContent = pretty(await blob.text()).slice(0, SHOWN);
     } catch (error) {
       ctx.check(error);
       text.hidden = true;
