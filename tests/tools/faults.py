@@ -392,7 +392,7 @@ EVENTS = [
 ]
 
 SERVER = [
-    Fault("no security headers in a 404", "/NOWHERE: an unknown path", lambda request: request.path.startswith("/sdkapi-check"), reply=swap(b"Content-Security-Policy: frame-ancestors *;\r\n", b"")),
+    Fault("no security headers in a 404", "/NOWHERE: an unknown path", lambda request: request.path.startswith("/sdkapi-check"), reply=lambda request, reply: re.sub(rb"Content-Security-Policy: .*\r\n", b"", reply)),
     Fault("an unknown path that is found", "/NOWHERE: an unknown path", lambda request: request.path.startswith("/sdkapi-check"), reply=swap(b"404 Not Found", b"200 OK")),
     Fault("an exact route that is a prefix", "/logx: exact routes", at("/logx"), request=lambda request: request.head.replace(b"/logx", b"/log")),
     Fault("files outside of the root", "nothing outside of the document root", lambda request: "%2e%2e" in request.path, answer=always(b"HTTP/1.1 200 OK\r\nConnection: close\r\n\r\n" + PASSWD)),
