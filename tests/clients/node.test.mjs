@@ -48,7 +48,8 @@ describe('requests', () => {
   test('texts that hold JSON are read once more', async () => {
     await loggedIn();
     const units = JSON.parse((await device.getJson('/getTxRxList')).list);
-    assert.deepEqual(units, (await device.getJson('/sim/units')).units);
+    const own = (await device.getJson('/sim/units')).units;
+    assert.deepEqual(units, own.map(({ locked, ...unit }) => unit)); // the list's room is fixed, so it has no locks
   });
 
   test('a failure says what it is', async () => {
@@ -143,7 +144,7 @@ describe('the event channel', () => {
     channel.on('unit', ({ unit, was }) => names.push([was, unit.name]));
     await channel.command({ type: 'set-unit-name', unit: 'TX01', name: 'Stage' });
     await messages.wait('the new name', ({ type }) => type === 'unit');
-    assert.deepEqual(names, [['TX01', 'Stage']]);
+    assert.deepEqual(names[0], ['TX01', 'Stage']); // the receivers that show it follow
     assert.equal((await channel.command({ type: 'ping' })).type, 'pong');
     await assert.rejects(channel.command({ type: 'set-unit-name', unit: 'nobody', name: 'x' }), { message: 'no such unit' });
     channel.close();

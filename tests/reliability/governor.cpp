@@ -1,6 +1,8 @@
 // A host that uses all of the extension interface while its clients storm: what it sets, and its steps.
 #include "governor.h"
 
+#include <algorithm>
+#include <array>
 #include <atomic>
 #include <cstring>
 
@@ -138,8 +140,10 @@ void SwitchExtensionsOn() {
 long EndedUploads() { return endedUploads; }
 
 bool IsGovernorsClose(const std::string& payload) {
-  return payload == std::string("\x03\xe8") + "governed" ||
-         payload == std::string("\x03\xf0") + "login ended";
+  if (payload == std::string("\x03\xe8") + "governed") return true;
+  constexpr std::array kEnds{"login ended", "login idle", "login too old", "login made room"};
+  return std::ranges::any_of(kEnds,
+                             [&](const char* reason) { return payload == std::string("\x03\xf0") + reason; });
 }
 
 void Govern(long number, const std::string& token, const std::string& text) {
