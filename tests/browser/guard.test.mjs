@@ -83,4 +83,16 @@ describe('a new console', () => {
     await page.reload();
     assert.equal((await again).status(), 304);
   });
+
+  for (const [name, options, words] of [
+    ['a phone has files to choose', { hasTouch: true, isMobile: true, viewport: { width: 390, height: 844 } }, ['Choose a file']],
+    ['a desk has a place to drop them', {}, ['Drop a file here or choose one']],
+  ]) {
+    flow(name, () => device, [], async (person) => {
+      const page = await openTab(person, '/#/settings');
+      const label = page.locator('.drop label').first();
+      await label.waitFor();
+      assert.deepEqual(await label.locator('span').evaluateAll((all) => all.filter((one) => one.checkVisibility()).map((one) => one.textContent)), words);
+    }, options);
+  }
 });

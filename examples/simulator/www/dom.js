@@ -1,5 +1,5 @@
 /* Small helpers that make elements, dialogs and notices. */
-import { common } from './texts.js';
+import { common, users } from './texts.js';
 
 /** Makes an element: h('div.card', {id: 'x', onclick: f}, 'text', child). */
 export function h(spec, props, ...children) {
@@ -125,7 +125,7 @@ export function confirmDialog({ title, text, action, word }) {
     const id = newId();
     const dialog = h('dialog', { 'aria-labelledby': id, onclose: () => (dialog.remove(), resolve(dialog.returnValue === 'yes')) },
       h('form', { onsubmit: (event) => (event.preventDefault(), dialog.close('yes')) },
-        h('h2', { id }, title), h('p', text), input && field(`Type ${word} to confirm`, input),
+        h('h2', { id }, title), h('p', text), input && field(common.typeToConfirm(word), input),
         h('div.row', button(common.cancel, () => dialog.close('')), yes)));
     document.body.append(dialog);
     dialog.showModal();
@@ -137,15 +137,12 @@ const SHORTEST = 8;
 export function requireStrong(password, repeated) {
   const strong = [/[a-z]/, /[A-Z]/, /[0-9]/, /[!@#$%^&*()\-_=+[\]{}\\|;:'",.<>/?]/].every((part) => part.test(password));
   if (!strong || password.length < SHORTEST) throw new Error(passwordHint);
-  if (password !== repeated) throw new Error('The two new passwords differ.');
+  if (password !== repeated) throw new Error(common.differ);
 }
 
 /** Words for the result codes of user administration. */
 export function userCodeWords(code) {
-  return [null, 'The current password is wrong.', passwordHint, 'There is a user with this name already.',
-    'There is no such user.', 'The last administrator has to stay.',
-    'A user name has 1 to 31 letters, digits, dots, dashes or underscores.', 'There is no such role.'][code] ??
-    (code ? `The device refused this (code ${code}).` : null);
+  return users.codes[code] ?? (code ? users.code(code) : null);
 }
 
 export function requireDone({ code }) {

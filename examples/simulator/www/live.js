@@ -1,9 +1,7 @@
 /* A unit's live picture with its state and a button. (/preview is a route, so no file is called so.) */
 import './sdkapi/preview.js';
 import { badge, button, h } from './dom.js';
-
-const WORDS = { live: ['Live', 'good', 'Pause'], still: ['Still', '', 'Live'], connecting: ['Connecting', '', 'Pause'] };
-const NO_PICTURE = ['No picture', 'dim', ''];
+import { live as texts } from './texts.js';
 
 /** A figure that shows a unit and follows its changes; without a name the device itself. */
 export function pictureOf(ctx, unit, label) {
@@ -21,13 +19,13 @@ export function pictureOf(ctx, unit, label) {
 
   function update(next, name = next.name) {
     preview.unit = next.name;
-    preview.setAttribute('alt', `Picture of ${name}`);
+    preview.setAttribute('alt', texts.of(name));
     preview.mode = next.online ? (paused ? 'still' : 'live') : 'off';
     control.setAttribute('aria-label', `${control.textContent}: ${name}`);
   }
 
   function show() {
-    const [words, tone, action] = WORDS[preview.state] ?? NO_PICTURE;
+    const [words, tone, action] = texts.states[preview.state] ?? texts.none;
     element.dataset.state = preview.state;
     mark.textContent = words;
     mark.className = `badge ${tone}`;

@@ -9,15 +9,15 @@ export function loginPage(ctx) {
   const user = h('input', { name: 'username', autocomplete: 'username', autocapitalize: 'none', spellcheck: 'false', maxlength: '31', value: lastUser ?? '' });
   const password = h('input', { type: 'password', name: 'password', autocomplete: 'current-password' });
   (lastUser ? password : user).dataset.first = '';
-  const element = form([field('User name', user), field('Password', password)], 'Log in', async () => {
-    if (!user.value) throw new Error('Please enter a user name.');
+  const element = form([field(texts.user, user), field(texts.password, password)], texts.title, async () => {
+    if (!user.value) throw new Error(texts.noUser);
     const answer = await ctx.connection.login(user.value, password.value).catch((error) => {
-      throw new Error(error.status === 500 ? 'Too many users are logged in. Try again later.' : error.message);
+      throw new Error(error.status === 500 ? texts.full : error.message);
     });
     if (answer.code === 2) return lockOut(element, Number(answer.lockTime), ctx.signal);
     password.value = '';
     password.focus();
-    if (answer.code) throw new Error('The user name or the password is wrong.');
+    if (answer.code) throw new Error(texts.wrong);
   });
   const why = h('p.status.warn', { role: 'status' }, (reason === 'ended' && texts.whys[said]) || texts.reasons[reason]);
   return page(texts.title, reason && why, element);
@@ -31,7 +31,7 @@ function lockOut(element, seconds, signal) {
   const tick = () => {
     const left = Math.ceil((end - Date.now()) / 1000);
     submit.disabled = left > 0;
-    line.say(left > 0 ? `Too many wrong passwords. Try again in ${left} s.` : 'You can try again now.', left > 0 ? 'bad' : '');
+    line.say(left > 0 ? texts.wait(left) : texts.again, left > 0 ? 'bad' : '');
     if (left <= 0) clearInterval(timer);
   };
   const timer = setInterval(tick, 500);
@@ -42,11 +42,11 @@ function lockOut(element, seconds, signal) {
 export function newPasswordPage(ctx) {
   const { user } = ctx.store.session;
   const inputs = passwordInputs();
-  const element = form(inputs.fields, 'Change password', async () => {
+  const element = form(inputs.fields, texts.change, async () => {
     await changePassword(ctx, user, inputs);
     ctx.connection.amend({ firstlogin: 0 });
   });
-  return page('Choose a new password', h('p', `This is the first login of ${user}. The device wants a password of your own before anything else.`), element);
+  return page(texts.first, h('p', texts.firstText(user)), element);
 }
 
 export function passwordInputs() {
@@ -54,7 +54,7 @@ export function passwordInputs() {
   const old = input('current-password');
   const fresh = input('new-password');
   const again = input('new-password');
-  const fields = [field('Current password', old), field('New password', fresh, passwordHint), field('Repeat the new password', again)];
+  const fields = [field(texts.current, old), field(texts.fresh, fresh, passwordHint), field(texts.repeat, again)];
   return { old, fresh, again, fields };
 }
 

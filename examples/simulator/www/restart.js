@@ -1,5 +1,6 @@
 /* The curtain over the page while the device restarts. */
 import { h } from './dom.js';
+import { restart as texts } from './texts.js';
 
 /** Returns a function that shows or hides the curtain according to the state. */
 export function restartCurtain() {
@@ -8,8 +9,8 @@ export function restartCurtain() {
     const restarting = device?.upgrade?.phase === 'rebooting' && (!session?.required || session.token);
     if (restarting && !dialog) {
       dialog = h('dialog.curtain', { 'aria-labelledby': 'restarting', oncancel: (event) => event.preventDefault() },
-        h('div.spinner'), h('h2', { id: 'restarting' }, 'The device restarts'),
-        h('p', 'This page comes back by itself as soon as the device answers.'));
+        h('div.spinner'), h('h2', { id: 'restarting' }, texts.title),
+        h('p', texts.text));
       document.body.append(dialog);
       dialog.showModal();
     } else if (!restarting && dialog) {

@@ -9,6 +9,14 @@ export const common = {
   actions: 'Actions',
   dropOrChoose: 'Drop a file here or choose one',
   chooseFile: 'Choose a file',
+  done: (file, size) => `${file}: done, ${size}.`,
+  sent: (sent, total, part) => `${sent} of ${total}, ${part}`,
+  sending: (sent, rate) => `${sent}, ${rate}`,
+  judging: (sent) => `${sent}, the device checks it …`,
+  progress: (label) => `${label}: progress`,
+  cancelled: 'Cancelled. The device keeps what it had.',
+  typeToConfirm: (word) => `Type ${word} to confirm`,
+  differ: 'The two new passwords differ.',
   weakPassword: 'Use at least eight characters, among them a lower-case letter, a capital, a digit and a special character.',
   roles: { 1: 'Administrator', 2: 'Operator', 3: 'Viewer' },
   nobodyWrites: (role) => `Your role, ${role}, may look at this but not change it.`,
@@ -30,9 +38,35 @@ export const shell = {
   groups: { operate: 'Operate', media: 'Media', system: 'System', access: 'Access' },
 };
 
+/** A unit's picture: the words, the tone and the button of each state. */
+export const live = {
+  states: { live: ['Live', 'good', 'Pause'], still: ['Still', '', 'Live'], connecting: ['Connecting', '', 'Pause'] },
+  none: ['No picture', 'dim', ''],
+  of: (name) => `Picture of ${name}`,
+};
+
+/** The curtain while the device restarts. */
+export const restart = {
+  title: 'The device restarts',
+  text: 'This page comes back by itself as soon as the device answers.',
+};
+
 /** The pages before the console. */
 export const login = {
   title: 'Log in',
+  user: 'User name',
+  password: 'Password',
+  noUser: 'Please enter a user name.',
+  full: 'Too many users are logged in. Try again later.',
+  wrong: 'The user name or the password is wrong.',
+  wait: (seconds) => `Too many wrong passwords. Try again in ${seconds} s.`,
+  again: 'You can try again now.',
+  first: 'Choose a new password',
+  firstText: (user) => `This is the first login of ${user}. The device wants a password of your own before anything else.`,
+  change: 'Change password',
+  current: 'Current password',
+  fresh: 'New password',
+  repeat: 'Repeat the new password',
   reasons: {
     ended: 'Your session has ended. Please log in again.',
     logout: 'You have logged out.',
@@ -565,6 +599,9 @@ export const users = {
   first: 'password not changed yet',
   alone: 'Nobody else may log in yet.',
   last: 'The only administrator has to stay one.',
+  codes: [null, 'The current password is wrong.', common.weakPassword, 'There is a user with this name already.', 'There is no such user.',
+    'The last administrator has to stay.', 'A user name has 1 to 31 letters, digits, dots, dashes or underscores.', 'There is no such role.'],
+  code: (code) => `The device refused this (code ${code}).`,
   roleOf: (name) => `Role of ${name}`,
   actionOf: (action, name) => `${action}: ${name}`,
 
@@ -746,4 +783,17 @@ export const settings = {
 export const custom = {
   title: 'Custom routes',
   intro: 'Routes that the device program registers at run time, next to the built-in ones.',
+  request: 'Request',
+  example: 'Example',
+  method: 'Method',
+  path: 'Path',
+  body: 'Body',
+  send: 'Send',
+  answer: 'Answer',
+  nothingSent: 'No request sent yet.',
+  emptyBody: '(empty body)',
+  files: 'Upload and download',
+  upload: 'Upload note',
+  hint: 'Any file, at most 32 MiB.',
+  download: 'Download note',
 };

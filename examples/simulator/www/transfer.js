@@ -44,10 +44,10 @@ export function dropZone({ label, hint, accept, take }, ...more) {
  */
 export function uploader(ctx, { label, hint, route, accept, headers, before, explain, done }) {
   const line = statusLine();
-  const bar = h('progress', { max: '100', value: '0', 'aria-label': `${label}: progress` });
+  const bar = h('progress', { max: '100', value: '0', 'aria-label': common.progress(label) });
   const figures = h('span.figures');
   let cancel = null;
-  const running = h('div.running', { hidden: true }, bar, h('div.row.between', figures, button('Cancel', () => cancel?.abort())));
+  const running = h('div.running', { hidden: true }, bar, h('div.row.between', figures, button(common.cancel, () => cancel?.abort())));
 
   async function send(file) {
     if (cancel || (before && !(await before(file)))) return;
@@ -60,7 +60,7 @@ export function uploader(ctx, { label, hint, route, accept, headers, before, exp
     line.say('');
     try {
       await ctx.api.upload(route, file, { headers: headers?.() ?? {}, signal: cancel.signal, onProgress: show(rate) });
-      line.say(`${file.name}: done, ${formatBytes(file.size)}.`, 'good');
+      line.say(common.done(file.name, formatBytes(file.size)), 'good');
       done?.(file);
     } catch (error) {
       ctx.check(error);
@@ -74,15 +74,15 @@ export function uploader(ctx, { label, hint, route, accept, headers, before, exp
 
   const show = (rate) => (sent, total) => {
     bar.value = (sent / total) * 100;
-    const whole = `${formatBytes(sent)} of ${formatBytes(total)}, ${formatPercent(sent / total)}`;
-    figures.textContent = sent < total ? `${whole}, ${formatRate(rate(sent))}` : `${whole}, the device checks it …`;
+    const whole = common.sent(formatBytes(sent), formatBytes(total), formatPercent(sent / total));
+    figures.textContent = sent < total ? common.sending(whole, formatRate(rate(sent))) : common.judging(whole);
   };
 
   return dropZone({ label, hint, accept, take: send }, running, line);
 }
 
 function words(error, explain, reason) {
-  if (error.kind === 'cancelled') return 'Cancelled. The device keeps what it had.';
+  if (error.kind === 'cancelled') return common.cancelled;
   const what = explain?.(error) || error.message;
   return reason ? common.because(what, reason) : what;
 }

@@ -105,9 +105,9 @@ export async function makeUser(person, { name, role, password = PASSWORD }) {
 }
 
 /** Runs a test with a browser profile of its own and insists on a clean console afterwards. */
-export function flow(name, device, allowed, action) {
+export function flow(name, device, allowed, action, options = {}) {
   test(name, { timeout: PATIENCE_MS }, async () => {
-    const person = await meet(device());
+    const person = await meet(device(), options);
     person.allowed.push(...allowed);
     try {
       await action(person);

@@ -19,7 +19,7 @@ export function render(ctx) {
   const method = h('select', (forWriters ? ['GET'] : ['GET', 'POST']).map((name) => h('option', { value: name }, name)));
   const path = h('input', { spellcheck: 'false', autocomplete: 'off' });
   const body = h('textarea', { rows: '3', spellcheck: 'false' });
-  const answer = h('pre', { tabindex: '0', 'aria-label': 'Answer' }, 'No request sent yet.');
+  const answer = h('pre', { tabindex: '0', 'aria-label': texts.answer }, texts.nothingSent);
   const choose = () => {
     const [verb, route, text = ''] = samples[sample.value];
     [method.value, path.value, body.value] = [verb, route, text];
@@ -37,15 +37,16 @@ export function render(ctx) {
   }
 
   return h('div.columns',
-    card('Request', form([field('Example', sample), h('div.row.ends', field('Method', method), field('Path', path)), field('Body', body)], 'Send', send)),
-    h('div.stack', card('Answer', answer),
-      card('Upload and download', deny(uploader(ctx, { label: 'Upload note', route: '/sim/upload', hint: 'Any file, at most 32 MiB.' }), forWriters), h('div.row', downloadButton(ctx, 'Download note', '/sim/download')))));
+    card(texts.request, form([field(texts.example, sample), h('div.row.ends', field(texts.method, method), field(texts.path, path)), field(texts.body, body)], texts.send, send)),
+    h('div.stack', card(texts.answer, answer),
+      card(texts.files, deny(uploader(ctx, { label: texts.upload, route: '/sim/upload', hint: texts.hint }), forWriters),
+        h('div.row', downloadButton(ctx, texts.download, '/sim/download')))));
 }
 
 function pretty(text) {
   try {
     return JSON.stringify(JSON.parse(text), null, 2);
   } catch {
-    return text || '(empty body)';
+    return text || texts.emptyBody;
   }
 }
