@@ -15,6 +15,7 @@ METHODS = ("get", "post", "put", "delete")
 HEAD = """<!doctype html>
 <html lang="en">
 <meta charset="utf-8">
+<meta http-equiv="Content-Security-Policy" content="default-src 'none'; script-src 'self'; worker-src 'self'; style-src 'self'; img-src 'self' data: blob:; connect-src 'self'; form-action 'self'; base-uri 'none'">
 <meta name="viewport" content="width=device-width, initial-scale=1">
 <title>Device API</title>
 <link rel="icon" href="data:,">
