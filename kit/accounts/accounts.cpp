@@ -220,7 +220,7 @@ SdkKitUserCode Accounts::Delete(const std::string& name) {
   if (IsLastAdministrator(*user)) return kKitUserLastAdministrator;
   users_.Delete(name);
   transaction.Commit();
-  sessions_.EndIf([&](const Session& session) { return session.name == name; }, "user deleted");
+  sessions_.EndAllOf(name, "user deleted");
   return kKitUserDone;
 }
 
@@ -234,7 +234,7 @@ SdkKitUserCode Accounts::SetRole(const std::string& name, int role) {
   user->role = role;
   users_.Replace(name, *user);
   transaction.Commit();
-  sessions_.EndIf([&](const Session& session) { return session.name == name; }, "role changed");
+  sessions_.EndAllOf(name, "role changed");
   return kKitUserDone;
 }
 
@@ -250,7 +250,7 @@ SdkKitUserCode Accounts::SetPassword(const std::string& name, const std::string&
   user->firstLogin = 1;
   users_.Replace(name, *user);
   transaction.Commit();
-  sessions_.EndIf([&](const Session& session) { return session.name == name; }, "password changed");
+  sessions_.EndAllOf(name, "password changed");
   return kKitUserDone;
 }
 

@@ -169,6 +169,10 @@ std::size_t Sessions::EndIf(const Filter& fits, const char* why) {
   return ended.size();
 }
 
+void Sessions::EndAllOf(const std::string& name, const char* why) {
+  EndIf([&](const Session& session) { return session.name == name; }, why);
+}
+
 void Sessions::Continue(std::string_view token, const std::string& oldName, const User& user) {
   const TokenHash own = HashToken(token);
   EndIf([&](const Session& session) { return session.name == oldName && session.hash != own; },

@@ -63,6 +63,8 @@ class Sessions {
   using Filter = std::function<bool(const Session&)>;
   // Ends all logins that it fits, and tells their WebSockets why; how many.
   std::size_t EndIf(const Filter& fits, const char* why);
+  // The same for all logins of a user.
+  void EndAllOf(const std::string& name, const char* why);
   // One login goes on as this user, all others of the old name end.
   void Continue(std::string_view token, const std::string& oldName, const User& user);
 
