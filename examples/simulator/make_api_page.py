@@ -12,10 +12,12 @@ HERE = pathlib.Path(__file__).resolve().parent
 PAGE = HERE / "www/api/index.html"
 DESCRIPTIONS = HERE.parents[1] / "docs/api"
 METHODS = ("get", "post", "put", "delete")
+# The policy of the console's own page.
+POLICY = re.search(r"<meta http-equiv=.*>", (HERE / "www/index.html").read_text(encoding="utf-8"))[0]
 HEAD = """<!doctype html>
 <html lang="en">
 <meta charset="utf-8">
-<meta http-equiv="Content-Security-Policy" content="default-src 'none'; script-src 'self'; worker-src 'self'; style-src 'self'; img-src 'self' data: blob:; connect-src 'self'; form-action 'self'; base-uri 'none'">
+{policy}
 <meta name="viewport" content="width=device-width, initial-scale=1">
 <title>Device API</title>
 <link rel="icon" href="data:,">
@@ -26,7 +28,7 @@ HEAD = """<!doctype html>
 <p>Log in, then send <code>Authorization: Bearer TOKEN</code>; routes marked &#9675; need no token. A path that ends in * stands for all that
 begin so. The same for programs: <a href="openapi.yaml">openapi.yaml</a>, <a href="asyncapi.yaml">asyncapi.yaml</a>.
 <div id="account"></div>
-"""
+""".replace("{policy}", POLICY)
 EVENT = "event-"
 # The page puts its own host, and what curl needs for a device's own certificate, in their places.
 K = "<span class=k></span>"
