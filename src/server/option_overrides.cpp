@@ -10,10 +10,6 @@
 #include "base/lock_order.h"
 #include "base/mutex.h"
 #include "base/thread_safety.h"
-#include "sdkapi/extension.h"
-#include "server/lifecycle.h"
-#include "server/log.h"
-#include "server/refusal.h"
 
 namespace sdkapi {
 namespace {
@@ -35,8 +31,9 @@ std::size_t PlaceOf(const char* key) REQUIRES(options.mutex) {
   return static_cast<std::size_t>(place - options.set.begin());
 }
 
-// Null, or why not.
-const char* SetOverride(const char* key, const char* value) EXCLUDES(options.mutex) {
+}  // namespace
+
+const char* SetOverride(const char* key, const char* value) {
   const ScopedLock lock(options.mutex);
   const std::size_t place = PlaceOf(key);
   if (place == kMostOverrides) return value != nullptr ? "no room for another option" : nullptr;
@@ -49,8 +46,6 @@ const char* SetOverride(const char* key, const char* value) EXCLUDES(options.mut
   set = {copy != nullptr || taken != nullptr ? key : nullptr, copy};
   return nullptr;
 }
-
-}  // namespace
 
 void TakeOverrides() {
   const ScopedLock lock(options.mutex);
@@ -73,12 +68,3 @@ const char* OverrideOf(const char* key) {
 }
 
 }  // namespace sdkapi
-
-int SdkAPIExt_Option_Set(const char* key, const char* value) {
-  using namespace sdkapi;
-  const char* const name = key != nullptr ? OptionName(key) : nullptr;
-  if (name == nullptr) return Refuse(kExtensionLog.error(), __func__, "option unknown");
-  if (!ServerIsStopped()) return Refuse(kExtensionLog.error(), __func__, "the server runs");
-  const char* const reason = SetOverride(name, value);
-  return reason == nullptr ? 0 : Refuse(kExtensionLog.error(), __func__, reason);
-}

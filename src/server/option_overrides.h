@@ -14,6 +14,10 @@ struct OptionOverride {
 // More options than the web server has.
 inline constexpr std::size_t kMostOverrides = 48;
 
+// Sets an option, named by the web server's own text, for the next TakeOverrides; a null value takes it back.
+// Returns null, or why not. From any thread.
+const char* SetOverride(const char* key, const char* value);
+
 // Takes over what was set since the last call. This and what follows: by the life cycle's thread alone.
 void TakeOverrides();
 
