@@ -80,6 +80,11 @@ void EndDueLogins() {
   }
 }
 
+LoginRef FindLogin(const char* token) {
+  EndDueLogins();
+  return LookUpLogin(token);
+}
+
 Registration RegisterWithinLimits(const LoginRef& login, const char* token) {
   for (;;) {
     const SdkAPIExtLoginLimits limits = Limits();

@@ -26,7 +26,6 @@
 #include "session/handle_nodes.h"
 #include "session/keyed_hash.h"
 #include "session/list_lock.h"
-#include "session/login_limits.h"
 #include "session/token_index.h"
 #include "session/use_order.h"
 #include "session/user_stack.h"
@@ -161,11 +160,6 @@ bool MakeRegistry() EXCLUDES(registry.mutex) {
 }
 
 }  // namespace
-
-LoginRef FindLogin(const char* token) {
-  EndDueLogins();
-  return LookUpLogin(token);
-}
 
 LoginRef LookUpLogin(const char* token) {
   if (!LoginIsRequired()) return LoginRef::Share(GetSerHandle());
