@@ -13,6 +13,7 @@
 #include "http/login_ref.h"
 #include "sdkapi/extension.h"
 #include "websocket/reception.h"
+#include "websocket/settings.h"
 
 struct mg_connection;
 

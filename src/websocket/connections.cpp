@@ -32,7 +32,7 @@
 #include "session/record_list.h"
 #include "websocket/close_codes.h"
 #include "websocket/current.h"
-#include "websocket/reception.h"
+#include "websocket/settings.h"
 
 namespace sdkapi {
 namespace {
