@@ -8,8 +8,8 @@
  * in. It ends a user's other logins, WebSockets included, when the password, the name or the role changes,
  * and all of them with the user. It lets a user whose password is a first one read the device information and
  * change the password, nothing else. It keeps the last administrator. Without authentication it refuses
- * changes that a page of another origin asks for, or that are asked for under a name that is not the
- * device's.
+ * changes, and reading what not every user may read, where a page of another origin asks, or a name that is
+ * not the device's is used.
  *
  * Order: SdkKitAccounts_Start(), SdkKitAccounts_Fill(), the other slots, SdkKitAccounts_Guard(),
  * SdkAPISer_Start(); at the end SdkAPISer_Stop(), SdkKitAccounts_Stop(). */
@@ -53,7 +53,8 @@ typedef struct SdkKitRole {
 /** What else a right says. */
 typedef enum SdkKitRightFlag {
   kKitBeforeChange = 1, /**< also for users who have still to change their first password. */
-  kKitChanges = 2,      /**< changes something though its method be GET: no page of another origin may ask. */
+  kKitChanges = 2,      /**< changes something though its method be GET: no page of another origin may ask,
+                           and no browser by a GET or HEAD that does not say for which page. */
   kKitNeedsLogin = 4    /**< refused while the authentication is off. */
 } SdkKitRightFlag;
 

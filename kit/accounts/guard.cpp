@@ -19,16 +19,26 @@ bool IsWebSocket(const SdkAPIExtRequest& request) {
   return SdkAPIExt_WebSocket_Current() != 0 && request.size != 0;
 }
 
+bool HidesItsPage(const SdkAPIExtRequest& request) {
+  return IsSilentBrowser(request.userAgent, request.origin, request.fetchSite);
+}
+
+// What every user may read, pages of another origin may, too.
+bool IsForEveryPage(const SdkAPIExtRequest& request, const Right& right, std::string_view method) {
+  return IsReading(method) && (right.flags & kKitChanges) == 0 && !IsWebSocket(request) &&
+         (right.roles & kKitEveryUser) == kKitEveryUser;
+}
+
 // Without a token a browser lends everybody's page this device's trust.
 const char* OpenFault(const Accounts& accounts, const SdkAPIExtRequest& request, const Right& right,
                       std::string_view method) {
   if ((right.flags & kKitNeedsLogin) != 0) return "it needs a login";
-  const bool changes = !IsReading(method) || (right.flags & kKitChanges) != 0 || IsWebSocket(request);
-  if (!changes) return nullptr;
+  if (IsForEveryPage(request, right, method)) return nullptr;
   if (IsForeignName(request.host, accounts.settings().hostNames))
     return "it was asked for under a name that is not this device's";
-  return IsForeignPage(request.host, request.origin, request.fetchSite) ? "a page of another origin asks"
-                                                                        : nullptr;
+  if (IsForeignPage(request.host, request.origin, request.fetchSite)) return "a page of another origin asks";
+  const bool mayBeLink = IsReading(method) && (right.flags & kKitChanges) != 0 && HidesItsPage(request);
+  return mayBeLink ? "a link or a picture in any page may ask so" : nullptr;
 }
 
 const char* FaultOf(const Accounts& accounts, const std::optional<Session>& user,

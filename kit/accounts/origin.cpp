@@ -41,6 +41,11 @@ bool IsForeignPage(std::string_view host, std::string_view origin, std::string_v
   return !origin.empty() && !IsOfHost(origin, host);
 }
 
+// Each browser's name begins so, and no page can have it say another in such a request.
+bool IsSilentBrowser(std::string_view userAgent, std::string_view origin, std::string_view fetchSite) {
+  return userAgent.starts_with("Mozilla/") && origin.empty() && fetchSite.empty();
+}
+
 bool IsForeignName(std::string_view host, const std::vector<std::string>& ownNames) {
   const std::string name = NameIn(host);
   if (host.empty() || IsSameText(name, "localhost") || IsAddress(name)) return false;

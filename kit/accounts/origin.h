@@ -11,6 +11,10 @@ namespace sdkkit::accounts {
 // send.
 bool IsForeignPage(std::string_view host, std::string_view origin, std::string_view fetchSite);
 
+// Whether a browser asks and says nothing of the page. So do links, pictures and scripts of any page on plain
+// HTTP: "Sec-Fetch-Site" goes to secure addresses only, and GET and HEAD need not bring an "Origin".
+bool IsSilentBrowser(std::string_view userAgent, std::string_view origin, std::string_view fetchSite);
+
 // Whether somebody else may have made this "Host" lead here: a page that was loaded under a name of its own
 // can have the name lead to this device afterwards, and is of one origin with it then. Nobody can do so with
 // an address, "localhost", or a name of the device. An empty text is what other clients send.

@@ -28,8 +28,10 @@ Rights::Rights(std::vector<Right> rows, uint32_t administrators, uint32_t writer
       {"/change/usrorpasswd", "", kKitEveryUser, kKitBeforeChange},
       {"/createuser", "", administrators, 0},
       {"/deleteuser", "", administrators, 0},
-      // A link in somebody's page would be enough where no token is asked for.
+      // A link in somebody's page would be enough where no token is asked for, and so would a HEAD, which
+      // browsers send for every page without its origin.
       {"/custom_restore", "GET", administrators, kKitChanges | kKitNeedsLogin},
+      {"/custom_restore", "HEAD", administrators, kKitChanges | kKitNeedsLogin},
       {"/custom_restore", "", administrators, 0},
       {"/specifypriv", "", writers, kKitChanges},
       {"/delete_priv", "", writers, kKitChanges},

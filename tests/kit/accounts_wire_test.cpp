@@ -491,9 +491,12 @@ TEST_P(AccountsTest, AnIdleLoginEndsWithoutAnybodyAsking) {
       Eventually([] { return CountAudit("the login of admin from 127.0.0.1 was idle for too long") == 1; }));
 }
 
-TEST_P(AccountsTest, WithoutAuthenticationForeignPagesChangeNothing) {
+TEST_P(AccountsTest, WithoutAuthenticationForeignPagesChangeNothingAndReadWhatIsForAll) {
+  const SdkKitRight log[] = {{"/log", nullptr, kKitRole1, 0}};
   SdkKitAccountsOptions options = Options();
   options.noAuthentication = 1;
+  options.rights = log;
+  options.rightCount = 1;
   StartDevice(options);
   struct Row {
     const char* method;
@@ -505,13 +508,20 @@ TEST_P(AccountsTest, WithoutAuthenticationForeignPagesChangeNothing) {
   const std::string evil = "Origin: http://evil.example";
   const std::string own = "Origin: http://127.0.0.1";
   const std::string cross = "Sec-Fetch-Site: cross-site";
+  const std::string browser = "User-Agent: Mozilla/5.0";
   for (const Row& row :
        {Row{"POST", "/createuser", {evil}, "", false}, Row{"POST", "/createuser", {own}, "", true},
         Row{"POST", "/createuser", {}, "", true},
         Row{"POST", "/custom_restore", {evil}, "CustomRestoreCb", false},
         Row{"POST", "/custom_restore", {own}, "CustomRestoreCb", true},
         Row{"GET", "/custom_restore", {}, "CustomRestoreCb", false},
+        Row{"HEAD", "/custom_restore", {}, "CustomRestoreCb", false},
         Row{"GET", "/delete_priv?file=a", {cross}, "DeletePrivCb", false},
+        Row{"GET", "/delete_priv?file=a", {browser}, "DeletePrivCb", false},
+        Row{"HEAD", "/delete_priv?file=a", {browser}, "DeletePrivCb", false},
+        Row{"POST", "/delete_priv?file=a", {browser, own}, "DeletePrivCb", true},
+        Row{"GET", "/delete_priv?file=a", {}, "DeletePrivCb", true},
+        Row{"GET", "/log", {evil}, "DownloadLogFileCb", false},
         Row{"GET", "/delete_priv?file=a", {"Sec-Fetch-Site: same-origin"}, "DeletePrivCb", true},
         Row{"GET", "/getTxRxList", {evil}, "GetTxRxListCb", true}}) {
     host().ForgetCalls();

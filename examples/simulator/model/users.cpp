@@ -17,8 +17,6 @@ constexpr std::size_t kMostLogins = 20;  // the most that the kit keeps
 
 using nlohmann::json;
 
-constexpr int kAdministrator = 1;
-
 struct Free {
   void operator()(void* memory) const { std::free(memory); }
 };
@@ -47,10 +45,8 @@ json Taken(int (*take)(char** json)) {
 
 bool MayWrite(const std::string& token) { return SdkKitAccounts_May(token.c_str(), "command", "POST") == 0; }
 
-bool IsAdministrator(const std::string& token) {
-  SdkKitUser user{};
-  user.size = sizeof user;
-  return SdkKitAccounts_Who(token.c_str(), &user) == 0 && user.role == kAdministrator;
+bool MayAdminister(const std::string& token) {
+  return SdkKitAccounts_May(token.c_str(), "/sim/users", "GET") == 0;
 }
 
 uint64_t LoginOf(const std::string& token) {

@@ -8,7 +8,7 @@
 namespace sim {
 
 bool MayWrite(const std::string& token);
-bool IsAdministrator(const std::string& token);
+bool MayAdminister(const std::string& token);
 // The number of the token's login; 0 where nobody has to log in.
 uint64_t LoginOf(const std::string& token);
 

@@ -27,12 +27,9 @@ json MeBody(const std::string& token) {
   SdkKitUser user{};
   user.size = sizeof user;
   if (SdkKitAccounts_Who(token.c_str(), &user) != 0) return {};
-  return {{"name", user.name},
-          {"role", user.role},
-          {"rolename", user.roleName},
-          {"firstlogin", user.firstlogin},
-          {"mayWrite", MayWrite(token)},
-          {"mayAdminister", SdkKitAccounts_May(token.c_str(), "/sim/users", "GET") == 0}};
+  return {{"name", user.name},           {"role", user.role},
+          {"rolename", user.roleName},   {"firstlogin", user.firstlogin},
+          {"mayWrite", MayWrite(token)}, {"mayAdminister", MayAdminister(token)}};
 }
 
 json SessionsBody(const std::string& token) {

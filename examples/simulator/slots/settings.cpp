@@ -127,7 +127,7 @@ std::vector<SdkKitArchiveFile> Files() {
 int May(const char* token, int act, const char* method) {
   return Guarded([&] {
     const bool isForAll = act != kKitArchiveExport || std::string_view(method) == "units";
-    return isForAll || IsAdministrator(token) ? 0 : kNotAuthorised;
+    return isForAll || MayAdminister(token) ? 0 : kNotAuthorised;
   });
 }
 

@@ -45,7 +45,7 @@ function row(ctx, { picname, hostname }, changed) {
 async function ask(ctx, name) {
   if (!(await confirmDialog({ title: texts.deleteTitle, text: texts.deleteText(name), action: texts.delete }))) return;
   try {
-    await ctx.api.request(`/delete_priv?file=${encodeURIComponent(name)}`);
+    await ctx.api.request(`/delete_priv?file=${encodeURIComponent(name)}`, { method: 'POST' });
   } catch (error) {
     if (!ctx.check(error)) notice(`${name}: ${error.message}`, 'bad');
   }
@@ -59,7 +59,8 @@ function bindForm(ctx, changed) {
 
   async function bind() {
     try {
-      await ctx.api.request(`/specifypriv?hostname=${encodeURIComponent(unit.value)}&file=${encodeURIComponent(picture.value)}`);
+      const query = `hostname=${encodeURIComponent(unit.value)}&file=${encodeURIComponent(picture.value)}`;
+      await ctx.api.request(`/specifypriv?${query}`, { method: 'POST' });
     } catch (error) {
       ctx.check(error);
       throw error;
