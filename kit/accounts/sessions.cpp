@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <cstring>
-#include <set>
 
 #include "sdkapi/extension.h"
 
@@ -202,7 +201,18 @@ void Sessions::Meet() {
   }
 }
 
+std::set<TokenHash> Sessions::Seen() const {
+  const std::lock_guard lock(mutex_);
+  std::set<TokenHash> seen;
+  for (const Session& session : sessions_) {
+    if (session.wasSeen) seen.insert(session.hash);
+  }
+  return seen;
+}
+
+// Only what was registered before the look can be missing in it: a login may come, and be used, behind it.
 void Sessions::Reconcile() {
+  const std::set<TokenHash> seen = Seen();
   const LibraryLogins logins = ListLibraryLogins();
   std::set<TokenHash> strange;
   for (const auto& [hash, login] : logins) strange.insert(hash);
@@ -213,7 +223,8 @@ void Sessions::Reconcile() {
       if (strange.erase(session.hash) > 0) session.wasSeen = true;
     }
     std::erase_if(sessions_, [&](const Session& session) {
-      return !logins.contains(session.hash) && (session.wasSeen || session.made < oldest);
+      const bool neverCame = !session.wasSeen && session.made < oldest;
+      return !logins.contains(session.hash) && (seen.contains(session.hash) || neverCame);
     });
   }
   EndInLibrary(strange, "login ended");

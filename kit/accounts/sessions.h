@@ -8,6 +8,7 @@
 #include <map>
 #include <mutex>
 #include <optional>
+#include <set>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -82,6 +83,7 @@ class Sessions {
   Victim LongestIdle(const LibraryLogins& logins, const Filter& fits);
   std::size_t Count(const Filter& fits) const;
   std::string NameWithMost() const;
+  std::set<TokenHash> Seen() const;
 
   SessionRules rules_;
   mutable std::mutex mutex_;
