@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "accounts/password.h"
+#include "base/guarded.h"
 #include "sdkapi/server.h"
 
 namespace sdkkit::accounts {
@@ -63,8 +64,11 @@ void Accounts::Watch() {
   std::unique_lock lock(mutex_);
   while (!isStopping_) {
     lock.unlock();
-    SdkAPIExt_Login_Limits_Check();
-    sessions_.Reconcile();
+    Guarded(kLog, [this] {
+      SdkAPIExt_Login_Limits_Check();
+      sessions_.Reconcile();
+      return 0;
+    });
     lock.lock();
     wake_.wait_for(lock, kTick, [this] { return isStopping_; });
   }
@@ -287,7 +291,10 @@ void Accounts::SetLimits() {
   limits.most = static_cast<uint32_t>(settings_.mostLogins);
   limits.whenFull = kExtFullRefuses;
   limits.ended = [](const char* token, int reason) {
-    if (Accounts* const accounts = TheAccounts()) accounts->NoteEnd(token, reason);
+    Guarded(kLog, [&] {
+      if (Accounts* const accounts = TheAccounts()) accounts->NoteEnd(token, reason);
+      return 0;
+    });
   };
   if (SdkAPIExt_Login_Limits_Set(&limits) != 0) throw std::runtime_error("the limits of logins are refused");
 }

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <array>
+#include <utility>
 
 namespace sdkkit::accounts {
 namespace {
@@ -37,13 +38,12 @@ std::string NetworkOf(const std::string& address) {
   return text.data();
 }
 
-Attempts::Keys Attempts::KeysOf(const std::string& name, const std::string& address) {
-  const std::string network = NetworkOf(address);
-  return {name + '@' + network, '@' + network};
+Attempts::Keys::Keys(const std::string& name, const std::string& address)
+    : ofAddress('@' + NetworkOf(address)) {
+  ofName = name + ofAddress;
 }
 
-int64_t Attempts::Begin(const std::string& name, const std::string& address) {
-  const Keys keys = KeysOf(name, address);
+int64_t Attempts::Begin(const Keys& keys) {
   std::unique_lock lock(mutex_);
   const auto deadline = Clock::now() + kLongestWait;
   for (;;) {
@@ -55,12 +55,17 @@ int64_t Attempts::Begin(const std::string& name, const std::string& address) {
     --waiting_;
     if (result == std::cv_status::timeout) return 1;
   }
-  for (const std::string* const key : {&keys.ofName, &keys.ofAddress}) ++Take(*key).pending;
+  ++Take(keys.ofName).pending;
+  try {
+    ++Take(keys.ofAddress).pending;
+  } catch (...) {
+    Leave(keys.ofName);
+    throw;
+  }
   return 0;
 }
 
-int64_t Attempts::End(const std::string& name, const std::string& address, bool isGood) {
-  const Keys keys = KeysOf(name, address);
+int64_t Attempts::End(const Keys& keys, bool isGood) {
   int64_t delay = 0;
   {
     const std::lock_guard lock(mutex_);
@@ -74,8 +79,7 @@ int64_t Attempts::End(const std::string& name, const std::string& address, bool 
   return delay;
 }
 
-void Attempts::Cancel(const std::string& name, const std::string& address) {
-  const Keys keys = KeysOf(name, address);
+void Attempts::Cancel(const Keys& keys) {
   {
     const std::lock_guard lock(mutex_);
     for (const std::string* const key : {&keys.ofName, &keys.ofAddress}) Leave(*key);

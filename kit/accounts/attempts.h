@@ -7,7 +7,6 @@
 #include <mutex>
 #include <string>
 #include <unordered_map>
-#include <utility>
 
 namespace sdkkit::accounts {
 
@@ -17,14 +16,22 @@ class Attempts {
  public:
   using Clock = std::chrono::steady_clock;
 
+  // What an attempt counts for: its name at its address, and its address.
+  struct Keys {
+    Keys(const std::string& name, const std::string& address);
+
+    std::string ofName;
+    std::string ofAddress;
+  };
+
   // 0: the password may be judged, and End must follow. Else the seconds until the next attempt. Waits while
   // so many attempts are being judged that this one would be beyond the free ones if they failed.
-  int64_t Begin(const std::string& name, const std::string& address);
+  int64_t Begin(const Keys& keys);
   // A failure counts; a success clears the name's count at this address, not the address's. The seconds of
-  // the delay that begins, 0 without one.
-  int64_t End(const std::string& name, const std::string& address, bool isGood);
+  // the delay that begins, 0 without one. This and Cancel need no memory.
+  int64_t End(const Keys& keys, bool isGood);
   // As if it had never begun: nothing was judged.
-  void Cancel(const std::string& name, const std::string& address);
+  void Cancel(const Keys& keys);
 
   void Forget();
   std::size_t size() const;
@@ -36,12 +43,6 @@ class Attempts {
     Clock::time_point lockedUntil;
     Clock::time_point lastUse;
   };
-  struct Keys {
-    std::string ofName;
-    std::string ofAddress;
-  };
-
-  static Keys KeysOf(const std::string& name, const std::string& address);
   Entry& Take(const std::string& key);
   void MakeRoom();
   int64_t SecondsLocked(const Keys& keys);
@@ -58,13 +59,10 @@ class Attempts {
 // One attempt: begun with the scope, and as if it had never been unless it is judged in it.
 class Attempt {
  public:
-  Attempt(Attempts& attempts, std::string name, std::string address)
-      : attempts_(attempts), name_(std::move(name)), address_(std::move(address)) {
-    secondsLocked_ = attempts_.Begin(name_, address_);
-    isOpen_ = secondsLocked_ == 0;
-  }
+  Attempt(Attempts& attempts, const std::string& name, const std::string& address)
+      : attempts_(attempts), keys_(name, address), secondsLocked_(attempts_.Begin(keys_)) {}
   ~Attempt() {
-    if (isOpen_) attempts_.Cancel(name_, address_);
+    if (isOpen_) attempts_.Cancel(keys_);
   }
   Attempt(const Attempt&) = delete;
   Attempt& operator=(const Attempt&) = delete;
@@ -72,15 +70,14 @@ class Attempt {
   int64_t secondsLocked() const { return secondsLocked_; }
   int64_t Judged(bool isGood) {
     isOpen_ = false;
-    return attempts_.End(name_, address_, isGood);
+    return attempts_.End(keys_, isGood);
   }
 
  private:
   Attempts& attempts_;
-  std::string name_;
-  std::string address_;
-  int64_t secondsLocked_ = 0;
-  bool isOpen_ = false;
+  const Attempts::Keys keys_;
+  const int64_t secondsLocked_;
+  bool isOpen_ = secondsLocked_ == 0;
 };
 
 // What addresses share a count: an IPv4 address, or the 64 bits that one network of IPv6 has in common.

@@ -129,7 +129,7 @@ int BeforeWebSocket(int event, const char* token, const char* data, int length) 
   constexpr int kPolicyViolation = 1008;
   const uint64_t id = SdkAPIExt_WebSocket_Current();
   if (event == kOpened && !MayGoOn(token)) {
-    refused.Add(id);
+    Guarded(kLog, [&] { return refused.Add(id), 0; });
     return SdkAPIExt_WebSocket_Close(id, kPolicyViolation, "not authorised");
   }
   if (refused.Has(id)) {

@@ -96,14 +96,18 @@ class DeviceLog {
 // Never freed: a thread that ends late may still have something to say.
 std::atomic<DeviceLog*> g_log{nullptr};
 
-void Write(int level, std::string_view subject, std::size_t statement, std::string_view text) noexcept {
-  DeviceLog* const log = g_log.load();
-  if (log == nullptr) return;
+// A line that cannot be kept must not take the device with it.
+template <class Body>
+void KeepIfPossible(Body body) noexcept {
   try {
-    log->Write(level, subject, statement, text);
+    body();
   } catch (...) {
-    // A line that cannot be kept must not take the device with it.
   }
+}
+
+void Write(int level, std::string_view subject, std::size_t statement, std::string_view text) noexcept {
+  if (DeviceLog* const log = g_log.load())
+    KeepIfPossible([&] { log->Write(level, subject, statement, text); });
 }
 
 // The library says at the end of each line where it stands in its sources: "[sdkapi,83]".
@@ -118,10 +122,12 @@ void TakeLibraryLine(int level, const char* text) {
 // All messages of the web server share one quota: what clients can make it say is mixed into its texts.
 void TakeServerMessage(const SdkAPIExtServerMessage* message) {
   constexpr std::string_view kSubject = "server";
-  std::string line = message->text;
-  if (*message->address != '\0') line.append(", client ").append(message->address);
-  if (*message->method != '\0') line.append(", ").append(message->method).append(" ").append(message->path);
-  Write(kKitWarning, kSubject, std::hash<std::string_view>{}(kSubject), line);
+  KeepIfPossible([&] {
+    std::string line = message->text;
+    if (*message->address != '\0') line.append(", client ").append(message->address);
+    if (*message->method != '\0') line.append(", ").append(message->method).append(" ").append(message->path);
+    Write(kKitWarning, kSubject, std::hash<std::string_view>{}(kSubject), line);
+  });
 }
 
 }  // namespace

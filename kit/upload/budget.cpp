@@ -2,6 +2,7 @@
 #include "upload/budget.h"
 
 #include <algorithm>
+#include <new>
 #include <utility>
 
 #include "base/file.h"
@@ -17,8 +18,7 @@ Budget::Share::Share(Budget& budget, std::string target)
     : budget_(budget), passes_(target.empty()), target_(std::move(target)) {
   const auto replaced = target_.empty() ? std::nullopt : StatusOf(target_);
   const std::lock_guard lock(budget_.mutex_);
-  // Looked at anew each time: others may store files there, too.
-  budget_.stored_ = BytesBelow(budget_.root_);
+  budget_.Look();
   if (replaced && budget_.credited_.insert(target_).second) {
     credit_ = replaced->size;
   } else {
@@ -28,7 +28,7 @@ Budget::Share::Share(Budget& budget, std::string target)
 
 Budget::Share::~Share() {
   const std::lock_guard lock(budget_.mutex_);
-  budget_.stored_ = BytesBelow(budget_.root_);
+  budget_.Look();
   budget_.arriving_ -= bytes_;
   (passes_ ? budget_.passing_ : budget_.charged_) -= Beyond(bytes_, credit_);
   if (!target_.empty()) budget_.credited_.erase(target_);
@@ -44,6 +44,14 @@ bool Budget::Share::Grow(uint64_t bytes) {
   budget_.arriving_ += bytes;
   taken += more;
   return true;
+}
+
+// Anew each time: others may store files there, too. Without the memory for it the last look stands.
+void Budget::Look() noexcept {
+  try {
+    stored_ = BytesBelow(root_);
+  } catch (const std::bad_alloc&) {
+  }
 }
 
 uint64_t Budget::Stored() { return BytesBelow(root_); }

@@ -40,6 +40,8 @@ class Budget {
   uint64_t limit() const { return limit_; }
 
  private:
+  void Look() noexcept;
+
   const std::string root_;
   const uint64_t limit_;
   const uint64_t mostPassing_;

@@ -58,12 +58,12 @@ TEST(AttemptsTest, FiveAreFreeThenTheDelayGrows) {
   Attempts attempts;
   std::vector<int64_t> delays;
   for (int i = 0; i < 5; ++i) {
-    ASSERT_EQ(attempts.Begin("ann", "192.0.2.1"), 0);
-    delays.push_back(attempts.End("ann", "192.0.2.1", false));
+    ASSERT_EQ(attempts.Begin({"ann", "192.0.2.1"}), 0);
+    delays.push_back(attempts.End({"ann", "192.0.2.1"}, false));
   }
   EXPECT_EQ(delays, (std::vector<int64_t>{0, 0, 0, 0, 10}));
-  EXPECT_GT(attempts.Begin("ann", "192.0.2.1"), 0);
-  EXPECT_LE(attempts.Begin("ann", "192.0.2.1"), 10);
+  EXPECT_GT(attempts.Begin({"ann", "192.0.2.1"}), 0);
+  EXPECT_LE(attempts.Begin({"ann", "192.0.2.1"}), 10);
 }
 
 TEST(AttemptsTest, TheUserGetsInFromAnotherAddress) {
