@@ -297,7 +297,7 @@ typedef struct SdkAPISerHandle {
    * close, run under the server's context lock, and while they run every request waits: keep them short, take
    * no lock in them that another thread holds while it registers a route or stops the server.
    * @param event 0, 1 or 2.
-   * @param token the connection's token.
+   * @param token the connection's token, at most 1023 characters.
    * @param data the text of event 1, empty at events 0 and 2; a NUL follows it.
    * @param length bytes of data.
    * @return at event 1 a value other than 0 closes the connection; ignored at events 0 and 2. */

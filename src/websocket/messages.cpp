@@ -37,6 +37,11 @@ int DeliverText(const SdkAPISerHandle& login, const char* token, const char* dat
   return result == 0 ? kKeep : kCloseConnection;
 }
 
+// What the host is told: the connection's own text, which is cut to its field, with every event.
+const char* TokenOf(const Connection* connection, const char* header) {
+  return connection != nullptr ? connection->entry.token : header;
+}
+
 // Frames that are not text are noted and go no further.
 void LogOther(int opcode, const mg_connection* conn) {
   switch (opcode) {
@@ -76,7 +81,8 @@ int WebsocketDataHandler(mg_connection* conn, int flags, char* data, size_t data
   if (received != Received::kNotTaken) return received == Received::kKeep ? kKeep : kCloseConnection;
   const CurrentWebSocket current(connection != nullptr ? connection->id : 0);
   const int opcode = flags & kOpcodeMask;
-  if (opcode == MG_WEBSOCKET_OPCODE_TEXT) return DeliverText(*login, token, data, dataLen);
+  if (opcode == MG_WEBSOCKET_OPCODE_TEXT)
+    return DeliverText(*login, TokenOf(connection, token), data, dataLen);
   LogOther(opcode, conn);
   return kKeep;
 }

@@ -93,6 +93,20 @@ TEST_P(WebSocketTest, EventsAreConnectTextAndClose) {
                                          Event(token(), 1, "zwei \xc3\xa4"), Event(token(), 2)}));
 }
 
+// With authentication on no login has such a token. A host keeps tokens in 1024 bytes.
+TEST_P(WebSocketTest, ALongTokenIsCutInEveryEvent) {
+  if (mode().auth) return;
+  const std::string sent(1500, 't');
+  const std::string cut(1023, 't');
+  RawWebSocket socket(mode());
+  EXPECT_EQ(socket.Shake("/websocket", sent), RawWebSocket::Accepted(sent));
+  ASSERT_TRUE(socket.SendText("hello"));
+  EXPECT_TRUE(host().WaitForCount("WebSocketCb", 2));
+  socket.connection().Close();
+  EXPECT_TRUE(host().WaitForCount("WebSocketCb", 3));
+  EXPECT_EQ(Events(), (std::vector<Call>{Event(cut, 0), Event(cut, 1, "hello"), Event(cut, 2)}));
+}
+
 TEST_P(WebSocketTest, RefusedConnectionsGetNothing) {
   struct Row {
     const char* what;

@@ -63,6 +63,15 @@ TEST_F(MessagesTest, ATextOfAConnectionThatIsNotListedReachesTheHostAsNobodys) {
   EXPECT_EQ(TestHost::Get().Lines(), Strings{"WebSocketCb(tok, 1, hello, 5)"});
 }
 
+TEST_F(MessagesTest, ALongTokenIsCutForTextsAsForTheOtherEvents) {
+  Open(conn_, std::string(1024, 't'));
+  EXPECT_EQ(Receive(conn_, 0x81, "hello"), 1);
+  WebSocketCloseHandler(&conn_, nullptr);
+  const std::string cut(1023, 't');
+  EXPECT_EQ(TestHost::Get().Lines(),
+            (Strings{"WebSocketCb(" + cut + ", 1, hello, 5)", "WebSocketCb(" + cut + ", 2, , 0)"}));
+}
+
 TEST_F(MessagesTest, ATextWithNulsKeepsItsLength) {
   Open(conn_, "tok");
   std::string received;
