@@ -158,6 +158,9 @@ def check_trust(program, device, line):
     done = line.run("info", "--cacert", str(file))
     assert not list(line.home.rglob("*/certificates/*.pem")), "pinned in spite of --cacert"
     assert done.returncode in (0, 5), done
+    ended = line.home / "other.pem"
+    ended.write_bytes(certificate())
+    line.fails(5, "not the trusted one: self-signed certificate", "info", "--cacert", str(ended))
     line.fails(5, "cannot be used", "info", "--cacert", "/nowhere.pem")
 
 
@@ -181,7 +184,7 @@ def check_first_password(program, tls):
 def check_unreachable(line):
     port = free_port()
     line.fails(4, "no connection", "info", "--device", f"http://127.0.0.1:{port}")
-    line.fails(1, "is no address", "info", "--device", "ftp://x")
+    line.fails(2, "is no address", "info", "--device", "ftp://x")
     bare = CommandLine()
     bare.fails(2, "sdkapi login --device URL", "info")
     bare.folder.cleanup()

@@ -8,15 +8,19 @@ import pathlib
 import resource
 import sys
 import tempfile
+import threading
+
+from websockets.legacy.server import serve
 
 from device import Device, shared
 from files import certificate, picture
 
 sys.path.insert(0, str(shared("tools")))
-from sdkapi_client import (AsyncClient, BadReply, CertificateError, Client, InvalidFile, LoginLocked, LoginRefused, NotAuthorised, NotOffered,  # noqa: E402
-                           Refused, SdkapiError, Trust, Unreachable, certificate_of, fingerprint)
+from sdkapi_client import (AsyncClient, BadReply, CertificateError, Client, InvalidAddress, InvalidFile, LoginLocked, LoginRefused, NotAuthorised,  # noqa: E402
+                           NotOffered, Refused, SdkapiError, Trust, Unreachable, certificate_of, fingerprint)
 from sdkapi_client.downloads import safe_name  # noqa: E402
 from sdkapi_client.preview import PreviewParser  # noqa: E402
+from sdkapi_client.session import normal_url  # noqa: E402
 
 PASSWORD = "Correct-Horse-7"
 LARGE = 24 << 20
@@ -76,6 +80,38 @@ def check_events(client):
             pass
     raises(NotAuthorised, client.events)
     raises(NotAuthorised, client.device_info)
+
+
+def check_busy():
+    """A caller who is busy with something else answers the device's pings all the same."""
+    async def greeted(socket):
+        await socket.send('{"type":"hello"}')
+        await socket.wait_closed()
+
+    async def served(ready, port, end):
+        async with serve(greeted, "127.0.0.1", 0, subprotocols=["anonymous"], ping_interval=0.1, ping_timeout=10) as server:
+            port.append(server.sockets[0].getsockname()[1])
+            ready.set()
+            (socket,) = await asyncio.wait_for(connected(server), 60)
+            while socket.latency == 0:
+                await asyncio.sleep(0.01)
+            answered.set()
+            await asyncio.to_thread(end.wait)
+
+    async def connected(server):
+        while not server.websockets:
+            await asyncio.sleep(0.01)
+        return tuple(server.websockets)
+
+    ready, answered, end, port = threading.Event(), threading.Event(), threading.Event(), []
+    thread = threading.Thread(target=lambda: asyncio.run(served(ready, port, end)))
+    thread.start()
+    assert ready.wait(60)
+    with Client(f"http://127.0.0.1:{port[0]}").events() as events:
+        assert answered.wait(60), "a ping without an answer while nobody receives"
+        assert events.receive(60) == {"type": "hello"}
+    end.set()
+    thread.join(60)
 
 
 def check_large_files(client, folder):
@@ -154,13 +190,16 @@ def check_parsers():
     assert safe_name('attachment;filename="..\\.hidden\n"', "x") == "hidden_"
     assert safe_name('attachment;filename=""', "x") == "x"
     raises(Unreachable, certificate_of, "https://127.0.0.1:1", 5)
-    for bad in ("", "ftp://x", "http://", "http://x:99999"):
-        raises(SdkapiError, Client, bad)
+    for bad in ("", "ftp://x", "http://", "http://x:99999", "http://[::1"):
+        raises(InvalidAddress, Client, bad)
+    for written, meant in (("Host", "http://host"), ("HTTPS://x:443/", "https://x"), ("[::0001]:80", "http://[::1]"), ("http://ü.example:8080", "http://xn--tda.example:8080")):
+        assert normal_url(written) == meant, written
 
 
 def main():
     program, tls = sys.argv[1], sys.argv[2] == "https"
     check_parsers()
+    check_busy()
     with Device(program, tls=tls) as device, tempfile.TemporaryDirectory() as name:
         url, folder = f"{sys.argv[2]}://127.0.0.1:{device.port}", pathlib.Path(name)
         trust = Trust(pin=certificate_of(url)) if tls else Trust()

@@ -1,4 +1,9 @@
 """python3 -m sdkapi_cli"""
-from .main import main
+import sys
 
-main()
+try:
+    from .main import main
+
+    main()
+except KeyboardInterrupt:  # while the modules are read
+    sys.exit(130)

@@ -1,9 +1,11 @@
 """Logins and users."""
 from __future__ import annotations
 
+from typing import Any
+
 import typer
 
-from sdkapi_client import NotAuthorised, NotOffered
+from sdkapi_client import BadReply, NotAuthorised, NotOffered
 
 from .command import add_all
 from .session import Session, UsageError, read_password
@@ -50,9 +52,16 @@ def whoami(session: Session) -> None:
     session.out.result({"device": client.url, "user": saved.user}, f"{saved.user} at {client.url}")
 
 
+def _entries(answer: Any, route: str) -> list[dict[str, Any]]:
+    entries = answer.get("users") if isinstance(answer, dict) else None
+    if not isinstance(entries, list) or not all(isinstance(entry, dict) for entry in entries):
+        raise BadReply(f"the answer of {route} is no list of users", "name the device's own route for it: --route")
+    return entries
+
+
 def list_users(session: Session, route: str = typer.Option("/sim/users", "--route", help="The device's own route that lists its users.")) -> None:
     """List the users, where the device has a route for it."""
-    entries = session.run(lambda client: list(dict(client.json(route)).get("users", [])))
+    entries = session.run(lambda client: _entries(client.json(route), route))
     session.out.rows(entries, ("name", "role", "first login"), [(str(e.get("name", "")), str(e.get("role", "")), str(e.get("firstlogin", ""))) for e in entries])
 
 

@@ -11,9 +11,11 @@ from typing import Any
 
 import typer
 
-from sdkapi_client import Client
+from sdkapi_client import BadReply, Client, NotAuthorised, SdkapiError, Unreachable
+from sdkapi_client.events import Events
 
 from .command import add_all
+from .files import stored, told
 from .session import Session, UsageError, read_password
 
 # Terminals that show pictures written as "inline images".
@@ -52,7 +54,7 @@ def events(session: Session, filters: list[str] = typer.Option([], "--filter", "
            password_stdin: bool = typer.Option(False, "--password-stdin", help="Read that user's password from standard input (else SDKAPI_PASSWORD, else it is asked for)."),
            send: list[str] = typer.Option([], "--send", metavar="TEXT", help="Send this text first; may be repeated."),
            path: str = typer.Option("", "--path", help="Path of the channel, when it is not a usual one.")) -> None:
-    """Follow the device's events, one a line; with --json each as it came. The device ends the login of a channel that ends."""
+    """Follow the device's events, one a line; with --json each as it came. The device ends the login of a channel that ends: --user gives it one of its own."""
     wanted = _filters(filters)
 
     def act(client: Client) -> None:
@@ -67,7 +69,7 @@ def events(session: Session, filters: list[str] = typer.Option([], "--filter", "
                 except TimeoutError:
                     continue
                 if event is None:
-                    break
+                    raise _ended(channel)
                 if _matches(event, wanted):
                     session.out.result(event, _line(event))
                     left -= 1
@@ -80,9 +82,14 @@ def events(session: Session, filters: list[str] = typer.Option([], "--filter", "
     try:
         session.run(act)
     finally:
-        if session.store.login(session.url()) and session.ended(session.client()):
-            session.store.forget(session.url())
-            session.out.note("the device has ended this login with its channel; log in again, or use --user for a login of the channel's own")
+        session.forget_ended()
+
+
+def _ended(channel: Events) -> SdkapiError:
+    """The device has ended the channel: with a reason that it says, or by its own end."""
+    if channel.why:
+        return NotAuthorised(f"the device has ended the event channel: {channel.why}", "log in again")
+    return Unreachable("the device has ended the event channel", "does it restart? wait, and log in again")
 
 
 def preview(session: Session, unit: str = typer.Argument("", help="Name of the unit; without it the device's own picture."),
@@ -94,14 +101,20 @@ def preview(session: Session, unit: str = typer.Argument("", help="Name of the u
         raise UsageError("this terminal shows no pictures", "write one to a file: --output FILE")
     pictures = session.client().preview(unit or None)
     if output is not None or show:
-        picture = next(pictures)
+        picture = next(pictures, b"")
+        if not picture:
+            raise _no_picture()
         if show:
             sys.stdout.write(f"\033]1337;File=inline=1;size={len(picture)}:{base64.b64encode(picture).decode()}\a\n")
         if output is not None:
-            output.write_bytes(picture)
-            session.out.result({"unit": unit, "file": str(output), "bytes": len(picture)}, f"wrote {output}: {len(picture):,} bytes")
+            stored(output, [picture])
+            told(session, output, {"unit": unit, "file": str(output), "bytes": len(picture)})
         return
     _measure(session, unit, pictures, seconds)
+
+
+def _no_picture() -> BadReply:
+    return BadReply("the stream ended without a picture", "is something connected to the unit? `sdkapi units` lists them")
 
 
 def _measure(session: Session, unit: str, pictures: Any, seconds: float) -> None:
@@ -113,9 +126,13 @@ def _measure(session: Session, unit: str, pictures: Any, seconds: float) -> None
         number, size = number + 1, size + len(picture)
         if last - begin >= seconds:
             break
+    if number == 0:
+        raise _no_picture()
     rate = (number - 1) / (last - begin) if last > begin else 0.0
     session.out.result({"unit": unit, "pictures": number, "seconds": round(last - begin, 3), "per_second": round(rate, 2), "bytes": size},
-                       f"{rate:.1f} pictures a second, {size / max(number, 1) / 1000:.0f} kB each ({number} in {last - begin:.1f} s)")
+                       f"{rate:.1f} pictures a second, {size / number / 1000:.0f} kB each ({number} in {last - begin:.1f} s)")
+    if last - begin < seconds:
+        raise Unreachable("the device has ended the stream", "does it restart? `sdkapi info` tells whether it is there")
 
 
 def add_to(app: typer.Typer) -> None:

@@ -26,6 +26,8 @@ def _options(session: Session, values: dict[str, object]) -> Options:
             raise UsageError(f"'{told}' is no route", "write it as /PATH, upload:/PATH or download:/PATH")
     if values["firmware"] is not None and not Path(str(values["firmware"])).is_file():
         raise UsageError(f"{values['firmware']} is no file", "name a firmware container")
+    if not 0.1 <= float(str(values["preview_seconds"])) <= 3600:
+        raise UsageError("--preview-seconds is a number from 0.1 to 3600")
     return Options(**values)  # type: ignore[arg-type]
 
 
@@ -53,6 +55,9 @@ def check_device(session: Session, url: str = typer.Argument(..., help="Address 
                  strict: bool = typer.Option(False, "--strict", help="Fail for a broken should, too.")) -> None:
     """Check whether a running device speaks the device API: what it must, what it should, and what it does not offer."""
     session.device = url
+    for report_file in (junit, page):
+        if report_file is not None and not report_file.parent.is_dir():
+            raise UsageError(f"there is no folder for {report_file}", "make it before the check, which takes a while")
     options = _options(session, {"user": user, "write": write, "firmware": firmware, "rough": rough, "custom": tuple(route), "require": tuple(require),
                                  "unit": unit, "channel": channel, "preview_seconds": seconds,
                                  "password": read_password(f"password of {user} at {url}: ", password_stdin)})

@@ -12,7 +12,7 @@ import typer
 from sdkapi_client import CertificateError, SdkapiError
 
 from .output import Output
-from .session import Session, changed_certificate
+from .session import Session, UsageError, changed_certificate
 
 COMMON = {
     "device": (str, typer.Option("", "--device", "-d", envvar="SDKAPI_DEVICE", show_default=False, metavar="URL",
@@ -26,18 +26,34 @@ COMMON = {
 
 def _run(function: Callable[..., None], session: Session, arguments: dict[str, Any]) -> None:
     try:
+        if not 0 < session.timeout < 1e6:
+            raise UsageError("--timeout is a number of seconds above 0")
         function(session, **arguments)
     except SdkapiError as error:
         session.out.error(_explained(session, error))
         raise typer.Exit(error.exit_code) from None
     except BrokenPipeError:
-        os.dup2(os.open(os.devnull, os.O_WRONLY), sys.stdout.fileno())
+        _drop_output()
         raise typer.Exit(1) from None
     except OSError as error:
+        _drop_output()
         session.out.error(SdkapiError(f"{error.strerror or error}: {error.filename}" if error.filename else str(error)))
         raise typer.Exit(1) from None
     except KeyboardInterrupt:
         raise typer.Exit(130) from None
+    except Exception as error:
+        if "SDKAPI_DEBUG" in os.environ:
+            raise
+        session.out.error(SdkapiError(f"a fault of this program: {type(error).__name__}: {error}", "SDKAPI_DEBUG=1 shows where; please report it"))
+        raise typer.Exit(1) from None
+
+
+def _drop_output() -> None:
+    """What could not be written must not be tried again at the end."""
+    try:
+        sys.stdout.flush()
+    except OSError:
+        os.dup2(os.open(os.devnull, os.O_WRONLY), sys.stdout.fileno())
 
 
 def _explained(session: Session, error: SdkapiError) -> SdkapiError:

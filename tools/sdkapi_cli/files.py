@@ -2,10 +2,12 @@
 from __future__ import annotations
 
 import os
+import sys
 import tempfile
 import time
+from collections.abc import Iterable
 from pathlib import Path
-from typing import Any
+from typing import Any, BinaryIO
 
 import typer
 
@@ -18,6 +20,7 @@ from .session import Session, UsageError
 
 _UPLOAD_KINDS = [kind for kind in UPLOADS if kind != "firmware"]
 _PHASES_END = ("done", "failed")
+STDOUT = Path("-")
 
 
 def _known(kind: str, kinds: list[str]) -> str:
@@ -32,27 +35,53 @@ def _file(path: Path) -> Path:
     return path
 
 
+def stored(target: Path, pieces: Iterable[bytes], progress: Progress = lambda done, total: None) -> int:
+    """The size of a file that was written beside its target and renamed: a broken one never looks whole. Pipes and terminals are written as they are."""
+    if target == STDOUT:
+        size = _written(sys.stdout.buffer, pieces, progress)
+        sys.stdout.buffer.flush()
+        return size
+    if target.exists() and not target.is_file():
+        with open(target, "wb") as file:
+            return _written(file, pieces, progress)
+    target = target.resolve()
+    try:
+        handle, name = tempfile.mkstemp(dir=target.parent, prefix=f".{target.name[:200]}.")
+    except FileNotFoundError:
+        raise UsageError(f"there is no folder {target.parent}", "make it, or name another file: --output") from None
+    try:
+        with os.fdopen(handle, "wb") as file:
+            size = _written(file, pieces, progress)
+        mask = os.umask(0)
+        os.umask(mask)
+        os.chmod(name, 0o666 & ~mask)
+        os.replace(name, target)
+    except BaseException:
+        os.unlink(name)
+        raise
+    return size
+
+
+def told(session: Session, target: Path, value: dict[str, Any]) -> None:
+    """What was written; not where it would get into the file."""
+    if target != STDOUT:
+        session.out.result(value, f"wrote {target}: {value['bytes']:,} bytes")
+
+
+def _written(file: BinaryIO, pieces: Iterable[bytes], progress: Progress) -> int:
+    size = 0
+    for piece in pieces:
+        file.write(piece)
+        size += len(piece)
+        progress(size, 0)
+    return size
+
+
 def _save(client: Client, kind: str, target: Path | None, progress: Progress, **query: str) -> tuple[Path, int]:
-    """Writes beside the target and renames: a broken download never looks whole."""
     with client.download(kind, **query) as download:
         if target is None or target.is_dir():
             target = (target or Path()) / download.name
-        handle, name = tempfile.mkstemp(dir=target.parent, prefix=f".{target.name}.")
-        try:
-            size = 0
-            with os.fdopen(handle, "wb") as file:
-                for piece in download.pieces:
-                    file.write(piece)
-                    size += len(piece)
-                    progress(size, 0)
-            mask = os.umask(0)
-            os.umask(mask)
-            os.chmod(name, 0o666 & ~mask)
-            os.replace(name, target)
-        except BaseException:
-            os.unlink(name)
-            raise
-        return target, size
+        return target, stored(target, download.pieces, progress)
 
 
 def _send(session: Session, client: Client, kind: str, file: Path, port: int | None = None) -> float:
@@ -112,17 +141,19 @@ def firmware(session: Session, file: Path = typer.Argument(..., help="The firmwa
              events: bool = typer.Option(True, "--events/--no-events", help="Follow the device's phases on its event channel, which ends the login."),
              wait: float = typer.Option(300.0, "--wait", metavar="SECONDS", help="Longest wait for the end of the upgrade; 0 does not wait.")) -> None:
     """Send firmware to the device, and wait until it is done."""
+    _file(file)
+
     def act(client: Client) -> dict[str, Any]:
         channel = _open_events(session, client) if events and wait else None
         try:
-            seconds = _send(session, client, "firmware", _file(file))
+            seconds = _send(session, client, "firmware", file)
             phase = _follow_upgrade(session, channel, wait) if channel else ""
             if wait and phase != "failed":
                 _wait_for_device(client, wait)
         finally:
             if channel:
                 channel.close()
-                session.store.forget(client.url)
+                session.forget_ended()
         return {"seconds": seconds, "phase": phase}
 
     outcome = session.run(act)
@@ -141,7 +172,7 @@ def _open_events(session: Session, client: Client) -> Events | None:
 
 def download(session: Session, kind: str = typer.Argument(..., help="Kind of file: " + ", ".join(DOWNLOADS) + "; or a route of the device's own.",
                                                           autocompletion=lambda: list(DOWNLOADS)),
-             output: Path = typer.Option(None, "--output", "-o", help="File or folder to write to; without it the name that the device gives.")) -> None:
+             output: Path = typer.Option(None, "--output", "-o", help="File or folder to write to, - for standard output; without it the name that the device gives.")) -> None:
     """Fetch a file from the device."""
     _fetch(session, _known(kind, list(DOWNLOADS)), output)
 
@@ -149,7 +180,7 @@ def download(session: Session, kind: str = typer.Argument(..., help="Kind of fil
 def _fetch(session: Session, kind: str, output: Path | None, **query: str) -> None:
     with session.out.progress(kind) as progress:
         target, size = session.run(lambda client: _save(client, kind, output, progress, **query))
-    session.out.result({"kind": kind, "file": str(target), "bytes": size}, f"wrote {target}: {size:,} bytes")
+    told(session, target, {"kind": kind, "file": str(target), "bytes": size})
 
 
 def export_settings(session: Session, output: Path = typer.Option(None, "--output", "-o", help="File or folder to write to."),

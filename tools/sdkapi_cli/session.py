@@ -9,7 +9,8 @@ from dataclasses import dataclass, field
 from typing import TypeVar
 from urllib.parse import urlsplit
 
-from sdkapi_client import CertificateError, Client, NotAuthorised, SdkapiError, Trust, certificate_of, fingerprint
+from sdkapi_client import (BadReply, CertificateError, Client, NotAuthorised, NotOffered, Refused, SdkapiError, Trust, certificate_of,
+                           fingerprint)
 from sdkapi_client.session import normal_url
 
 from .output import Output
@@ -76,36 +77,63 @@ class Session:
 
     @staticmethod
     def ended(client: Client) -> bool:
-        """Whether the device no longer knows the login; a user without a right still has one."""
+        """Whether the device no longer knows the login; a user without a right still has one. Raises when the device cannot be asked."""
         try:
             client.device_info()
         except NotAuthorised:
             return True
-        except SdkapiError:
+        except (NotOffered, Refused, BadReply):
             return False
         return False
 
+    def forget_ended(self) -> None:
+        """The device ends a login with its channel."""
+        try:
+            ended = self.store.login(self.url()) and self.ended(self.client())
+        except SdkapiError:
+            return  # a device that cannot be asked
+        if ended:
+            self.store.forget(self.url())
+            self.out.note("the device has ended this login with its channel; log in again: `sdkapi login`")
+
     def log_in(self, client: Client, user: str, password: str) -> bool:
         login = client.login(user, password)
-        self.store.keep(SavedLogin(client.url, user, login.token))
+        try:
+            self.store.keep(SavedLogin(client.url, user, login.token))
+        except SdkapiError:
+            client.logout()  # nobody could use it
+            raise
         return login.first
 
 
 def read_password(prompt: str, from_stdin: bool, variable: str = "SDKAPI_PASSWORD") -> str:
     """A password: the environment's, a line of standard input, or typed; never an argument, which others can see."""
     if from_stdin:
-        return sys.stdin.readline().rstrip("\r\n")
+        line = sys.stdin.buffer.readline()
+        if not line:
+            raise UsageError("standard input holds no password", "write one line for each password")
+        return _text(line.rstrip(b"\r\n"))
     if variable in os.environ:
-        return os.environ[variable]
+        return _text(os.environb[variable.encode()])
     if not sys.stdin.isatty():
         raise UsageError("no password", f"set {variable}, or use --password-stdin")
-    return getpass.getpass(prompt)
+    try:
+        return getpass.getpass(prompt)
+    except EOFError:
+        raise UsageError("no password was typed") from None
+
+
+def _text(password: bytes) -> str:
+    try:
+        return password.decode()
+    except UnicodeDecodeError:
+        raise UsageError("the password is no UTF-8", "devices take passwords as UTF-8") from None
 
 
 def changed_certificate(url: str, pinned: str, timeout: float) -> CertificateError | None:
     """The error with both fingerprints, when the device shows another certificate than the pinned one."""
     shown = certificate_of(url, timeout)
-    if shown == pinned:
+    if shown == pinned or "BEGIN CERTIFICATE" not in pinned:
         return None
     return CertificateError(f"the certificate of {url} has changed: {fingerprint(pinned)} before, {fingerprint(shown)} now",
                             "if the device has a new one: `sdkapi login --trust-new`; else do not go on")

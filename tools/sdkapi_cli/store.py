@@ -5,13 +5,23 @@ import json
 import os
 import re
 import tempfile
+from collections.abc import Callable
 from dataclasses import asdict, dataclass
 from pathlib import Path
+
+from sdkapi_client import SdkapiError
+
+
+class NotKept(SdkapiError):
+    """There is no place for what the command line keeps."""
 
 
 def _base(variable: str, fallback: str) -> Path:
     value = os.environ.get(variable, "")
-    return (Path(value) if value.startswith("/") else Path.home() / fallback) / "sdkapi"
+    try:
+        return (Path(value) if value.startswith("/") else Path.home() / fallback) / "sdkapi"
+    except RuntimeError:
+        raise NotKept("there is no home folder", f"set HOME, or {variable} to a folder that can be written") from None
 
 
 def _file_name(url: str) -> str:
@@ -32,10 +42,18 @@ def write_private(path: Path, text: str) -> None:
         raise
 
 
-def _read(path: Path) -> str:
+def _keep(what: str, variable: str, path: Callable[[], Path], text: str) -> None:
     try:
-        return path.read_text(encoding="utf-8")
-    except (FileNotFoundError, NotADirectoryError):
+        write_private(path(), text)
+    except OSError as error:
+        raise NotKept(f"{what} cannot be kept: {error.strerror}: {path().parent}", f"set {variable} to a folder that can be written") from None
+
+
+def _read(path: Callable[[], Path]) -> str:
+    """Empty where nothing was kept, or nothing that can be read."""
+    try:
+        return path().read_text(encoding="utf-8")
+    except (FileNotFoundError, NotADirectoryError, NotKept, UnicodeDecodeError):
         return ""
 
 
@@ -49,39 +67,42 @@ class SavedLogin:
 class Store:
     """Tokens below the state folder, pins below the data folder, as the XDG base directories say."""
 
-    def __init__(self) -> None:
-        state = _base("XDG_STATE_HOME", ".local/state")
-        self._logins, self._current = state / "logins", state / "device"
-        self._pins = _base("XDG_DATA_HOME", ".local/share") / "certificates"
-
     def device(self) -> str:
         """The address that was logged in to last."""
-        return _read(self._current)
+        return _read(self._current_path)
 
     def login(self, url: str) -> SavedLogin | None:
-        path = self._login_path(url)
         try:
-            saved = SavedLogin(**json.loads(_read(path)))
+            saved = SavedLogin(**json.loads(_read(lambda: self._login_path(url))))
         except (ValueError, TypeError):
             return None
-        os.chmod(path, 0o600)
+        os.chmod(self._login_path(url), 0o600)
         return saved if saved.url == url else None
 
     def keep(self, login: SavedLogin) -> None:
-        write_private(self._login_path(login.url), json.dumps(asdict(login)))
-        write_private(self._current, login.url)
+        _keep("the login", "XDG_STATE_HOME", lambda: self._login_path(login.url), json.dumps(asdict(login)))
+        _keep("the device", "XDG_STATE_HOME", self._current_path, login.url)
 
     def forget(self, url: str) -> None:
-        self._login_path(url).unlink(missing_ok=True)
+        try:
+            self._login_path(url).unlink(missing_ok=True)
+        except (NotADirectoryError, NotKept):
+            pass  # nothing was ever kept
 
     def pin(self, url: str) -> str:
-        return _read(self._pin_path(url))
+        return _read(lambda: self._pin_path(url))
 
     def keep_pin(self, url: str, pem: str) -> None:
-        write_private(self._pin_path(url), pem)
+        _keep("the certificate", "XDG_DATA_HOME", lambda: self._pin_path(url), pem)
 
-    def _login_path(self, url: str) -> Path:
-        return self._logins / (url.partition("://")[0] + "-" + _file_name(url) + ".json")
+    @staticmethod
+    def _current_path() -> Path:
+        return _base("XDG_STATE_HOME", ".local/state") / "device"
 
-    def _pin_path(self, url: str) -> Path:
-        return self._pins / (_file_name(url) + ".pem")
+    @staticmethod
+    def _login_path(url: str) -> Path:
+        return _base("XDG_STATE_HOME", ".local/state") / "logins" / (url.partition("://")[0] + "-" + _file_name(url) + ".json")
+
+    @staticmethod
+    def _pin_path(url: str) -> Path:
+        return _base("XDG_DATA_HOME", ".local/share") / "certificates" / (_file_name(url) + ".pem")

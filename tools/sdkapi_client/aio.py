@@ -41,13 +41,13 @@ class AsyncClient(Session):
 
     @asynccontextmanager
     async def _stream(self, method: str, path: str, **arguments: Any) -> AsyncIterator[httpx.Response]:
-        headers = self.headers() | arguments.pop("headers", {})
+        headers = self.headers() | {name.encode(): value.encode() for name, value in arguments.pop("headers", {}).items()}
         with self.told():
             async with httpx.AsyncClient(**self.settings()) as http, http.stream(method, path, headers=headers, **arguments) as reply:  # type: ignore[arg-type]
                 yield reply
 
     async def run(self, operation: Operation[T]) -> T:
-        body = {"json": operation.body} if operation.body is not None else {}
+        body = {"content": operation.content(), "headers": {"Content-Type": "application/json"}} if operation.body is not None else {}
         async with self._stream(operation.method, operation.path, params=operation.query, **body) as reply:
             return operation.result(Reply(reply.status_code, await reply.aread(), reply.headers))
 

@@ -44,13 +44,13 @@ class Client(Session):
 
     @contextmanager
     def _stream(self, method: str, path: str, **arguments: Any) -> Iterator[httpx.Response]:
-        headers = self.headers() | arguments.pop("headers", {})
+        headers = self.headers() | {name.encode(): value.encode() for name, value in arguments.pop("headers", {}).items()}
         with self.told(), httpx.Client(**self.settings()) as http, http.stream(method, path, headers=headers, **arguments) as reply:  # type: ignore[arg-type]
             yield reply
 
     def run(self, operation: Operation[T]) -> T:
         """Sends a request, and gives what its reply means."""
-        body = {"json": operation.body} if operation.body is not None else {}
+        body = {"content": operation.content(), "headers": {"Content-Type": "application/json"}} if operation.body is not None else {}
         with self._stream(operation.method, operation.path, params=operation.query, **body) as reply:
             return operation.result(Reply(reply.status_code, reply.read(), reply.headers))
 

@@ -17,6 +17,18 @@ class SdkapiError(Exception):
         self.message, self.advice, self.status = message, advice, status
 
 
+class InvalidAddress(SdkapiError):
+    """What was named as a device can be none."""
+
+    exit_code = 2
+
+
+class TooLong(SdkapiError):
+    """A name or password that the device would cut."""
+
+    exit_code = 2
+
+
 class NotAuthorised(SdkapiError):
     """No login, an ended login, or a user without the right."""
 
@@ -47,8 +59,10 @@ class CertificateError(SdkapiError):
     exit_code = 5
 
     @classmethod
-    def refused(cls, url: str) -> CertificateError:
-        return cls(f"the certificate of {url} is not the trusted one", "if the device has a new one: `sdkapi login --trust-new`; else do not go on")
+    def refused(cls, url: str, reason: str = "") -> CertificateError:
+        """`reason` is what OpenSSL says of it."""
+        return cls(f"the certificate of {url} is not the trusted one" + (f": {reason}" if reason else ""),
+                   "compare its name and dates, and the clocks of both sides; a device with a new one: `sdkapi login --trust-new`")
 
 
 class NotOffered(SdkapiError):

@@ -4,9 +4,10 @@ from __future__ import annotations
 import asyncio
 import json
 import ssl
-from collections.abc import AsyncIterator, Iterator
+import threading
+from collections.abc import AsyncIterator, Coroutine, Iterator
 from types import TracebackType
-from typing import Any
+from typing import Any, TypeVar
 from urllib.parse import urlsplit, urlunsplit
 
 from websockets.exceptions import ConnectionClosed, InvalidHandshake
@@ -18,6 +19,8 @@ from .errors import CertificateError, NotAuthorised, SdkapiError, Unreachable
 # Where hosts put the channel when nothing else is said: the path of the examples, and the library's own.
 PATHS = ("/ws", "/websocket")
 _LARGEST = 16 << 20
+
+T = TypeVar("T")
 
 
 class AsyncEvents:
@@ -43,19 +46,27 @@ class AsyncEvents:
         except ConnectionClosed:
             return None
 
+    @property
+    def why(self) -> str:
+        """What the device said when it ended the channel; empty when it said nothing."""
+        return self._socket.close_reason or ""
+
     async def send(self, message: Any) -> None:
         """Sends a text as it is, everything else as JSON."""
-        await self._socket.send(message if isinstance(message, str) else json.dumps(message))
+        try:
+            await self._socket.send(message if isinstance(message, str) else json.dumps(message))
+        except ConnectionClosed:
+            raise Unreachable("the device has ended the event channel" + (f": {self.why}" if self.why else ""), "open it again, with a new login") from None
 
     async def close(self) -> None:
         await self._socket.close()
 
 
 class Events:
-    """The same without an event loop of the caller's."""
+    """The same without an event loop of the caller's. One runs in a thread, so that the device's pings are answered whatever the caller does."""
 
-    def __init__(self, loop: asyncio.AbstractEventLoop, events: AsyncEvents) -> None:
-        self._loop, self._events = loop, events
+    def __init__(self, background: _Background, events: AsyncEvents) -> None:
+        self._background, self._events = background, events
 
     def __enter__(self) -> Events:
         return self
@@ -70,17 +81,48 @@ class Events:
     def receive(self, timeout: float | None = None) -> Any:
         """The next message, None at the end; raises TimeoutError when none came in time."""
         try:
-            return self._loop.run_until_complete(asyncio.wait_for(self._events.receive(), timeout))
+            return self._background.run(asyncio.wait_for(self._events.receive(), timeout))
         except asyncio.TimeoutError:
             raise TimeoutError("no event in time") from None
 
+    @property
+    def why(self) -> str:
+        """What the device said when it ended the channel; empty when it said nothing."""
+        return self._events.why
+
     def send(self, message: Any) -> None:
-        self._loop.run_until_complete(self._events.send(message))
+        self._background.run(self._events.send(message))
 
     def close(self) -> None:
-        if not self._loop.is_closed():
-            self._loop.run_until_complete(self._events.close())
-            self._loop.close()
+        if not self._background.ended:
+            self._background.run(self._events.close())
+            self._background.end()
+
+
+class _Background:
+    """An event loop in a thread of its own."""
+
+    def __init__(self) -> None:
+        self._loop = asyncio.new_event_loop()
+        self._thread = threading.Thread(target=self._loop.run_forever, name="sdkapi events", daemon=True)
+        self._thread.start()
+
+    @property
+    def ended(self) -> bool:
+        return self._loop.is_closed()
+
+    def run(self, coroutine: Coroutine[Any, Any, T]) -> T:
+        future = asyncio.run_coroutine_threadsafe(coroutine, self._loop)
+        try:
+            return future.result()
+        except KeyboardInterrupt:
+            future.cancel()
+            raise
+
+    def end(self) -> None:
+        self._loop.call_soon_threadsafe(self._loop.stop)
+        self._thread.join()
+        self._loop.close()
 
 
 def decode(message: str | bytes) -> Any:
@@ -106,8 +148,8 @@ async def open_events(url: str, token: str, context: ssl.SSLContext | None, path
         except (InvalidHandshake, ConnectionClosed, EOFError):
             error = NotAuthorised("refused: the device opens no event channel for this login",
                                   "log in again; if that does not help, the device offers none, or at another path (--path)")
-        except ssl.SSLCertVerificationError:
-            raise CertificateError.refused(url) from None
+        except ssl.SSLCertVerificationError as reason:
+            raise CertificateError.refused(url, reason.verify_message) from None
         except (OSError, asyncio.TimeoutError) as reason:
             raise Unreachable(f"no event channel at {url}: {reason or 'no answer in time'}", "is the device on?") from None
     assert error is not None
@@ -115,9 +157,9 @@ async def open_events(url: str, token: str, context: ssl.SSLContext | None, path
 
 
 def open_blocking(url: str, token: str, context: ssl.SSLContext | None, path: str | None, timeout: float) -> Events:
-    loop = asyncio.new_event_loop()
+    background = _Background()
     try:
-        return Events(loop, loop.run_until_complete(open_events(url, token, context, path, timeout)))
+        return Events(background, background.run(open_events(url, token, context, path, timeout)))
     except BaseException:
-        loop.close()
+        background.end()
         raise

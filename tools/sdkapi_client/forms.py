@@ -29,7 +29,7 @@ class FileForm:
         self.size = os.stat(self.path).st_size
         name = _quoted(self.name or self.path.name)
         self._head = (f'--{self.boundary}\r\nContent-Disposition: form-data; name="file"; filename="{name}"\r\n'
-                      "Content-Type: application/octet-stream\r\n\r\n").encode()
+                      "Content-Type: application/octet-stream\r\n\r\n").encode(errors="surrogateescape")  # names of files are bytes
         self._tail = f"\r\n--{self.boundary}--\r\n".encode()
 
     def headers(self) -> dict[str, str]:

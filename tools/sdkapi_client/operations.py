@@ -6,10 +6,14 @@ from collections.abc import Callable, Mapping
 from dataclasses import dataclass, field
 from typing import Any, Generic, TypeVar
 
-from .errors import BadReply, InvalidFile, LoginLocked, LoginRefused, NotAuthorised, NotOffered, Refused, SdkapiError
+from .errors import BadReply, InvalidFile, LoginLocked, LoginRefused, NotAuthorised, NotOffered, Refused, SdkapiError, TooLong
 from .models import DeviceInfo, Login, Privilege, Unit
 
 T = TypeVar("T")
+
+# What a device reads of a login or a change of users; it would cut longer texts, and take a longer body for none.
+_LONGEST = {"username": 31, "newusername": 31, "password": 255, "newpassword": 255, "oldpassword": 255}
+_LONGEST_BODY = 511
 
 USER_CODES = {1: "the old password is wrong", 2: "the password is too weak", 3: "there is such a user already", 4: "there is no such user",
               5: "the last administrator has to stay", 6: "the user name is not allowed", 7: "there is no such role"}
@@ -46,10 +50,16 @@ class Operation(Generic[T]):
     query: Mapping[str, str] = field(default_factory=dict)
     body: Mapping[str, Any] | None = None
 
+    def content(self) -> bytes | None:
+        return None if self.body is None else json.dumps(self.body, ensure_ascii=False, separators=(",", ":")).encode(errors="surrogateescape")
+
     def result(self, reply: Reply) -> T:
         if reply.status != 200:
             raise failure(self.path, reply.status, reply.body)
-        return self.read(reply)
+        try:
+            return self.read(reply)
+        except (ArithmeticError, AttributeError, LookupError, RecursionError, TypeError, ValueError) as error:
+            raise BadReply(f"the answer to {self.path} is not what a device says there: {error}", "is this a device with the device API?", reply.status) from None
 
 
 def failure(path: str, status: int, body: bytes = b"", expects: str = "") -> SdkapiError:
@@ -80,9 +90,21 @@ def login(username: str, password: str) -> Operation[Login]:
             raise LoginLocked(int(answer.get("lockTime", 0)))
         if answer.get("code") != 0 or not isinstance(answer.get("token"), str):
             raise BadReply("the device answered the login with neither a token nor a refusal", status=200)
+        if not answer["token"].isprintable():
+            raise BadReply("the device gave a token that no request can carry", status=200)
         return Login(answer["token"], answer.get("firstlogin") == 1, str(answer.get("wizard", "")))
 
-    return Operation("POST", "/api/v1/auth/login", read, body={"username": username, "password": password})
+    return _fitting(Operation("POST", "/api/v1/auth/login", read, body={"username": username, "password": password}))
+
+
+def _fitting(operation: Operation[T]) -> Operation[T]:
+    """Refuses here what the device would silently cut: another user than the named one could come of it."""
+    for name, value in (operation.body or {}).items():
+        if isinstance(value, str) and len(value.encode(errors="surrogateescape")) > _LONGEST[name]:
+            raise TooLong(f"the {name} is too long", f"a device takes {_LONGEST[name]} bytes of UTF-8")
+    if len(operation.content() or b"") > _LONGEST_BODY:
+        raise TooLong("names and passwords are too long together", f"a device takes {_LONGEST_BODY} bytes of JSON with all of them")
+    return operation
 
 
 def logout() -> Operation[None]:
@@ -139,7 +161,7 @@ def _user_change(path: str, **members: Any) -> Operation[None]:
         if code != 0:
             raise Refused(f"refused: {USER_CODES.get(code, f'code {code}')}" if isinstance(code, int) else "refused", status=200)
 
-    return Operation("POST", path, read, body=members)
+    return _fitting(Operation("POST", path, read, body=members))
 
 
 def create_user(username: str, password: str, role: int) -> Operation[None]:

@@ -1,6 +1,8 @@
 """Pictures out of a preview stream."""
 from __future__ import annotations
 
+from urllib.parse import quote
+
 from .errors import BadReply
 
 LONGEST_PICTURE = 655360
@@ -47,4 +49,4 @@ class PreviewParser:
 
 
 def path_of(unit: str | None) -> str:
-    return f"/preview/{unit}" if unit else "/stream"
+    return f"/preview/{quote(unit, safe='', errors='surrogateescape')}" if unit else "/stream"

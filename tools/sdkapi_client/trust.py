@@ -28,7 +28,10 @@ class Trust:
         if self.pin is not None:
             context = ssl.SSLContext(ssl.PROTOCOL_TLS_CLIENT)
             context.check_hostname = False
-            context.load_verify_locations(cadata=self.pin)
+            try:
+                context.load_verify_locations(cadata=self.pin)
+            except (ssl.SSLError, ValueError) as error:
+                raise CertificateError(f"the certificate that was kept is damaged: {error}", "keep it anew: `sdkapi login --trust-new`") from None
             context.verify_flags = ssl.VerifyFlags(context.verify_flags | ssl.VERIFY_X509_PARTIAL_CHAIN | _NO_CHECK_TIME)
             return context
         try:
