@@ -1,4 +1,6 @@
 """A program under test: a free port for it, and waiting until it listens."""
+import functools
+import itertools
 import random
 import socket
 import time
@@ -6,11 +8,32 @@ import urllib.error
 import urllib.request
 
 
+# Below the ports that the system gives to clients: nobody's outgoing connection takes one before the program does. The other tests'
+# own ones are below these.
+FIRST, END, BLOCK = 21000, 32000, 200
+
+
+@functools.cache
+def own_ports():
+    """A block of ports for this process until it ends: no other test gets one of them while a program is down between two starts."""
+    starts = list(range(FIRST, END, BLOCK))
+    random.shuffle(starts)
+    for start in starts:
+        claim = socket.socket(type=socket.SOCK_DGRAM)
+        try:
+            claim.bind(("127.0.0.1", start))
+            return claim, itertools.cycle(range(start, start + BLOCK))
+        except OSError:
+            claim.close()
+    raise AssertionError("no free block of ports")
+
+
 def free_port():
-    """Below the ports that the system gives to clients: nobody's outgoing connection takes it before the program does."""
-    for _ in range(1000):
-        port = random.randrange(10000, 32000)
+    _, ports = own_ports()
+    for port in itertools.islice(ports, BLOCK):
         with socket.socket() as probe:
+            # As the programs do: what is left of closed connections is nobody's listener.
+            probe.setsockopt(socket.SOL_SOCKET, socket.SO_REUSEADDR, 1)
             try:
                 probe.bind(("", port))
                 return port

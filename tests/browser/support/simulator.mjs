@@ -9,9 +9,10 @@ import { createInterface } from 'node:readline';
 
 const START_MS = 30000;
 
-// Below the ports that the system gives to clients: nobody's outgoing connection takes it before the device does.
+// Below the ports that the system gives to clients: nobody's outgoing connection takes it before the device does. Those from 21000 on
+// belong to the tests in Python.
 async function freePort() {
-  const port = 10000 + Math.floor(Math.random() * 22000);
+  const port = 10000 + Math.floor(Math.random() * 11000);
   const server = createServer().listen(port);
   try {
     await once(server, 'listening');
