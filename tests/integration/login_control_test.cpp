@@ -110,11 +110,11 @@ TEST_P(LoginControlTest, ARequestEndsItsOwnLoginAndIsAnswered) {
 }
 
 TEST_P(LoginControlTest, AnIdleLoginEndsAndTheHookIsTold) {
+  RawWebSocket socket(mode());
+  ASSERT_TRUE(socket.Open(token()));
   SdkAPIExtLoginLimits limits = Limits();
   limits.idleSeconds = 1;
   ASSERT_EQ(SdkAPIExt_Login_Limits_Set(&limits), 0);
-  RawWebSocket socket(mode());
-  ASSERT_TRUE(socket.Open(token()));
   EXPECT_TRUE(Eventually([&] {
     EXPECT_EQ(SdkAPIExt_Login_Limits_Check(), 0);
     return HasEnded(token(), kExtLoginIdle);

@@ -27,6 +27,12 @@ class StreamsTest : public ModeTest {
     };
   }
 
+  void TearDown() override {
+    viewers_.clear();
+    listeners_.clear();
+    ModeTest::TearDown();
+  }
+
   void Watch() {
     Connection& viewer = viewers_.emplace_back(Server::Get().port(mode().https), mode().https);
     ASSERT_TRUE(viewer.Send("GET /preview/TX HTTP/1.1\r\nHost: a\r\n\r\n"));

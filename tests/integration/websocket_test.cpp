@@ -48,23 +48,6 @@ class WebSocketTest : public ModeTest {
   }
 
   std::vector<Call> Events() { return host().Calls("WebSocketCb"); }
-
-  void TearDown() override {
-    // The close of a connection ends the login of its token: wait, so that it does not end the next test's.
-    const auto isEvent = [](const char* event) {
-      return [event](const Call& call) { return call.args[0] == event; };
-    };
-    Eventually([&] {
-      const auto events = Events();
-      return std::count_if(events.begin(), events.end(), isEvent("0")) <=
-                 std::count_if(events.begin(), events.end(), isEvent("2")) + orphans_ &&
-             LogCapture::Count(4, "GetLoginHandle err!!!!", "sdkapi") >= orphans_;
-    });
-    ModeTest::TearDown();
-  }
-
-  // Connections whose login is gone when they close: they have no event 2, but a line in the log.
-  int orphans_ = 0;
 };
 
 INSTANTIATE_TEST_SUITE_P(Modes, WebSocketTest, AllModes(), ModeName);
@@ -266,8 +249,7 @@ TEST_P(WebSocketTest, ANonZeroResultClosesTheConnection) {
     EXPECT_TRUE(socket->ReadEnd());
     EXPECT_TRUE(host().WaitForCount("WebSocketCb", 3));
     EXPECT_EQ(Events().back(), Event(token(), 2));
-    // The close goes on after the event: wait until the login is gone.
-    EXPECT_TRUE(Eventually([&] { return !mode().auth || FreeSessions() == 20; }));
+    EXPECT_TRUE(NoWebSocketIsLeft());
   }
 }
 
@@ -317,7 +299,6 @@ TEST_P(WebSocketTest, SendingByTokenReachesTheOldestConnectionOnly) {
   EXPECT_EQ(WebSocketSendData(token().c_str(), "x", -1), 0);
   ExpectAlive(*second);
   ExpectAlive(*first);
-  orphans_ = mode().auth ? 1 : 0;
 }
 
 TEST_P(WebSocketTest, SendingToAllReachesEveryConnection) {
@@ -337,7 +318,6 @@ TEST_P(WebSocketTest, SendingToAllReachesEveryConnection) {
     EXPECT_EQ(socket->Read(), (Frame{true, 1, "he"}));
     ExpectAlive(*socket);
   }
-  orphans_ = mode().auth ? 4 : 0;
 }
 
 TEST_P(WebSocketTest, LargeTextsAreSentWhole) {
@@ -372,7 +352,8 @@ TEST_P(WebSocketTest, AClosedConnectionEndsTheLoginOnlyWithAuthentication) {
   socket->connection().Close();
   EXPECT_TRUE(host().WaitForCount("WebSocketCb", 2));
   EXPECT_EQ(Events().back(), Event("browser", 2));
-  EXPECT_TRUE(Eventually([&] { return FreeSessions() == (mode().auth ? free + 1 : free); }));
+  ASSERT_TRUE(NoWebSocketIsLeft());
+  EXPECT_EQ(FreeSessions(), mode().auth ? free + 1 : free);
   EXPECT_EQ(host().Count("LogOutCb"), mode().auth ? 1 : 0);
   EXPECT_EQ(LogCapture::Count(1, "userid [browser] login time out.. ", "sdkapi"), mode().auth ? 1 : 0);
   SdkAPISer_AuthenticationSwitch_Set(1);
@@ -401,7 +382,6 @@ TEST_P(WebSocketTest, TheFirstCloseEndsTheLoginOfBothConnections) {
   EXPECT_TRUE(LogCapture::Wait(4, "GetLoginHandle err!!!!", "sdkapi"));
   EXPECT_EQ(Events(), (std::vector<Call>{Event(token(), 0), Event(token(), 0), Event(token(), 2)}));
   EXPECT_EQ(host().Count("LogOutCb"), 1);
-  orphans_ = 1;
 }
 
 TEST_P(WebSocketTest, AfterALogOutTextsAreDroppedAndTheConnectionStays) {
@@ -411,7 +391,6 @@ TEST_P(WebSocketTest, AfterALogOutTextsAreDroppedAndTheConnectionStays) {
   ASSERT_TRUE(socket->SendText("too late"));
   ExpectAlive(*socket);
   EXPECT_EQ(Events(), std::vector<Call>{Event(token(), 0)});
-  orphans_ = 1;
 }
 
 class ConfiguredUrlTest : public ServerTest, public ::testing::WithParamInterface<Mode> {

@@ -247,7 +247,8 @@ TEST_P(WireLoginTest, ACloseGivesItsPlaceToTheNextLogin) {
   ExpectReply(Post("/api/v1/auth/login", "{}"), 500);
   Socket socket = Connect(token());
   socket->connection().Close();
-  EXPECT_TRUE(Eventually([&] { return Events("2") == 1; }));
+  EXPECT_TRUE(NoWebSocketIsLeft());
+  EXPECT_EQ(Events("2"), 1);
   EXPECT_TRUE(LogIn("the next one"));
   EXPECT_EQ(FreeSessions(), 0);
   ExpectReply(LogOut("the next one"), 200, R"({"code":"0"})");

@@ -3,6 +3,8 @@
 
 #include <cstring>
 
+#include "extension_lists.h"
+
 namespace integration {
 namespace {
 
@@ -34,9 +36,17 @@ void ServerTest::Prepare(const Mode& mode, const ServerSetup& setup) {
 
 void ServerTest::TearDown() {
   TestHost::Get().Reset();
-  if (!mode_.auth || !Server::Get().running()) return;
+  if (!Server::Get().running()) return;
+  // The end of a WebSocket is told to the host and ends the login of its token; the next test has the same
+  // one.
+  EXPECT_TRUE(NoWebSocketIsLeft());
+  if (!mode_.auth) return;
   SdkAPISer_AuthenticationSwitch_Set(1);
   LogOut(token_);
+}
+
+bool ServerTest::NoWebSocketIsLeft() {
+  return Eventually([] { return sdktest::Sockets().empty(); });
 }
 
 bool ServerTest::LogIn(const std::string& token) {

@@ -24,6 +24,8 @@ class ServerTest : public ::testing::Test {
   // Logs in on the host's side with this token; true when the client got it.
   bool LogIn(const std::string& token);
   Response LogOut(const std::string& token);
+  // Waits until the server has forgotten every WebSocket, and ended their logins: a close is over only then.
+  static bool NoWebSocketIsLeft();
 
   TestHost& host() { return TestHost::Get(); }
   const Mode& mode() const { return mode_; }
