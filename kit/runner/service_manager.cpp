@@ -2,6 +2,7 @@
 #include "runner/service_manager.h"
 
 #include <sys/socket.h>
+#include <sys/time.h>
 #include <sys/un.h>
 #include <unistd.h>
 
@@ -13,6 +14,9 @@
 
 namespace sdkkit {
 namespace {
+
+// For a manager that is slow to read: without a "READY=1" it would end the service.
+constexpr timeval kPatience{.tv_sec = 1, .tv_usec = 0};
 
 const char* Variable(const char* name) {
   const char* const value = std::getenv(name);
@@ -37,7 +41,8 @@ void ServiceManager::Tell(std::string_view message) const {
   if (socket_.empty() || socket_.size() >= sizeof address.sun_path) return;
   std::memcpy(address.sun_path, socket_.data(), socket_.size());
   if (address.sun_path[0] == '@') address.sun_path[0] = '\0';  // a name outside of the file system
-  const FileDescriptor client(socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+  const FileDescriptor client(socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0));
+  setsockopt(client.get(), SOL_SOCKET, SO_SNDTIMEO, &kPatience, sizeof kPatience);
   const void* const generic = &address;
   const auto size = static_cast<socklen_t>(offsetof(sockaddr_un, sun_path) + socket_.size());
   sendto(client.get(), message.data(), message.size(), MSG_NOSIGNAL, static_cast<const sockaddr*>(generic),

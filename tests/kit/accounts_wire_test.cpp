@@ -482,13 +482,17 @@ TEST_P(AccountsTest, AnIdleLoginEndsWithoutAnybodyAsking) {
   SdkKitAccountsOptions options = Options();
   options.idleSeconds = 1;
   StartDevice(options);
-  const std::string token = LogInAs("admin");
-  RawWebSocket socket(GetParam());
-  ASSERT_TRUE(socket.Open(token));
-  EXPECT_EQ(socket.Read(), ClosedBecause("login idle"));
+  std::string token;
+  std::optional<RawWebSocket> socket;
+  // On a slow machine the login may have ended before its WebSocket opens.
+  ASSERT_TRUE(Eventually([&] {
+    token = LogInAs("admin");
+    return socket.emplace(GetParam()).Open(token);
+  }));
+  EXPECT_EQ(socket->Read(), ClosedBecause("login idle"));
   EXPECT_EQ(StatusOf(token), 401);
   EXPECT_TRUE(
-      Eventually([] { return CountAudit("the login of admin from 127.0.0.1 was idle for too long") == 1; }));
+      Eventually([] { return CountAudit("the login of admin from 127.0.0.1 was idle for too long") > 0; }));
 }
 
 TEST_P(AccountsTest, WithoutAuthenticationForeignPagesChangeNothingAndReadWhatIsForAll) {
