@@ -6,7 +6,7 @@ import { openTab, shot, until } from './support/browser.mjs';
 import { choose, chooseAccount, CONNECTION_LOST, drop, fillLogin, flow, goTo, heading, isConnected, logIn, meet, PASSWORD, refusedWith, save, SCHEMES, upload } from './support/console.mjs';
 import { asFile } from './support/files.mjs';
 import { Simulator } from './support/simulator.mjs';
-import { slowWay } from './support/slow_way.mjs';
+import { CRAWL, slowWay } from './support/slow_way.mjs';
 
 const MIB = 1024 * 1024;
 
@@ -61,9 +61,11 @@ for (const scheme of SCHEMES) {
       await choose(page, 'Upload note', asFile('new-note.bin', Buffer.alloc(20 * MIB, 'new ')));
       const half = () => zone.locator('progress').evaluate((bar) => bar.value >= 40);
       await until('half of it is sent', half);
+      way.setRate(CRAWL);
       assert.match(await zone.locator('.figures').textContent(), /MB of 20\.0 MB, \d+%, .*\/s/);
       await zone.getByRole('button', { name: 'Cancel' }).click();
       await zone.getByText('Cancelled. The device keeps what it had.').waitFor();
+      way.setRate(8 * MIB);
       const kept = await save(page, () => page.getByRole('button', { name: 'Download note' }).click());
       assert.ok(kept.bytes.equals(old.buffer), 'the device still has the old file');
       await way.close();

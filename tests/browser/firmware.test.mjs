@@ -4,7 +4,7 @@ import { checkAxe } from './support/axe.mjs';
 import { openTab, shot, until } from './support/browser.mjs';
 import { card, choose, goTo, heading, isConnected, logIn, makeUser, meet, onDevice, refusedWith, SCHEMES } from './support/console.mjs';
 import { asFile, firmware } from './support/files.mjs';
-import { slowWay } from './support/slow_way.mjs';
+import { CRAWL, slowWay } from './support/slow_way.mjs';
 
 const MIB = 1024 * 1024;
 const CHOOSE = 'Choose firmware';
@@ -62,6 +62,7 @@ for (const scheme of SCHEMES) {
       await record(page);
       await page.getByRole('button', { name: 'Upgrade to 1.1.0' }).click();
       await bar(page).getByText('Firmware 1.1.0: sending').waitFor();
+      way.setRate(CRAWL);
       await checkAxe(page);
       if (scheme === 'http') await shot(page, 'firmware-bar');
 
@@ -74,6 +75,7 @@ for (const scheme of SCHEMES) {
       const [question] = await Promise.all([page.waitForEvent('dialog'), page.close({ runBeforeUnload: true })]);
       assert.equal(question.type(), 'beforeunload');
       await question.dismiss();
+      way.setRate(2 * MIB);
 
       await restarts(page, '1.1.0');
       await bar(second).getByText('Firmware 1.1.0 is installed and runs').waitFor();
@@ -156,10 +158,11 @@ onDevice('firmware that is not to be installed', 'http', (flow, device) => {
     });
   }
 
-  flow('is given up with Cancel', [], (person) => slowly(person, device(), MIB, async (page) => {
+  flow('is given up with Cancel', [], (person) => slowly(person, device(), MIB, async (page, way) => {
     await choose(page, CHOOSE, firmware('1.1.0', 8 * MIB));
     await page.getByRole('button', { name: 'Upgrade to 1.1.0' }).click();
     await until('a part is sent', () => bar(page).locator('progress').evaluate((progress) => progress.value > 0.1));
+    way.setRate(CRAWL);
     await bar(page).getByRole('button', { name: 'Cancel' }).click();
     await bar(page).getByText('Cancelled. The device keeps version 1.0.0.').waitFor();
   }));

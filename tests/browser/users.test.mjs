@@ -1,7 +1,7 @@
 /* The users page: who may log in, with which role, and what happens to a login when that changes. */
 import assert from 'node:assert/strict';
 import { checkAxe } from './support/axe.mjs';
-import { openTab, shot } from './support/browser.mjs';
+import { openTab, shot, until } from './support/browser.mjs';
 import { card, CONNECTION_LOST, fillLogin, heading, isConnected, logIn, makeUser, meet, onDevice, PASSWORD, refusedWith, SCHEMES } from './support/console.mjs';
 
 const ENDED = [refusedWith(401), CONNECTION_LOST];
@@ -92,8 +92,7 @@ onDevice('users', 'http', (flow, device) => {
     await checkAxe(page);
     await answer(page, 'Cancel');
     await page.getByRole('dialog').waitFor({ state: 'detached' });
-    await row(page, 'kim').waitFor();
-    assert.equal(await role(page, 'kim').inputValue(), '3');
+    await until('the role of before', async () => (await role(page, 'kim').inputValue()) === '3');
     await role(page, 'kim').selectOption('Operator');
     await answer(page, 'Change role');
     await page.getByText('kim: Operator now.').waitFor();
