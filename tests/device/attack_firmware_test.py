@@ -158,8 +158,9 @@ def check_newcomer(device):
 
 
 def check_downgrade(device):
-    assert send(device, firmware("2.0.0")).status == 200
-    assert send(device, firmware("2.1.0")).status == 500, "a second one before the restart"
+    first, second = firmware("2.0.0"), firmware("2.1.0")  # to make one may take longer than the restart
+    assert send(device, first).status == 200
+    assert send(device, second).status == 500, "a second one before the restart"
     await_reboot(device)
     assert version(device) == "2.0.0"
     assert firmware_of(device) == {"version": "2.0.0", "before": "1.0.0", "slot": 1, "trial": False}
