@@ -1,7 +1,7 @@
 #!/usr/bin/python3
 """What the documents name exists: links, anchors, files, commands, options, and every slot has its row.
 
-usage: check_docs.py SOURCES CHECK, with CHECK one of links, names, slots, sizes, quotes, exports, contracts, comments, licence, log_lines
+usage: check_docs.py SOURCES CHECK, with CHECK one of links, names, slots, sizes, quotes, exports, contracts, comments, licence, log_lines, manuals
 """
 import pathlib
 import re
@@ -148,7 +148,25 @@ def log_lines():
     yield from (f"log.md: no source logs {text!r}" for text in sorted(described - logged))
 
 
-CHECKS = {check.__name__: check for check in (links, names, slots, sizes, quotes, exports, contracts, comments, licence, log_lines)}
+def manuals():
+    """The simulated device's options stand in its manual and its page; the manuals name the version."""
+    common = re.findall(r'"--([a-z][a-z-]+)"', (ROOT / "kit/runner/settings.cpp").read_text())
+    own = re.findall(r'^    {"([a-z-]+)", "', (ROOT / "examples/simulator/main.cpp").read_text(), re.M)
+    assert len(common) > 6 and len(own) > 3
+    manual = (ROOT / "packaging/sdkapi-simulator.8").read_text().replace("\\-", "-")
+    rows = set(re.findall(r"^\| `--([a-z-]+)", (ROOT / "docs/simulator.md").read_text(), re.M))
+    for option in {*common, *own} - {"version"}:
+        if not re.search(rf"^\.BI? --{option}\b(?!-)", manual, re.M):
+            yield f"sdkapi-simulator.8: no option --{option}"
+        if option not in rows:
+            yield f"simulator.md: no option --{option}"
+    version = re.search(r"VERSION (\d+\.\d+)", (ROOT / "CMakeLists.txt").read_text().partition("project(")[2]).group(1)
+    for page in ROOT.glob("packaging/**/*.[18]"):
+        if f'"sdkapi {version}"' not in page.read_text():
+            yield f"{page.name}: another version than {version}"
+
+
+CHECKS = {check.__name__: check for check in (links, names, slots, sizes, quotes, exports, contracts, comments, licence, log_lines, manuals)}
 
 
 def main():
