@@ -30,8 +30,8 @@ typedef struct CustomReqInfo {
 
 /** Serves one request of a get/post route, reply included (see @ref SendReponseInfo). From a stop on every
  * write fails: @ref SendHttpDownLoadFile gives -1. @ref SendHttpBuff gives 0 all the same: look at a flag of
- * your own. **A function that sends nothing and returns anything but -2 keeps its client and a worker waiting
- * for 60 seconds.** Answer always, or let @ref SdkAPIExt_SilentFailure_Set answer for functions that failed.
+ * your own. **A function that sends nothing and returns anything but -2 keeps its client waiting for 60
+ * seconds.** Answer always, or let @ref SdkAPIExt_SilentFailure_Set answer for functions that failed.
  * @param conn the connection to answer on.
  * @param req  the request.
  * @return -2 when the caller is not authorised (nothing is sent, the connection ends); else: it is done. */

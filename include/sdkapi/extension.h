@@ -33,9 +33,9 @@ enum {
 };
 
 /** Chooses the answer to a get/post request whose host function sent nothing and returned neither 0 nor -2.
- * Without it **nothing is sent, and the client and a worker wait 60 seconds for each other**. With it the
- * request is answered with the fixed head, this status and an empty body, and the connection ends. Whatever
- * the function sent, by whichever sender, counts as an answer.
+ * Without it **nothing is sent, and the client waits for 60 seconds**. With it the request is answered with
+ * the fixed head, this status and an empty body, and the connection ends. Whatever the function sent, by
+ * whichever sender, counts as an answer.
  * @param status 200, 400, 401, 403, 404, 405, 406, 500 or 503; 0 takes the setting back.
  * @return 0; -1 for any other status, or where the web server is one that cannot tell what was sent. */
 SDKAPI_EXPORT int SdkAPIExt_SilentFailure_Set(int status);

@@ -3,6 +3,8 @@
 
 #include <civetweb.h>
 
+#include <atomic>
+#include <deque>
 #include <functional>
 
 #include "server_test_base.h"
@@ -139,6 +141,28 @@ TEST_P(SilentFailureTest, NothingIsSentWhereItWasTakenBack) {
   serve = [](mg_connection*, CustomReqInfo*) { return -1; };
   ASSERT_EQ(SdkAPIExt_SilentFailure_Set(0), 0);
   ExpectSilence();
+}
+
+TEST_P(SilentFailureTest, WithoutItClientsWaitAndNoWorkerDoes) {
+  std::atomic<int> served{0};
+  serve = [&served](mg_connection*, CustomReqInfo*) {
+    ++served;
+    return -1;
+  };
+  ASSERT_EQ(SdkAPIExt_SilentFailure_Set(0), 0);
+  std::deque<Connection> clients;
+  for (int i = 0; i < 5; ++i) {
+    Connection& client = clients.emplace_back(Server::Get().port(mode().https), mode().https);
+    ASSERT_TRUE(client.Send(HttpRequest{"GET", "/own/api", {Authorization()}, ""}.Bytes()));
+  }
+  SdkAPIExtStatistics now{};
+  now.size = sizeof now;
+  EXPECT_TRUE(Eventually([&] { return served == 5; }));
+  EXPECT_TRUE(Eventually([&now] {
+    return SdkAPIExt_Statistics_Get(&now) == 0 && now.idleConnections == 5 && now.busyWorkers == 0;
+  })) << now.idleConnections
+      << " wait, " << now.busyWorkers << " workers are busy";
+  for (Connection& client : clients) EXPECT_TRUE(client.StaysOpen(std::chrono::milliseconds(0)));
 }
 
 TEST_P(SilentFailureTest, AnUnknownStatusIsRefused) {
