@@ -45,7 +45,9 @@ for (const scheme of SCHEMES) {
       await page.getByLabel('Result').selectOption('Everything');
       await page.getByLabel('Search').fill('OFFLINE');
       await until('what was looked for', async () => (await newest(page, 2)).map(([, , what]) => what).join() === 'Take TX04 offline');
-      await page.getByText(/^1 of \d+ entries, newest first\. They begin at /).waitFor();
+      const count = page.getByText(/^1 of \d+ entries, newest first\. They begin at /);
+      await count.waitFor();
+      assert.equal(await count.getAttribute('aria-live'), 'polite');
     });
   });
 }
@@ -62,6 +64,7 @@ onDevice('the log page', 'http', (flow) => {
     await change(person, 'TX02', { online: true });
     await change(person, 'TX03', { online: true });
     await page.getByRole('button', { name: '2 new entries' }).waitFor();
+    assert.equal(await page.locator('p[role=status]').getAttribute('aria-live'), 'off', 'what comes by itself is not read out');
     assert.deepEqual([await count(), await region.evaluate((element) => element.scrollTop)], before);
     await checkAxe(page);
     await page.getByRole('button', { name: '2 new entries' }).click();

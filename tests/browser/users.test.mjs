@@ -139,4 +139,21 @@ onDevice('users', 'http', (flow, device) => {
     assert.deepEqual(roles, [...roles].sort());
     await checkAxe(page);
   });
+
+  flow('the list follows what others do, and keeps the place of the keyboard', [], async (person) => {
+    const page = await enter(person);
+    const mine = act(page, 'Password', 'admin');
+    await mine.focus();
+    await makeUser(person, { name: 'pat', role: 'viewer' });
+    await row(page, 'pat').waitFor();
+    assert.ok(await mine.evaluate((button) => button === document.activeElement));
+    await role(page, 'pat').focus();
+    await role(page, 'pat').selectOption('Operator');
+    await page.getByRole('dialog', { name: 'Make pat an operator?' }).waitFor();
+    await makeUser(person, { name: 'quin', role: 'viewer' });
+    await answer(page, 'Cancel');
+    await row(page, 'quin').waitFor();
+    assert.equal(await role(page, 'pat').inputValue(), '3');
+    await until('the focus is back', () => role(page, 'pat').evaluate((select) => select === document.activeElement));
+  });
 });

@@ -106,6 +106,7 @@ class ActTable {
       return this.take(await this.ask(0));
     }
     const isFirst = this.begins === 0;
+    this.count.ariaLive = 'off'; // what comes by itself is not read out
     this.acts = [...this.acts, ...acts].slice(-MOST_ACTS);
     Object.assign(this, { begins, newest });
     this.fillUsers();
@@ -147,6 +148,7 @@ class ActTable {
   show() {
     const found = this.acts.filter((act) => this.fits(act)).reverse();
     this.waiting = 0;
+    this.count.ariaLive = 'polite';
     fill(this.body, found.slice(0, this.most).map(row));
     this.more.hidden = found.length <= this.most;
     this.tell(found.length);

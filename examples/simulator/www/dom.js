@@ -35,6 +35,14 @@ export function fill(element, ...children) {
   return element;
 }
 
+/** The same, and the focus stays on the control with the same id; when that is gone, it goes to the page. */
+export function refill(element, ...children) {
+  const { id } = document.activeElement;
+  const hadFocus = element.contains(document.activeElement);
+  fill(element, ...children);
+  if (hadFocus) (document.getElementById(id) ?? document.getElementById('main')).focus({ preventScroll: true });
+}
+
 let idNumber = 0;
 export const newId = () => `c${++idNumber}`;
 
@@ -50,11 +58,21 @@ export function field(label, control, hint) {
 export const tableHead = (...names) =>
   h('thead', h('tr', names.map((name) => h('th', { scope: 'col' }, name || h('span.unseen', common.actions)))));
 
+const ROLES = { TABLE: 'table', THEAD: 'rowgroup', TBODY: 'rowgroup', TR: 'row', TD: 'cell' };
+
+/** Says the roles of a table's parts, which the layout of a phone takes from them. */
+export function nameParts(table) {
+  for (const part of [table, ...table.querySelectorAll('*')]) {
+    const role = part.tagName === 'TH' ? `${part.scope === 'row' ? 'row' : 'column'}header` : ROLES[part.tagName];
+    if (role) part.setAttribute('role', role);
+  }
+}
+
 const CONTROLS = 'button, input, select, textarea';
 
 /**
  * Disables a control, or all controls of a part of the page, and says why; without a reason everything stays as it is. Buttons stay in
- * the order of the keyboard, so that the reason is found.
+ * the order of the keyboard, so that the reason is found; who presses one is told.
  */
 export function deny(element, reason) {
   if (!reason) return element;
@@ -68,7 +86,7 @@ function denyControl(control, reason) {
   control.title = reason;
   if (control.tagName !== 'BUTTON') return void (control.disabled = true);
   control.setAttribute('aria-disabled', 'true');
-  control.addEventListener('click', (event) => (event.preventDefault(), event.stopImmediatePropagation()), { capture: true });
+  control.addEventListener('click', (event) => (event.preventDefault(), event.stopImmediatePropagation(), notice(reason, 'warn')), { capture: true });
 }
 
 export const button = (text, onclick, kind = '') =>

@@ -1,5 +1,5 @@
 /* Who is logged in, from where and since when; a login can be ended. */
-import { badge, button, card, confirmDialog, fill, h, notice, tableHead } from '../dom.js';
+import { badge, button, card, confirmDialog, h, nameParts, notice, refill, tableHead } from '../dom.js';
 import { formatAge, formatNumber } from '../format.js';
 import { common, sessions as texts } from '../texts.js';
 
@@ -8,21 +8,24 @@ const TICK_MS = 10000;
 
 export function render(ctx) {
   const body = h('tbody');
+  const table = h('table.logins.stacked', tableHead(...texts.columns), body);
   let known = [];
   let asked = 0;
 
   function show() {
     const passed = (performance.now() - asked) / 1000;
-    fill(body, known.map((session) => row(session, passed, () => end(session))));
+    refill(body, known.map((session) => row(session, passed, () => end(session))));
+    nameParts(table);
   }
 
   async function load() {
+    if (ctx.signal.aborted) return;
     try {
       const { sessions } = await ctx.api.getJson('/sim/sessions');
       [known, asked] = [sessions, performance.now()];
       if (!ctx.signal.aborted) show();
     } catch (error) {
-      if (!ctx.check(error)) fill(body, h('tr', h('td', { colspan: '6' }, error.message)));
+      if (!ctx.check(error)) refill(body, h('tr', h('td', { colspan: '7' }, error.message)));
     }
   }
 
@@ -36,16 +39,16 @@ export function render(ctx) {
   const timer = setInterval(show, TICK_MS);
   ctx.signal.addEventListener('abort', () => clearInterval(timer));
   load();
-  return card('', h('div.row.between', h('p.dim', ctx.me.mayAdminister ? texts.all : texts.own), button(texts.refresh, load)),
-    h('div.scroll', h('table', tableHead(...texts.columns), body)));
+  return card('', h('div.row.between', h('p.dim', ctx.me.mayAdminister ? texts.all : texts.own), button(texts.refresh, load)), h('div.scroll', table));
 }
 
 function row(session, passed, end) {
-  const { name, role, address, age, idle, webSockets, own } = session;
+  const { id, name, role, address, age, idle, webSockets, own } = session;
   const last = own ? badge(texts.this, 'good') : button(texts.end, end, 'small');
   if (!own) last.setAttribute('aria-label', texts.endOf(name, address));
-  return h('tr', h('th', { scope: 'row' }, name), h('td', common.roles[role] ?? String(role)), h('td', address), h('td', formatAge(age + passed)), h('td', formatAge(idle + passed)),
-    h('td', formatNumber(webSockets)), h('td', last));
+  if (!own) last.id = `end-${id}`;
+  const cells = [common.roles[role] ?? String(role), address, formatAge(age + passed), formatAge(idle + passed), formatNumber(webSockets), last];
+  return h('tr', h('th', { scope: 'row' }, name), cells.map((cell, index) => h('td', { 'data-label': texts.columns[index + 1] }, cell)));
 }
 
 /** Logins come and go with their consoles; asking by the clock would keep the own login alive for ever. */

@@ -1,5 +1,5 @@
 /* The users of the device: their roles, first passwords, and new ones. */
-import { badge, button, card, confirmDialog, deny, field, fill, form, h, newId, notice, passwordHint, requireDone, requireStrong } from '../dom.js';
+import { badge, button, card, confirmDialog, deny, field, fill, form, h, nameParts, newId, notice, passwordHint, refill, requireDone, requireStrong } from '../dom.js';
 import { common, users as texts } from '../texts.js';
 
 export const page = { title: texts.title, intro: texts.intro, needs: 'administer', routes: ['/sim/users'] };
@@ -16,6 +16,7 @@ const roleSelect = (chosen) => {
 
 export function render(ctx) {
   const list = new UserList(ctx);
+  ctx.on('event', ({ type }) => type === 'audit' && list.follow());
   list.load();
   return h('div.columns', card(texts.all, list.element), card(texts.fresh, newUser(ctx, () => list.load())));
 }
@@ -32,6 +33,9 @@ async function change(ctx, path, body) {
 
 class UserList {
   users = [];
+  shown = '';
+  last = Promise.resolve();
+  isBehind = false;
   order = { by: 'name', up: true };
 
   constructor(ctx) {
@@ -39,25 +43,41 @@ class UserList {
     this.head = h('tr');
     this.body = h('tbody');
     this.alone = h('p.dim', { hidden: true }, texts.alone);
-    this.element = h('div.stack', h('div.scroll', h('table.people', h('thead', this.head), this.body)), this.alone);
+    this.element = h('div.stack', h('div.scroll', (this.table = h('table.people.stacked', h('thead', this.head), this.body))), this.alone);
   }
 
-  async load() {
+  /** Somebody did something, with a user maybe. A question that is open is not disturbed. */
+  follow() {
+    if (this.isBehind) return;
+    this.isBehind = true;
+    this.load(() => JSON.stringify(this.users) !== this.shown && !document.querySelector('dialog[open]'));
+  }
+
+  /** One after the other, so that the last answer is the newest. */
+  load(isNews = () => true) {
+    this.last = this.last.then(() => !this.ctx.signal.aborted && this.ask(isNews));
+    return this.last;
+  }
+
+  async ask(isNews) {
+    this.isBehind = false;
     try {
       const { users } = await this.ctx.api.getJson('/sim/users');
       this.users = users;
-      if (!this.ctx.signal.aborted) this.show();
+      if (!this.ctx.signal.aborted && isNews()) this.show();
     } catch (error) {
       if (!this.ctx.check(error)) fill(this.body, h('tr', h('td', { colspan: '3' }, error.message)));
     }
   }
 
   show() {
+    this.shown = JSON.stringify(this.users);
     const { by, up } = this.order;
     const compare = (one, other) => (by === 'role' ? one.role - other.role : 0) || one.name.localeCompare(other.name);
     fill(this.head, this.column('name', texts.name), this.column('role', texts.role), h('th', { scope: 'col' }, h('span.unseen', common.actions)));
-    fill(this.body, [...this.users].sort((one, other) => (up ? compare(one, other) : compare(other, one))).map((user) => this.row(user)));
+    refill(this.body, [...this.users].sort((one, other) => (up ? compare(one, other) : compare(other, one))).map((user) => this.row(user)));
     this.alone.hidden = this.users.length > 1;
+    nameParts(this.table);
   }
 
   column(by, title) {
@@ -76,10 +96,12 @@ class UserList {
     const reason = isLast ? texts.last : '';
     const isSelf = name === this.ctx.me.name;
     const roles = roleSelect(role);
+    roles.id = `role-${name}`;
     roles.setAttribute('aria-label', texts.roleOf(name));
     roles.addEventListener('change', () => this.changeRole(name, role, roles));
     const act = (words, action) => {
       const control = button(words, action, 'small');
+      control.id = `${words}-${name}`;
       control.setAttribute('aria-label', texts.actionOf(words, name));
       return control;
     };
