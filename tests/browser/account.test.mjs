@@ -159,6 +159,44 @@ for (const scheme of SCHEMES) {
       await page.getByRole('row', { name: /admin/ }).waitFor();
     });
 
+    flow('a question ends with its page, and with its login', [refusedWith(401)], async (person) => {
+      const page = await logIn(person, { path: '/#/users' });
+      await makeUser(person, { name: 'una', role: 'viewer' });
+      const open = async () => {
+        await page.getByRole('button', { name: 'Delete: una' }).click();
+        await page.getByRole('dialog', { name: 'Delete una?' }).waitFor();
+      };
+      await open();
+      await page.evaluate(() => (location.hash = '#/log'));
+      await heading(page, 'Log').waitFor();
+      await page.getByRole('dialog').waitFor({ state: 'detached' });
+      await goTo(page, 'Users');
+      await open();
+      const other = await meet(device());
+      await logIn(other);
+      const headers = { Authorization: `Bearer ${other.token}` };
+      const { sessions } = await other.context.request.get('/sim/sessions', { headers }).then((answer) => answer.json());
+      for (const { id, own, name } of sessions) if (!own && name === 'admin') await ask(other, '/sim/sessions', { end: id });
+      await heading(page, 'Log in').waitFor();
+      await page.getByRole('dialog').waitFor({ state: 'detached' });
+      await fillLogin(page, 'admin', PASSWORD);
+      await page.getByRole('button', { name: 'Delete: una' }).waitFor();
+      await other.context.close();
+    });
+
+    flow('the list of sessions keeps the place of the keyboard', [], async (person) => {
+      const page = await logIn(person, { path: '/#/sessions' });
+      await makeUser(person, { name: 'ina', role: 'viewer' });
+      await page.getByRole('button', { name: 'Refresh' }).click();
+      const end = page.getByRole('button', { name: 'End the login of ina from 127.0.0.1' });
+      await end.focus();
+      const other = await meet(device());
+      await logIn(other);
+      await until('the new login', async () => (await page.getByRole('row', { name: /^admin/ }).count()) === 2);
+      assert.ok(await end.evaluate((button) => button === document.activeElement));
+      await other.context.close();
+    });
+
     flow('logging out in one tab logs out the other', [], async (person) => {
       const first = await logIn(person);
       const second = await openTab(person, '/#/units');

@@ -2,7 +2,7 @@
 import assert from 'node:assert/strict';
 import { checkAxe } from './support/axe.mjs';
 import { pixels, shot, until } from './support/browser.mjs';
-import { goTo, heading, logIn, makeUser, meet, onDevice, SCHEMES } from './support/console.mjs';
+import { chooseAccount, fillLogin, goTo, heading, logIn, makeUser, meet, onDevice, PASSWORD, SCHEMES } from './support/console.mjs';
 import { ask, enter, inputs, point, statusText, unitOf } from './support/routing.mjs';
 
 const PHONE = { viewport: { width: 390, height: 844 } };
@@ -113,6 +113,34 @@ onDevice('the matrix', 'http', (flow, device) => {
     assert.equal(await press('Escape'), 'RX02 from TX01');
     await statusText(page, 'The pending changes are dropped.').waitFor();
     assert.equal((await inputs(person)).RX02, 'TX02');
+  });
+
+  flow('pending changes outlive a visit to another page, and a menu that is closed', [], async (person) => {
+    const page = await enter(person);
+    await page.getByLabel('Collect changes, then take').check();
+    await point(page, 'RX01 from TX03').click();
+    await point(page, 'RX04 from TX01').click();
+    await page.getByRole('button', { name: 'Account' }).click();
+    await page.getByText('Role: administrator').waitFor();
+    await page.keyboard.press('Escape');
+    await page.getByText('Role: administrator').waitFor({ state: 'hidden' });
+    await page.getByLabel('Name', { exact: true }).press('Escape');
+    await statusText(page, '2 changes pending').waitFor();
+    await goTo(page, 'Units');
+    await unitOf(person, 'RX04', { locked: true });
+    await goTo(page, 'Matrix');
+    await point(page, 'RX01 from TX03, pending').waitFor();
+    await statusText(page, '1 change pending').waitFor();
+    await page.getByRole('button', { name: 'Take', exact: true }).click();
+    await point(page, 'RX01 from TX03, routed').waitFor();
+    await unitOf(person, 'RX04', { locked: false });
+
+    await point(page, 'RX02 from TX04').click();
+    await statusText(page, '1 change pending').waitFor();
+    await chooseAccount(page, 'Log out');
+    await fillLogin(page, 'admin', PASSWORD);
+    await point(page, 'RX02 from TX02, routed').waitFor();
+    assert.equal(await page.locator('[data-state=pending]:not(.key)').count(), 0, 'another login has none');
   });
 
   flow('a locked output refuses, and says why', [], async (person) => {

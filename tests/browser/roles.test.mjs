@@ -34,6 +34,7 @@ for (const scheme of SCHEMES) {
       const { user, page } = await enterAs(person, device, 'viewer');
       await goTo(page, 'Units');
       await isRefused(page.getByLabel('RX01 online'), VIEWER);
+      assert.equal(await page.locator('main > .denied').textContent(), VIEWER);
       await goTo(page, 'Pictures');
       await drop(page, 'Upload logo').getByText(VIEWER).waitFor();
       await isRefused(drop(page, 'Upload logo').locator('input'), VIEWER);
@@ -46,6 +47,7 @@ for (const scheme of SCHEMES) {
       await isRefused(page.getByRole('button', { name: 'Restart device' }), VIEWER);
       await page.getByRole('button', { name: 'Restart device' }).click({ force: true });
       assert.equal(await page.getByRole('dialog').count(), 0);
+      assert.equal(await page.locator('#notices').textContent(), VIEWER);
       await isRefused(page.getByRole('button', { name: 'Restore factory state' }), ADMINISTRATORS('viewer'));
       await checkAxe(page);
       await goTo(page, 'Custom routes');

@@ -1,4 +1,5 @@
 /* The units: their pictures, names and states, and the way to the matrix and back. */
+import assert from 'node:assert/strict';
 import { checkAxe } from './support/axe.mjs';
 import { pictureBytes, pixels, shot, until } from './support/browser.mjs';
 import { goTo, heading, logIn, onDevice } from './support/console.mjs';
@@ -38,7 +39,10 @@ onDevice('the units', 'http', (flow) => {
     await heading(page, 'Units').waitFor();
     await tile('TX03').getByLabel('Name').fill('bad name!');
     await tile('TX03').getByRole('button', { name: 'Rename' }).click();
-    await until('a reason', async () => (await tile('TX03').locator('.status').textContent()) !== '');
+    await tile('TX03').getByText('A name has 1 to 31 letters, digits, dots, dashes or underscores.').waitFor();
+    await tile('TX03').getByLabel('Name').fill('TX04');
+    await tile('TX03').getByRole('button', { name: 'Rename' }).click();
+    await tile('TX03').getByText('This name is taken already.').waitFor();
     await tile('TX03').getByLabel('Name').fill('Stage.Left');
     await tile('TX03').getByRole('button', { name: 'Rename' }).click();
     await tile('Stage.Left').getByText('On 1 output').waitFor();
@@ -58,5 +62,29 @@ onDevice('the units', 'http', (flow) => {
     await point(page, 'RX02 from Stage.Left, routed').waitFor();
     await unitOf(person, 'Stage.Left', { name: 'TX03' });
     await point(page, 'RX02 from TX03, routed').waitFor();
+  });
+
+  flow('a name that somebody writes is kept, and a long one stays in its tile', [], async (person) => {
+    const page = await enter(person);
+    await goTo(page, 'Units');
+    const tile = page.locator('.unit[data-unit=RX01]');
+    await tile.getByText('Details').click();
+    const name = tile.getByLabel('Name');
+    await name.fill('W'.repeat(31));
+    await tile.getByRole('button', { name: 'Rename' }).focus();
+    await unitOf(person, 'RX01', { input: 'TX03' });
+    await tile.getByText('Shows TX03').waitFor();
+    assert.equal(await name.inputValue(), 'W'.repeat(31));
+    await unitOf(person, 'RX02', { name: 'RX09' });
+    const other = page.locator('.unit[data-unit=RX09]');
+    await other.waitFor();
+    assert.equal(await other.getByLabel('Name').inputValue(), 'RX09', 'what nobody has touched follows');
+    await tile.getByRole('button', { name: 'Rename' }).click();
+    const renamed = page.locator(`.unit[data-unit=${'W'.repeat(31)}]`);
+    await renamed.waitFor();
+    const width = (one) => one.evaluate((element) => [element.clientWidth, element.scrollWidth]);
+    assert.deepEqual(await width(renamed), await width(other));
+    await unitOf(person, 'W'.repeat(31), { name: 'RX01' });
+    await unitOf(person, 'RX09', { name: 'RX02' });
   });
 });

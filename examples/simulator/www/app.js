@@ -8,7 +8,7 @@ import { whoAmI } from './me.js';
 import { restartCurtain } from './restart.js';
 import { Connection } from './sdkapi/index.js';
 import { frame, showLink, showLogo, showModel, showPage } from './shell.js';
-import { login, shell } from './texts.js';
+import { common, login, shell } from './texts.js';
 import { useTheme } from './theme.js';
 import { Upgrades } from './upgrade.js';
 
@@ -54,15 +54,21 @@ function note(before, message) {
   if (message.type === 'upgrade' && message.phase === 'done') notice(line.text, 'good');
 }
 
+function refuseInWords(error) {
+  throw Object.assign(error, { message: common.refusals[error.message] ?? error.message });
+}
+
 /** What every page gets: the device, the state, the user, and the ways to listen, to command and to report an ended session. */
 function makeContext() {
   leave.abort();
   leave = new AbortController();
+  // A question belongs to the page that asked it, and to the login.
+  for (const dialog of document.querySelectorAll('dialog:not(.curtain)')) dialog.close();
   const { signal } = leave;
   return {
     api: connection.device, connection, store, signal, me, host, upgrades,
     on: (type, listener) => bus.addEventListener(type, ({ detail }) => listener(detail), { signal }),
-    command: (command) => connection.command(command),
+    command: (command) => connection.command(command).catch(refuseInWords),
     check: (error) => connection.check(error),
   };
 }
@@ -77,7 +83,7 @@ function show() {
 
 function showGate(name, page) {
   shown = name;
-  me = null;
+  me = store.pending = null;
   document.title = login.title;
   fill(root, page(makeContext()));
   (root.querySelector('[data-first]') ?? root.querySelector('input')).focus();

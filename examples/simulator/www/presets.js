@@ -2,7 +2,7 @@
 import { badge, button, card, confirmDialog, deny, field, fill, form, h } from './dom.js';
 import { whyNot } from './me.js';
 import { differences } from './routing.js';
-import { presets as texts } from './texts.js';
+import { common, presets as texts } from './texts.js';
 
 const NAME = /^[A-Za-z0-9._-]{1,31}$/;
 
@@ -40,7 +40,7 @@ export function presetList(ctx, routing, say) {
 const recalled = ({ name, locked = [] }) => (locked.length ? texts.leftLocked(name, locked.join(', ')) : texts.recalled(name));
 
 function checkName(name) {
-  if (!NAME.test(name)) throw new Error(texts.badName);
+  if (!NAME.test(name)) throw new Error(common.refusals['bad name']);
 }
 
 function storeForm(ctx, isTaken) {

@@ -27,7 +27,6 @@ export class Routing {
   #changed;
   #say;
   units = [];
-  pending = new Map();
   /** What a preset that somebody points at would route. */
   hint = new Map();
 
@@ -36,6 +35,9 @@ export class Routing {
     this.#changed = changed;
     this.#say = say;
     this.taking = localStorage.getItem('matrix.take') === 'yes';
+    /** What waits to be taken; it outlives a visit to another page. */
+    this.pending = ctx.store.pending ??= new Map();
+    if (!this.taking) this.pending.clear();
   }
 
   get receivers() {

@@ -18,6 +18,13 @@ export const common = {
   typeToConfirm: (word) => `Type ${word} to confirm`,
   differ: 'The two new passwords differ.',
   weakPassword: 'Use at least eight characters, among them a lower-case letter, a capital, a digit and a special character.',
+  /** What the device says to a command that it does not carry out. */
+  refusals: {
+    'bad name': 'A name has 1 to 31 letters, digits, dots, dashes or underscores.',
+    'name is taken': 'This name is taken already.',
+    'no such unit': 'This unit is gone.',
+    'the receiver is locked': 'This output is locked.',
+  },
   roles: { 1: 'Administrator', 2: 'Operator', 3: 'Viewer' },
   nobodyWrites: (role) => `Your role, ${role}, may look at this but not change it.`,
   nobodyAdministers: (role) => `Only administrators may do this. Your role is ${role}.`,
@@ -123,7 +130,6 @@ export const presets = {
   name: 'Name',
   store: 'Store',
   hint: 'Stores what the outputs show now.',
-  badName: 'A name has 1 to 31 letters, digits, dots, dashes or underscores.',
   stored: (name) => `${name} is stored.`,
   replaceTitle: (name) => `Replace ${name}?`,
   replaceText: (name) => `There is a preset ${name}. It will hold what the outputs show now.`,

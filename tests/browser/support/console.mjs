@@ -21,9 +21,10 @@ export const heading = (page, name) => page.getByRole('heading', { level: 1, nam
 export const card = (page, title) => page.locator('.card', { has: page.getByRole('heading', { name: title, exact: true }) });
 
 export async function fillLogin(page, user, password) {
-  await page.getByLabel('User name').fill(user);
-  await page.getByLabel('Password').fill(password);
-  await page.getByRole('button', { name: 'Log in' }).click();
+  const gate = page.locator('.gate'); // a page that is about to go may have such fields, too
+  await gate.getByLabel('User name').fill(user);
+  await gate.getByLabel('Password').fill(password);
+  await gate.getByRole('button', { name: 'Log in' }).click();
 }
 
 /** A new tab with a login; resolves when the console stands and its events come. */

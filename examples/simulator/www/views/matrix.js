@@ -41,11 +41,14 @@ export function render(ctx) {
   ctx.on('device', take);
   take(ctx.store.device);
   NARROW.addEventListener('change', arrange, { signal: ctx.signal });
-  document.addEventListener('keydown', (event) => event.key === 'Escape' && !document.querySelector('dialog[open]') && routing.drop(), { signal: ctx.signal });
+  document.addEventListener('keydown', (event) => isPlainEscape(event) && routing.drop(), { signal: ctx.signal });
   arrange();
   return h('div.stack.matrix', refused && h('p.denied', refused), !refused && bar.element, none, place, h('div.row.between', legend(), line),
     presets.element, h('p', h('a', { href: '#/units' }, texts.toUnits)));
 }
+
+/** Whether it closes nothing else and leaves no input. */
+const isPlainEscape = ({ key, target }) => key === 'Escape' && !document.querySelector('dialog[open], :popover-open') && !target.closest('form, select');
 
 /** Tells whether a value is another one than the last time. */
 function changes() {

@@ -32,7 +32,8 @@ export function render(ctx) {
   ctx.on('device', update);
   update(ctx.store.device);
   showWanted(ctx.store, tiles);
-  return [h('div.row.between', choice, h('a', { href: '#/matrix' }, texts.toMatrix)), grid];
+  const refused = whyNot(ctx.me, 'write');
+  return [refused && h('p.denied', refused), h('div.row.between', choice, h('a', { href: '#/matrix' }, texts.toMatrix)), grid];
 }
 
 /** Comes to the unit whose name was followed here. */
@@ -45,6 +46,7 @@ function showWanted(store, tiles) {
 function unitTile(ctx, first) {
   let unit = first;
   let shown = '';
+  let named = '';
   const refused = whyNot(ctx.me, 'write');
   const picture = pictureOf(ctx, unit, unit.name);
   const name = h('h2');
@@ -67,7 +69,8 @@ function unitTile(ctx, first) {
     online.checked = unit.online;
     online.setAttribute('aria-label', texts.onlineOf(unit.name));
     route.textContent = routeWords(unit, all);
-    if (document.activeElement !== newName) newName.value = unit.name;
+    if (newName.value === named) newName.value = unit.name; // else somebody has begun to write
+    named = unit.name;
     fill(facts, factsOf(unit).map(([term, value]) => h('div', h('dt', term), h('dd', value || '–'))));
     picture.update(unit);
   }
