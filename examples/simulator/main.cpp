@@ -66,7 +66,7 @@ const char* ConsoleFolder() {
 
 // Everything that the device itself needs before requests arrive.
 void StartParts(const SdkKitSettings& settings) {
-  mallopt(M_MMAP_THRESHOLD, kLargeBlock);  // a password's 8 MiB go back at once, no thread keeps them
+  mallopt(M_MMAP_THRESHOLD, kLargeBlock);  // a password's 12 MiB go back at once, no thread keeps them
   PrepareFolders();
   OpenDatabase(kDatabasePath);
   StartActs();

@@ -61,6 +61,10 @@ def names():
         for option in re.findall(r"(?:-D|`)(SDKAPI_[A-Z_]+)", text):
             if option not in options:
                 yield f"{page.name}: no option {option}"
+    for path in [ROOT / "CMakeLists.txt", *ROOT.glob("cmake/*.cmake")]:
+        for option in re.findall(r"^(?:option\(| *set\()(SDKAPI_[A-Z_]+) (?=.*(?:CACHE (?!INTERNAL)| O(?:N|FF)\)))", path.read_text(), re.M):
+            if f"`{option}`" not in (ROOT / "README.md").read_text():
+                yield f"README.md: no row for {option}"
 
 
 def slots():
