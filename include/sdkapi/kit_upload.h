@@ -90,7 +90,9 @@ typedef struct SdkKitUploadOptions {
   uint32_t rowSize;            /**< set by the caller: sizeof(SdkKitUploadRow). */
   const SdkKitUploadRow* rows; /**< the kinds of files. */
   uint32_t rowCount;           /**< their number. */
-  uint32_t mostAtOnce;         /**< uploads under way; 0 = 32. One more is refused. */
+  uint32_t mostAtOnce;         /**< uploads under way; 0 = 32. One more is refused. One user, or
+                                  one address where nobody has to log in, has a quarter of them, four if there
+                                  are so many. */
   const char* root;            /**< the folder of the files; made when missing. With the longest file name 254
                                   characters at most. */
   const char* temporary; /**< the folder of what is under way, on the same file system; NULL: ".incoming" in

@@ -126,6 +126,8 @@ void NoteRequester(const SdkAPIExtRequest& request, std::string_view user) {
   noted.port = request.port;
 }
 
+std::string RequesterOf(const SdkAPIExtRequest& request) { return UserOf(request).data(); }
+
 }  // namespace sdkkit
 
 void SdkKitAudit_Set(SdkKitAuditHook hook) { sdkkit::g_hook.store(hook); }

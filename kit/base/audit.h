@@ -1,6 +1,7 @@
 // Who did what, as a record beside its line in the log.
 #pragma once
 
+#include <string>
 #include <string_view>
 
 #include "sdkapi/extension.h"
@@ -24,5 +25,7 @@ void TellAct(const char* subject, const Act& act);
 
 // Notes who asks by the request that this thread serves: for acts whose own place knows no user.
 void NoteRequester(const SdkAPIExtRequest& request, std::string_view user);
+// Whom it noted for this request; empty for another one.
+std::string RequesterOf(const SdkAPIExtRequest& request);
 
 }  // namespace sdkkit

@@ -8,12 +8,14 @@
 #include <type_traits>
 #include <utility>
 
+#include "base/audit.h"
 #include "base/file.h"
 #include "base/guarded.h"
 #include "base/upload_end.h"
 #include "sdkapi/extension.h"
 #include "sdkapi/http.h"
 #include "sdkapi/kit_upload.h"
+#include "sdkapi/server.h"
 #include "upload/store.h"
 
 namespace sdkkit {
@@ -55,6 +57,14 @@ UploadStep StepOf(const Record& record, int family, int funcId) {
           .isFinal = record.endFlag != 0};
 }
 
+// A user, whatever the number of logins; where nobody has to log in, an address. Without the kit's accounts a
+// login stands for its user.
+std::string ClientOf(const SdkAPIExtRequest& asked, const char* token) {
+  if (SdkAPISer_AuthenticationSwitch_Get() == 1) return asked.address;
+  std::string user = RequesterOf(asked);
+  return user.empty() ? token : user;
+}
+
 template <class Record>
 UploadRequest RequestOf(const Record& record, const char* token) {
   SdkAPIExtRequest asked{};
@@ -69,6 +79,7 @@ UploadRequest RequestOf(const Record& record, const char* token) {
   request.url = asked.path;
   request.route = asked.route;
   request.address = asked.address;
+  request.client = ClientOf(asked, token);
   request.announced = asked.contentLength;
   return request;
 }

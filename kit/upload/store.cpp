@@ -1,6 +1,7 @@
 // The uploads that run now: one call after the other finds its upload here.
 #include "upload/store.h"
 
+#include <algorithm>
 #include <stdexcept>
 #include <string>
 #include <utility>
@@ -21,9 +22,13 @@ Act RefusalOf(const UploadRequest& request, const char* reason) {
           .address = request.address.c_str()};
 }
 constexpr uint32_t kMostAtOnce = 32;
+constexpr uint32_t kLeastOfAClient = 4;
 constexpr uint64_t kBudget = uint64_t{256} << 20;
 constexpr const char* kIncoming = "/.incoming";
 constexpr size_t kPathSize = 256;  // of a download's record, with the NUL
+
+// A quarter, so that clients who drip leave places for others.
+uint32_t PlacesOfAClient(uint32_t all) { return std::max(all / 4, std::min(all, kLeastOfAClient)); }
 
 void MakeOrThrow(const std::string& folder) {
   if (!MakeFolder(folder)) throw std::invalid_argument("the folder " + folder + " cannot be made");
@@ -61,7 +66,7 @@ void UploadStore::End(const void* record) {
   {
     const std::lock_guard lock(mutex_);
     const auto entry = uploads_.extract(record);
-    if (!entry.empty()) upload = entry.mapped();
+    if (!entry.empty()) upload = entry.mapped().upload;
   }
   if (upload) upload->Tell();
 }
@@ -71,13 +76,13 @@ void UploadStore::Fill(SdkKitUploadUsage& usage) {
   usage.arriving = place_->budget.Arriving();
   usage.budget = place_->budget.limit();
   const std::lock_guard lock(mutex_);
-  usage.underWay = static_cast<uint32_t>(uploads_.size());
+  usage.underWay = CountPlaces();
 }
 
 std::shared_ptr<Upload> UploadStore::Find(const void* record) {
   const std::lock_guard lock(mutex_);
   const auto entry = uploads_.find(record);
-  return entry == uploads_.end() ? nullptr : entry->second;
+  return entry == uploads_.end() ? nullptr : entry->second.upload;
 }
 
 int UploadStore::Begin(const UploadStep& step, const UploadRequest& request) {
@@ -88,21 +93,27 @@ int UploadStore::Begin(const UploadStep& step, const UploadRequest& request) {
                request.url.c_str());
     return -1;
   }
-  const auto upload = Add(step, request, *row);
-  return upload ? upload->Begin() : -1;
+  std::string fault;
+  const auto upload = Add(step, request, *row, fault);
+  return fault.empty() ? upload->Begin() : upload->Refuse(fault);
 }
 
+// One that is refused has no place, and is known until its end, which tells why.
 std::shared_ptr<Upload> UploadStore::Add(const UploadStep& step, const UploadRequest& request,
-                                         const SdkKitUploadRow& row) {
-  const std::lock_guard lock(mutex_);
-  if (uploads_.size() >= mostAtOnce_) {
-    kLog.Audit(RefusalOf(request, "too many at once"), "%s was refused an upload to %s: too many at once",
-               request.address.c_str(), request.url.c_str());
-    return nullptr;
-  }
+                                         const SdkKitUploadRow& row, std::string& fault) {
   auto upload = std::make_shared<Upload>(place_, row, request);
-  uploads_[step.record] = upload;
+  const std::lock_guard lock(mutex_);
+  if (CountPlaces(&request.client) >= PlacesOfAClient(mostAtOnce_)) fault = "too many at once by one client";
+  if (CountPlaces() >= mostAtOnce_) fault = "too many at once";
+  uploads_[step.record] = {upload, request.client, fault.empty()};
   return upload;
+}
+
+uint32_t UploadStore::CountPlaces(const std::string* client) const {
+  return static_cast<uint32_t>(std::ranges::count_if(uploads_, [&](const auto& entry) {
+    const Running& running = entry.second;
+    return running.hasPlace && (client == nullptr || running.client == *client);
+  }));
 }
 
 int UploadStore::RefuseForm() {

@@ -5,6 +5,7 @@
 #include <map>
 #include <memory>
 #include <mutex>
+#include <string>
 #include <string_view>
 
 #include "upload/rows.h"
@@ -47,17 +48,25 @@ class UploadStore {
   void Fill(SdkKitUploadUsage& usage);
 
  private:
+  struct Running {
+    std::shared_ptr<Upload> upload;
+    std::string client;
+    bool hasPlace = false;
+  };
+
   std::shared_ptr<Upload> Find(const void* record);
   int Begin(const UploadStep& step, const UploadRequest& request);
   std::shared_ptr<Upload> Add(const UploadStep& step, const UploadRequest& request,
-                              const SdkKitUploadRow& row);
+                              const SdkKitUploadRow& row, std::string& fault);
+  // Those of all clients without one; under the mutex.
+  uint32_t CountPlaces(const std::string* client = nullptr) const;
   static int RefuseForm();
 
   UploadRows rows_;
   std::shared_ptr<UploadPlace> place_;
   const uint32_t mostAtOnce_;
-  std::mutex mutex_;
-  std::map<const void*, std::shared_ptr<Upload>> uploads_;
+  std::mutex mutex_;  // guards the uploads
+  std::map<const void*, Running> uploads_;
 };
 
 }  // namespace sdkkit

@@ -39,6 +39,7 @@ struct UploadRequest {
   std::string route;
   std::string token;
   std::string address;
+  std::string client;    // whose share of the places it takes
   std::string fileName;  // as the client sent it
   std::optional<std::string> extra;
   int64_t announced = -1;  // bytes of the whole form; below 0: unknown

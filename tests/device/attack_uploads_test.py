@@ -14,6 +14,7 @@ from files import certificate, edid, picture
 MIB = 1 << 20
 BUDGET = 256 * MIB
 MOST_AT_ONCE = 32
+OF_A_USER = 8
 
 # Every upload of the device, with a content that is taken.
 ROUTES = {
@@ -53,9 +54,10 @@ def under_way(device):
     return sorted(folder_of(device, "tmp").iterdir())
 
 
-def open_upload(device, token, path="/upload/logo"):
+def open_upload(device, token, path="/upload/logo", source="127.0.0.1"):
     """An upload of which half has been sent; the rest of its bytes."""
-    client, raw = device.connect(), request("post", path, token, *form(SLOW, "slow.bmp"))
+    client = socket.create_connection(("127.0.0.1", device.port), 30, (source, 0))
+    raw = request("post", path, token, *form(SLOW, "slow.bmp"))
     half = raw.index(SLOW) + len(SLOW) // 2
     client.sendall(raw[:half])
     return client, raw[half:]
@@ -160,22 +162,50 @@ def dripping_upload_beside_good_ones(device):
     assert read_all(slow).status == 200
 
 
+def drip(device, token, count, address="127.0.0.1"):
+    """Uploads that have begun and wait, each with its place."""
+    before = len(under_way(device))
+    drips = [open_upload(device, token, source=address)[0] for _ in range(count)]
+    wait_until("the uploads do not begin", lambda: len(under_way(device)) == before + count)
+    return drips
+
+
 def places_taken_by_drips(device):
-    """Who may not upload takes no place; who may takes no more than there are, and gives them back."""
+    """Who may not upload takes no place, who may a quarter of them; when all are taken the next one is told so, and they come back."""
     viewer = log_in(device, "eve", 3)
+    users = [log_in(device, f"kim{number}", 2) for number in range(4)]
     drips = [open_upload(device, token)[0] for token in [viewer] * 20 + ["nobody's"] * 20]
     wait_until("refused", lambda: log_of(device).count("refused POST /upload/logo") >= 40)
     assert send(device, "/upload/logo", picture()).status == 200
+    own = drip(device, users[0], OF_A_USER)
+    for token in (users[0], device.log_in("kim0", PASSWORD)):
+        assert send(device, "/upload/logo", picture(), token=token).status == 500
+        told = json.loads(get(device, "/sim/refusals", token).content())["refusals"]
+        assert [entry["reason"] for entry in told] == ["too many at once by one client"], told
+    assert send(device, "/upload/logo", picture()).status == 200
+    for token in users[1:]:
+        own += drip(device, token, OF_A_USER)
+    assert len(under_way(device)) == MOST_AT_ONCE
     token = device.token()
-    own = [open_upload(device, token)[0] for _ in range(MOST_AT_ONCE)]
-    wait_until("the uploads do not begin", lambda: len(under_way(device)) == MOST_AT_ONCE)
-    assert send(device, "/upload/logo", picture()).status == 500
-    assert "too many at once" in log_of(device)
-    assert get(device, "/sim/units").status == 200
+    assert send(device, "/upload/logo", picture(), token=token).status == 500
+    told = json.loads(get(device, "/sim/refusals", token).content())["refusals"]
+    assert [entry["reason"] for entry in told] == ["too many at once"], told
     for client in drips + own:
         client.close()
     wait_until("the places are not given back", lambda: not under_way(device))
-    assert send(device, "/upload/logo", picture()).status == 200
+    assert send(device, "/upload/logo", picture(), token=token).status == 200
+
+
+def places_taken_without_a_login(device):
+    """Where nobody has to log in a token says nothing: an address has its share."""
+    own = drip(device, "", OF_A_USER)
+    for token in ("", "another"):
+        assert send(device, "/upload/logo", picture(), token=token).status == 500
+    others = drip(device, "", OF_A_USER, "127.0.0.2")
+    for client in own + others:
+        client.close()
+    wait_until("the places are not given back", lambda: not under_way(device))
+    assert send(device, "/upload/logo", picture(), token="").status == 200
 
 
 def more_than_the_budget(device):
@@ -209,6 +239,7 @@ def more_than_a_kind_may_have(device):
     assert stored(device) == before
 
 
-hold(dict.fromkeys((uploads_of_a_viewer, uploads_without_a_login, addresses_beside_the_routes, names_that_lead_elsewhere, forms_of_every_shape,
-                    uploads_that_break_off, dripping_upload_beside_good_ones, places_taken_by_drips, more_than_the_budget,
-                    more_than_a_kind_may_have), device_with()))
+hold({**dict.fromkeys((uploads_of_a_viewer, uploads_without_a_login, addresses_beside_the_routes, names_that_lead_elsewhere, forms_of_every_shape,
+                       uploads_that_break_off, dripping_upload_beside_good_ones, places_taken_by_drips, more_than_the_budget,
+                       more_than_a_kind_may_have), device_with()),
+      places_taken_without_a_login: device_with("--no-auth")})

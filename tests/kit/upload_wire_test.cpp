@@ -421,7 +421,7 @@ TEST_F(UploadWireTest, NoMoreAtOnceThanAllowed) {
   ASSERT_TRUE(Eventually([] { return Usage().underWay == 3; }));
   EXPECT_EQ(Upload("/upload/logo", "x"), 500);
   EXPECT_EQ(Take(&Told::lines),
-            Lines{"upload: 127.0.0.1 was refused an upload to /upload/logo: too many at once"});
+            Lines{"upload: 127.0.0.1 was refused \"a.bin\" (/upload/logo): too many at once"});
   for (auto& client : clients) client->Close();
   ExpectClean();
   EXPECT_EQ(Upload("/upload/logo", "x"), 200);
