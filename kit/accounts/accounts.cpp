@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "accounts/password.h"
+#include "accounts/requester.h"
 #include "base/guarded.h"
 #include "sdkapi/server.h"
 
@@ -22,6 +23,18 @@ constexpr auto kTick = std::chrono::seconds(1);
 std::string NameForLog(const std::string& name) { return IsName(name) ? name : "(no possible name)"; }
 
 }  // namespace
+
+// A change of the users by whoever asks, who has to be there still.
+class Accounts::UserChange {
+ public:
+  explicit UserChange(Accounts& accounts) : transaction_(*accounts.database_) {
+    RequireRequester(accounts.sessions_);
+  }
+  void Commit() { transaction_.Commit(); }
+
+ private:
+  Transaction transaction_;
+};
 
 Accounts::Accounts(std::unique_ptr<Database> database, Settings settings, Rights rights)
     : database_(std::move(database)),
@@ -185,7 +198,7 @@ SdkKitUserCode Accounts::Prepare(User& user, const ChangeUserRequest& request) {
 }
 
 SdkKitUserCode Accounts::Store(const User& before, const User& after, std::string_view token) {
-  Transaction transaction(*database_);
+  UserChange change(*this);
   const auto now = users_.Find(before.name);
   if (!now || now->hash != before.hash) return kKitUserWrongPassword;  // somebody was faster
   if (after.name != before.name) {
@@ -193,7 +206,7 @@ SdkKitUserCode Accounts::Store(const User& before, const User& after, std::strin
     if (users_.Find(after.name)) return kKitUserExists;
   }
   users_.Replace(before.name, after);
-  transaction.Commit();
+  change.Commit();
   sessions_.Continue(token, before.name, after);
   return kKitUserDone;
 }
@@ -209,35 +222,35 @@ SdkKitUserCode Accounts::Create(const std::string& name, const std::string& pass
   if (!IsStrongPassword(password)) return kKitUserWeakPassword;
   const auto hash = HashPassword(password);
   if (!hash) return kKitUserLocked;
-  Transaction transaction(*database_);
+  UserChange change(*this);
   if (users_.Find(name)) return kKitUserExists;
   if (users_.Count() >= settings_.mostUsers) return kKitUserTooMany;
   users_.Add({name, *hash, role, 1});
-  transaction.Commit();
+  change.Commit();
   return kKitUserDone;
 }
 
 SdkKitUserCode Accounts::Delete(const std::string& name) {
-  Transaction transaction(*database_);
+  UserChange change(*this);
   const auto user = users_.Find(name);
   if (!user) return kKitUserUnknown;
   if (IsLastAdministrator(*user)) return kKitUserLastAdministrator;
   users_.Delete(name);
-  transaction.Commit();
+  change.Commit();
   sessions_.EndAllOf(name, "user deleted");
   return kKitUserDone;
 }
 
 SdkKitUserCode Accounts::SetRole(const std::string& name, int role) {
   if (FindRole(role) == nullptr) return kKitUserBadRole;
-  Transaction transaction(*database_);
+  UserChange change(*this);
   auto user = users_.Find(name);
   if (!user) return kKitUserUnknown;
   if (role != settings_.administrator && IsLastAdministrator(*user)) return kKitUserLastAdministrator;
   if (user->role == role) return kKitUserDone;
   user->role = role;
   users_.Replace(name, *user);
-  transaction.Commit();
+  change.Commit();
   sessions_.EndAllOf(name, "role changed");
   return kKitUserDone;
 }
@@ -247,29 +260,30 @@ SdkKitUserCode Accounts::SetPassword(const std::string& name, const std::string&
   if (!IsStrongPassword(password)) return kKitUserWeakPassword;
   const auto hash = HashPassword(password);
   if (!hash) return kKitUserLocked;
-  Transaction transaction(*database_);
+  UserChange change(*this);
   auto user = users_.Find(name);
   if (!user) return kKitUserUnknown;
   user->hash = *hash;
   user->firstLogin = 1;
   users_.Replace(name, *user);
-  transaction.Commit();
+  change.Commit();
   sessions_.EndAllOf(name, "password changed");
   return kKitUserDone;
 }
 
 void Accounts::ReplaceAll(const std::vector<User>& users) {
-  Transaction transaction(*database_);
+  UserChange change(*this);
   const std::vector<User> before = users_.List();
   users_.DeleteAll();
   for (const User& user : users) users_.Add(user);
-  transaction.Commit();
+  change.Commit();
   const auto isAnother = [&](const Session& session) {
     const auto old = std::ranges::find(before, session.name, &User::name);
     const auto now = std::ranges::find(users, session.name, &User::name);
     return old == before.end() || now == users.end() || *old != *now;
   };
   sessions_.EndIf(isAnother, "users replaced");
+  ReleaseRequester();
 }
 
 void Accounts::NoteEnd(const char* token, int reason) {

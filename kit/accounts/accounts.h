@@ -79,6 +79,8 @@ class Accounts {
   const Role* FindRole(int number) const;
 
  private:
+  class UserChange;
+
   void SetLimits();
   void Watch();
   bool IsLastAdministrator(const User& user);

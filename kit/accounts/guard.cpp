@@ -7,6 +7,7 @@
 
 #include "accounts/accounts.h"
 #include "accounts/origin.h"
+#include "accounts/requester.h"
 #include "base/guarded.h"
 
 namespace sdkkit::accounts {
@@ -60,6 +61,7 @@ bool Judge(std::string_view token, const char* method) {
   const char* const fault =
       FaultOf(*accounts, user, request, route, method != nullptr ? method : request.method);
   NoteRequester(request, user ? user->name : "");
+  NoteSession(request, user ? user->id : 0);
   if (fault == nullptr) return true;
   kLog.Audit({.action = "request",
               .outcome = kKitAuditRefused,

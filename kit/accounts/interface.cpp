@@ -9,6 +9,7 @@
 #include "accounts/accounts.h"
 #include "accounts/options.h"
 #include "accounts/password.h"
+#include "accounts/requester.h"
 #include "base/guarded.h"
 
 namespace sdkkit::accounts {
@@ -22,12 +23,27 @@ void Copy(char (&to)[kSize], const std::string& text) {
   std::snprintf(to, kSize, "%s", text.c_str());
 }
 
+int RefuseWhoIsGone(const RequesterGone& gone) {
+  const SdkAPIExtRequest request = CurrentRequest();
+  kLog.Audit({.action = "request",
+              .outcome = kKitAuditRefused,
+              .object = request.method,
+              .target = request.route,
+              .reason = gone.what()},
+             "refused %s %s from %s: %s", request.method, request.route, request.address, gone.what());
+  return kNotAuthorised;
+}
+
 // Runs with the accounts; -1 before the start.
 template <class Body>
 int WithAccounts(Body&& body) {
   return Guarded(kLog, [&] {
     Accounts* const accounts = TheAccounts();
-    return accounts != nullptr ? static_cast<int>(body(*accounts)) : -1;
+    try {
+      return accounts != nullptr ? static_cast<int>(body(*accounts)) : -1;
+    } catch (const RequesterGone& gone) {
+      return RefuseWhoIsGone(gone);
+    }
   });
 }
 

@@ -155,6 +155,11 @@ std::vector<Session> Sessions::List() const {
   return sessions_;
 }
 
+bool Sessions::Has(uint64_t id) const {
+  const std::lock_guard lock(mutex_);
+  return std::ranges::find(sessions_, id, &Session::id) != sessions_.end();
+}
+
 std::size_t Sessions::EndIf(const Filter& fits, const char* why) {
   std::set<TokenHash> ended;
   {

@@ -60,6 +60,7 @@ class Sessions {
   // Whose token a request has brought. The library has registered it, then.
   std::optional<Session> Find(std::string_view token);
   std::vector<Session> List() const;
+  bool Has(uint64_t id) const;
 
   using Filter = std::function<bool(const Session&)>;
   // Ends all logins that it fits, and tells their WebSockets why; how many.
