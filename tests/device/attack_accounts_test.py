@@ -90,6 +90,33 @@ def deleted_user_goes_on(device):
     channel.wait_for_close(1008, "user deleted")
 
 
+def names(device, token):
+    return {user["name"] for user in json.loads(ask(device, "get", "/sim/users", token).content())["users"]}
+
+
+def acts_of_a_deleted_administrator(device):
+    """Of what was asked for before nothing is done behind the deletion: no other account stays behind."""
+    admin = log_in(device)
+    add_user(device, admin, "mal", 1)
+    mal, codes = log_in(device, "mal"), []
+
+    def create(number):
+        codes.append(ask(device, "post", "/createuser", mal, {"username": f"m{number}", "password": OTHER, "role": 1}).status)
+
+    threads = [threading.Thread(target=create, args=(number,)) for number in range(14)]
+    for thread in threads:
+        thread.start()
+    wait_until("none is made", lambda: names(device, admin) > {"admin", "mal"})
+    assert code(device, "/deleteuser", admin, username="mal") == 0
+    before = names(device, admin)
+    for thread in threads:
+        thread.join()
+    assert len(codes) == len(threads) and set(codes) <= {200, 401}, codes
+    assert names(device, admin) == before
+    if 401 in codes:
+        assert "the login that asks has ended" in log_of(device, "device.log")
+
+
 def restored_users_go_on(device):
     admin = log_in(device)
     add_user(device, admin, "eve", 3)
@@ -191,6 +218,23 @@ def secrets_in_the_log(device):
     assert code(device, "/change/password", token, username="admin", oldpassword=GOOD, newpassword=OTHER) == 0
     text = log_of(device, "device.log")
     assert GOOD not in text and OTHER not in text and token not in text
+
+
+def acts_pushed_out_by_repetition(device):
+    """Who did something that should not be seen repeats something harmless: what is told of the device is still there."""
+    admin = log_in(device)
+    add_user(device, admin, "kim", 2)
+    add_user(device, admin, "eve", 3)
+    kim, eve = log_in(device, "kim"), log_in(device, "eve")
+    assert try_login(device, "admin", "guess", "127.0.0.9")["code"] == 1
+    assert ask(device, "post", "/sim/units/TX01", kim, {"online": False}).status == 200
+    for _ in range(520):
+        assert ask(device, "post", "/sim/presets/harmless", kim, {"action": "store"}).status == 200
+        assert status(device, "/sim/users", eve) == 401
+    acts = json.loads(ask(device, "get", "/sim/audit", admin).content())["acts"]
+    assert len(acts) == 1000, len(acts)
+    told = {(act["user"], act["action"], act["object"], act["done"]) for act in acts}
+    assert {("kim", "set-unit-online", "TX01", True), ("eve", "log-in", "eve", True), ("", "password", "admin", False)} <= told, told
 
 
 def rights_of_a_viewer(device):
@@ -302,9 +346,9 @@ def names_and_passwords_of_any_kind(device):
     assert {user["name"] for user in users} <= {"admin", "x" * 31}, users
 
 
-hold({**dict.fromkeys((many_viewer_logins, logins_without_log_out, all_places_taken, deleted_user_goes_on, restored_users_go_on,
+hold({**dict.fromkeys((many_viewer_logins, logins_without_log_out, all_places_taken, deleted_user_goes_on, acts_of_a_deleted_administrator, restored_users_go_on,
                        users_whom_an_import_removes_go_on, deleted_user_hears_on,
                        old_token_after_password_change, parallel_guesses, locking_the_administrator_out, old_password_guesses, guessed_names,
-                       log_forging, secrets_in_the_log, rights_of_a_viewer, changes_of_others, ending_others_sessions, odd_session_requests,
+                       log_forging, acts_pushed_out_by_repetition, secrets_in_the_log, rights_of_a_viewer, changes_of_others, ending_others_sessions, odd_session_requests,
                        names_and_passwords_of_any_kind), device_with()),
       hidden_idle_login: device_with("--idle-timeout", "1"), first_password: device_with(first_password=None)})

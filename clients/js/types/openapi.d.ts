@@ -981,7 +981,7 @@ export interface paths {
         };
         /**
          * Who did what
-         * @description The newest 500 acts that were carried out and the newest 500 that were refused, oldest first. Administrators and operators see all, viewers their own. A restart begins anew.
+         * @description 500 acts that were carried out and 500 that were refused, oldest first; for a newer one the oldest of the user and action goes that are there most often. Administrators and operators see all, viewers their own. A restart begins anew.
          */
         get: operations["listSimulatedActs"];
         put?: never;

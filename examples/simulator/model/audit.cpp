@@ -4,7 +4,10 @@
 #include <algorithm>
 #include <chrono>
 #include <deque>
+#include <map>
 #include <mutex>
+#include <string_view>
+#include <utility>
 #include <vector>
 
 namespace sim {
@@ -26,6 +29,18 @@ std::deque<Kept> done;
 std::deque<Kept> refused;
 uint64_t newest = 0;
 int64_t begins = 0;
+
+using Kind = std::pair<std::string_view, std::string_view>;
+
+Kind KindOf(const Kept& kept) { return {kept.act.user, kept.act.action}; }
+
+// The oldest of what is there most often: who repeats an act pushes out no other one, not even an own one.
+void DropOne(std::deque<Kept>& ring) {
+  std::map<Kind, std::size_t> counts;
+  for (const Kept& kept : ring) ++counts[KindOf(kept)];
+  const Kind most = std::ranges::max_element(counts, {}, &std::pair<const Kind, std::size_t>::second)->first;
+  ring.erase(std::ranges::find(ring, most, KindOf));
+}
 
 int64_t Now() {
   return std::chrono::duration_cast<std::chrono::milliseconds>(
@@ -53,7 +68,7 @@ uint64_t KeepAct(const Act& act) {
   const std::lock_guard lock(mutex);
   std::deque<Kept>& ring = act.done ? done : refused;
   ring.push_back({newest + 1, Now(), act});
-  if (ring.size() > kMostActs) ring.pop_front();
+  if (ring.size() > kMostActs) DropOne(ring);
   return ++newest;
 }
 
