@@ -8,6 +8,7 @@
 #include <thread>
 
 #include "raw_websocket.h"
+#include "sdkapi/extension.h"
 #include "server_test_base.h"
 
 namespace integration {
@@ -79,6 +80,7 @@ class IdleConnectionsTest : public ServerTest, public ::testing::WithParamInterf
   }
   void TearDown() override {
     Server::Get().Stop();
+    EXPECT_EQ(SdkAPIExt_Option_Set("num_threads", nullptr), 0);
     ServerTest::TearDown();
   }
 
@@ -151,10 +153,13 @@ TEST_P(IdleConnectionsTest, SilenceAfterTheHandshakeDelaysNobody) {
 }
 
 TEST_P(IdleConnectionsTest, HalfHeadsDelayNobodyAndAreCompleted) {
-  // The last must be there before the first one's 10 s are over, under emulation, too.
-  constexpr int kJustMoreThanWorkers = 210;
+  // Few, as the last must be there before the first one's 10 s are over, under emulation, too.
+  constexpr int kWorkers = 40;
+  Server::Get().Stop();
+  ASSERT_EQ(SdkAPIExt_Option_Set("num_threads", std::to_string(kWorkers).c_str()), 0);
+  Server::Get().Ensure();
   std::deque<Connection> half;
-  for (int i = 0; i < kJustMoreThanWorkers; ++i)
+  for (int i = 0; i < kWorkers + 10; ++i)
     half.emplace_back(port(), https()).Send("GET /index.html HTTP/1.1\r\nHo");
   ExpectPromptAnswer();
   for (Connection& client : half) {

@@ -278,6 +278,13 @@ WEBSOCKET = (b"GET /ws HTTP/1.1\r\nHost: d\r\nUpgrade: websocket\r\nConnection: 
              b"Sec-WebSocket-Key: dGhlIHNhbXBsZSBub25jZQ==\r\nSec-WebSocket-Protocol: t\r\n\r\n")
 
 
+def wait_until_closed(server, most):
+    deadline = time.monotonic() + PATIENCE
+    while server.open_files() > most:
+        assert time.monotonic() < deadline, "file handles are left over"
+        time.sleep(0.1)
+
+
 def main():
     resource.setrlimit(resource.RLIMIT_NOFILE, (resource.getrlimit(resource.RLIMIT_NOFILE)[1],) * 2)
     server = Server()
@@ -299,17 +306,14 @@ def main():
         print(f"{attack.__name__:26} healthy beside {beside:5.1f} s, let go after {drippers.seconds_until_let_go():5.1f} s", flush=True)
     for name, request, accepted in (("previews", b"GET /preview/TX01 HTTP/1.1\r\nHost: d\r\n\r\n", b"HTTP/1.1 200"),
                                     ("websockets", WEBSOCKET, b"HTTP/1.1 101")):
+        wait_until_closed(server, before)  # until then a stream keeps its place
         held, answer = open_streams(server, request, accepted)
         assert len(held) == 184, len(held)
         beside = server.seconds_until_healthy()
         print(f"{name:26} {server.memory()}", flush=True)
         drop(held)
-        server.seconds_until_healthy()
         print(f"{name:26} {len(held)} are let in, the next gets {answer[:12]!r}, healthy beside {beside:5.1f} s", flush=True)
-    deadline = time.monotonic() + PATIENCE
-    while server.open_files() > before:
-        assert time.monotonic() < deadline, "file handles are left over"
-        time.sleep(0.1)
+    wait_until_closed(server, before)
     assert server.stop() == 0
 
 
