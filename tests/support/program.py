@@ -1,6 +1,7 @@
 """A program under test: a free port for it, and waiting until it listens."""
 import functools
 import itertools
+import os
 import random
 import socket
 import time
@@ -14,8 +15,9 @@ FIRST, END, BLOCK = 21000, 32000, 200
 
 
 @functools.cache
-def own_ports():
-    """A block of ports for this process until it ends: no other test gets one of them while a program is down between two starts."""
+def own_ports(process):
+    """A block of ports for this process until it ends: no other test gets one of them while a program is down between two starts. A
+    process that was forked gets one of its own."""
     starts = list(range(FIRST, END, BLOCK))
     random.shuffle(starts)
     for start in starts:
@@ -29,7 +31,7 @@ def own_ports():
 
 
 def free_port():
-    _, ports = own_ports()
+    _, ports = own_ports(os.getpid())
     for port in itertools.islice(ports, BLOCK):
         with socket.socket() as probe:
             # As the programs do: what is left of closed connections is nobody's listener.
