@@ -433,7 +433,7 @@ export interface paths {
         put?: never;
         /**
          * Upload: Scene
-         * @description The simulated device takes JSON in UTF-8, at most 1 MiB. The whole URI tells the device the kind of file. With anything below it, or in another spelling, the kind is -1, which the simulated device refuses.
+         * @description The simulated device takes JSON in UTF-8, at most 1 MiB and 32 levels deep. The whole URI tells the device the kind of file. With anything below it, or in another spelling, the kind is -1, which the simulated device refuses.
          */
         post: operations["uploadScene"];
         delete?: never;
@@ -453,7 +453,7 @@ export interface paths {
         put?: never;
         /**
          * Upload: Cloud settings
-         * @description The simulated device takes JSON in UTF-8, at most 1 MiB. In another spelling of upper and lower case the kind of file is unknown (-1), which the simulated device refuses.
+         * @description The simulated device takes JSON in UTF-8, at most 1 MiB and 32 levels deep. In another spelling of upper and lower case the kind of file is unknown (-1), which the simulated device refuses.
          */
         post: operations["uploadXyte"];
         delete?: never;
@@ -473,7 +473,7 @@ export interface paths {
         put?: never;
         /**
          * Upload: EDID
-         * @description The simulated device takes 128 or 256 bytes with the EDID header and correct block checksums. In another spelling of upper and lower case the kind of file is unknown (-1), which the simulated device refuses.
+         * @description The simulated device takes an EDID 1.3 or 1.4 of 128 or 256 bytes, with a maker, a preferred timing and correct checksums. In another spelling of upper and lower case the kind of file is unknown (-1), which the simulated device refuses.
          */
         post: operations["uploadEdid"];
         delete?: never;
@@ -493,7 +493,7 @@ export interface paths {
         put?: never;
         /**
          * Upload: Certificate
-         * @description The simulated device takes PEM with a certificate and the unencrypted key that matches; used after the next start. The whole URI tells the device the kind of file. With anything below it, or in another spelling, the kind is -1, which the simulated device refuses.
+         * @description The simulated device takes PEM with a certificate and its key, unencrypted or opened by the device's pass phrase; the key may be missing where the device has it. Used after the next start. The whole URI tells the device the kind of file. With anything below it, or in another spelling, the kind is -1, which the simulated device refuses.
          */
         post: operations["uploadCertificate"];
         delete?: never;
@@ -513,7 +513,7 @@ export interface paths {
         put?: never;
         /**
          * Upload: Certificate, older spelling
-         * @description The simulated device takes PEM with a certificate and the unencrypted key that matches; used after the next start. The whole URI tells the device the kind of file. With anything below it, or in another spelling, the kind is -1, which the simulated device refuses.
+         * @description The simulated device takes PEM with a certificate and its key, unencrypted or opened by the device's pass phrase; the key may be missing where the device has it. Used after the next start. The whole URI tells the device the kind of file. With anything below it, or in another spelling, the kind is -1, which the simulated device refuses.
          */
         post: operations["uploadSubCertificate"];
         delete?: never;
@@ -533,7 +533,7 @@ export interface paths {
         put?: never;
         /**
          * Upload: HTTPS certificate
-         * @description The simulated device takes PEM with a certificate and the unencrypted key that matches; used after the next start. In another spelling of upper and lower case the kind of file is unknown, and failures give 500 instead of 406.
+         * @description The simulated device takes PEM with a certificate and its key, unencrypted or opened by the device's pass phrase; the key may be missing where the device has it. Used after the next start. In another spelling of upper and lower case the kind of file is unknown, and failures give 500 instead of 406.
          */
         post: operations["uploadHttpsCertificate"];
         delete?: never;
@@ -553,7 +553,7 @@ export interface paths {
         put?: never;
         /**
          * Upload: 802.1X certificate
-         * @description The simulated device takes PEM with a certificate and the unencrypted key that matches; used after the next start. In another spelling of upper and lower case the kind of file is unknown, and failures give 500 instead of 406.
+         * @description The simulated device takes PEM with a certificate and its key, unencrypted or opened by the device's pass phrase. In another spelling of upper and lower case the kind of file is unknown, and failures give 500 instead of 406.
          */
         post: operations["upload8021xCertificate"];
         delete?: never;
