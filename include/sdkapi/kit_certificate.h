@@ -18,7 +18,7 @@ SDKAPI_BEGIN
 /** Where certificates are, and what a made one says. */
 typedef struct SdkKitCertificateOptions {
   uint32_t size;        /**< set by the caller: sizeof(SdkKitCertificateOptions). */
-  uint32_t validDays;   /**< of a made certificate; 0 = 3650. */
+  uint32_t validDays;   /**< of a made certificate, at most 36500; 0 = 3650. */
   int32_t onlyUploaded; /**< 1: none is made where there is none, for a device without HTTPS; else 0. */
   int32_t reserved;     /**< 0. */
   const char* folder; /**< for "server.pem", which is in use, and the files beside it; made when missing. NULL

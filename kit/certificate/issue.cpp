@@ -13,9 +13,9 @@ namespace sdkkit {
 namespace {
 
 constexpr int kKeyBits = 2048;  // RSA: the server's TLS 1.2 cipher list asks for it
-constexpr std::int64_t kSecondsOfADay = 86400;
 
-void Require(bool good, const char* what) {
+// For what fails by want of memory alone `what` is the general word.
+void Require(bool good, const char* what = "no certificate can be made") {
   if (!good) throw std::runtime_error(std::string(what) + ": " + OpenSslReason());
 }
 
@@ -29,21 +29,22 @@ void NameIt(X509_NAME* name, const std::string& commonName) {
 void Number(X509* certificate) {
   std::uint64_t serial = 0;
   Require(RAND_bytes(reinterpret_cast<unsigned char*>(&serial), sizeof serial) == 1, "no random bytes");
-  ASN1_INTEGER_set_uint64(X509_get_serialNumber(certificate), serial >> 1);
+  Require(ASN1_INTEGER_set_uint64(X509_get_serialNumber(certificate), serial >> 1) == 1);
 }
 
 CertificatePtr SelfSigned(const Subject& subject, std::uint32_t validDays, EVP_PKEY* key) {
   CertificatePtr certificate(X509_new());
   if (!certificate) throw std::bad_alloc();
-  X509_set_version(certificate.get(), X509_VERSION_3);
+  Require(X509_set_version(certificate.get(), X509_VERSION_3) == 1);
   Number(certificate.get());
   // From the beginning of time on: the clock of a device that was never set stands there.
-  ASN1_TIME_set(X509_getm_notBefore(certificate.get()), 0);
-  X509_gmtime_adj(X509_getm_notAfter(certificate.get()), static_cast<long>(kSecondsOfADay * validDays));
-  X509_set_pubkey(certificate.get(), key);
+  Require(ASN1_TIME_set(X509_getm_notBefore(certificate.get()), 0) != nullptr);
+  Require(X509_time_adj_ex(X509_getm_notAfter(certificate.get()), static_cast<int>(validDays), 0, nullptr) !=
+          nullptr);
+  Require(X509_set_pubkey(certificate.get(), key) == 1);
   NameIt(X509_get_subject_name(certificate.get()), subject.commonName);
-  X509_set_issuer_name(certificate.get(), X509_get_subject_name(certificate.get()));
-  X509_add_ext(certificate.get(), AlternativeNames(subject).get(), -1);
+  Require(X509_set_issuer_name(certificate.get(), X509_get_subject_name(certificate.get())) == 1);
+  Require(X509_add_ext(certificate.get(), AlternativeNames(subject).get(), -1) == 1);
   Require(X509_sign(certificate.get(), key, EVP_sha256()) != 0, "the certificate cannot be signed");
   return certificate;
 }
@@ -74,9 +75,11 @@ std::string MakeRequest(const Subject& subject, EVP_PKEY* key) {
       [](STACK_OF(X509_EXTENSION) * stack) { sk_X509_EXTENSION_pop_free(stack, X509_EXTENSION_free); });
   if (!request || !extensions) throw std::bad_alloc();
   NameIt(X509_REQ_get_subject_name(request.get()), subject.commonName);
-  X509_REQ_set_pubkey(request.get(), key);
-  sk_X509_EXTENSION_push(extensions.get(), AlternativeNames(subject).release());
-  X509_REQ_add_extensions(request.get(), extensions.get());
+  Require(X509_REQ_set_pubkey(request.get(), key) == 1);
+  ExtensionPtr names = AlternativeNames(subject);
+  Require(sk_X509_EXTENSION_push(extensions.get(), names.get()) > 0);
+  static_cast<void>(names.release());  // the stack's from here on
+  Require(X509_REQ_add_extensions(request.get(), extensions.get()) == 1);
   Require(X509_REQ_sign(request.get(), key, EVP_sha256()) != 0, "the request cannot be signed");
   const BioPtr pem = BioToFill();
   Require(PEM_write_bio_X509_REQ(pem.get(), request.get()) == 1, "the request cannot be written");

@@ -36,6 +36,7 @@ CertificateKeeper::CertificateKeeper(const SdkKitCertificateOptions& options)
       onlyUploaded_(options.onlyUploaded != 0),
       passPhrase_(Or(options.passPhrase, "")) {
   if (const std::string fault = NamesFault(subject_); !fault.empty()) throw std::runtime_error(fault);
+  if (validDays_ > kMostDays) throw std::runtime_error("a certificate would be valid for too long");
   if (!MakeFolder(folder_)) throw std::runtime_error("the folder " + folder_ + " cannot be made");
   RemoveTempFiles(folder_);
   if (options.passPhrase == nullptr) ReadPassPhrase();

@@ -63,11 +63,12 @@ class CertificateTest : public testing::Test {
     fs::remove_all(folder_);
   }
 
-  static int Start() {
+  static int Start(std::uint32_t validDays = 0) {
     SdkKitCertificateOptions options{};
     options.size = sizeof options;
     options.passPhrase = kPhrase;
     options.commonName = "wire test";
+    options.validDays = validDays;
     return SdkKitCertificate_Start(&options);
   }
 
@@ -154,6 +155,16 @@ TEST_F(CertificateTest, TheFirstStartMakesOneAndTheNextKeepsIt) {
   ASSERT_EQ(Start(), 0);
   EXPECT_EQ(Status().choice, kKitCertificateKept);
   EXPECT_STREQ(Info().fingerprint, made.fingerprint);
+}
+
+TEST_F(CertificateTest, AMadeOneIsValidForAHundredYearsAtMost) {
+  constexpr std::int64_t kSecondsOfADay = 86400;
+  fs::remove_all("tls");
+  for (const std::uint32_t days : {36501U, 4294967295U}) EXPECT_EQ(Start(days), -1) << days;
+  const std::int64_t before = std::time(nullptr);
+  ASSERT_EQ(Start(36500), 0);
+  EXPECT_GE(Info().notAfter, before + 36500 * kSecondsOfADay);
+  EXPECT_LE(Info().notAfter, std::time(nullptr) + 36500 * kSecondsOfADay);
 }
 
 TEST_F(CertificateTest, WhatTheServerCannotUseIsRefused) {
