@@ -4,8 +4,8 @@
 #include <sodium.h>
 
 #include <algorithm>
-#include <cstring>
 
+#include "base/library_list.h"
 #include "sdkapi/extension.h"
 
 namespace sdkkit::accounts {
@@ -16,7 +16,6 @@ using Clock = std::chrono::steady_clock;
 // Between a token's birth and its login's registration lies one answer of a slot.
 constexpr auto kRegistrationTime = std::chrono::seconds(10);
 constexpr std::size_t kTokenBytes = 32;
-constexpr std::size_t kListRoom = 64;
 constexpr int kPolicyViolation = 1008;
 
 std::string NewToken() {
@@ -30,16 +29,7 @@ std::string NewToken() {
 
 // The library would say no more than that the login has ended.
 void CloseWebSockets(const std::set<TokenHash>& hashes, const char* why) {
-  std::vector<SdkAPIExtWebSocket> list(1);
-  std::size_t count = 0;
-  do {
-    list.resize(std::max<std::size_t>(count, 1));
-    list[0].size = sizeof list[0];
-    count = list.size();
-    if (SdkAPIExt_WebSocket_List(list.data(), &count) != 0) return;
-  } while (count > list.size());
-  list.resize(count);
-  for (const SdkAPIExtWebSocket& socket : list) {
+  for (const SdkAPIExtWebSocket& socket : ListAll(SdkAPIExt_WebSocket_List)) {
     if (hashes.contains(HashToken(socket.token))) SdkAPIExt_WebSocket_Close(socket.id, kPolicyViolation, why);
   }
 }
@@ -63,13 +53,8 @@ TokenHash HashToken(std::string_view token) {
 }
 
 LibraryLogins ListLibraryLogins() {
-  std::vector<SdkAPIExtLogin> list(kListRoom);
-  std::size_t count = list.size();
-  list[0].size = sizeof list[0];
-  if (SdkAPIExt_Login_List(list.data(), &count) != 0) return {};
-  list.resize(std::min(count, list.size()));
   LibraryLogins logins;
-  for (const SdkAPIExtLogin& login : list) {
+  for (const SdkAPIExtLogin& login : ListAll(SdkAPIExt_Login_List)) {
     logins.emplace(HashToken(login.token),
                    LibraryLogin{login.token, login.ageSeconds, login.idleSeconds, login.webSockets});
   }

@@ -54,6 +54,15 @@ std::string JsonFault(std::string_view text, const JsonBounds& bounds) {
   return json::sax_parse(text, &check) ? "" : check.fault();
 }
 
+bool IsUtf8(const std::string& text) {
+  try {
+    static_cast<void>(json(text).dump());  // strict about UTF-8
+    return true;
+  } catch (const json::type_error&) {
+    return false;
+  }
+}
+
 std::optional<json> ParseJson(std::string_view text, const JsonBounds& bounds, std::string* why) {
   std::string fault = JsonFault(text, bounds);
   if (fault.empty()) return json::parse(text, nullptr, false);

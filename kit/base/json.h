@@ -21,6 +21,8 @@ std::string JsonFault(std::string_view text, const JsonBounds& bounds = {});
 std::optional<nlohmann::json> ParseJson(std::string_view text, const JsonBounds& bounds = {},
                                         std::string* why = nullptr);
 
+bool IsUtf8(const std::string& text);
+
 // The value as one line; bytes that are no UTF-8 become U+FFFD instead of an exception.
 inline std::string ToText(const nlohmann::json& value) {
   return value.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);

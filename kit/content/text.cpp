@@ -1,7 +1,6 @@
 // Texts: JSON within bounds, and plain UTF-8.
 #include <algorithm>
 #include <cstdint>
-#include <nlohmann/json.hpp>
 #include <string>
 
 #include "base/json.h"
@@ -16,15 +15,6 @@ constexpr std::uint64_t kMostBytes = std::uint64_t{1} << 20;
 bool IsControl(char letter) {
   const auto code = static_cast<unsigned char>(letter);
   return (code < 0x20 && letter != '\t' && letter != '\r' && letter != '\n') || code == 0x7f;
-}
-
-bool IsUtf8(const std::string& text) {
-  try {
-    static_cast<void>(nlohmann::json(text).dump());  // strict about UTF-8
-    return true;
-  } catch (const nlohmann::json::type_error&) {
-    return false;
-  }
 }
 
 std::string TextFault(const std::string& text) {

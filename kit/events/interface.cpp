@@ -1,8 +1,8 @@
 // The exported functions and the slot of the events: arguments are judged here.
 #include <cstring>
-#include <nlohmann/json.hpp>
 
 #include "base/guarded.h"
+#include "base/json.h"
 #include "base/log.h"
 #include "events/events.h"
 #include "sdkapi/extension.h"
@@ -18,13 +18,7 @@ constexpr std::size_t kLongestText = std::size_t{1} << 20;
 
 // Browsers end a connection that brings a text which is no UTF-8.
 bool IsText(const char* text) {
-  if (text == nullptr || strnlen(text, kLongestText + 1) > kLongestText) return false;
-  try {
-    static_cast<void>(nlohmann::json(text).dump());
-    return true;
-  } catch (const nlohmann::json::type_error&) {
-    return false;
-  }
+  return text != nullptr && strnlen(text, kLongestText + 1) <= kLongestText && IsUtf8(text);
 }
 
 bool IsKey(const char* key) {

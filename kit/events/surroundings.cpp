@@ -1,27 +1,12 @@
 // What the library knows at one moment: the open WebSockets, and which tokens have a login.
 #include "events/surroundings.h"
 
-#include <algorithm>
 #include <cstddef>
 
+#include "base/library_list.h"
 #include "sdkapi/server.h"
 
 namespace sdkkit {
-namespace {
-
-// Fills the room with all there are; more room when they grow meanwhile.
-template <class Record>
-std::size_t ListAll(int (*list)(Record*, std::size_t*), std::vector<Record>& room) {
-  while (true) {
-    std::size_t count = room.size();
-    if (count > 0) room[0].size = sizeof(Record);
-    if (list(room.data(), &count) != 0) return 0;
-    if (count <= room.size()) return count;
-    room.resize(count + count / 2);
-  }
-}
-
-}  // namespace
 
 void Surroundings::Look() {
   open_.clear();
