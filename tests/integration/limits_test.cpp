@@ -3,6 +3,7 @@
 #include <optional>
 #include <thread>
 
+#include "chunked.h"
 #include "raw_websocket.h"
 #include "sdkapi/extension.h"
 #include "server_test_base.h"
@@ -68,9 +69,7 @@ class LimitsTest : public ModeTest {
   }
   std::string Chunked(const std::string& body) const {
     return "POST /custom/echo HTTP/1.1\r\nHost: a\r\n" + Authorization() +
-           "\r\nTransfer-Encoding: chunked\r\n\r\n" +
-           (body.empty() ? "" : "5\r\n" + body.substr(0, 5) + "\r\n") +
-           (body.size() > 5 ? "1\r\n" + body.substr(5, 1) + "\r\n" : "") + "0\r\n\r\n";
+           "\r\nTransfer-Encoding: chunked\r\n\r\n" + sdktest::Chunked(body, 5);
   }
 
  private:

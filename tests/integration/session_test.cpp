@@ -3,6 +3,7 @@
 #include <cstring>
 #include <memory>
 
+#include "chunked.h"
 #include "server_test_base.h"
 
 namespace integration {
@@ -106,24 +107,13 @@ std::string PaddedLogin(std::size_t size) {
   return start + std::string(size - start.size() - 2, 'x') + "\"}";
 }
 
-std::string Chunked(const std::string& body, std::size_t chunk) {
-  std::string framed;
-  for (std::size_t at = 0; at < body.size(); at += chunk) {
-    const std::string part = body.substr(at, chunk);
-    char size[16];
-    std::snprintf(size, sizeof size, "%zx\r\n", part.size());
-    framed += size + part + "\r\n";
-  }
-  return framed + "0\r\n\r\n";
-}
-
 TEST_P(SessionTest, LoginReadsItsBodyWithinBounds) {
   const std::string head = std::string("POST ") + kLogin + " HTTP/1.1\r\nHost: a\r\n";
   const auto sized = [&](const std::string& body) {
     return head + "Content-Length: " + std::to_string(body.size()) + "\r\n\r\n" + body;
   };
   const auto chunked = [&](const std::string& body, std::size_t chunk) {
-    return head + "Transfer-Encoding: chunked\r\n\r\n" + Chunked(body, chunk);
+    return head + "Transfer-Encoding: chunked\r\n\r\n" + sdktest::Chunked(body, chunk);
   };
   const std::string plain = R"({"username":"ann","password":"pw"})";
   struct Row {

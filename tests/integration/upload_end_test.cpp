@@ -1,11 +1,11 @@
 // The end of uploads, told to the host once each, and limits of their size.
-#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <map>
 #include <mutex>
 #include <utility>
 
+#include "chunked.h"
 #include "sdkapi/extension.h"
 #include "server_test_base.h"
 #include "upload_routes.h"
@@ -92,17 +92,10 @@ class UploadEndTest : public ModeTest {
   }
 
   std::string Chunked(const std::string& target, const std::string& body) const {
-    std::string framed;
-    for (std::size_t at = 0; at < body.size(); at += 5000) {
-      const std::string part = body.substr(at, 5000);
-      char size[16];
-      std::snprintf(size, sizeof size, "%zx\r\n", part.size());
-      framed += size + part + "\r\n";
-    }
     return "POST " + target + " HTTP/1.1\r\nHost: a\r\n" + Authorization() +
            "\r\nContent-Type: multipart/form-data; boundary=BOUNDARYxyz\r\nTransfer-Encoding: "
            "chunked\r\n\r\n" +
-           framed + "0\r\n\r\n";
+           sdktest::Chunked(body, 5000);
   }
 };
 

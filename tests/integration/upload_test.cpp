@@ -6,6 +6,7 @@
 #include <memory>
 #include <thread>
 
+#include "chunked.h"
 #include "server_test_base.h"
 #include "upload_routes.h"
 
@@ -238,15 +239,8 @@ TEST_P(UploadTest, AThousandFieldsAreAllOffered) {
 TEST_P(UploadTest, AChunkedFormIsRead) {
   const std::string content = SampleBytes(70000);
   const std::string body = MultipartBody({{"f", content, "f"}});
-  std::string framed;
-  for (std::size_t at = 0; at < body.size(); at += 5000) {
-    const std::string part = body.substr(at, 5000);
-    char size[16];
-    std::snprintf(size, sizeof size, "%zx\r\n", part.size());
-    framed += size + part + "\r\n";
-  }
   ExpectReply(Send("POST /upload/logo HTTP/1.1\r\nHost: a\r\n" + Authorization() + "\r\n" + kBoundaryType +
-                   "\r\nTransfer-Encoding: chunked\r\n\r\n" + framed + "0\r\n\r\n"),
+                   "\r\nTransfer-Encoding: chunked\r\n\r\n" + sdktest::Chunked(body, 5000)),
               200);
   ASSERT_EQ(receiver_.Finished().size(), 1U);
   EXPECT_TRUE(receiver_.Finished()[0].fields[0].data == content);

@@ -4,9 +4,10 @@
 
 #include <unistd.h>
 
-#include <cstdio>
 #include <fstream>
 #include <string>
+
+#include "chunked.h"
 
 namespace sdktest {
 
@@ -31,17 +32,8 @@ class DownloadFile {
     return bytes;
   }
 
-  // The bytes in chunks of 1500 and the terminating chunk.
-  static std::string Chunks(const std::string& bytes) {
-    std::string text;
-    for (std::size_t at = 0; at < bytes.size(); at += 1500) {
-      const std::string chunk = bytes.substr(at, 1500);
-      char size[16];
-      std::snprintf(size, sizeof size, "%zx\r\n", chunk.size());
-      text += size + chunk + "\r\n";
-    }
-    return text + "0\r\n\r\n";
-  }
+  // As the library sends them.
+  static std::string Chunks(const std::string& bytes) { return Chunked(bytes, 1500); }
 
  private:
   std::string path_;
