@@ -14,7 +14,6 @@
 
 #include "model/device.h"
 #include "model/history.h"
-#include "sdkapi/extension.h"
 #include "store/paths.h"
 
 namespace sim {
@@ -53,9 +52,8 @@ Value CertificateDays() {
 }
 
 Value BusyPercent() {
-  SdkAPIExtStatistics statistics{};
-  statistics.size = sizeof statistics;
-  if (SdkAPIExt_Statistics_Get(&statistics) != 0 || statistics.complete == 0) return std::nullopt;
+  const SdkAPIExtStatistics statistics = ServerStatistics();
+  if (statistics.complete == 0) return std::nullopt;
   return Percent(static_cast<double>(statistics.busyWorkers), static_cast<double>(statistics.workers));
 }
 

@@ -12,7 +12,6 @@
 
 #include "bus/events.h"
 #include "model/device.h"
-#include "sdkapi/extension.h"
 
 namespace sim {
 namespace {
@@ -23,13 +22,6 @@ using Seconds = std::chrono::duration<double>;
 
 constexpr auto kStep = std::chrono::seconds(10);
 constexpr std::size_t kMostPoints = 360;
-
-SdkAPIExtStatistics Statistics() {
-  SdkAPIExtStatistics statistics{};
-  statistics.size = sizeof statistics;
-  SdkAPIExt_Statistics_Get(&statistics);
-  return statistics;
-}
 
 double AllRequests(const SdkAPIExtStatistics& all) {
   return static_cast<double>(std::accumulate(std::begin(all.requests), std::end(all.requests), uint64_t{0}));
@@ -77,7 +69,7 @@ Clock::time_point last;
 Values lastRead;
 
 Values ReadAll() {
-  const SdkAPIExtStatistics statistics = Statistics();
+  const SdkAPIExtStatistics statistics = ServerStatistics();
   Values values{};
   for (std::size_t i = 0; i < values.size(); ++i) values[i] = kColumns[i].read(statistics);
   return values;
@@ -111,6 +103,13 @@ json Units() {
 }
 
 }  // namespace
+
+SdkAPIExtStatistics ServerStatistics() {
+  SdkAPIExtStatistics statistics{};
+  statistics.size = sizeof statistics;
+  SdkAPIExt_Statistics_Get(&statistics);
+  return statistics;
+}
 
 void StartHistory() {
   const std::lock_guard lock(mutex);

@@ -4,7 +4,12 @@
 #include <cstdint>
 #include <nlohmann/json.hpp>
 
+#include "sdkapi/extension.h"
+
 namespace sim {
+
+// What the server counts, at this moment; all 0 where it cannot tell.
+SdkAPIExtStatistics ServerStatistics();
 
 // Begins to measure; the rates of the first point are those since this call.
 void StartHistory();

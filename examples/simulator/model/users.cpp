@@ -1,14 +1,10 @@
 // The device's users: what of them the other parts ask for. The kit keeps them.
 #include "model/users.h"
 
-#include <sdkapi/kit_accounts.h>
-
 #include <algorithm>
-#include <array>
 #include <cstdlib>
 #include <memory>
 #include <stdexcept>
-#include <vector>
 
 namespace sim {
 namespace {
@@ -49,14 +45,19 @@ bool MayAdminister(const std::string& token) {
   return SdkKitAccounts_May(token.c_str(), "/sim/users", "GET") == 0;
 }
 
-uint64_t LoginOf(const std::string& token) {
-  std::array<SdkKitSession, kMostLogins> sessions{};
+std::vector<SdkKitSession> ListSessions(const std::string& token) {
+  std::vector<SdkKitSession> sessions(kMostLogins);
   std::size_t count = sessions.size();
   sessions[0].size = sizeof sessions[0];
-  if (SdkKitAccounts_Sessions(token.c_str(), sessions.data(), &count) != 0) return 0;
-  const auto end = sessions.begin() + static_cast<std::ptrdiff_t>(std::min(count, sessions.size()));
-  const auto own = std::find_if(sessions.begin(), end, [](const auto& session) { return session.own == 1; });
-  return own == end ? 0 : own->id;
+  if (SdkKitAccounts_Sessions(token.c_str(), sessions.data(), &count) != 0) return {};
+  sessions.resize(std::min(count, sessions.size()));
+  return sessions;
+}
+
+uint64_t LoginOf(const std::string& token) {
+  const std::vector<SdkKitSession> sessions = ListSessions(token);
+  const auto own = std::ranges::find(sessions, 1, &SdkKitSession::own);
+  return own == sessions.end() ? 0 : own->id;
 }
 
 json UsersBody() {

@@ -4,11 +4,16 @@
 #include <cstdint>
 #include <nlohmann/json.hpp>
 #include <string>
+#include <vector>
+
+#include "sdkapi/kit_accounts.h"
 
 namespace sim {
 
 bool MayWrite(const std::string& token);
 bool MayAdminister(const std::string& token);
+// The logins that the token's user may see.
+std::vector<SdkKitSession> ListSessions(const std::string& token);
 // The number of the token's login; 0 where nobody has to log in.
 uint64_t LoginOf(const std::string& token);
 

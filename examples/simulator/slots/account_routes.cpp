@@ -3,10 +3,8 @@
 
 #include <sdkapi/kit_accounts.h>
 
-#include <algorithm>
 #include <string>
 #include <string_view>
-#include <vector>
 
 #include "model/users.h"
 #include "slots/acts.h"
@@ -18,7 +16,6 @@ namespace {
 
 using nlohmann::json;
 
-constexpr std::size_t kMostSessions = 20;
 // What the kit knows; larger numbers would be cut to an int.
 constexpr int kLeastRole = 1;
 constexpr int kMostRole = 30;
@@ -33,13 +30,8 @@ json MeBody(const std::string& token) {
 }
 
 json SessionsBody(const std::string& token) {
-  std::vector<SdkKitSession> sessions(kMostSessions);
-  std::size_t count = sessions.size();
-  sessions[0].size = sizeof sessions[0];
-  if (SdkKitAccounts_Sessions(token.c_str(), sessions.data(), &count) != 0) count = 0;
-  sessions.resize(std::min(count, sessions.size()));
   json list = json::array();
-  for (const SdkKitSession& session : sessions) {
+  for (const SdkKitSession& session : ListSessions(token)) {
     list.push_back({{"id", session.id},
                     {"name", session.name},
                     {"role", session.role},

@@ -30,36 +30,10 @@ constexpr LaterColumn kLaterColumns[] = {{"units", "locked", "INTEGER NOT NULL D
 std::unique_ptr<Database> database;
 
 // Has the connection to itself, so that the words of a failure are those of its own statement.
-class ConnectionLock {
- public:
-  explicit ConnectionLock(sqlite3* connection) : mutex_(sqlite3_db_mutex(connection)) {
-    sqlite3_mutex_enter(mutex_);
-  }
-  ~ConnectionLock() { sqlite3_mutex_leave(mutex_); }
-  ConnectionLock(const ConnectionLock&) = delete;
-  ConnectionLock& operator=(const ConnectionLock&) = delete;
-
- private:
-  sqlite3_mutex* mutex_;
-};
-
-struct Finalize {
-  void operator()(sqlite3_stmt* statement) const { sqlite3_finalize(statement); }
-};
-using Statement = std::unique_ptr<sqlite3_stmt, Finalize>;
-
-[[noreturn]] void Fail(sqlite3* connection) { throw std::runtime_error(sqlite3_errmsg(connection)); }
-
-Statement Prepare(sqlite3* connection, const std::string& sql, const std::vector<std::string>& values) {
-  sqlite3_stmt* raw = nullptr;
-  if (sqlite3_prepare_v2(connection, sql.c_str(), -1, &raw, nullptr) != SQLITE_OK) Fail(connection);
-  Statement statement(raw);
-  int position = 0;
-  for (const std::string& value : values) {
-    const int result = sqlite3_bind_text64(raw, ++position, value.data(), value.size(), nullptr, SQLITE_UTF8);
-    if (result != SQLITE_OK) Fail(connection);
-  }
-  return statement;
+Owner<sqlite3_mutex, sqlite3_mutex_leave> Lock(sqlite3* connection) {
+  sqlite3_mutex* const mutex = sqlite3_db_mutex(connection);
+  sqlite3_mutex_enter(mutex);
+  return Owner<sqlite3_mutex, sqlite3_mutex_leave>(mutex);
 }
 
 Database::Row ReadRow(sqlite3_stmt* statement) {
@@ -91,12 +65,19 @@ Database::Database(const std::string& path) {
 void Database::Execute(const std::string& sql, const std::vector<std::string>& values) { Query(sql, values); }
 
 std::vector<Database::Row> Database::Query(const std::string& sql, const std::vector<std::string>& values) {
-  const ConnectionLock lock(connection_.get());
-  const Statement statement = Prepare(connection_.get(), sql, values);
+  const auto lock = Lock(connection_.get());
+  sqlite3_stmt* raw = nullptr;
+  int result = sqlite3_prepare_v2(connection_.get(), sql.c_str(), -1, &raw, nullptr);
+  const Owner<sqlite3_stmt, sqlite3_finalize> statement(raw);
+  int place = 0;
+  for (const std::string& value : values) {
+    if (result == SQLITE_OK)
+      result = sqlite3_bind_text64(raw, ++place, value.data(), value.size(), nullptr, SQLITE_UTF8);
+  }
+  if (result == SQLITE_OK) result = sqlite3_step(raw);
   std::vector<Row> rows;
-  int result = SQLITE_OK;
-  while ((result = sqlite3_step(statement.get())) == SQLITE_ROW) rows.push_back(ReadRow(statement.get()));
-  if (result != SQLITE_DONE) Fail(connection_.get());
+  for (; result == SQLITE_ROW; result = sqlite3_step(raw)) rows.push_back(ReadRow(raw));
+  if (result != SQLITE_DONE) throw std::runtime_error(sqlite3_errmsg(connection_.get()));
   return rows;
 }
 

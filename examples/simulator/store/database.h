@@ -12,6 +12,17 @@
 
 namespace sim {
 
+// Owns what SQLite gives, by the function that takes it back.
+template <auto kGiveBack>
+struct GiveBack {
+  template <class Object>
+  void operator()(Object* object) const {
+    kGiveBack(object);
+  }
+};
+template <class Object, auto kGiveBack>
+using Owner = std::unique_ptr<Object, GiveBack<kGiveBack>>;
+
 // Callable from any thread; statements are serialised. Failures throw std::runtime_error.
 class Database {
  public:
@@ -26,11 +37,7 @@ class Database {
   std::vector<Row> Query(const std::string& sql, const std::vector<std::string>& values = {});
 
  private:
-  struct Close {
-    void operator()(sqlite3* connection) const { sqlite3_close(connection); }
-  };
-
-  std::unique_ptr<sqlite3, Close> connection_;
+  Owner<sqlite3, sqlite3_close> connection_;
 };
 
 // Makes the statements of one thread one change: without Commit they are undone at the end of the scope.
