@@ -105,7 +105,7 @@ def check_reports(program, line):
     """A finding is in the table, in the XML and on the page, with request and answer, and without tokens and passwords."""
     fault = next(fault for fault in faults.ALL if fault.name == "a number where a text belongs")
     junit, page = line.home / "found.xml", line.home / "found.html"
-    with Device(program) as device, Proxy(device, fault) as proxy:
+    with Device(program) as device, Proxy(device, [fault]) as proxy:
         done = line.run("check", f"http://127.0.0.1:{proxy.port}", "--junit", str(junit), "--html", str(page), SDKAPI_PASSWORD="admin")
         tokens = [*proxy.issued, *proxy.ended]
     assert done.returncode == 1 and "FAILED" in done.stdout and "the members, their order and kinds" in done.stdout, done

@@ -14,6 +14,7 @@ import tempfile
 import time
 import warnings
 
+import fault_groups
 import faults
 from device import Device, shared
 from files import certificate
@@ -57,29 +58,30 @@ def device_for(programs, template, fault):
     return MinimalHost(minimal) if fault.options.get("host") == "minimal" else Device(simulator, copy_of=template)
 
 
-def findings(programs, template, fault):
-    """What the check says to a device with this fault."""
+def findings(programs, template, group):
+    """What the check says to a device with these faults, which share their options."""
+    fault = group[0]
     tls = fault.options.get("tls")
     context = tls(pathlib.Path(tempfile.mkdtemp(dir=template.parent))) if tls else None
-    with device_for(programs, template, fault) as device, Proxy(device, fault, context, fault.options.get("limit")) as proxy:
+    with device_for(programs, template, fault) as device, Proxy(device, group, context, fault.options.get("limit")) as proxy:
         endpoint = Endpoint(f"{'https' if tls else 'http'}://127.0.0.1:{proxy.port}", trusting() if tls else None, timeout=fault.options.get("timeout", 5.0))
         report = check(endpoint, options(fault))
     return [(f"{result.subject}: {result.rule}", result.detail) for result in report.failed()], len(report.results)
 
 
 def run(task):
-    programs, template, fault_index = task
-    fault = ALL[fault_index]
+    programs, template, index = task
     begin = time.monotonic()
-    found, rules = findings(programs, template, fault)
-    return fault_index, found, rules, time.monotonic() - begin
+    found, rules = findings(programs, template, ALL[index])
+    return index, found, rules, time.monotonic() - begin
 
 
 def sound(**options):
     return Fault("", "", lambda request: False, options=options)
 
 
-ALL = [*faults.ALL, sound(), sound(write=True, rough=True), sound(tls=faults.sound_tls), sound(**faults.REFUSING)]
+NAMED = [[fault] for fault in faults.ALL] + fault_groups.ALL
+ALL = [*NAMED, [sound()], [sound(write=True, rough=True)], [sound(tls=faults.sound_tls)], [sound(**faults.REFUSING)]]
 
 
 def template_of(program, folder):
@@ -90,31 +92,29 @@ def template_of(program, folder):
     return shutil.copytree(device.folder.name, folder / "template")
 
 
-def faulty(index, found, rules):
-    """What is wrong with this result; empty when nothing is."""
-    fault = ALL[index]
-    if not fault.name:
-        return f"without a fault: {found}" if found or rules < 100 else ""
-    if any(fault.finds in rule for rule, _ in found):
-        return ""
-    return f"not found: {fault.name} ({fault.finds}); instead {[rule for rule, _ in found][:4]}"
+def faulty(group, found, rules):
+    """What is wrong with this result."""
+    if not group[0].name:
+        return [f"without a fault: {found}"] if found or rules < 100 else []
+    hidden = [fault for fault in group if not any(fault.finds in rule for rule, _ in found)]
+    return [f"not found: {fault.name} ({fault.finds}); instead {[rule for rule, _ in found][:9]}" for fault in hidden]
 
 
 def main():
     signal.alarm(900)
     programs, wanted = sys.argv[1:3], sys.argv[3] if len(sys.argv) > 3 else ""
-    names = [fault.name for fault in faults.ALL]
+    names = [fault.name for group in NAMED for fault in group]
     assert len(set(names)) == len(names) >= ENOUGH, [name for name in names if names.count(name) > 1]
-    chosen = [index for index, fault in enumerate(ALL) if wanted in fault.name]
+    chosen = [index for index, group in enumerate(ALL) if any(wanted in fault.name for fault in group)]
     wrong = []
     with tempfile.TemporaryDirectory() as name, concurrent.futures.ProcessPoolExecutor(WORKERS) as pool:
         template = template_of(programs[0], pathlib.Path(name))
         for index, found, rules, seconds in pool.map(run, [(programs, template, index) for index in chosen]):
-            text = faulty(index, found, rules)
-            if wanted or text or seconds > 8:
-                print(f"{ALL[index].name or 'sound'}: {text or 'found'} in {seconds:.1f} s" + "".join(f"\n    {rule}: {detail[:160]}" for rule, detail in found), flush=True)
-            wrong += [text] if text else []
-    count = sum(bool(ALL[index].name) for index in chosen)
+            texts, names = faulty(ALL[index], found, rules), ", ".join(fault.name for fault in ALL[index])
+            if wanted or texts or seconds > 8:
+                print(f"{names or 'sound'}: {texts or 'found'} in {seconds:.1f} s" + "".join(f"\n    {rule}: {detail[:160]}" for rule, detail in found), flush=True)
+            wrong += texts
+    count = sum(bool(fault.name) for index in chosen for fault in ALL[index])
     print(f"{count - len([text for text in wrong if text.startswith('not found')])} of {count} faults found, {len(wrong)} complaints")
     return 1 if wrong else 0
 

@@ -76,10 +76,10 @@ class Guarded:
 
 
 class Proxy:
-    """Listens on a port of its own, and knows a login of the device that always works."""
+    """Listens on a port of its own, and knows a login of the device that always works. Of several faults the first one damages a request that is for it."""
 
-    def __init__(self, device, fault, context=None, limit=None):
-        self.device, self.fault, self.context = device, fault, context
+    def __init__(self, device, faults, context=None, limit=None):
+        self.device, self.faults, self.context = device, faults, context
         self.good = device.log_in()
         self.ended, self.channels, self.state, self.issued = set(), [], {}, []
         self.room = threading.Semaphore(limit) if limit else None
@@ -107,9 +107,10 @@ class Proxy:
         try:
             client.settimeout(30)
             if self.context:
-                if client.recv(1, socket.MSG_PEEK) != b"\x16" and self.fault.answer and self.fault.when(Request(b"plain", 0, self)):
+                plain = client.recv(1, socket.MSG_PEEK) != b"\x16" and self.hit(Request(b"plain", 0, self))
+                if plain and plain.answer:
                     client.recv(4096)
-                    client.sendall(self.fault.answer(None))
+                    client.sendall(plain.answer(None))
                     return
                 client = Guarded(self.context.wrap_socket(client, server_side=True))
             self.serve(client)
@@ -119,6 +120,10 @@ class Proxy:
             self.end(client)
             if self.room:
                 self.room.release()
+
+    def hit(self, request):
+        """The fault that damages this request."""
+        return next((fault for fault in self.faults if fault.when(request)), None)
 
     @staticmethod
     def end(client):
@@ -138,16 +143,17 @@ class Proxy:
             data += piece
         head, _, body = data.partition(b"\r\n\r\n")
         request = Request(head + b"\r\n\r\n", len(first), self, body)
-        hit = self.fault.when(request)
-        if hit and self.fault.answer:
-            answer = self.fault.answer(request)
+        hit = self.hit(request)
+        if hit and hit.answer:
+            answer = hit.answer(request)
             if answer is not None:
                 self.read_body(client, request)
                 client.sendall(answer)
                 return
         with self.device.connect() as device:
             device.settimeout(30)
-            device.sendall((self.fault.request(request) if hit and self.fault.request else request.head) + request.body)
+            head = hit.request(request) if hit and hit.request else request.head  # which may have another body then
+            device.sendall(head + request.body)
             self.pass_on(client, device, request, hit)
 
     @staticmethod
@@ -168,10 +174,10 @@ class Proxy:
         while piece := device.recv(65536):
             reply += piece
         self.note(request, reply)
-        if hit and self.fault.reply:
-            reply = self.fault.reply(request, reply)
+        if hit and hit.reply:
+            reply = hit.reply(request, reply)
         client.sendall(reply)
-        if hit and self.fault.stays_open:
+        if hit and hit.stays_open:
             client.settimeout(None)
             up.join(60)
         else:
@@ -189,12 +195,12 @@ class Proxy:
     def stream(self, client, device, request, hit):
         state = {}
         while piece := device.recv(65536):
-            if hit and self.fault.stream:
-                piece = self.fault.stream(request, piece, state)
+            if hit and hit.stream:
+                piece = hit.stream(request, piece, state)
                 if piece is None:
                     return
             client.sendall(piece)
-        if hit and self.fault.stays_open:
+        if hit and hit.stays_open:
             client.settimeout(None)
             state["waiting"] = True
             threading.Event().wait(15)
@@ -203,16 +209,16 @@ class Proxy:
         """From the client to the device, until one of them ends."""
         try:
             while piece := client.recv(65536):
-                if hit and self.fault.ends_at_binary and piece[0] & 15 == 2:
+                if hit and hit.ends_at_binary and piece[0] & 15 == 2:
                     break
                 device.sendall(piece)
         except (OSError, ValueError):
             pass
-        if hit and self.fault.stays_open:
+        if hit and hit.stays_open:
             return
         try:
             device.shutdown(socket.SHUT_RDWR if STREAMS.match(request.path) else socket.SHUT_WR)
-            if hit and self.fault.ends_others:
+            if hit and hit.ends_others:
                 for other, its_client, its_device in self.channels:
                     if other is not request and other.path == request.path:
                         its_device.shutdown(socket.SHUT_RDWR)

@@ -26,6 +26,7 @@ class Frame:
     first: int
     masked: bool
     payload: bytes
+    shortest: bool = True  # its length takes as few bytes as it can
 
     @property
     def opcode(self) -> int:
@@ -83,7 +84,7 @@ class Channel:
         begin += 4 if masked else 0
         if len(data) < begin + size:
             return None
-        frame = Frame(data[0], masked, bytes(data[begin:begin + size]))
+        frame = Frame(data[0], masked, bytes(data[begin:begin + size]), data[1] & 127 == (size if size < 126 else 126 if size < 65536 else 127))
         del data[:begin + size]
         return frame
 
@@ -95,11 +96,11 @@ class Channel:
                 return frame
         return None
 
-    def answers_ping(self) -> bool:
-        payload = secrets.token_bytes(8)
+    def answers_ping(self, size: int = 8) -> bool:
+        payload = secrets.token_bytes(size)
         self.send(PING, payload)
         frame = self.wait_for(PONG, 5)
-        return frame is not None and frame.payload == payload
+        return frame is not None and frame.payload == payload and frame.first == 0x80 | PONG and not frame.masked and frame.shortest
 
 
 def leave(target: Target, login: str) -> None:
@@ -108,12 +109,18 @@ def leave(target: Target, login: str) -> None:
         target.log_out(login)
 
 
-def connect(target: Target, path: str, token: str | None) -> Channel:
+def _handshake(path: str, token: str | None) -> tuple[bytes, str]:
+    """The request and its key."""
     key = base64.b64encode(os.urandom(16)).decode()
     lines = [f"GET {path} HTTP/1.1", "Host: localhost", "Upgrade: websocket", "Connection: Upgrade", "Sec-WebSocket-Version: 13", f"Sec-WebSocket-Key: {key}"]
     if token is not None:
         lines.append(f"Sec-WebSocket-Protocol: {token}")
-    channel = Channel(target.endpoint.connect(), Exchange("\r\n".join(lines).encode() + b"\r\n\r\n"), key)
+    return "\r\n".join(lines).encode() + b"\r\n\r\n", key
+
+
+def connect(target: Target, path: str, token: str | None) -> Channel:
+    sent, key = _handshake(path, token)
+    channel = Channel(target.endpoint.connect(), Exchange(sent), key)
     channel.socket.sendall(channel.exchange.sent)
     received, deadline = bytearray(), time.monotonic() + target.endpoint.timeout
     try:
@@ -174,6 +181,8 @@ def _handshake_fault(channel: Channel, token: str) -> str:
         return "Sec-WebSocket-Accept does not belong to the key"
     if exchange.header("Sec-WebSocket-Protocol") != token:
         return "Sec-WebSocket-Protocol is not the token that was sent: browsers refuse that"
+    if exchange.header("Sec-WebSocket-Extensions") is not None:
+        return "Sec-WebSocket-Extensions tells of what nobody asked for: browsers refuse that"
     return ""
 
 
@@ -188,12 +197,20 @@ def _check_refusals(target: Target, path: str) -> None:
         refused.socket.close()
         fault = "it is let in" if refused.exchange.status == 101 else "" if refused.exchange.ended else "the connection stays open"
         target.report.must(path, f"{rule} is refused", fault, refused.exchange)
+    for rule, old, new in (("an older version of the protocol", b"Version: 13", b"Version: 12"), ("a handshake without a key", b"Sec-WebSocket-Key", b"X-Key")):
+        login = target.new_login() if target.gated else "another"
+        sent = _handshake(path, login)[0].replace(old, new)
+        exchange = target.endpoint.exchange(sent, limit=4096, seconds=2)
+        target.report.must(path, f"{rule} is refused", "it is let in" if exchange.status == 101 else "", exchange)
+        leave(target, login)
 
 
 def _check_frames(target: Target, path: str, channel: Channel) -> None:
     report = target.report
     if not report.must(path, "a ping is answered with its payload", "" if channel.answers_ping() else "it is not", channel.exchange):
         return
+    for size in (0, 125):
+        report.must(path, f"a ping of {size} bytes is answered", "" if channel.answers_ping(size) else "it is not", channel.exchange)
     channel.send(BINARY, b"\0\1\2")
     report.must(path, "a binary frame does not end the connection", "" if channel.answers_ping() else "it does", channel.exchange)
     channel.send(PONG, b"unasked")
@@ -205,7 +222,7 @@ def _check_frames(target: Target, path: str, channel: Channel) -> None:
         report.not_tested(path, "the device sent no event in three seconds")
     else:
         shown = Exchange(fresh.exchange.sent, fresh.exchange.received + frame.payload[:400])
-        fault = "it is masked" if frame.masked else "it is in parts, or has reserved bits" if frame.first & 0xF0 != 0x80 else ""
+        fault = "it is masked" if frame.masked else "it is in parts, or has reserved bits" if frame.first & 0xF0 != 0x80 else "" if frame.shortest else "its length is written longer than it has to be"
         report.must(path, "an event is one whole text frame", fault or _text_fault(frame.payload), shown)
         report.should(path, "an event is a JSON object with a type", "" if "type" in (parsed(frame.payload) or {}) else "it is none", shown)
     fresh.socket.close()
@@ -228,7 +245,17 @@ def _check_second(target: Target, path: str, channel: Channel) -> None:
     target.report.must(path, "a second login has a channel of its own", "" if works else "it has none", second.exchange)
     second.socket.close()
     target.report.must(path, "the first goes on when the second ends", "" if channel.answers_ping() else "it does not", channel.exchange)
+    if works and target.gated:
+        target.report.must(path, "a connection that breaks off ends its login", *_ended_login(target, login))
     leave(target, login)
+
+
+def _ended_login(target: Target, login: str) -> tuple[str, Exchange]:
+    """What is wrong with the login of a channel that has gone, after the time that a device takes."""
+    deadline = time.monotonic() + 10
+    while (after := target.ask("GET", "/dev_info", login)).status != 401 and time.monotonic() < deadline:
+        time.sleep(0.05)
+    return composed_fault(after, (401,), b""), after
 
 
 def _check_close(target: Target, path: str, channel: Channel) -> None:
@@ -240,7 +267,4 @@ def _check_close(target: Target, path: str, channel: Channel) -> None:
     report.must(path, "a close ends the connection", "" if channel.ended else "it stays open", channel.exchange)
     if not target.gated:
         return
-    deadline = time.monotonic() + 10
-    while (after := target.ask("GET", "/dev_info")).status != 401 and time.monotonic() < deadline:
-        time.sleep(0.05)
-    report.must(path, "a close ends the login", composed_fault(after, (401,), b""), after)
+    report.must(path, "a close ends the login", *_ended_login(target, target.token))

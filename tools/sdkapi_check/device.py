@@ -42,7 +42,7 @@ def _info_fault(body: bytes) -> str:
     answer = parsed(body) or {}
     if not fault and any(not isinstance(value, str) or value == "" for value in answer.values()):
         fault = "a member is empty or no text"
-    if not fault and "timeout" in answer and not answer["timeout"].lstrip("-").isdigit():
+    if not fault and "timeout" in answer and (not answer["timeout"].lstrip("-").isdigit() or answer["timeout"] == "-1"):
         fault = f"timeout is {answer['timeout']!r}"
     return fault
 
@@ -54,6 +54,8 @@ def _check_info(target: Target) -> None:
         if not _offered(target, path, exchange):
             continue
         report.must(path, "the members, their order and kinds", _info_fault(exchange.body), exchange)
+        asked = target.ask("GET", path + "?any=1")
+        report.must(path, "a query makes no difference", composed_fault(asked, (200,)) or _info_fault(asked.body), asked)
         found[path] = {name: value for name, value in (parsed(exchange.body) or {}).items() if name != "devicetime"}
         for method in ("POST", "PUT", "DELETE"):
             other = target.ask(method, path, "", b"" if method != "DELETE" else None)
@@ -74,8 +76,9 @@ def _check_units(target: Target) -> None:
     report.must(path, "one member, the list as a text", members_fault(exchange.body, ("list",), ("list",)) or ("" if isinstance(text, str) else "the list is no text"), exchange)
     entries = parsed(text.encode()) if isinstance(text, str) else None
     report.should(path, "the text is a JSON array", "" if isinstance(entries, list) or text == "" else "it is not", exchange)
-    below = target.ask("GET", path + "/below")
-    report.must(path, "paths below are served, too", "" if below.status == exchange.status else f"the status is {below.status}", below)
+    for longer in ("/below", "x"):
+        below = target.ask("GET", path + longer)
+        report.must(path, f"paths below are served, too ({longer})", "" if below.status == exchange.status else f"the status is {below.status}", below)
 
 
 def _check_privileges(target: Target) -> None:
@@ -128,7 +131,13 @@ def check_users(target: Target) -> None:
         return
     again = _post(target, "/createuser", username=name, password=_STRONG, role=3)
     report.should("/createuser", "an existing user is not created again", "it is" if again.body == b'{"code":0}' else "", again)
+    broken = target.ask("POST", "/createuser", "", b"{", "application/json")
+    report.must("/createuser", "a body that is not JSON is answered", _code_fault(broken, b'{"code":%d}'), broken)
+    if broken.body == b'{"code":0}':
+        _post(target, "/deleteuser", username="")
     _check_change(target, name)
+    nobody = _post(target, "/deleteuser", username=name + "x")
+    report.must("/deleteuser", "a user who is not there is answered", _code_fault(nobody, b'{"code":%d}'), nobody)
     exchange = _post(target, "/deleteuser", username=name)
     report.must("/deleteuser", "deletes a user", _code_fault(exchange, b'{"code":%d}', (0,)), exchange)
     exchange, token = target.try_login(name, _OTHER)
@@ -149,10 +158,26 @@ def _check_change(target: Target, name: str) -> None:
         exchange, token = target.try_login(name, _OTHER)
         report.must("/change/password", "the new password works", "" if token or not target.gated else "it does not", exchange)
         target.log_out(token or "none") if target.gated else None
+        if target.gated:
+            exchange, token = target.try_login(name, _STRONG)
+            report.must("/change/password", "the old password works no more", "it does" if token else "", exchange)
+        _check_wrong_old(target, name)
     exchange = _post(target, "/change/usrorpasswd", username=name, newusername="", oldpassword="wrong", newpassword="")
     if exchange.received:
         report.must("/change/usrorpasswd", "the answer is written with line breaks", _code_fault(exchange, b'{\n\t"code":\t%d\n}') if exchange.status not in (401, 404) else "", exchange)
     if own and target.gated:
+        target.log_out(own)
+
+
+def _check_wrong_old(target: Target, name: str) -> None:
+    """A change that has not the old password is none; asked with the user's own login, as others may have the right."""
+    own = target.try_login(name, _OTHER)[1] if target.gated else ""
+    if target.gated and not own:
+        return
+    body = json.dumps({"username": name, "oldpassword": "wrong", "newpassword": _STRONG}).encode()
+    exchange = target.ask("POST", "/change/password", own or target.token, body, "application/json")
+    target.report.should("/change/password", "a wrong old password is refused", "it is taken" if (parsed(exchange.body) or {}).get("code") == 0 else "", exchange)
+    if own:
         target.log_out(own)
 
 

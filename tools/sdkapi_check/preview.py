@@ -31,8 +31,13 @@ def check_preview(target: Target) -> None:
         target.offered.add(path)
         target.offered.add(path.partition("/preview")[0] or "/preview")
         _check_stream(target, path, exchange)
+        stranger = _watch(target, path, 0, "sdkapi-check")
+        report.must(path, "a token makes no difference", "" if stranger.status == 200 else f"the status is {stranger.status}", Exchange(stranger.sent, stranger.received[:600]))
     if routes.STREAM in target.offered:
         _check_two(target)
+        for longer in ("/2", "x"):
+            below = _watch(target, routes.STREAM + longer, 0)
+            report.must(routes.STREAM, f"paths below are served, too ({longer})", "" if below.status == 200 else f"the status is {below.status}", Exchange(below.sent, below.received[:600]))
     nobody = _watch(target, "/preview/sdkapi-check-nobody", 0.5)
     report.should("/preview/NAME", "a unit that is not there is refused", "" if nobody.status in (404, 405) else "it has pictures", nobody)
 
@@ -47,13 +52,13 @@ def _first_unit(target: Target) -> str:
     return ""
 
 
-def _watch(target: Target, path: str, seconds: float) -> Exchange:
-    """What comes in so many seconds from the first byte on; no login is needed."""
-    result = Exchange(request("GET", path))
+def _watch(target: Target, path: str, seconds: float, token: str | None = None) -> Exchange:
+    """What comes in so many seconds from the first byte on, or the beginning; no login is needed."""
+    result = Exchange(request("GET", path, token))
     with target.endpoint.connect() as connection:
         connection.sendall(result.sent)
-        receive(connection, result, 1, time.monotonic() + target.endpoint.timeout)
-        if not result.ended:
+        receive(connection, result, 64, time.monotonic() + target.endpoint.timeout)
+        if seconds and not result.ended:
             receive(connection, result, 256 << 20, time.monotonic() + seconds)
     return result
 

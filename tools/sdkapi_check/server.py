@@ -7,7 +7,7 @@ from . import routes
 from .rules import composed_fault, web_server_fault
 from .target import Target
 from .transfer import download_fault
-from .wire import Exchange, form, request
+from .wire import BROKEN_FORM, Exchange, form, request
 
 _OUTSIDE = ("/../../../../etc/passwd", "/%2e%2e/%2e%2e/%2e%2e/%2e%2e/etc/passwd", "/..%2f..%2f..%2f..%2fetc/passwd", "/..\\..\\..\\..\\etc\\passwd",
             "//etc/passwd", "/./../.././../etc/passwd")
@@ -19,7 +19,7 @@ def check_server(target: Target) -> None:
     report.area = "server"
     nowhere = target.ask("GET", f"/sdkapi-check-{secrets.token_hex(6)}", None)
     report.must("/NOWHERE", "an unknown path is a 404 with the security headers", web_server_fault(nowhere, (404,)), nowhere)
-    for path in (routes.ALL[0] + "x", "/logoutx", "/logx", "/createuserx"):
+    for path in (path + "x" for path in routes.EXACT):
         exchange = target.ask("GET", path)
         report.must(path, "exact routes do not match longer paths", web_server_fault(exchange, (404,)), exchange)
     for path in _OUTSIDE:
@@ -55,9 +55,13 @@ def check_custom(target: Target) -> None:
 def _check_own_gate(target: Target, path: str) -> None:
     if not target.gated:
         return
-    for rule, token in (("no token", None), ("an unknown token", "sdkapi-check"), ("a token cut by one", target.token[:-1])):
+    ended = target.new_login()
+    target.log_out(ended)
+    for rule, token in (("no token", None), ("an unknown token", "sdkapi-check"), ("a token cut by one", target.token[:-1]), ("an ended login's token", ended)):
         exchange = target.ask("GET", path, token)
         target.report.must(path, f"{rule} is refused", composed_fault(exchange, (401,), b""), exchange)
+    exchange = target.ask("POST", path, None, *BROKEN_FORM)
+    target.report.must(path, "no token is refused to POST", composed_fault(exchange, (401,), b""), exchange)
 
 
 def _check_get(target: Target, path: str) -> None:

@@ -1,6 +1,8 @@
 """Logins, their ends, and what every route asks of a token."""
 from __future__ import annotations
 
+import json
+
 from . import routes
 from .rules import clock_fault, composed_fault, members_fault, parsed
 from .target import Target
@@ -67,11 +69,30 @@ def check_login(target: Target) -> None:
         exchange = target.ask("POST", routes.LOGIN, None, body, "application/json")
         fault = "" if exchange.status == 404 else refusal_fault(exchange)
         report.must(routes.LOGIN, f"{rule} is answered and refused", fault, exchange)
+    exchange = target.ask("POST", routes.LOGIN, None, b'{"username":5,"password":true}', "application/json")
+    report.must(routes.LOGIN, "members that are no texts are answered and refused", "" if exchange.status == 404 else refusal_fault(exchange), exchange)
     exchange, second = target.try_login(target.options.user, target.options.password)
     report.must(routes.LOGIN, "a second login works beside the first", _success_fault(exchange), exchange)
     report.should(routes.LOGIN, "each login has a token of its own", "two logins have the same token" if second == target.token else "", exchange)
     report.should(routes.LOGIN, "tokens cannot be guessed", f"a token has {len(second)} characters only" if 0 < len(second) < 16 else "", exchange)
     _check_logout(target, second)
+    _check_forms(target, second)
+
+
+def _check_forms(target: Target, before: str) -> None:
+    """A login and its end in every form that a client may give them."""
+    body = json.dumps({"UserName": target.options.user, "PASSWORD": target.options.password}, separators=(",", ":")).encode()
+    for rule, method, sent in (("the case of the members' names does not matter", "POST", body), ("a body of 511 bytes is read whole", "POST", body[:-1].ljust(510) + b"}"),
+                               ("the method does not matter", "PUT", body)):
+        exchange = target.ask(method, routes.LOGIN, None, sent, "application/json")
+        target.report.must(routes.LOGIN, rule, _success_fault(exchange), exchange)
+        token = str((parsed(exchange.body) or {}).get("token", "")) if exchange.status == 200 else ""
+        target.report.secrets.add(token)
+        target.report.should(routes.LOGIN, f"an ended login's token does not come back ({rule})", "it does" if token and token == before else "", exchange)
+        if token:
+            ended = target.ask("GET", routes.LOGOUT, token)
+            target.report.must(routes.LOGOUT, f"GET ends the login, too ({rule})", composed_fault(ended, (200,), b'{"code":"0"}'), ended)
+            before = token
 
 
 def _check_logout(target: Target, token: str) -> None:
@@ -102,6 +123,14 @@ def check_gate(target: Target) -> None:
                 continue
             exchange = target.endpoint.exchange(routes.probe(path, token), limit=100_000)
             report.must(path, f"{rule} is refused", composed_fault(exchange, (401,), b""), exchange)
+    longer = [path + end for path in (*routes.LONGER_GET, *routes.LONGER_UPLOAD) for end in ("/below", "x")]
+    for path in (*longer, *((routes.RESTORE + "/below",) if target.options.write else ())):
+        exchange = target.endpoint.exchange(routes.probe(path, None), limit=100_000)
+        report.must(path, "no token is refused below a route, too", composed_fault(exchange, (401,), b""), exchange)
+    for path in (*routes.READ, *routes.DOWNLOADS):
+        for method in ("POST", "PUT"):
+            exchange = target.ask(method, path, None, b"", limit=100_000)
+            report.must(path, f"no token is refused to {method}", composed_fault(exchange, (401,), b""), exchange)
     _check_header(target)
 
 
@@ -114,6 +143,8 @@ def _check_header(target: Target) -> None:
         exchange = target.endpoint.exchange(request("GET", "/dev_info", None, headers=(f"Authorization: {value}",)))
         fault = composed_fault(exchange, (401,), b"") if wanted else "it is refused" if exchange.status == 401 else ""
         target.report.must("Authorization", rule, fault, exchange)
+    exchange = target.endpoint.exchange(request("GET", "/dev_info", None, headers=(f"authorization: bearer {target.token}",)))
+    target.report.must("Authorization", "the case of the header's name does not matter", "it is refused" if exchange.status == 401 else "", exchange)
 
 
 def end(target: Target) -> None:

@@ -24,12 +24,14 @@ _BAD = b"sdkapi-check: this is no file of any kind\n"
 
 
 def picture() -> bytes:
-    """A small PNG."""
+    """A PNG of a few pixels, whose text takes several pieces and holds what ends a part elsewhere."""
     def block(kind: bytes, data: bytes) -> bytes:
         return struct.pack(">I", len(data)) + kind + data + struct.pack(">I", zlib.crc32(kind + data))
 
     rows = b"".join(b"\0" + bytes([16 * row, 64, 128]) * 16 for row in range(16))
-    return b"\x89PNG\r\n\x1a\n" + block(b"IHDR", struct.pack(">IIBBBBB", 16, 16, 8, 2, 0, 0, 0)) + block(b"IDAT", zlib.compress(rows)) + block(b"IEND", b"")
+    text = b"Comment\0" + b"\r\n--check\r\n-- check of a device\r\n" * 2000
+    return (b"\x89PNG\r\n\x1a\n" + block(b"IHDR", struct.pack(">IIBBBBB", 16, 16, 8, 2, 0, 0, 0)) + block(b"tEXt", text) + block(b"IDAT", zlib.compress(rows))
+            + block(b"IEND", b""))
 
 
 def edid() -> bytes:
@@ -86,6 +88,14 @@ def check_downloads(target: Target) -> None:
         report.must(path, "head and chunks as fixed", fault, exchange)
         report.should(path, "the file has a name", "the name is empty" if 'filename=""' in _file_name(exchange) else "", exchange)
         names[path] = _file_name(exchange)
+        posted = target.ask("POST", path, None if path == routes.LOGO else "", b"", limit=_LIMIT)
+        report.must(path, "POST is answered like GET", "" if posted.status == 200 else f"the status is {posted.status}", posted)
+        if path in routes.LONGER_GET:
+            below = target.ask("GET", path + "/below", limit=_LIMIT)
+            report.must(path, "paths below are served, too", "the status is 404" if below.status == 404 else "", below)
+        if path == routes.LOGO:
+            stranger = target.ask("GET", path, "sdkapi-check", limit=_LIMIT)
+            report.must(path, "a token makes no difference", "" if stranger.status == 200 else f"the status is {stranger.status}", stranger)
         if path == "/log" and target.token:
             report.should(path, "the log does not hold tokens", "it holds the token of this login" if target.token.encode() in content else "", Exchange(exchange.sent, exchange.head))
     for old, new in (("/log", "/api/v1/log"), ("/download/setting", "/api/v1/settings/export")):
@@ -105,6 +115,11 @@ def check_uploads(target: Target) -> None:
             continue
         target.offered.add(kind.path)
         report.must(kind.path, "a form that cannot be parsed is refused", _refused_fault(kind.path, exchange, (500,)), exchange)
+        plain = target.send_form(kind.path, (b"no form", "text/plain"))
+        report.must(kind.path, "a body that is no form is refused", _refused_fault(kind.path, plain, (500,)), plain)
+        if kind.path in routes.LONGER_UPLOAD:
+            below = target.send_form(kind.path + "/below", BROKEN_FORM)
+            report.must(kind.path, "paths below are served, too", _refused_fault(kind.path + "/below", below, (500,)), below)
         if target.options.write:
             _check_bad_file(target, kind)
             if kind.family in _SAFE:
@@ -145,7 +160,7 @@ def _check_good_file(target: Target, path: str, good: Exchange) -> None:
     content, name = good_file(path)
     report.must(path, "a good file is answered without a body", composed_fault(good, (200, 500), b""), good)
     report.should(path, "a good file is taken", "" if good.status == 200 else f"the status is {good.status}", good)
-    dripped = target.send_form(path, form(content, name), pieces=37)
+    dripped = target.send_form(path, form(content, name), pieces=37 + len(content) // 60)
     report.must(path, "a file in small pieces is answered alike", "" if dripped.status == good.status else f"the status is {dripped.status}, not {good.status}", dripped)
     if good.status == 200 and path in _BACK:
         _check_back(target, path, content)
