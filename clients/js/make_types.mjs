@@ -1,6 +1,6 @@
 /* Writes the types of the package from the descriptions and from its sources: node make_types.mjs PACKAGES OUTPUT */
 import { spawnSync } from 'node:child_process';
-import { mkdirSync, readFileSync, writeFileSync } from 'node:fs';
+import { appendFileSync, mkdirSync, readFileSync, writeFileSync } from 'node:fs';
 import { createRequire } from 'node:module';
 import { join } from 'node:path';
 import { fileURLToPath } from 'node:url';
@@ -33,4 +33,6 @@ mkdirSync(output, { recursive: true });
 await writeRoutes();
 await writeMessages();
 const tsc = spawnSync(process.execPath, [require.resolve('typescript/bin/tsc'), '-p', here, '--outDir', output], { stdio: 'inherit' });
+// What TypeScript cannot read out of a module of JavaScript: the element's name.
+appendFileSync(join(output, 'preview.d.ts'), "declare global {\n    interface HTMLElementTagNameMap {\n        'sdkapi-preview': Preview;\n    }\n}\n");
 process.exit(tsc.status ?? 1);

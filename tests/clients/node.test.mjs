@@ -1,5 +1,7 @@
 /* The package's modules against a running device, without a browser. */
 import assert from 'node:assert/strict';
+import { once } from 'node:events';
+import { createServer } from 'node:http';
 import { createRequire } from 'node:module';
 import { join } from 'node:path';
 import { after, before, beforeEach, describe, test } from 'node:test';
@@ -84,6 +86,53 @@ describe('requests', () => {
     assert.ok((await device.snapshot()).size > 1000);
     await fails(device.snapshot('NOBODY'), 'missing', 404);
     await fails(device.snapshot('TX01', AbortSignal.abort()), 'cancelled', 0);
+  });
+});
+
+test('a server that renders pages can read all modules', async () => {
+  assert.equal(globalThis.HTMLElement, undefined);
+  const { Preview } = await import('../../clients/js/src/preview.js');
+  assert.equal(typeof Preview, 'function');
+});
+
+describe('a device that answers badly', () => {
+  const withServer = (name, answer, action) => test(name, { timeout: 60000 }, async () => {
+    const server = createServer(answer).listen(0, '127.0.0.1');
+    await once(server, 'listening');
+    try {
+      await action(new Device({ base: `http://127.0.0.1:${server.address().port}` }), server);
+    } finally {
+      server.closeAllConnections();
+      server.close();
+    }
+  });
+
+  withServer('is broken when its JSON is none', (_, answer) => answer.end('{"model":'), (device) => fails(device.getJson('/dev_info'), 'broken', 200));
+  withServer('is broken when its JSON breaks off', (_, answer) => {
+    answer.writeHead(200, { 'Content-Length': 100 });
+    answer.write('{', () => answer.socket.destroySoon());
+  }, async (device) => {
+    await assert.rejects(device.getJson('/dev_info'), ApiError);
+  });
+
+  withServer('gets longer and longer pauses when it ends each socket at once', (_, answer) => answer.end('{}'), async (device, server) => {
+    const { WebSocketServer } = globalThis.WebSocket;
+    const [opened, closed] = [[], []];
+    const sockets = new WebSocketServer({ server });
+    sockets.on('connection', (socket) => {
+      opened.push(performance.now());
+      if (opened.length === 4) return socket.send('{"type":"pong"}');
+      closed.push(performance.now());
+      return socket.close(1011);
+    });
+    const channel = new Channel(device, { silence: 0 });
+    const messages = listen(channel, 'message');
+    channel.open();
+    await messages.wait('the fourth socket', ({ type }) => type === 'pong');
+    channel.close();
+    sockets.close();
+    // The shortest that 300, 600 and 1200 ms can be; timers may be a millisecond early.
+    for (const [at, least] of [[1, 224], [2, 449], [3, 899]]) assert.ok(opened[at] - closed[at - 1] >= least, `${opened[at] - closed[at - 1]} ms`);
   });
 });
 

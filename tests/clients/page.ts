@@ -36,6 +36,18 @@ export function events(channel: Channel, connection: Connection) {
   return connection.command({ type: 'set-unit-online', online: true });
 }
 
+export function listeners(channel: Channel, connection: Connection) {
+  connection.addEventListener('session', ({ detail }) => console.log(detail.required, detail.token ?? ''));
+  connection.addEventListener('state', ({ detail }) => console.log(detail?.model ?? ''));
+  channel.addEventListener('state', ({ detail }) => detail === 'lost', { once: true });
+  // @ts-expect-error a link has no such state
+  connection.addEventListener('link', ({ detail }) => detail === 'tired');
+  document.querySelector('sdkapi-preview')?.play();
+  document.createElement('sdkapi-preview').unit = 'TX01';
+  // @ts-expect-error there is no such mode
+  document.createElement('sdkapi-preview').mode = 'fast';
+}
+
 export function failures(error: unknown, preview: Preview) {
   preview.mode = 'still';
   // @ts-expect-error there is no such mode

@@ -1,7 +1,7 @@
 /* The package's types are those of its sources and of the descriptions, and hold what a page may and may not write. */
 import assert from 'node:assert/strict';
 import { spawnSync } from 'node:child_process';
-import { copyFile, mkdir, mkdtemp, readFile, readdir, rm, symlink } from 'node:fs/promises';
+import { copyFile, mkdir, mkdtemp, readFile, readdir, rm, symlink, writeFile } from 'node:fs/promises';
 import { createRequire } from 'node:module';
 import { tmpdir } from 'node:os';
 import { join } from 'node:path';
@@ -38,7 +38,10 @@ test('a page in TypeScript is checked against the descriptions', () => withFolde
   await mkdir(join(folder, 'node_modules'));
   await symlink(client, join(folder, 'node_modules/sdkapi-client'));
   await copyFile(fileURLToPath(new URL('page.ts', import.meta.url)), join(folder, 'page.ts'));
-  const options = ['--noEmit', '--strict', '--target', 'es2022', '--module', 'es2022', '--moduleResolution', 'bundler', '--lib', 'es2022,dom'];
-  const checked = node(tsc, ...options, join(folder, 'page.ts'));
-  assert.equal(checked.status, 0, checked.stdout);
+  await writeFile(join(folder, 'package.json'), '{"type":"module"}');
+  const strict = ['--noEmit', '--strict', '--exactOptionalPropertyTypes', '--target', 'es2022', '--lib', 'es2022,dom'];
+  for (const modules of [['--module', 'es2022', '--moduleResolution', 'bundler'], ['--module', 'nodenext', '--verbatimModuleSyntax']]) {
+    const checked = node(tsc, ...strict, ...modules, join(folder, 'page.ts'));
+    assert.equal(checked.status, 0, checked.stdout);
+  }
 }));

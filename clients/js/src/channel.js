@@ -8,6 +8,7 @@ import { ApiError } from './errors.js';
 /** @typedef {{ resolve: (answer: DeviceMessage) => void, reject: (error: Error) => void, timer: ReturnType<typeof setTimeout> }} Waiting */
 
 const RETRY_MS = [300, 600, 1200, 2500, 5000];
+const STEADY_MS = 10000; // a socket that lived for so long was a good one
 const ANSWER_MS = 10000;
 const POLICY = 1008; // the device's code where a login has ended
 const ANSWERS = ['ok', 'error', 'pong'];
@@ -16,6 +17,7 @@ const ANSWERS = ['ok', 'error', 'pong'];
  * Events: 'message' (`detail` is the device's message; `on` listens to those of one type) and 'state' (`detail` is a ChannelState).
  * The end of the socket, from either side, ends the login of its token: a socket that is lost leads to 'ended', and only without a
  * login to a new one.
+ * @extends {Emitter<{ message: DeviceMessage, state: ChannelState }>}
  */
 export class Channel extends Emitter {
   /** @type {WebSocket | null} */
@@ -24,6 +26,7 @@ export class Channel extends Emitter {
   #waiting = new Map();
   #number = 0;
   #tries = 0;
+  #opened = 0;
   #wanted = false;
   #heard = 0;
   /** @type {ReturnType<typeof setInterval> | undefined} */
@@ -84,10 +87,14 @@ export class Channel extends Emitter {
     const word = this.#device.token || `guest-${Math.random().toString(36).slice(2)}`;
     const socket = new WebSocket(address, word);
     this.#socket = socket;
-    socket.onopen = () => this.#hear(socket);
+    socket.onopen = () => {
+      this.#opened = Date.now();
+      this.#hear(socket);
+    };
     socket.onmessage = ({ data }) => socket === this.#socket && this.#receive(socket, data);
     socket.onclose = ({ code, reason }) => {
       if (socket !== this.#socket) return;
+      if (this.state === 'open' && Date.now() - this.#opened > STEADY_MS) this.#tries = 0;
       this.why = code === POLICY ? reason : '';
       this.#dropped();
     };
@@ -97,7 +104,6 @@ export class Channel extends Emitter {
   #hear(socket) {
     if (socket !== this.#socket || !this.#wanted) return;
     this.#heard = Date.now();
-    this.#tries = 0;
     this.#enter('open');
   }
 
@@ -134,7 +140,8 @@ export class Channel extends Emitter {
     for (const id of [...this.#waiting.keys()]) this.#refuse(id, new ApiError('offline'));
     while (this.#wanted) {
       this.#enter('lost');
-      const pause = RETRY_MS[Math.min(this.#tries++, RETRY_MS.length - 1)];
+      // Not at one time with everybody else who lost the device.
+      const pause = RETRY_MS[Math.min(this.#tries++, RETRY_MS.length - 1)] * (0.75 + Math.random() / 2);
       await new Promise((resolve) => setTimeout(resolve, pause));
       const valid = await this.#device.tokenIsValid().catch(() => null);
       if (!this.#wanted) return;

@@ -14,6 +14,8 @@ import { Hub } from './hub.js';
  * the browser has no locks either (pages of plain HTTP), each tab has a hub and a login of its own.
  *
  * Events: 'session' (`detail` is a Session), 'link' (a ChannelState), 'state' (a DeviceState), 'message' (`on` listens to one type).
+ * @extends {Emitter<{ session: Session, link: import('./channel.js').ChannelState, state: import('./state.js').DeviceState | null,
+ *   message: import('./channel.js').DeviceMessage }>}
  */
 export class Connection extends Emitter {
   #me = Math.random().toString(36).slice(2);
@@ -46,8 +48,8 @@ export class Connection extends Emitter {
     super();
     this.device = new Device({ base });
     this.#events = events;
-    this.#key = `sdkapi ${base}${path}`;
-    this.#place = { name: this.#key, base, path, silence };
+    this.#key = `sdkapi ${this.device.base}${path}`;
+    this.#place = { name: this.#key, base: this.device.base, path, silence };
     this.#wire = this.#listen();
     this.#takeSeat();
     this.#greet();
@@ -196,9 +198,18 @@ export class Connection extends Emitter {
   #useSession(session) {
     this.session = session;
     this.device.token = session.token ?? '';
-    if (session.token) sessionStorage.setItem(this.#key, JSON.stringify(session));
-    else sessionStorage.removeItem(this.#key);
+    this.#keep(session);
     this.emit('session', session);
+  }
+
+  /** @param {Session} session */
+  #keep(session) {
+    try {
+      if (session.token) sessionStorage.setItem(this.#key, JSON.stringify(session));
+      else sessionStorage.removeItem(this.#key);
+    } catch {
+      // A person may have forbidden it: then a tab that is loaded again has no login.
+    }
   }
 
   /** The login that this tab had before it was loaded again. @returns {Session | null} */

@@ -23,7 +23,7 @@ export class Device {
     const answer = await this.send('/iplogin');
     if (answer.status === 404) return true;
     if (!answer.ok) throw await this.refusal(answer.status);
-    return (await answer.json()).result !== 'off';
+    return (await read(answer)).result !== 'off';
   }
 
   /**
@@ -56,7 +56,7 @@ export class Device {
    * @returns {Promise<import('../types/answers.js').Answer<Path, 'get'>>}
    */
   async getJson(path, init) {
-    return (await this.request(path, init)).json();
+    return read(await this.request(path, init), init?.signal);
   }
 
   /**
@@ -67,7 +67,7 @@ export class Device {
    * @returns {Promise<import('../types/answers.js').Answer<Path, 'post'>>}
    */
   async postJson(path, body, init) {
-    return (await this.request(path, { ...init, method: 'POST', body: JSON.stringify(body) })).json();
+    return read(await this.request(path, { ...init, method: 'POST', body: JSON.stringify(body) }), init?.signal);
   }
 
   /**
@@ -167,6 +167,18 @@ export class Device {
     const headers = Object.fromEntries(new Headers(more));
     return this.token ? { authorization: `Bearer ${this.token}`, ...headers } : headers;
   }
+}
+
+/**
+ * The JSON of an answer; one that breaks off or holds none is broken.
+ * @param {Response} response
+ * @param {AbortSignal | null} [signal]
+ * @returns {Promise<any>}
+ */
+function read(response, signal) {
+  return response.json().catch(() => {
+    throw new ApiError(signal?.aborted ? 'cancelled' : 'broken', signal?.aborted ? 0 : response.status);
+  });
 }
 
 /** @param {Response} response @param {(received: number) => void} onProgress */

@@ -2,7 +2,35 @@
 
 /** @typedef {import('../types/asyncapi.js').DeviceMessage} DeviceMessage */
 
+/**
+ * @template {Record<string, unknown>} [Events=Record<string, unknown>] what the `detail` of each event is
+ */
 export class Emitter extends EventTarget {
+  /**
+   * @template {keyof Events & string} K
+   * @overload
+   * @param {K} name
+   * @param {(event: CustomEvent<Events[K]>) => void} listener
+   * @param {boolean | AddEventListenerOptions} [options]
+   * @returns {void}
+   */
+  /**
+   * @overload
+   * @param {string} name
+   * @param {EventListenerOrEventListenerObject | null} listener
+   * @param {boolean | AddEventListenerOptions} [options]
+   * @returns {void}
+   */
+  /**
+   * Events have their types: `({ detail }) => ...`.
+   * @param {string} name
+   * @param {any} listener
+   * @param {boolean | AddEventListenerOptions} [options]
+   */
+  addEventListener(name, listener, options) {
+    super.addEventListener(name, listener, options);
+  }
+
   /**
    * Calls the listener for each message of this type; returns a function that ends it.
    * @template {DeviceMessage['type']} T

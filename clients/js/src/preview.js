@@ -3,6 +3,7 @@ import { Device } from './device.js';
 import { arrange, join, leave, prefer } from './preview_wall.js';
 
 const RETRY_MS = [1000, 2000, 4000, 8000];
+const STILL_MS = 10000; // one picture that does not come holds up the stills of the others
 const STYLE = `:host { display: block }
 img { display: block; width: 100%; aspect-ratio: 16 / 9; object-fit: contain }
 img:not([src]) { visibility: hidden }`;
@@ -18,6 +19,9 @@ function sheet() {
 
 let streams = 0;
 
+// A server that renders pages reads this module, too, and has no elements.
+const Element = globalThis.HTMLElement ?? /** @type {typeof HTMLElement} */ (/** @type {unknown} */ (class {}));
+
 /** @typedef {'off' | 'connecting' | 'live' | 'still' | 'failed'} PreviewState */
 
 /**
@@ -26,7 +30,7 @@ let streams = 0;
  * front; of more than three the others are stills that renew themselves, as browsers open six connections to one device.
  * The picture is the part `picture`. Pictures of another origin are live or off.
  */
-export class Preview extends HTMLElement {
+export class Preview extends Element {
   static observedAttributes = ['unit', 'mode', 'alt', 'base'];
   #image = makeImage();
   #spare = makeImage();
@@ -136,7 +140,7 @@ export class Preview extends HTMLElement {
   /** Shows one picture; called in turn with the other stills. */
   async renew() {
     const { signal } = this.#run;
-    const picture = await this.device.snapshot(this.unit, signal).catch(() => null);
+    const picture = await this.device.snapshot(this.unit, AbortSignal.any([signal, AbortSignal.timeout(STILL_MS)])).catch(() => null);
     if (signal.aborted) return;
     this.#enter(picture ? 'still' : 'failed');
     if (picture) await this.#show(picture);
@@ -246,9 +250,15 @@ function makeImage() {
 /** @param {number} milliseconds @param {AbortSignal} signal */
 function pause(milliseconds, signal) {
   return new Promise((resolve) => {
-    const timer = setTimeout(resolve, milliseconds);
-    signal.addEventListener('abort', () => (clearTimeout(timer), resolve(undefined)));
+    const end = () => {
+      clearTimeout(timer);
+      signal.removeEventListener('abort', end);
+      resolve(undefined);
+    };
+    const timer = setTimeout(end, milliseconds);
+    signal.addEventListener('abort', end);
   });
 }
 
-customElements.define('sdkapi-preview', Preview);
+// A page may get this module twice, from two of its parts.
+if (globalThis.customElements && !customElements.get('sdkapi-preview')) customElements.define('sdkapi-preview', Preview);

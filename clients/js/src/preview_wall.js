@@ -11,22 +11,28 @@ const pictures = new Set();
 let ranks = 0;
 let renewing = false;
 
-const watcher = new IntersectionObserver((entries) => {
-  for (const { target, isIntersecting } of entries) /** @type {Preview} */ (target).visible = isIntersecting;
-  arrange();
-});
-document.addEventListener('visibilitychange', () => arrange());
+/** @type {IntersectionObserver | undefined} */
+let watcher;
+
+/** Begins with the first picture: a server that renders pages has none. */
+function watch() {
+  document.addEventListener('visibilitychange', () => arrange());
+  return new IntersectionObserver((entries) => {
+    for (const { target, isIntersecting } of entries) /** @type {Preview} */ (target).visible = isIntersecting;
+    arrange();
+  });
+}
 
 /** @param {Preview} picture */
 export function join(picture) {
   pictures.add(picture);
-  watcher.observe(picture);
+  (watcher ??= watch()).observe(picture);
 }
 
 /** @param {Preview} picture */
 export function leave(picture) {
   pictures.delete(picture);
-  watcher.unobserve(picture);
+  watcher?.unobserve(picture);
   picture.visible = false;
   arrange();
 }

@@ -2,8 +2,12 @@
  * Events: 'message' (`detail` is the device's message; `on` listens to those of one type) and 'state' (`detail` is a ChannelState).
  * The end of the socket, from either side, ends the login of its token: a socket that is lost leads to 'ended', and only without a
  * login to a new one.
+ * @extends {Emitter<{ message: DeviceMessage, state: ChannelState }>}
  */
-export class Channel extends Emitter {
+export class Channel extends Emitter<{
+    message: DeviceMessage;
+    state: ChannelState;
+}> {
     /**
      * @param {import('./device.js').Device} device
      * @param {{ path?: string, silence?: number }} [options] `silence`: after how many milliseconds without a message the connection

@@ -7,8 +7,15 @@
  * the browser has no locks either (pages of plain HTTP), each tab has a hub and a login of its own.
  *
  * Events: 'session' (`detail` is a Session), 'link' (a ChannelState), 'state' (a DeviceState), 'message' (`on` listens to one type).
+ * @extends {Emitter<{ session: Session, link: import('./channel.js').ChannelState, state: import('./state.js').DeviceState | null,
+ *   message: import('./channel.js').DeviceMessage }>}
  */
-export class Connection extends Emitter {
+export class Connection extends Emitter<{
+    session: Session;
+    link: import("./channel.js").ChannelState;
+    state: import("./state.js").DeviceState | null;
+    message: import("./channel.js").DeviceMessage;
+}> {
     /**
      * @param {{ base?: string, path?: string, events?: boolean, silence?: number }} [options] `base`: where the device is, empty for
      *   the one that serves the page; `path`: of its WebSocket; `events`: false for pages that need the login only; `silence`: as for a

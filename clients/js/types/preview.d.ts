@@ -40,3 +40,8 @@ export class Preview extends HTMLElement {
 }
 export type PreviewState = "off" | "connecting" | "live" | "still" | "failed";
 import { Device } from './device.js';
+declare global {
+    interface HTMLElementTagNameMap {
+        'sdkapi-preview': Preview;
+    }
+}
