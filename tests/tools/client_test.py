@@ -49,6 +49,11 @@ def check_blocking(client, folder):
     assert seen[-1] == (len(picture()), len(picture()))
     with client.download("logo") as download:
         assert b"".join(download.pieces) == picture() and download.name == "logo.png", download.name
+    for name in ("a+b.png", "50%41.png", "a b.png"):
+        client.upload("priv", path, name=name)
+        (kept,) = (entry.picture for entry in client.privileges())
+        assert kept == name.replace("%", "_").replace("+", "_"), (kept, name)
+        client.delete_privilege(kept)
     client.upload("priv", path)
     client.bind_privilege("RX01", "a picture.png")
     assert [(entry.picture, entry.hosts) for entry in client.privileges()] == [("a picture.png", ("RX01",))]

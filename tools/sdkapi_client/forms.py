@@ -6,6 +6,7 @@ import secrets
 from collections.abc import AsyncIterator, Callable, Iterator
 from dataclasses import dataclass, field
 from pathlib import Path
+from urllib.parse import quote
 
 Progress = Callable[[int, int], None]
 
@@ -13,7 +14,8 @@ _PIECE = 64 * 1024
 
 
 def _quoted(name: str) -> str:
-    return name.replace("\\", "_").replace('"', "_").replace("\r", "_").replace("\n", "_")
+    """The device decodes names as it decodes addresses: what is not encoded comes out as another name. Names of files are bytes."""
+    return quote(name, safe="", errors="surrogateescape")
 
 
 @dataclass
@@ -29,7 +31,7 @@ class FileForm:
         self.size = os.stat(self.path).st_size
         name = _quoted(self.name or self.path.name)
         self._head = (f'--{self.boundary}\r\nContent-Disposition: form-data; name="file"; filename="{name}"\r\n'
-                      "Content-Type: application/octet-stream\r\n\r\n").encode(errors="surrogateescape")  # names of files are bytes
+                      "Content-Type: application/octet-stream\r\n\r\n").encode()
         self._tail = f"\r\n--{self.boundary}--\r\n".encode()
 
     def headers(self) -> dict[str, str]:
