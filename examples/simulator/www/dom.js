@@ -43,6 +43,14 @@ export function refill(element, ...children) {
   if (hadFocus) (document.getElementById(id) ?? document.getElementById('main')).focus({ preventScroll: true });
 }
 
+/** Makes an element of a drawing. */
+export function svg(tag, attributes, ...children) {
+  const element = document.createElementNS('http://www.w3.org/2000/svg', tag);
+  for (const [name, value] of Object.entries(attributes)) element.setAttribute(name, value);
+  element.append(...children);
+  return element;
+}
+
 let idNumber = 0;
 export const newId = () => `c${++idNumber}`;
 
@@ -88,6 +96,20 @@ function denyControl(control, reason) {
   control.setAttribute('aria-disabled', 'true');
   control.addEventListener('click', (event) => (event.preventDefault(), event.stopImmediatePropagation(), notice(reason, 'warn')), { capture: true });
 }
+
+/** Fills a choice with groups, [title, [{id, name}]], without losing what is chosen. */
+export function offer(select, all) {
+  const option = ({ id, name }) => h('option', { value: id }, name);
+  const text = JSON.stringify(all.map(([title, entries]) => [title, entries.map(({ id, name }) => [id, name])]));
+  if (select.dataset.offered === text) return;
+  select.dataset.offered = text;
+  const chosen = select.value;
+  fill(select, all.map(([title, entries]) => (title ? h('optgroup', { label: title }, entries.map(option)) : entries.map(option))));
+  if ([...select.options].some(({ value }) => value === chosen)) select.value = chosen;
+}
+
+/** The same with names alone. */
+export const offerNames = (select, names) => offer(select, [['', names.map((name) => ({ id: name, name }))]]);
 
 export const button = (text, onclick, kind = '') =>
   h(`button${kind && `.${kind}`}`, { type: 'button', onclick }, text);

@@ -1,5 +1,5 @@
 /* A graph of the last hour: drawn as SVG, read by pointer and by keyboard. */
-import { h } from './dom.js';
+import { h, svg } from './dom.js';
 import { formatClock } from './format.js';
 import { device as texts } from './texts.js';
 
@@ -7,15 +7,6 @@ const WIDTH = 600;
 const HEIGHT = 100;
 const SECONDS = 3600;
 const BREAK = 3; // steps without a point: the line ends and begins anew
-
-const NAMESPACE = 'http://www.w3.org/2000/svg';
-
-function svg(tag, attributes, ...children) {
-  const element = document.createElementNS(NAMESPACE, tag);
-  for (const [name, value] of Object.entries(attributes)) element.setAttribute(name, value);
-  element.append(...children);
-  return element;
-}
 
 /** The next 1, 2 or 5 with zeros that is not below the value. */
 function roundUp(value) {

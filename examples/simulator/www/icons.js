@@ -1,4 +1,6 @@
 /* The line drawings of the navigation and of buttons. */
+import { svg } from './dom.js';
+
 const PATHS = {
   matrix: 'M4 7h16M4 12h16M4 17h16M7 4v16M12 4v16M17 4v16',
   lock: 'M6 11h12v9H6zM8.5 11V8a3.5 3.5 0 0 1 7 0v3',
@@ -20,12 +22,4 @@ const PATHS = {
   theme: 'M12 4a8 8 0 1 0 0 16zM12 4a8 8 0 0 1 0 16',
 };
 
-export function iconOf(name) {
-  const svg = document.createElementNS('http://www.w3.org/2000/svg', 'svg');
-  svg.setAttribute('viewBox', '0 0 24 24');
-  svg.setAttribute('aria-hidden', 'true');
-  const path = document.createElementNS('http://www.w3.org/2000/svg', 'path');
-  path.setAttribute('d', PATHS[name]);
-  svg.append(path);
-  return svg;
-}
+export const iconOf = (name) => svg('svg', { viewBox: '0 0 24 24', 'aria-hidden': 'true' }, svg('path', { d: PATHS[name] }));

@@ -1,6 +1,6 @@
 /* The matrix on a phone: a card for each output, with a choice of its input. */
 import { showLatch } from './crosspoints.js';
-import { fill, h } from './dom.js';
+import { fill, h, offer } from './dom.js';
 import { inputWords, shownBy, unitHead } from './heads.js';
 import { whyNot } from './me.js';
 import { matrix as texts } from './texts.js';
@@ -27,15 +27,10 @@ function outputCard(ctx, routing, unitNow) {
   const choice = h('select', { onchange: () => routing.choose(unitNow(), choice.value) });
   const latch = h('button.latch', { type: 'button', onclick: () => routing.lock(unitNow(), !unitNow().locked) });
   const element = h('li.card', head.element, h('div.row', choice, latch));
-  let offered = '';
 
   function update() {
     const unit = unitNow();
-    const names = ['', ...routing.sources.map(({ name }) => name)];
-    if (offered !== names.join()) {
-      offered = names.join();
-      fill(choice, names.map((name) => h('option', { value: name }, name || texts.none)));
-    }
+    offer(choice, [['', [{ id: '', name: texts.none }, ...routing.sources.map(({ name }) => ({ id: name, name }))]]]);
     head.update(unit, inputWords(routing, unit), shownBy(unit, routing.units));
     choice.value = routing.pending.get(unit.name) ?? unit.input;
     choice.setAttribute('aria-label', texts.input(unit.name));

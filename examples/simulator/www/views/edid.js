@@ -1,5 +1,5 @@
 /* EDIDs: of the device, of its units, of a file and ready-made ones, in words, compared, and copied. */
-import { button, card, deny, field, fill, h, statusLine } from '../dom.js';
+import { button, card, deny, field, h, offer, statusLine } from '../dom.js';
 import { PRESETS } from '../edid/make.js';
 import { bytesOf, readEdid, textOf } from '../edid.js';
 import { edidView } from '../edid_view.js';
@@ -85,17 +85,6 @@ function groups(ctx, own) {
   const ready = Object.entries(PRESETS).map(([id, make]) => ({ id, name: texts.presets[id], bytes: make() }));
   return [[texts.groups.device, [...own.values()]], [texts.groups.tx, units('tx')], [texts.groups.rx, units('rx')], [texts.groups.ready, ready]]
     .filter(([, entries]) => entries.length);
-}
-
-/** Fills a choice without losing what is chosen. */
-function offer(select, all) {
-  const option = ({ id, name }) => h('option', { value: id }, name);
-  const text = JSON.stringify(all.map(([title, entries]) => [title, entries.map(({ id, name }) => [id, name])]));
-  if (select.dataset.offered === text) return;
-  select.dataset.offered = text;
-  const chosen = select.value;
-  fill(select, all.map(([title, entries]) => (title ? h('optgroup', { label: title }, entries.map(option)) : entries.map(option))));
-  if ([...select.options].some(({ value }) => value === chosen)) select.value = chosen;
 }
 
 async function loadStored(ctx, own, file) {

@@ -1,5 +1,5 @@
 /* Privilege pictures and the units they are bound to. */
-import { badge, button, card, confirmDialog, deny, field, fill, form, h, notice, tableHead } from '../dom.js';
+import { badge, button, card, confirmDialog, deny, field, fill, form, h, notice, offerNames, tableHead } from '../dom.js';
 import { whyNot } from '../me.js';
 import { privileges as texts } from '../texts.js';
 import { thumbnail } from '../thumbnail.js';
@@ -73,25 +73,15 @@ function bindForm(ctx, changed) {
   const submit = element.querySelector('[type=submit]');
   submit.after(reason);
   const forWriters = whyNot(ctx.me, 'write');
-  const showUnits = (device) => device && keep(unit, device.units.map((one) => one.name));
+  const showUnits = (device) => device && offerNames(unit, device.units.map((one) => one.name));
   ctx.on('device', showUnits);
   showUnits(ctx.store.device);
   deny(element, forWriters);
 
   function show(names) {
-    keep(picture, names);
+    offerNames(picture, names);
     reason.hidden = names.length > 0 || Boolean(forWriters);
     if (!forWriters) for (const control of [picture, unit, submit]) control.disabled = !names.length;
   }
   return { element, show };
-}
-
-/** Fills a choice without losing what is chosen. */
-function keep(select, names) {
-  const text = names.join('\n');
-  if (select.dataset.names === text) return;
-  select.dataset.names = text;
-  const chosen = select.value;
-  fill(select, names.map((name) => h('option', { value: name }, name)));
-  if (names.includes(chosen)) select.value = chosen;
 }
