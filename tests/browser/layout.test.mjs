@@ -1,7 +1,7 @@
 /* The pages where there is little room, where the system's colours alone hold, and on paper. */
 import assert from 'node:assert/strict';
 import { checkAxe } from './support/axe.mjs';
-import { goTo, heading, logIn, makeUser, onDevice } from './support/console.mjs';
+import { CONNECTION_LOST, goTo, heading, logIn, makeUser, meet, onDevice, refusedWith } from './support/console.mjs';
 import { enter, point } from './support/routing.mjs';
 
 const SMALL = { width: 320, height: 640 };
@@ -45,6 +45,28 @@ onDevice('little room', 'http', (flow) => {
     await checkAxe(page);
     await page.emulateMedia({ colorScheme: 'dark' });
     await checkAxe(page);
+  });
+});
+
+onDevice('a lost connection', 'https', (flow, device) => {
+  flow('moves nothing that somebody may be about to press', [CONNECTION_LOST, refusedWith(401)], async (person) => {
+    const page = await enter(person);
+    const hand = await meet(device(), { viewport: SMALL });
+    hand.allowed.push(CONNECTION_LOST, refusedWith(401));
+    const small = await logIn(hand);
+    await small.getByLabel('Input of RX01').waitFor();
+    const top = () => point(page, 'RX03 from TX01').evaluate((button) => button.getBoundingClientRect().top);
+    const before = await top();
+    await device().halt();
+    for (const one of [page, small]) await one.getByRole('alert').getByText('The device cannot be reached. The console tries again by itself.').waitFor();
+    assert.equal(await top(), before);
+    await small.locator('#model').evaluate((model) => (model.textContent = 'MODEL'.repeat(8)));
+    assert.equal(await wider(small), 0);
+    await checkAxe(small);
+    await checkAxe(page);
+    assert.deepEqual(hand.problems, []);
+    await hand.context.close();
+    await device().launch();
   });
 });
 
