@@ -8,9 +8,10 @@
  *    options, puts its functions into the host's table, and is stopped after the server.
  * -# **Results.** 0 for success, -1 for failure, with a reason for the log (@ref SdkKitLog_Set). Whatever
  * goes wrong inside, memory included, is a result: no C++ exception leaves the kit.
- * -# **Records.** The first field of every record of options is its size, `sizeof` the record; a size that
- *    this kit does not know is refused. The rest of a zeroed record is a good default. Texts and
- *    arrays are copied; functions must stay callable until the subject was stopped.
+ * -# **Records.** The first field of every record is its size, `sizeof` the record; of rows the record that
+ *    lists them says the size. A shorter record of an older program is taken, what it lacks is 0; a size that
+ *    this kit does not know, such as a longer one, is refused. The rest of a zeroed record is a good default.
+ *    Texts and arrays are copied; functions must stay callable until the subject was stopped.
  * -# **Threads.** Functions may be called from any thread, slots and host functions included, unless they say
  *    otherwise. None waits for a client.
  *

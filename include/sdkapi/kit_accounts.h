@@ -77,6 +77,8 @@ typedef void (*SdkKitFirstPassword)(const char* name, const char* password);
 typedef struct SdkKitAccountsOptions {
   uint32_t size;              /**< `sizeof` the record. */
   int32_t noAuthentication;   /**< 1: no login is needed, everybody is an administrator. */
+  uint32_t roleSize;          /**< `sizeof` one of the roles; 0 without any. */
+  uint32_t rightSize;         /**< `sizeof` one of the rights; 0 without any. */
   const char* path;           /**< the database's file, made when missing; not used with a connection. */
   struct sqlite3* connection; /**< NULL, or a connection of the host's with its mutexes on, open until the
                                  stop: then a transaction of the host's that holds the connection's mutex

@@ -93,13 +93,15 @@ typedef enum SdkKitArchiveAct {
 
 /** The options of @ref SdkKitArchive_Start. */
 typedef struct SdkKitArchiveOptions {
-  uint32_t size;       /**< `sizeof` the record. */
-  uint32_t reserved;   /**< 0. */
-  const char* format;  /**< names the device's kind of archive, such as "matrix-settings-1"; an archive with
-                          another one is refused. NULL = "settings-1". */
-  const char* root;    /**< the folder that the files' paths begin in; NULL = the working directory. */
-  const char* staging; /**< a folder below the root, of this part of the kit alone; NULL = "staging". */
-  uint64_t most;       /**< bytes of all parts, unpacked; 0 = 512 MiB. */
+  uint32_t size;         /**< `sizeof` the record. */
+  uint32_t methodSize;   /**< `sizeof` one of its methods. */
+  uint32_t documentSize; /**< `sizeof` one of its documents; 0 without any. */
+  uint32_t fileSize;     /**< `sizeof` one of its rows of files; 0 without any. */
+  const char* format;    /**< names the device's kind of archive, such as "matrix-settings-1"; an archive with
+                            another one is refused. NULL = "settings-1". */
+  const char* root;      /**< the folder that the files' paths begin in; NULL = the working directory. */
+  const char* staging;   /**< a folder below the root, of this part of the kit alone; NULL = "staging". */
+  uint64_t most;         /**< bytes of all parts, unpacked; 0 = 512 MiB. */
   const SdkKitArchiveMethod* methods;     /**< at least one, 32 at most. */
   size_t methodCount;                     /**< how many. */
   const SdkKitArchiveDocument* documents; /**< in the order in which they are applied. */

@@ -26,6 +26,10 @@ struct SdkKitUploadRow;
 
 /** What is known of one upload. No text but `extra` is NULL; all are valid during the call. */
 typedef struct SdkKitUpload {
+  uint32_t size;                     /**< `sizeof` the record. */
+  int32_t ended;                     /**< 1 in its last report, else 0. */
+  int32_t stored;                    /**< 1 when it ended well. */
+  int32_t reserved;                  /**< 0. */
   const struct SdkKitUploadRow* row; /**< the kit's copy of the row that takes it. */
   const char* url;                   /**< what the client asked for, as sent. */
   const char* token;                 /**< the request's token. */
@@ -36,8 +40,6 @@ typedef struct SdkKitUpload {
       sha256;      /**< in `accept` and `stored` the hash of its bytes, 64 hexadecimal digits; else empty. */
   const char* why; /**< why it was refused; empty as long as it was not. */
   uint64_t bytes;  /**< what has arrived. */
-  int32_t ended;   /**< 1 in its last report, else 0. */
-  int32_t stored;  /**< 1 when it ended well. */
 } SdkKitUpload;
 
 /** The download slots that can give a file back. */

@@ -4,6 +4,7 @@
 #include <atomic>
 #include <cstdio>
 #include <memory>
+#include <stdexcept>
 #include <string>
 
 #include "accounts/accounts.h"
@@ -11,6 +12,7 @@
 #include "accounts/password.h"
 #include "accounts/requester.h"
 #include "base/guarded.h"
+#include "base/record.h"
 
 namespace sdkkit::accounts {
 namespace {
@@ -136,30 +138,29 @@ bool HasRoom(const Record* records, const std::size_t* count) {
   return count != nullptr && (*count == 0 || IsKnown(records));
 }
 
-void Describe(const Accounts& accounts, const std::string& name, int role, int firstLogin, SdkKitUser& user) {
-  user = {};
-  user.size = sizeof user;
+SdkKitUser Describe(const Accounts& accounts, const std::string& name, int role, int firstLogin) {
+  SdkKitUser user{};
   user.role = role;
   user.firstlogin = firstLogin;
   Copy(user.name, name);
   const Role* const known = accounts.FindRole(role);
   Copy(user.roleName, known != nullptr ? known->name : "");
+  return user;
 }
 
-void Describe(const Session& session, const LibraryLogins& logins, std::string_view token,
-              SdkKitSession& out) {
-  out = {};
-  out.size = sizeof out;
+SdkKitSession Describe(const Session& session, const LibraryLogins& logins, std::string_view token) {
+  SdkKitSession out{};
   out.role = session.role;
   out.id = session.id;
   out.own = session.hash == HashToken(token) ? 1 : 0;
   Copy(out.name, session.name);
   Copy(out.address, session.address);
   const auto found = logins.find(session.hash);
-  if (found == logins.end()) return;
+  if (found == logins.end()) return out;
   out.ageSeconds = found->second.ageSeconds;
   out.idleSeconds = found->second.idleSeconds;
   out.webSockets = found->second.webSockets;
+  return out;
 }
 
 // Whose logins a token's user may see and end: nobody's without a user.
@@ -182,15 +183,10 @@ Accounts* TheAccounts() { return current.load(); }
 int SdkKitAccounts_Start(const SdkKitAccountsOptions* options) {
   using namespace sdkkit::accounts;
   return sdkkit::Guarded(kLog, [&] {
-    const char* fault = !sdkkit::IsKnown(options) ? "the options have an unknown size"
-                        : owner != nullptr        ? "started already"
-                                                  : OptionsFault(*options);
-    if (fault != nullptr) {
-      kLog.Error("no start: %s", fault);
-      return -1;
-    }
+    const Options known(options);
+    if (owner != nullptr) throw std::invalid_argument("no start: it has been started before");
     StartPasswords();
-    owner = std::make_unique<Accounts>(OpenDatabase(*options), SettingsOf(*options), RightsOf(*options));
+    owner = std::make_unique<Accounts>(known.OpenDatabase(), known.ToSettings(), known.ToRights());
     current.store(owner.get());
     return 0;
   });
@@ -217,7 +213,7 @@ int SdkKitAccounts_Who(const char* token, SdkKitUser* user) {
   return WithAccounts([&](Accounts& accounts) {
     const auto session = accounts.Who(token != nullptr ? token : "");
     if (!sdkkit::IsKnown(user) || !session) return -1;
-    Describe(accounts, session->name, session->role, session->firstLogin, *user);
+    sdkkit::WriteRecord(Describe(accounts, session->name, session->role, session->firstLogin), user);
     return 0;
   });
 }
@@ -228,7 +224,7 @@ int SdkKitAccounts_List(SdkKitUser* users, size_t* count) {
     if (!HasRoom(users, count)) return -1;
     const std::vector<User> all = accounts.users().List();
     for (std::size_t i = 0; i < std::min(all.size(), *count); ++i)
-      Describe(accounts, all[i].name, all[i].role, all[i].firstLogin, users[i]);
+      sdkkit::WriteRecordAt(Describe(accounts, all[i].name, all[i].role, all[i].firstLogin), users, i);
     *count = all.size();
     return 0;
   });
@@ -275,7 +271,8 @@ int SdkKitAccounts_Sessions(const char* token, SdkKitSession* sessions, size_t* 
     std::size_t found = 0;
     for (const Session& session : accounts.sessions().List()) {
       if (!isVisible(session)) continue;
-      if (found < *count) Describe(session, logins, token != nullptr ? token : "", sessions[found]);
+      if (found < *count)
+        sdkkit::WriteRecordAt(Describe(session, logins, token != nullptr ? token : ""), sessions, found);
       ++found;
     }
     *count = found;

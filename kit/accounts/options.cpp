@@ -3,10 +3,12 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <span>
+#include <iterator>
+#include <stdexcept>
 #include <string>
 
 #include "accounts/password.h"
+#include "base/record.h"
 
 namespace sdkkit::accounts {
 namespace {
@@ -22,20 +24,9 @@ Number Or(Number value, Number ifZero) {
   return value != 0 ? value : ifZero;
 }
 
-std::span<const SdkKitRole> RolesOf(const SdkKitAccountsOptions& options) {
-  if (options.roles == nullptr) return kDefaultRoles;
-  return {options.roles, options.roleCount};
-}
-
 bool IsRole(const SdkKitRole& role) {
   return role.number >= 1 && role.number <= kMostRole && role.name != nullptr &&
          std::string_view(role.name).size() < kKitNameSize;
-}
-
-uint32_t MostLogins(const SdkKitAccountsOptions& options) { return Or(options.mostLogins, kMostLogins); }
-
-uint32_t MostEach(const SdkKitAccountsOptions& options) {
-  return Or(options.mostLoginsEach, std::min(kDefaultEach, MostLogins(options) / 2));
 }
 
 // "device.lan, 8x8.example" is two names.
@@ -58,55 +49,77 @@ void PrintFirstPassword(const char* name, const char* password) {
 
 }  // namespace
 
-const char* OptionsFault(const SdkKitAccountsOptions& options) {
-  const auto roles = RolesOf(options);
-  const int administrator = Or(options.administrator, 1);
-  if (options.connection == nullptr && options.path == nullptr) return "no database";
-  if (roles.size() > kMostRole || !std::ranges::all_of(roles, IsRole)) return "a role is none";
-  if (std::ranges::count(roles, administrator, &SdkKitRole::number) != 1)
-    return "the administrators' role is none";
-  if (options.rightCount > kMostRights || (options.rightCount > 0 && options.rights == nullptr))
-    return "the rights are none";
-  for (const SdkKitRight& right : std::span(options.rights, options.rightCount)) {
-    if (right.route == nullptr) return "a right has no route";
-  }
-  if (options.firstName != nullptr && !IsName(options.firstName)) return "the first name is none";
-  if (MostLogins(options) < 2 || MostLogins(options) > kMostLogins) return "mostLogins is not 2 to 20";
-  return MostEach(options) * 2 > MostLogins(options) ? "mostLoginsEach is more than half of mostLogins"
-                                                     : nullptr;
+Options::Options(const SdkKitAccountsOptions* given) {
+  const auto refuse = [](const char* why) { throw std::invalid_argument(std::string("no start: ") + why); };
+  const auto known = ReadRecord(given);
+  if (!known) refuse("the options have an unknown size");
+  record_ = *known;
+  if (record_.roleCount > kMostRole) refuse("there are too many roles");
+  if (record_.rightCount > kMostRights) refuse("there are too many rights");
+  const auto roles = ReadRows(record_.roles, record_.roleCount, record_.roleSize);
+  const auto rights = ReadRows(record_.rights, record_.rightCount, record_.rightSize);
+  if (!roles) refuse("there are no roles, or roleSize is unknown");
+  if (!rights) refuse("there are no rights, or rightSize is unknown");
+  roles_ = roles->empty() ? std::vector(std::begin(kDefaultRoles), std::end(kDefaultRoles)) : *roles;
+  rights_ = *rights;
+  if (const char* const fault = Fault()) refuse(fault);
 }
 
-Settings SettingsOf(const SdkKitAccountsOptions& options) {
+uint32_t Options::MostLogins() const { return Or(record_.mostLogins, kMostLogins); }
+
+uint32_t Options::MostEach() const {
+  return Or(record_.mostLoginsEach, std::min(kDefaultEach, MostLogins() / 2));
+}
+
+int Options::Administrator() const { return Or(record_.administrator, 1); }
+
+const char* Options::RowsFault() const {
+  if (!std::ranges::all_of(roles_, IsRole)) return "a role is none";
+  if (std::ranges::count(roles_, Administrator(), &SdkKitRole::number) != 1)
+    return "the administrators' role is none";
+  return std::ranges::find(rights_, nullptr, &SdkKitRight::route) != rights_.end() ? "a right has no route"
+                                                                                   : nullptr;
+}
+
+const char* Options::Fault() const {
+  if (record_.connection == nullptr && record_.path == nullptr) return "no database";
+  if (const char* const fault = RowsFault()) return fault;
+  if (record_.firstName != nullptr && !IsName(record_.firstName)) return "the first name is none";
+  if (MostLogins() < 2 || MostLogins() > kMostLogins) return "mostLogins is not 2 to 20";
+  return MostEach() * 2 > MostLogins() ? "mostLoginsEach is more than half of mostLogins" : nullptr;
+}
+
+Settings Options::ToSettings() const {
   Settings settings;
-  settings.isOpen = options.noAuthentication != 0;
-  for (const SdkKitRole& role : RolesOf(options)) settings.roles.push_back({role.number, role.name});
-  settings.administrator = Or(options.administrator, 1);
-  if (options.firstName != nullptr) settings.firstName = options.firstName;
-  if (options.firstPassword != nullptr) settings.firstPassword = options.firstPassword;
+  settings.isOpen = record_.noAuthentication != 0;
+  for (const SdkKitRole& role : roles_) settings.roles.push_back({role.number, role.name});
+  settings.administrator = Administrator();
+  if (record_.firstName != nullptr) settings.firstName = record_.firstName;
+  if (record_.firstPassword != nullptr) settings.firstPassword = record_.firstPassword;
   settings.tellFirstPassword =
-      options.tellFirstPassword != nullptr ? options.tellFirstPassword : PrintFirstPassword;
-  settings.firstPasswordStays = options.firstPasswordStays != 0;
-  settings.idleSeconds = Or(options.idleSeconds, settings.idleSeconds);
-  settings.totalSeconds = Or(options.totalSeconds, settings.totalSeconds);
-  settings.mostLogins = MostLogins(options);
-  settings.mostLoginsEach = MostEach(options);
-  settings.mostUsers = Or(static_cast<std::size_t>(options.mostUsers), settings.mostUsers);
-  if (options.hostNames != nullptr) settings.hostNames = NamesOf(options.hostNames);
+      record_.tellFirstPassword != nullptr ? record_.tellFirstPassword : PrintFirstPassword;
+  settings.firstPasswordStays = record_.firstPasswordStays != 0;
+  settings.idleSeconds = Or(record_.idleSeconds, settings.idleSeconds);
+  settings.totalSeconds = Or(record_.totalSeconds, settings.totalSeconds);
+  settings.mostLogins = MostLogins();
+  settings.mostLoginsEach = MostEach();
+  settings.mostUsers = Or(static_cast<std::size_t>(record_.mostUsers), settings.mostUsers);
+  if (record_.hostNames != nullptr) settings.hostNames = NamesOf(record_.hostNames);
   return settings;
 }
 
-Rights RightsOf(const SdkKitAccountsOptions& options) {
+Rights Options::ToRights() const {
   std::vector<Right> rows;
-  for (const SdkKitRight& right : std::span(options.rights, options.rightCount)) {
+  for (const SdkKitRight& right : rights_) {
     rows.push_back({right.route, right.method != nullptr ? right.method : "", right.roles, right.flags});
   }
-  const uint32_t administrators = 1U << static_cast<uint32_t>(Or(options.administrator, 1));
-  return {std::move(rows), administrators, Or(options.writers, uint32_t{kKitRole1 | kKitRole2})};
+  const uint32_t administrators = 1U << static_cast<uint32_t>(Administrator());
+  return {std::move(rows), administrators, Or(record_.writers, uint32_t{kKitRole1 | kKitRole2})};
 }
 
-std::unique_ptr<Database> OpenDatabase(const SdkKitAccountsOptions& options) {
-  if (options.connection != nullptr) return std::make_unique<Database>(options.connection);
-  return std::make_unique<Database>(std::string(options.path));
+std::unique_ptr<Database> Options::OpenDatabase() const {
+  if (record_.connection != nullptr) return std::make_unique<Database>(record_.connection);
+  return std::make_unique<Database>(std::string(record_.path));
 }
 
 }  // namespace sdkkit::accounts

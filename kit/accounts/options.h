@@ -2,17 +2,32 @@
 #pragma once
 
 #include <memory>
-#include <optional>
+#include <vector>
 
 #include "accounts/accounts.h"
 
 namespace sdkkit::accounts {
 
-// What is wrong with them; null when nothing is.
-const char* OptionsFault(const SdkKitAccountsOptions& options);
+// The host's record with rows of this kit's size.
+class Options {
+ public:
+  // Throws std::invalid_argument, in words for a log, when they cannot be used.
+  explicit Options(const SdkKitAccountsOptions* given);
 
-Settings SettingsOf(const SdkKitAccountsOptions& options);
-Rights RightsOf(const SdkKitAccountsOptions& options);
-std::unique_ptr<Database> OpenDatabase(const SdkKitAccountsOptions& options);
+  Settings ToSettings() const;
+  Rights ToRights() const;
+  std::unique_ptr<Database> OpenDatabase() const;
+
+ private:
+  uint32_t MostLogins() const;
+  uint32_t MostEach() const;
+  int Administrator() const;
+  const char* RowsFault() const;
+  const char* Fault() const;
+
+  SdkKitAccountsOptions record_;
+  std::vector<SdkKitRole> roles_;
+  std::vector<SdkKitRight> rights_;
+};
 
 }  // namespace sdkkit::accounts

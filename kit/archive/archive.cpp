@@ -4,6 +4,7 @@
 #include <exception>
 #include <memory>
 #include <mutex>
+#include <stdexcept>
 #include <stop_token>
 #include <thread>
 
@@ -13,6 +14,7 @@
 #include "base/file.h"
 #include "base/guarded.h"
 #include "base/log.h"
+#include "base/record.h"
 #include "sdkapi/extension.h"
 #include "sdkapi/kit_archive.h"
 
@@ -185,13 +187,11 @@ std::shared_ptr<Settings> Current() {
   return g_settings;
 }
 
-int Start(const SdkKitArchiveOptions& options) {
-  auto parts = CopyParts(options);
-  if (!parts || Current() != nullptr) {
-    kLog.Error(parts ? "it has been started before" : "a bad record");
-    return -1;
-  }
-  auto settings = std::make_shared<Settings>(std::move(*parts));
+int Start(const SdkKitArchiveOptions* given) {
+  const auto options = ReadRecord(given);
+  if (!options) throw std::invalid_argument("no start: the options have an unknown size");
+  auto settings = std::make_shared<Settings>(CopyParts(*options));
+  if (Current() != nullptr) throw std::invalid_argument("no start: it has been started before");
   if (!settings->PrepareFolders() || !settings->Recover()) {
     kLog.Error("the staging folder cannot be used, or an interrupted change cannot be finished");
     return -1;
@@ -263,7 +263,7 @@ using sdkkit::Guarded;
 namespace kit = sdkkit::archive;
 
 int SdkKitArchive_Start(const SdkKitArchiveOptions* options) {
-  return Guarded(kit::kLog, [&] { return sdkkit::IsKnown(options) ? kit::Start(*options) : -1; });
+  return Guarded(kit::kLog, [&] { return kit::Start(options); });
 }
 
 void SdkKitArchive_Fill(SdkAPISerHandle* table) {

@@ -3,10 +3,13 @@
 
 #include <algorithm>
 #include <array>
+#include <iterator>
+#include <stdexcept>
 
 #include "base/file.h"
 #include "base/guarded.h"
 #include "base/json.h"
+#include "base/record.h"
 
 namespace sdkkit::archive {
 namespace {
@@ -41,12 +44,6 @@ bool IsGood(const SdkKitArchiveMethod& row) {
   return row.name != nullptr && row.bit != 0 && row.reserved == 0;
 }
 
-template <class Row>
-bool AreGood(const Row* rows, std::size_t count) {
-  return (rows != nullptr || count == 0) &&
-         std::all_of(rows, rows + count, [](const Row& row) { return IsGood(row); });
-}
-
 Document Copy(const SdkKitArchiveDocument& row) {
   return {row.name,  row.methods, OrDefault(row.most, kDocumentBytes), row.make, row.factory,
           row.check, row.apply};
@@ -59,19 +56,25 @@ StoredFiles Copy(const SdkKitArchiveFile& row) {
 
 Method Copy(const SdkKitArchiveMethod& row) { return {row.name, row.bit}; }
 
+[[noreturn]] void Refuse(const std::string& why) { throw std::invalid_argument("no start: " + why); }
+
+// `what` names the rows for the log, such as "document".
 template <class Row>
-auto CopyAll(const Row* rows, std::size_t count) {
+auto CopyAll(const Row* rows, std::size_t count, uint32_t size, const std::string& what) {
+  const auto known = ReadRows(rows, count, size);
+  if (!known) Refuse("there are no " + what + "s, or " + what + "Size is unknown");
+  const auto bad = std::find_if(known->begin(), known->end(), [](const Row& row) { return !IsGood(row); });
+  if (bad != known->end()) Refuse(what + " " + std::to_string(bad - known->begin()) + " is not in order");
   std::vector<decltype(Copy(*rows))> copies;
-  std::transform(rows, rows + count, std::back_inserter(copies), [](const Row& row) { return Copy(row); });
+  std::transform(known->begin(), known->end(), std::back_inserter(copies),
+                 [](const Row& row) { return Copy(row); });
   return copies;
 }
 
-bool IsGood(const SdkKitArchiveOptions& options) {
-  return options.reserved == 0 && options.methodCount >= 1 && options.methodCount <= kMostMethods &&
-         (options.staging == nullptr || IsInside(options.staging)) &&
-         (options.begin == nullptr) == (options.end == nullptr) &&
-         AreGood(options.methods, options.methodCount) && AreGood(options.documents, options.documentCount) &&
-         AreGood(options.files, options.fileCount);
+void CheckRest(const SdkKitArchiveOptions& options) {
+  if (options.methodCount < 1 || options.methodCount > kMostMethods) Refuse("it needs 1 to 32 methods");
+  if (options.staging != nullptr && !IsInside(options.staging)) Refuse("staging is not below the root");
+  if ((options.begin == nullptr) != (options.end == nullptr)) Refuse("of begin and end one is missing");
 }
 
 }  // namespace
@@ -112,19 +115,20 @@ std::vector<std::string> Parts::EntriesOf(const StoredFiles& row) const {
   return entries;
 }
 
-std::optional<Parts> CopyParts(const SdkKitArchiveOptions& options) {
-  if (!IsGood(options)) return std::nullopt;
-  return Parts{.format = OrDefault(options.format, "settings-1"),
-               .root = OrDefault(options.root, "."),
-               .staging = OrDefault(options.staging, "staging"),
-               .most = OrDefault(options.most, kMostBytes),
-               .methods = CopyAll(options.methods, options.methodCount),
-               .documents = CopyAll(options.documents, options.documentCount),
-               .files = CopyAll(options.files, options.fileCount),
-               .begin = options.begin,
-               .end = options.end,
-               .may = options.may,
-               .done = options.done};
+Parts CopyParts(const SdkKitArchiveOptions& options) {
+  CheckRest(options);
+  return Parts{
+      .format = OrDefault(options.format, "settings-1"),
+      .root = OrDefault(options.root, "."),
+      .staging = OrDefault(options.staging, "staging"),
+      .most = OrDefault(options.most, kMostBytes),
+      .methods = CopyAll(options.methods, options.methodCount, options.methodSize, "method"),
+      .documents = CopyAll(options.documents, options.documentCount, options.documentSize, "document"),
+      .files = CopyAll(options.files, options.fileCount, options.fileSize, "file"),
+      .begin = options.begin,
+      .end = options.end,
+      .may = options.may,
+      .done = options.done};
 }
 
 std::optional<std::string> MakeText(const Document& document, int (*make)(SdkKitArchiveText*)) {

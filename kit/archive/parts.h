@@ -74,8 +74,8 @@ struct Parts {
   std::string ExportFolder() const { return PathOf(staging) + "/export"; }
 };
 
-// Nothing for a bad record.
-std::optional<Parts> CopyParts(const SdkKitArchiveOptions& options);
+// Throws std::invalid_argument, in words for a log, when the options cannot be used.
+Parts CopyParts(const SdkKitArchiveOptions& options);
 
 // A text by one of a document's functions; nothing when it fails or makes too much.
 std::optional<std::string> MakeText(const Document& document, int (*make)(SdkKitArchiveText*));

@@ -5,8 +5,10 @@
 #include <array>
 #include <atomic>
 #include <cstdio>
+#include <optional>
 #include <string_view>
 
+#include "base/record.h"
 #include "sdkapi/kit_log.h"
 
 namespace sdkkit {
@@ -107,9 +109,9 @@ void WriteLine(const SdkKitAuditEntry& entry) {
   SdkKitLog_Write(kKitAudit, entry.subject, line.data());
 }
 
-bool IsUsable(const SdkKitAuditEntry* entry) {
-  return entry != nullptr && entry->size == sizeof *entry && entry->subject != nullptr &&
-         entry->action != nullptr && (entry->outcome == kKitAuditDone || entry->outcome == kKitAuditRefused);
+bool IsUsable(const std::optional<SdkKitAuditEntry>& entry) {
+  return entry && entry->subject != nullptr && entry->action != nullptr &&
+         (entry->outcome == kKitAuditDone || entry->outcome == kKitAuditRefused);
 }
 
 }  // namespace
@@ -132,7 +134,8 @@ std::string RequesterOf(const SdkAPIExtRequest& request) { return UserOf(request
 
 void SdkKitAudit_Set(SdkKitAuditHook hook) { sdkkit::g_hook.store(hook); }
 
-int SdkKitAudit_Write(const SdkKitAuditEntry* entry) {
+int SdkKitAudit_Write(const SdkKitAuditEntry* given) {
+  const auto entry = sdkkit::ReadRecord(given);
   if (!sdkkit::IsUsable(entry)) return -1;
   const auto outcome = static_cast<SdkKitAuditOutcome>(entry->outcome);
   const sdkkit::Told told(entry->subject, {entry->action, outcome, entry->object, entry->target,

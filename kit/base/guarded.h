@@ -21,10 +21,4 @@ Result Guarded(const Log& log, Body&& body, Result failure = -1) noexcept {
   return failure;
 }
 
-// Whether a caller's record has the one size that this kit knows.
-template <class Record>
-bool IsKnown(const Record* record) {
-  return record != nullptr && record->size == sizeof(Record);
-}
-
 }  // namespace sdkkit

@@ -2,11 +2,13 @@
 #include <cstdio>
 #include <memory>
 #include <mutex>
+#include <stdexcept>
 #include <string>
 #include <utility>
 
 #include "base/file.h"
 #include "base/guarded.h"
+#include "base/record.h"
 #include "base/verdict.h"
 #include "certificate/info.h"
 #include "certificate/keeper.h"
@@ -58,17 +60,23 @@ int FeedPiece(void* state, const char* bytes, size_t length, char* why, size_t w
 void EndPieces(void* state) { const std::unique_ptr<PemReader> owned(static_cast<PemReader*>(state)); }
 
 int Tell(const std::string& path, SdkKitCertificateInfo* info) {
-  return IsKnown(info) && Describe(ReadFile(path, kMostPemBytes).value_or(""), *info) ? 0 : -1;
+  if (!IsKnown(info)) return -1;
+  SdkKitCertificateInfo told{};
+  if (!Describe(ReadFile(path, kMostPemBytes).value_or(""), told)) return -1;
+  WriteRecord(told, info);
+  return 0;
 }
 
 // What makes something of names, and says why it cannot.
 template <class Work>
 int Refusable(const SdkKitCertificateNames* names, char* why, size_t whySize, Work work) {
-  if (why == nullptr || whySize == 0 || (names != nullptr && !IsKnown(names))) return -1;
+  const auto chosen = ReadRecord(names);
+  if (why == nullptr || whySize == 0 || (names != nullptr && !chosen)) return -1;
   std::snprintf(why, whySize, "it cannot be made");
   return Guarded(kLog, [&] {
     const auto keeper = Keeper();
-    return Verdict(keeper ? work(*keeper) : "certificates are not started", why, whySize);
+    return Verdict(keeper ? work(*keeper, chosen ? &*chosen : nullptr) : "certificates are not started", why,
+                   whySize);
   });
 }
 
@@ -80,14 +88,9 @@ constexpr SdkKitPieceCheck kPieces{BeginPieces, FeedPiece, EndPieces};
 int SdkKitCertificate_Start(const SdkKitCertificateOptions* options) {
   using namespace sdkkit;
   return Guarded(kLog, [&] {
-    SdkKitCertificateOptions chosen{};
-    chosen.size = sizeof chosen;
-    if (options != nullptr) chosen = *options;
-    if (!IsKnown(&chosen)) {
-      kLog.Error("options of an unknown size");
-      return -1;
-    }
-    const auto keeper = std::make_shared<CertificateKeeper>(chosen);
+    const auto chosen = options != nullptr ? ReadRecord(options) : SdkKitCertificateOptions{};
+    if (!chosen) throw std::invalid_argument("no start: the options have an unknown size");
+    const auto keeper = std::make_shared<CertificateKeeper>(*chosen);
     keeper->Choose();
     SdkAPiSer_Cert_Set(keeper->inUse().c_str());
     SdkAPiSer_CertPassword_Set(keeper->passPhrase().c_str());
@@ -124,7 +127,9 @@ int SdkKitCertificate_Status(SdkKitCertificateStatus* status) {
   return Guarded(kLog, [&] {
     const auto keeper = Keeper();
     if (!keeper || !IsKnown(status)) return -1;
-    keeper->Fill(*status);
+    SdkKitCertificateStatus told{};
+    keeper->Fill(told);
+    WriteRecord(told, status);
     return 0;
   });
 }
@@ -148,20 +153,22 @@ int SdkKitCertificate_Waiting(SdkKitCertificateInfo* info) {
 
 int SdkKitCertificate_Make(const SdkKitCertificateNames* names, char* why, size_t whySize) {
   using namespace sdkkit;
-  return Refusable(names, why, whySize, [&](CertificateKeeper& keeper) { return keeper.Make(names); });
+  return Refusable(names, why, whySize,
+                   [](CertificateKeeper& keeper, const auto* chosen) { return keeper.Make(chosen); });
 }
 
 int SdkKitCertificate_Request(const SdkKitCertificateNames* names, char* pem, size_t size, char* why,
                               size_t whySize) {
   using namespace sdkkit;
   if (pem == nullptr) return -1;
-  return Refusable(names, why, whySize, [&](const CertificateKeeper& keeper) -> std::string {
-    std::string request;
-    if (std::string fault = keeper.Request(names, request); !fault.empty()) return fault;
-    if (request.size() >= size) return "it does not fit";
-    std::snprintf(pem, size, "%s", request.c_str());
-    return "";
-  });
+  return Refusable(names, why, whySize,
+                   [&](const CertificateKeeper& keeper, const auto* chosen) -> std::string {
+                     std::string request;
+                     if (std::string fault = keeper.Request(chosen, request); !fault.empty()) return fault;
+                     if (request.size() >= size) return "it does not fit";
+                     std::snprintf(pem, size, "%s", request.c_str());
+                     return "";
+                   });
 }
 
 int SdkKitCertificate_Discard(void) {

@@ -4,6 +4,7 @@
 #include "base/guarded.h"
 #include "base/json.h"
 #include "base/log.h"
+#include "base/record.h"
 #include "events/events.h"
 #include "sdkapi/extension.h"
 #include "sdkapi/kit_events.h"
@@ -53,8 +54,10 @@ int OnWebSocket(int event, const char* token) {
 
 int SdkKitEvents_Start(const SdkKitEventsOptions* options) {
   return Guarded(kLog, [&] {
-    if (!IsKnown(options) || options->reserved != 0) return NoStart("a bad record");
-    return Events::The().Start(WithDefaults(*options)) == 0 ? 0 : NoStart("it has been started before");
+    const auto known = ReadRecord(options);
+    if (!known) return NoStart("the options have an unknown size");
+    if (known->reserved != 0) return NoStart("a reserved field is not 0");
+    return Events::The().Start(WithDefaults(*known)) == 0 ? 0 : NoStart("it has been started before");
   });
 }
 

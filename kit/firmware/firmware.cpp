@@ -3,10 +3,12 @@
 #include <cstring>
 #include <memory>
 #include <mutex>
+#include <optional>
 
 #include "base/file.h"
 #include "base/guarded.h"
 #include "base/log.h"
+#include "base/record.h"
 #include "base/upload_end.h"
 #include "firmware/install.h"
 #include "firmware/trial.h"
@@ -95,11 +97,16 @@ std::vector<Key> CopyKeys(const SdkKitFirmwareOptions& options) {
   return keys;
 }
 
+const char* FaultOf(const SdkKitFirmwareOptions& options) {
+  if (options.version == nullptr || !Version::Parse(options.version)) return "its version is none";
+  if (options.model == nullptr) return "it has no model";
+  if (options.keys == nullptr || options.keyCount == 0 || options.keyCount > kMostKeys)
+    return "it needs 1 to 16 keys";
+  return HasFunctions(options) ? nullptr : "one of open, write, close, activate and rollBack is missing";
+}
+
+// Of options without a fault.
 std::shared_ptr<const Firmware> Copy(const SdkKitFirmwareOptions& options) {
-  const auto running = options.version != nullptr ? Version::Parse(options.version) : std::nullopt;
-  if (!running || options.model == nullptr || options.keys == nullptr || !HasFunctions(options))
-    return nullptr;
-  if (options.keyCount == 0 || options.keyCount > kMostKeys) return nullptr;
   return std::make_shared<const Firmware>(
       Firmware{.device = {.state = options.state != nullptr ? options.state : "firmware.state",
                           .open = options.open,
@@ -109,7 +116,7 @@ std::shared_ptr<const Firmware> Copy(const SdkKitFirmwareOptions& options) {
                           .progress = options.progress},
                .rules = {.keys = CopyKeys(options),
                          .model = options.model,
-                         .running = *running,
+                         .running = *Version::Parse(options.version),
                          .mayBeOlder = false,
                          .most = options.most != 0 ? options.most : kMostBytes},
                .mayDowngrade = options.mayDowngrade != 0,
@@ -150,12 +157,20 @@ bool CountStart(const Firmware& firmware, bool& onTrial) {
 
 void TellEnd(const SdkAPIExtUpload* upload) { Release(upload->file); }
 
-int Start(const SdkKitFirmwareOptions& options) {
-  const auto firmware = Copy(options);
-  if (firmware == nullptr || Current() != nullptr || sodium_init() < 0) {
-    kLog.Error(firmware == nullptr ? "a bad record" : "it has been started before");
+const char* StartFault(const std::optional<SdkKitFirmwareOptions>& options) {
+  if (!options) return "the options have an unknown size";
+  if (const char* const fault = FaultOf(*options)) return fault;
+  if (Current() != nullptr) return "it has been started before";
+  return sodium_init() < 0 ? "there are no random numbers" : nullptr;
+}
+
+int Start(const SdkKitFirmwareOptions* given) {
+  const auto options = ReadRecord(given);
+  if (const char* const fault = StartFault(options)) {
+    kLog.Error("no start: %s", fault);
     return -1;
   }
+  const auto firmware = Copy(*options);
   bool onTrial = false;
   if (!CountStart(*firmware, onTrial)) return -1;
   OnUploadEnd(kExtUploadFirmware, TellEnd);
@@ -265,7 +280,7 @@ using sdkkit::Guarded;
 namespace kit = sdkkit::firmware;
 
 int SdkKitFirmware_Start(const SdkKitFirmwareOptions* options) {
-  return Guarded(kit::kLog, [&] { return sdkkit::IsKnown(options) ? kit::Start(*options) : -1; });
+  return Guarded(kit::kLog, [&] { return kit::Start(options); });
 }
 
 void SdkKitFirmware_Fill(SdkAPISerHandle* table) { table->UpgradeCb = kit::TakeUpgrade; }

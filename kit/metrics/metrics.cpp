@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "base/guarded.h"
+#include "base/record.h"
 #include "metrics/exposition.h"
 #include "metrics/server_metrics.h"
 #include "sdkapi/http.h"
@@ -43,21 +44,20 @@ bool IsComplete(const SdkKitMetric& metric) {
 }
 
 int Refuse(const char* why) {
-  kLog.Error("not started: %s", why);
+  kLog.Error("no start: %s", why);
   return -1;
 }
 
-int Start(const SdkKitMetricsOptions* options) {
-  if (!IsKnown(options)) return Refuse("the options have an unknown size");
+int Start(const SdkKitMetricsOptions* given) {
+  const auto options = ReadRecord(given);
+  if (!options) return Refuse("the options have an unknown size");
   if (options->count > kMostMetrics) return Refuse("there are too many metrics");
-  if (options->count > 0 && (options->metrics == nullptr || options->metricSize != sizeof(SdkKitMetric))) {
-    return Refuse("the metrics have an unknown size");
-  }
-  const Metrics metrics(options->metrics, options->metrics + options->count);
-  for (const SdkKitMetric& metric : metrics) {
+  const auto metrics = ReadRows(options->metrics, options->count, options->metricSize);
+  if (!metrics) return Refuse("there are no metrics, or metricSize is unknown");
+  for (const SdkKitMetric& metric : *metrics) {
     if (!IsComplete(metric)) return Refuse("a metric has no valid name, help, labels or kind");
   }
-  Set(std::make_shared<const Metrics>(metrics));
+  Set(std::make_shared<const Metrics>(*metrics));
   return 0;
 }
 

@@ -25,8 +25,10 @@ SdkKitPreviewOptions WithDefaults(SdkKitPreviewOptions options) {
   return options;
 }
 
-bool AreGood(const SdkKitPreviewOptions& options) {
-  return options.picturesPerSecond <= kFastest && options.quality <= kBestQuality && options.reserved == 0;
+const char* FaultOf(const SdkKitPreviewOptions& options) {
+  if (options.picturesPerSecond > kFastest) return "picturesPerSecond is more than 60";
+  if (options.quality > kBestQuality) return "quality is more than 100";
+  return options.reserved == 0 ? nullptr : "a reserved field is not 0";
 }
 
 }  // namespace
@@ -36,12 +38,13 @@ Gallery& Gallery::The() {
   return gallery;
 }
 
-int Gallery::Start(const SdkKitPreviewOptions& options) {
+const char* Gallery::Start(const SdkKitPreviewOptions& options) {
+  if (const char* const fault = FaultOf(options)) return fault;
   const std::lock_guard lock(mutex_);
-  if (open_ || !AreGood(options)) return -1;
+  if (open_) return "it has been started before";
   options_ = WithDefaults(options);
   open_ = true;
-  return 0;
+  return nullptr;
 }
 
 void Gallery::Stop() {

@@ -22,7 +22,8 @@ class Gallery {
  public:
   static Gallery& The();
 
-  int Start(const SdkKitPreviewOptions& options);
+  // Why it does not start; null when it does.
+  const char* Start(const SdkKitPreviewOptions& options);
   void Stop();
 
   // Without a name: for names that have no source of their own. An empty source takes it away.

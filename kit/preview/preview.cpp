@@ -6,6 +6,7 @@
 
 #include "base/guarded.h"
 #include "base/log.h"
+#include "base/record.h"
 #include "preview/gallery.h"
 #include "sdkapi/extension.h"
 #include "sdkapi/kit_preview.h"
@@ -28,9 +29,11 @@ std::optional<std::string> OptionalName(const char* name) {
   return name != nullptr ? std::optional<std::string>(name) : std::nullopt;
 }
 
-bool IsGood(const SdkKitPreviewSource* source) {
-  if (!IsKnown(source) || source->picture == nullptr) return false;
-  return source->format == kPreviewJpeg || RawShape{source->format, source->width, source->height}.IsGood();
+const char* FaultOf(const SdkKitPreviewSource& source) {
+  if (source.picture == nullptr) return "it has no function for pictures";
+  const bool isGood =
+      source.format == kPreviewJpeg || RawShape{source.format, source.width, source.height}.IsGood();
+  return isGood ? nullptr : "a bad format or size";
 }
 
 int Refuse(const char* what, const char* why) {
@@ -62,8 +65,9 @@ int Serve(PreviewFrame& stream) {
 
 int SdkKitPreview_Start(const SdkKitPreviewOptions* options) {
   return Guarded(kLog, [&] {
-    const int result = IsKnown(options) ? Gallery::The().Start(*options) : -1;
-    return result == 0 ? 0 : Refuse("no start", "a bad record, or it has been started before");
+    const auto known = ReadRecord(options);
+    const char* const fault = known ? Gallery::The().Start(*known) : "the options have an unknown size";
+    return fault == nullptr ? 0 : Refuse("no start", fault);
   });
 }
 
@@ -77,10 +81,12 @@ int SdkKitPreview_Source_Set(const char* name, const SdkKitPreviewSource* source
     constexpr const char* kWhat = "no source";
     if (name != nullptr && !IsName(name)) return Refuse(kWhat, "a bad name");
     if (source == nullptr) return Taken(kWhat, Gallery::The().SetSource(OptionalName(name), nullptr));
-    if (!IsGood(source)) return Refuse(kWhat, "a bad record");
-    if (name == nullptr && source->open == nullptr)
+    const auto known = ReadRecord(source);
+    if (!known) return Refuse(kWhat, "the source has an unknown size");
+    if (const char* const fault = FaultOf(*known)) return Refuse(kWhat, fault);
+    if (name == nullptr && known->open == nullptr)
       return Refuse(kWhat, "for every name it needs an open that knows them");
-    return Taken(kWhat, Gallery::The().SetHostSource(OptionalName(name), *source));
+    return Taken(kWhat, Gallery::The().SetHostSource(OptionalName(name), *known));
   });
 }
 

@@ -12,12 +12,14 @@
 #include <cstdio>
 #include <exception>
 #include <filesystem>
+#include <optional>
 #include <string>
 #include <thread>
 
 #include "base/file.h"
 #include "base/guarded.h"
 #include "base/log.h"
+#include "base/record.h"
 #include "runner/device_log.h"
 #include "runner/folder_lock.h"
 #include "runner/service_manager.h"
@@ -205,15 +207,17 @@ int RunLocked(const SdkKitProgram& program, const Settings& settings) {
   return Device(program, settings, signals).Run();
 }
 
-bool IsComplete(const SdkKitProgram* program) {
-  return IsKnown(program) && program->name != nullptr && program->version != nullptr &&
-         (program->optionCount == 0 ||
-          (program->options != nullptr && program->optionSize == sizeof(SdkKitOption)));
+const char* FaultOf(const std::optional<SdkKitProgram>& program) {
+  if (!program) return "the program's record has an unknown size";
+  return program->name == nullptr || program->version == nullptr ? "the program has no name or no version"
+                                                                 : nullptr;
 }
 
 int Run(int argc, char** argv, const SdkKitProgram& program) {
   int exitCode = kKitExitUsage;
-  const auto settings = ReadSettings(argc, argv, program, exitCode);
+  const auto options = ReadRows(program.options, program.optionCount, program.optionSize);
+  if (!options) return Complain("the program has no options, or their optionSize is unknown", kKitExitFailed);
+  const auto settings = ReadSettings(argc, argv, program, *options, exitCode);
   if (!settings) return exitCode;
   if (settings->httpPort == 0 && settings->httpsPort == 0)
     return Complain("both ports are switched off", kKitExitUsage);
@@ -224,9 +228,9 @@ int Run(int argc, char** argv, const SdkKitProgram& program) {
 }  // namespace
 }  // namespace sdkkit
 
-int SdkKitRun(int argc, char** argv, const SdkKitProgram* program) {
-  if (!sdkkit::IsComplete(program))
-    return sdkkit::Complain("the program's record is not in order", kKitExitFailed);
+int SdkKitRun(int argc, char** argv, const SdkKitProgram* given) {
+  const auto program = sdkkit::ReadRecord(given);
+  if (const char* const fault = sdkkit::FaultOf(program)) return sdkkit::Complain(fault, kKitExitFailed);
   try {
     return sdkkit::Run(argc, argv, *program);
   } catch (const std::exception& error) {

@@ -76,7 +76,7 @@ void MakeAbsolute(std::string& path) {
 }  // namespace
 
 std::optional<Settings> ReadSettings(int argc, const char* const* argv, const SdkKitProgram& program,
-                                     int& exitCode) {
+                                     const std::vector<SdkKitOption>& options, int& exitCode) {
   Settings settings{.httpPort = program.httpPort,
                     .httpsPort = program.httpsPort,
                     .dataFolder = TextOr(program.dataFolder, "./data"),
@@ -84,7 +84,7 @@ std::optional<Settings> ReadSettings(int argc, const char* const* argv, const Sd
   CLI::App app(TextOr(program.description, ""), program.name);
   try {
     AddCommon(app, program, settings);
-    for (std::size_t i = 0; i < program.optionCount; ++i) Add(app, program.options[i]);
+    for (const SdkKitOption& option : options) Add(app, option);
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {
     exitCode = app.exit(error) == 0 ? kKitExitDone : kKitExitUsage;

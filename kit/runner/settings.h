@@ -3,6 +3,7 @@
 
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "sdkapi/kit_runner.h"
 
@@ -19,6 +20,6 @@ struct Settings {
 
 // Nothing when the program is to end; exitCode then says how, and the reason was printed.
 std::optional<Settings> ReadSettings(int argc, const char* const* argv, const SdkKitProgram& program,
-                                     int& exitCode);
+                                     const std::vector<SdkKitOption>& options, int& exitCode);
 
 }  // namespace sdkkit

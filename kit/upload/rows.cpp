@@ -3,6 +3,7 @@
 
 #include <algorithm>
 
+#include "base/record.h"
 #include "sdkapi/extension.h"
 
 namespace sdkkit {
@@ -49,7 +50,9 @@ const char* UploadRows::Keep(const char* text) {
 }
 
 std::string UploadRows::Take(const SdkKitUploadOptions& options) {
-  rows_.assign(options.rows, options.rows + options.rowCount);
+  auto rows = ReadRows(options.rows, options.rowCount, options.rowSize);
+  if (!rows) return "there are no rows, or rowSize is unknown";
+  rows_ = std::move(*rows);
   for (SdkKitUploadRow& row : rows_) {
     const std::string fault = FaultOf(row);
     if (!fault.empty()) return "row " + std::to_string(&row - rows_.data()) + " has " + fault;

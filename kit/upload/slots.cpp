@@ -4,6 +4,7 @@
 #include <iterator>
 #include <memory>
 #include <mutex>
+#include <stdexcept>
 #include <string>
 #include <type_traits>
 #include <utility>
@@ -11,6 +12,7 @@
 #include "base/audit.h"
 #include "base/file.h"
 #include "base/guarded.h"
+#include "base/record.h"
 #include "base/upload_end.h"
 #include "sdkapi/extension.h"
 #include "sdkapi/http.h"
@@ -205,12 +207,10 @@ std::string RouteInUse() {
 int SdkKitUpload_Start(const SdkKitUploadOptions* options) {
   using namespace sdkkit;
   return Guarded(kLog, [&] {
-    if (!IsKnown(options) || options->rowSize != sizeof(SdkKitUploadRow)) {
-      kLog.Error("options of an unknown size");
-      return -1;
-    }
-    if (TheStore().Get()) return -1;
-    const auto store = std::make_shared<UploadStore>(*options);
+    const auto known = ReadRecord(options);
+    if (!known) throw std::invalid_argument("no start: the options have an unknown size");
+    if (TheStore().Get()) throw std::invalid_argument("no start: it has been started before");
+    const auto store = std::make_shared<UploadStore>(*known);
     LimitFamilies(store->rows());
     ListenToEnds(store->rows(), OnEnd);
     TheStore().Exchange(store);
@@ -264,7 +264,9 @@ int SdkKitUpload_Usage(SdkKitUploadUsage* usage) {
   return Guarded(kLog, [&] {
     const auto store = TheStore().Get();
     if (!store || !IsKnown(usage)) return -1;
-    store->Fill(*usage);
+    SdkKitUploadUsage told{};
+    store->Fill(told);
+    WriteRecord(told, usage);
     return 0;
   });
 }

@@ -112,7 +112,11 @@ void Upload::Tell() {
 }
 
 SdkKitUpload Upload::Told(const std::string& path) const {
-  return {.row = &row_,
+  return {.size = sizeof(SdkKitUpload),
+          .ended = ended_ ? 1 : 0,
+          .stored = stored_ ? 1 : 0,
+          .reserved = 0,
+          .row = &row_,
           .url = request_.url.c_str(),
           .token = request_.token.c_str(),
           .fileName = fileName_.c_str(),
@@ -120,9 +124,7 @@ SdkKitUpload Upload::Told(const std::string& path) const {
           .path = path.c_str(),
           .sha256 = sha256_.c_str(),
           .why = why_.c_str(),
-          .bytes = bytes_,
-          .ended = ended_ ? 1 : 0,
-          .stored = stored_ ? 1 : 0};
+          .bytes = bytes_};
 }
 
 void Upload::Report() {

@@ -62,6 +62,8 @@ SdkKitAccountsOptions Options() {
   SdkKitAccountsOptions options{};
   options.size = sizeof options;
   options.path = "accounts.db";
+  options.roleSize = sizeof(SdkKitRole);
+  options.rightSize = sizeof(SdkKitRight);
   options.firstPassword = kPassword;
   options.firstPasswordStays = 1;
   return options;
@@ -691,6 +693,10 @@ TEST_P(AccountsTest, OptionsThatMakeNoSenseAreRefused) {
   EXPECT_TRUE(isRefused([](auto& options) { options.roles = kRoles, options.roleCount = 2; }));
   EXPECT_TRUE(isRefused([](auto& options) { options.administrator = 4; }));
   EXPECT_TRUE(isRefused([](auto& options) { options.rightCount = 1; }));
+  EXPECT_TRUE(isRefused([](auto& options) { options.roleCount = 1; }));
+  EXPECT_TRUE(isRefused([](auto& options) { options.rightCount = 1001; }));
+  EXPECT_TRUE(
+      isRefused([](auto& options) { options.roles = kRoles, options.roleCount = 1, options.roleSize = 8; }));
   EXPECT_TRUE(isRefused([](auto& options) { options.rights = kNoRoute, options.rightCount = 1; }));
   EXPECT_TRUE(isRefused([](auto& options) { options.firstName = "a b"; }));
   EXPECT_TRUE(isRefused([](auto& options) { options.mostLogins = 21; }));

@@ -87,6 +87,9 @@ SdkKitArchiveOptions Options() {
   options.most = 6000;
   options.methods = kMethods;
   options.methodCount = std::size(kMethods);
+  options.methodSize = sizeof *kMethods;
+  options.documentSize = sizeof *kDocuments;
+  options.fileSize = sizeof *kFiles;
   options.documents = kDocuments;
   options.documentCount = std::size(kDocuments);
   options.files = kFiles;
@@ -346,6 +349,9 @@ TEST_F(ArchiveTest, ABadRecordIsRefused) {
   EXPECT_TRUE(refuses([](auto& options) { options.staging = "../elsewhere"; }));
   EXPECT_TRUE(refuses([](auto& options) { options.end = nullptr; }));
   EXPECT_TRUE(refuses([](auto& options) { options.documents = nullptr; }));
+  EXPECT_TRUE(refuses([](auto& options) { options.methodSize -= 8; }));
+  EXPECT_TRUE(refuses([](auto& options) { options.documentSize = 0; }));
+  EXPECT_TRUE(refuses([](auto& options) { options.fileSize += 8; }));
   Start();
   EXPECT_TRUE(refuses([](auto&) {})) << "started twice";
 }

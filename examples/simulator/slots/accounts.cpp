@@ -35,6 +35,7 @@ void StartAccounts(const AccountOptions& options) {
   accounts.noAuthentication = options.noAuth ? 1 : 0;
   accounts.rights = kRights.data();
   accounts.rightCount = kRights.size();
+  accounts.rightSize = sizeof(SdkKitRight);
   accounts.hostNames = options.hostNames.c_str();
   accounts.firstPasswordStays = options.firstPassword.empty() ? 0 : 1;
   accounts.firstPassword = options.firstPassword.empty() ? "admin" : options.firstPassword.c_str();

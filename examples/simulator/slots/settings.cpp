@@ -156,6 +156,9 @@ void StartSettings() {
   options.format = "sim-settings-1";
   options.methods = kMethods.data();
   options.methodCount = kMethods.size();
+  options.methodSize = sizeof(SdkKitArchiveMethod);
+  options.documentSize = sizeof(SdkKitArchiveDocument);
+  options.fileSize = sizeof(SdkKitArchiveFile);
   options.documents = documents.data();
   options.documentCount = documents.size();
   options.files = files.data();
