@@ -1,6 +1,5 @@
 // Firmware: what the kit exports of it, and the slot.
 #include <cstdio>
-#include <cstring>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -11,6 +10,7 @@
 #include "base/record.h"
 #include "base/upload_end.h"
 #include "firmware/install.h"
+#include "firmware/options.h"
 #include "firmware/trial.h"
 #include "sdkapi/extension.h"
 #include "sdkapi/kit_firmware.h"
@@ -19,9 +19,6 @@ namespace sdkkit::firmware {
 namespace {
 
 constexpr Log kLog{"firmware"};
-constexpr uint64_t kMostBytes = uint64_t{512} << 20;
-constexpr uint32_t kMostStarts = 3;
-constexpr uint32_t kMostKeys = 16;
 constexpr std::size_t kKeyFileBytes = 256;
 
 // The slot's answers beside 0 and -2.
@@ -51,16 +48,6 @@ struct Upload {
   bool refused = false;
 };
 
-struct Firmware {
-  Device device;
-  Rules rules;
-  bool mayDowngrade;
-  decltype(SdkKitFirmwareOptions::may) may;
-  decltype(SdkKitFirmwareOptions::rollBack) rollBack;
-  uint32_t mostStarts;
-  std::string version;
-};
-
 std::mutex g_mutex;  // guards the four below; no function of the host's is called under it
 std::shared_ptr<const Firmware> g_firmware;
 std::shared_ptr<Upload> g_upload;
@@ -82,48 +69,6 @@ void Release(const UploadFileCtx* record) {
   std::shared_ptr<Upload> ended;
   const std::lock_guard lock(g_mutex);
   if (g_upload != nullptr && g_upload->record == record) ended.swap(g_upload);
-}
-
-bool HasFunctions(const SdkKitFirmwareOptions& options) {
-  return options.open != nullptr && options.write != nullptr && options.close != nullptr &&
-         options.activate != nullptr && options.rollBack != nullptr;
-}
-
-std::vector<Key> CopyKeys(const SdkKitFirmwareOptions& options) {
-  std::vector<Key> keys(options.keyCount);
-  for (std::size_t i = 0; i < keys.size(); ++i) {
-    std::memcpy(keys[i].data(), options.keys + i * kKitFirmwareKeySize, kKitFirmwareKeySize);
-  }
-  return keys;
-}
-
-const char* FaultOf(const SdkKitFirmwareOptions& options) {
-  if (options.version == nullptr || !Version::Parse(options.version)) return "its version is none";
-  if (options.model == nullptr) return "it has no model";
-  if (options.keys == nullptr || options.keyCount == 0 || options.keyCount > kMostKeys)
-    return "it needs 1 to 16 keys";
-  return HasFunctions(options) ? nullptr : "one of open, write, close, activate and rollBack is missing";
-}
-
-// Of options without a fault.
-std::shared_ptr<const Firmware> Copy(const SdkKitFirmwareOptions& options) {
-  return std::make_shared<const Firmware>(
-      Firmware{.device = {.state = options.state != nullptr ? options.state : "firmware.state",
-                          .open = options.open,
-                          .write = options.write,
-                          .close = options.close,
-                          .activate = options.activate,
-                          .progress = options.progress},
-               .rules = {.keys = CopyKeys(options),
-                         .model = options.model,
-                         .running = *Version::Parse(options.version),
-                         .mayBeOlder = false,
-                         .most = options.most != 0 ? options.most : kMostBytes},
-               .mayDowngrade = options.mayDowngrade != 0,
-               .may = options.may,
-               .rollBack = options.rollBack,
-               .mostStarts = options.mostStarts != 0 ? options.mostStarts : kMostStarts,
-               .version = options.version});
 }
 
 // The trial is of another version: its start never came, or it has been taken back.
