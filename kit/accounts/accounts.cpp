@@ -306,7 +306,7 @@ void Accounts::SetLimits() {
   limits.whenFull = kExtFullRefuses;
   limits.ended = [](const char* token, int reason) {
     Guarded(kLog, [&] {
-      if (Accounts* const accounts = TheAccounts()) accounts->NoteEnd(token, reason);
+      if (const auto accounts = TheAccounts()) accounts->NoteEnd(token, reason);
       return 0;
     });
   };

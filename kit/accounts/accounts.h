@@ -15,6 +15,7 @@
 #include "accounts/sessions.h"
 #include "accounts/users.h"
 #include "base/database.h"
+#include "base/in_use.h"
 #include "base/log.h"
 #include "sdkapi/kit_accounts.h"
 
@@ -107,8 +108,8 @@ class Accounts {
   std::thread watch_;
 };
 
-// Null before the start and after the stop.
-Accounts* TheAccounts();
+// Empty before the start and from the stop on, which waits for whoever holds one.
+InUse<Accounts>::Use TheAccounts();
 
 // The request that this thread serves; its texts are empty on threads that serve none.
 SdkAPIExtRequest CurrentRequest();

@@ -81,8 +81,8 @@ std::string TakeUsers(const Accounts& accounts, std::string_view text, std::vect
 template <class Users>
 int Hand(char** text, Users usersOf) {
   return Guarded(kLog, [&] {
-    Accounts* const accounts = TheAccounts();
-    if (accounts == nullptr || text == nullptr) return -1;
+    const auto accounts = TheAccounts();
+    if (!accounts || text == nullptr) return -1;
     char* const copy = strdup(TextOf(usersOf(*accounts)).c_str());
     if (copy == nullptr) return -1;
     *text = copy;
@@ -94,8 +94,8 @@ int Hand(char** text, Users usersOf) {
 template <class Use>
 int WithUsers(const char* text, std::size_t length, char* why, std::size_t whySize, Use use) {
   return Guarded(kLog, [&] {
-    Accounts* const accounts = TheAccounts();
-    if (accounts == nullptr || text == nullptr) return -1;
+    const auto accounts = TheAccounts();
+    if (!accounts || text == nullptr) return -1;
     std::vector<User> users;
     const std::string fault = TakeUsers(*accounts, {text, length}, users);
     if (why != nullptr && whySize > 0) std::snprintf(why, whySize, "%s", fault.c_str());

@@ -1,6 +1,7 @@
 // The check of rights, and a function before every slot that asks it.
 #include "accounts/guard.h"
 
+#include <atomic>
 #include <mutex>
 #include <set>
 #include <string>
@@ -53,8 +54,8 @@ const char* FaultOf(const Accounts& accounts, const std::optional<Session>& user
 
 // method: nullptr for the request's own.
 bool Judge(std::string_view token, const char* method) {
-  Accounts* const accounts = TheAccounts();
-  if (accounts == nullptr) return false;
+  const auto accounts = TheAccounts();
+  if (!accounts) return false;
   const SdkAPIExtRequest request = CurrentRequest();
   const char* const route = request.route[0] != '\0' ? request.route : request.path;
   const auto user = accounts->Who(token);
@@ -84,16 +85,25 @@ struct Before<kMay, kSlot> {
   }
 };
 
+// A slot that is guarded already keeps what it guards: guarded twice it would call itself.
+template <auto kSlot, class Function>
+int Put(SdkAPISerHandle& table, Function before) {
+  if (table.*kSlot == nullptr) return 0;
+  if (table.*kSlot != before) hostTable.*kSlot = table.*kSlot;
+  table.*kSlot = before;
+  return 1;
+}
+
 template <auto kMay, auto... kSlots>
-void PutBefore(SdkAPISerHandle& table) {
-  ((table.*kSlots != nullptr ? void(table.*kSlots = Before<kMay, kSlots>::Call) : void()), ...);
+int PutBefore(SdkAPISerHandle& table) {
+  return (Put<kSlots>(table, Before<kMay, kSlots>::Call) + ...);
 }
 
 int BeforeDeviceInfo(const char* token, DeviceInfo* info) {
   if (!MayGoOn(token)) return kNotAuthorised;
   const int result = hostTable.DeviceInfoCb(token, info);
-  const Accounts* const accounts = TheAccounts();
-  if (result == 0 && info->timeout == -1 && accounts != nullptr)
+  const auto accounts = TheAccounts();
+  if (result == 0 && info->timeout == -1 && accounts)
     info->timeout = static_cast<int32_t>(accounts->settings().idleSeconds);
   return result;
 }
@@ -142,18 +152,23 @@ int BeforeWebSocket(int event, const char* token, const char* data, int length) 
   return hostTable.WebSocketCb(event, token, data, length);
 }
 
+std::atomic<bool> isGuarded{false};
+
 void Guard(SdkAPISerHandle& table) {
-  hostTable = table;
   using Table = SdkAPISerHandle;
-  PutBefore<MayGoOn, &Table::ChangeUserInfoCb, &Table::ManageUserCb, &Table::CustomRestoreCb,
-            &Table::DownloadLogFileCb, &Table::DownloadCustomCb, &Table::DownloadSceneFileCb,
-            &Table::GetTxRxListCb, &Table::GetPrivJsonCb, &Table::SpecifyPrivCb, &Table::DeletePrivCb,
-            &Table::DownloadEdidFileCb, &Table::DownloadSettingFileCb, &Table::DownloadImageFileCb>(table);
-  PutBefore<MayUpload, &Table::UploadImageFileCb, &Table::UploadTxtFileCb, &Table::UploadCertFileCb,
-            &Table::UploadZipFileCb, &Table::UpgradeCb>(table);
-  if (table.DeviceInfoCb != nullptr) table.DeviceInfoCb = BeforeDeviceInfo;
-  if (table.PreviewCb != nullptr) table.PreviewCb = BeforePreview;
-  if (table.WebSocketCb != nullptr) table.WebSocketCb = BeforeWebSocket;
+  int slots =
+      PutBefore<MayGoOn, &Table::ChangeUserInfoCb, &Table::ManageUserCb, &Table::CustomRestoreCb,
+                &Table::DownloadLogFileCb, &Table::DownloadCustomCb, &Table::DownloadSceneFileCb,
+                &Table::GetTxRxListCb, &Table::GetPrivJsonCb, &Table::SpecifyPrivCb, &Table::DeletePrivCb,
+                &Table::DownloadEdidFileCb, &Table::DownloadSettingFileCb, &Table::DownloadImageFileCb>(
+          table);
+  slots += PutBefore<MayUpload, &Table::UploadImageFileCb, &Table::UploadTxtFileCb, &Table::UploadCertFileCb,
+                     &Table::UploadZipFileCb, &Table::UpgradeCb>(table);
+  slots += Put<&Table::DeviceInfoCb>(table, BeforeDeviceInfo);
+  slots += Put<&Table::PreviewCb>(table, BeforePreview);
+  slots += Put<&Table::WebSocketCb>(table, BeforeWebSocket);
+  if (slots == 0) kLog.Error("the table that is guarded has no slot yet: what is filled in later is open");
+  isGuarded = true;
 }
 
 }  // namespace
@@ -173,6 +188,8 @@ bool MayGoOn(std::string_view token) {
       kLog, [&] { return Judge(token, nullptr); }, false);
 }
 
+bool IsGuarded() { return isGuarded; }
+
 bool MayUpload(std::string_view token) {
   return Guarded(
       kLog, [&] { return Judge(token, "POST"); }, false);
@@ -187,8 +204,8 @@ void SdkKitAccounts_Guard(SdkAPISerHandle* table) {
 int SdkKitAccounts_May(const char* token, const char* route, const char* method) {
   using namespace sdkkit::accounts;
   return sdkkit::Guarded(kLog, [&] {
-    Accounts* const accounts = TheAccounts();
-    if (accounts == nullptr || route == nullptr) return -1;
+    const auto accounts = TheAccounts();
+    if (!accounts || route == nullptr) return -1;
     const auto user = accounts->Who(token != nullptr ? token : "");
     const char* const asked = method != nullptr ? method : "GET";
     return FaultOf(*accounts, user, CurrentRequest(), route, asked) == nullptr ? 0 : -1;

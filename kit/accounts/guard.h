@@ -12,4 +12,7 @@ bool MayGoOn(std::string_view token);
 // The same for an upload: it changes something, so it needs what a POST needs, by whatever method it comes.
 bool MayUpload(std::string_view token);
 
+// Whether any table is guarded.
+bool IsGuarded();
+
 }  // namespace sdkkit::accounts

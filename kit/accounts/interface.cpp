@@ -1,24 +1,24 @@
 // The exported functions and the slots: names, records and results; what they do stands in accounts.cpp.
 #include <algorithm>
 #include <array>
-#include <atomic>
 #include <cstdio>
 #include <memory>
 #include <stdexcept>
 #include <string>
 
 #include "accounts/accounts.h"
+#include "accounts/guard.h"
 #include "accounts/options.h"
 #include "accounts/password.h"
 #include "accounts/requester.h"
 #include "base/guarded.h"
 #include "base/record.h"
+#include "sdkapi/server.h"
 
 namespace sdkkit::accounts {
 namespace {
 
-std::unique_ptr<Accounts> owner;
-std::atomic<Accounts*> current{nullptr};
+InUse<Accounts> inUse;
 
 template <std::size_t kSize>
 void Copy(char (&to)[kSize], const std::string& text) {
@@ -40,9 +40,9 @@ int RefuseWhoIsGone(const RequesterGone& gone) {
 template <class Body>
 int WithAccounts(Body&& body) {
   return Guarded(kLog, [&] {
-    Accounts* const accounts = TheAccounts();
+    const auto accounts = TheAccounts();
     try {
-      return accounts != nullptr ? static_cast<int>(body(*accounts)) : -1;
+      return accounts ? static_cast<int>(body(*accounts)) : -1;
     } catch (const RequesterGone& gone) {
       return RefuseWhoIsGone(gone);
     }
@@ -50,12 +50,14 @@ int WithAccounts(Body&& body) {
 }
 
 int AnswerAuthQuery(int* flag) {
-  const Accounts* const accounts = TheAccounts();
-  *flag = accounts != nullptr && accounts->settings().isOpen ? 1 : 0;
+  const auto accounts = TheAccounts();
+  *flag = accounts && accounts->IsOpen() ? 1 : 0;
   return 0;
 }
 
 int LogIn(LoginInfo* info) {
+  if (!inUse.IsStarted()) kLog.Error("nobody can log in: it has not been started");
+  if (!IsGuarded()) kLog.Warning("SdkKitAccounts_Guard() was not called: no slot asks for a right");
   return WithAccounts([&](Accounts& accounts) {
     accounts.LogIn(*info);
     return 0;
@@ -176,7 +178,7 @@ Sessions::Filter VisibleTo(Accounts& accounts, const char* token) {
 
 }  // namespace
 
-Accounts* TheAccounts() { return current.load(); }
+InUse<Accounts>::Use TheAccounts() { return inUse.Get(); }
 
 }  // namespace sdkkit::accounts
 
@@ -184,10 +186,11 @@ int SdkKitAccounts_Start(const SdkKitAccountsOptions* options) {
   using namespace sdkkit::accounts;
   return sdkkit::Guarded(kLog, [&] {
     const Options known(options);
-    if (owner != nullptr) throw std::invalid_argument("no start: it has been started before");
+    if (inUse.IsStarted()) throw std::invalid_argument("no start: it has been started before");
     StartPasswords();
-    owner = std::make_unique<Accounts>(known.OpenDatabase(), known.ToSettings(), known.ToRights());
-    current.store(owner.get());
+    const Settings settings = known.ToSettings();
+    inUse.Start(std::make_unique<Accounts>(known.OpenDatabase(), settings, known.ToRights()));
+    SdkAPISer_AuthenticationSwitch_Set(settings.isOpen ? 0 : 1);
     return 0;
   });
 }
@@ -204,8 +207,7 @@ void SdkKitAccounts_Fill(SdkAPISerHandle* table) {
 
 void SdkKitAccounts_Stop(void) {
   using namespace sdkkit::accounts;
-  current.store(nullptr);
-  owner.reset();
+  if (!inUse.Stop()) kLog.Error("no stop: it was called by a function that the accounts call");
 }
 
 int SdkKitAccounts_Who(const char* token, SdkKitUser* user) {

@@ -1,7 +1,6 @@
 // The settings as one archive: what the kit exports of it, and the slots.
 #include <condition_variable>
 #include <cstdio>
-#include <exception>
 #include <memory>
 #include <mutex>
 #include <stdexcept>
@@ -9,10 +8,12 @@
 #include <thread>
 
 #include "archive/change.h"
+#include "archive/inside.h"
 #include "archive/parts.h"
 #include "archive/unpack.h"
 #include "base/file.h"
 #include "base/guarded.h"
+#include "base/in_use.h"
 #include "base/log.h"
 #include "base/record.h"
 #include "sdkapi/extension.h"
@@ -77,6 +78,7 @@ bool Settings::PrepareFolders() const {
 }
 
 bool Settings::Recover() {
+  const Inside inside;
   const std::lock_guard lock(mutex_);
   if (!HasJournal(parts_)) return Staging::Begin(parts_, 0).has_value();
   const auto change = ReadJournal(parts_);
@@ -94,6 +96,7 @@ bool Settings::Recover() {
 }
 
 std::string Settings::Import(const std::string& path) {
+  const Inside inside;
   const std::lock_guard lock(mutex_);
   if (pending_) return "an earlier change is not finished yet";
   auto staging = Staging::Begin(parts_, kKitArchiveImport);
@@ -103,6 +106,7 @@ std::string Settings::Import(const std::string& path) {
 }
 
 std::string Settings::Restore() {
+  const Inside inside;
   const std::lock_guard lock(mutex_);
   if (pending_) return "an earlier change is not finished yet";
   auto staging = Staging::Begin(parts_, kKitArchiveRestore);
@@ -162,6 +166,7 @@ bool Settings::TryAgain() {
 }
 
 void Settings::KeepTrying(const std::stop_token& stop) {
+  const Inside inside;
   std::unique_lock lock(mutex_);
   while (!stop.stop_requested()) {
     wakeUp_.wait_for(lock, stop, kNextAttempt, [] { return false; });
@@ -170,6 +175,7 @@ void Settings::KeepTrying(const std::stop_token& stop) {
 }
 
 std::optional<std::string> Settings::Export(const Method& method) {
+  const Inside inside;
   const std::lock_guard lock(mutex_);
   auto file = TempFile::Create(parts_.ExportFolder());
   std::string why = "no room";
@@ -179,34 +185,28 @@ std::optional<std::string> Settings::Export(const Method& method) {
   return std::nullopt;
 }
 
-std::mutex g_mutex;  // guards the pointer, not what it points to
-std::shared_ptr<Settings> g_settings;
-
-std::shared_ptr<Settings> Current() {
-  const std::lock_guard lock(g_mutex);
-  return g_settings;
-}
+InUse<Settings> g_settings;
 
 int Start(const SdkKitArchiveOptions* given) {
   const auto options = ReadRecord(given);
   if (!options) throw std::invalid_argument("no start: the options have an unknown size");
-  auto settings = std::make_shared<Settings>(CopyParts(*options));
-  if (Current() != nullptr) throw std::invalid_argument("no start: it has been started before");
+  auto settings = std::make_unique<Settings>(CopyParts(*options));
+  if (g_settings.IsStarted()) throw std::invalid_argument("no start: it has been started before");
   if (!settings->PrepareFolders() || !settings->Recover()) {
     kLog.Error("the staging folder cannot be used, or an interrupted change cannot be finished");
     return -1;
   }
-  const std::lock_guard lock(g_mutex);
-  g_settings = std::move(settings);
-  return 0;
+  return g_settings.Start(std::move(settings)) ? 0 : -1;
 }
 
 // What a change does, and its line.
 template <class Work>
 int Run(const char* name, char* why, size_t whySize, Work work) {
   return Guarded(kLog, [&] {
-    const auto settings = Current();
-    const std::string fault = settings == nullptr ? "it has not been started" : work(*settings);
+    const auto settings = g_settings.Get();
+    const std::string fault = !settings      ? "it has not been started"
+                              : Inside::Is() ? kCalledInside
+                                             : work(*settings);
     const std::string address = ClientAddress();
     if (fault.empty()) {
       kLog.Audit({.action = name}, "%s by %s", name, address.c_str());
@@ -219,8 +219,9 @@ int Run(const char* name, char* why, size_t whySize, Work work) {
 }
 
 int Export(std::string_view name, char* path, size_t pathSize) {
-  const auto settings = Current();
-  const Method* const method = settings != nullptr ? settings->parts().FindMethod(name) : nullptr;
+  if (Inside::Is()) throw std::logic_error(std::string("no export: ") + kCalledInside);
+  const auto settings = g_settings.Get();
+  const Method* const method = settings ? settings->parts().FindMethod(name) : nullptr;
   const auto written = method != nullptr ? settings->Export(*method) : std::nullopt;
   if (!written || written->size() >= pathSize) return -1;
   std::snprintf(path, pathSize, "%s", written->c_str());
@@ -230,8 +231,8 @@ int Export(std::string_view name, char* path, size_t pathSize) {
 }
 
 int May(const char* token, int act, const char* method) {
-  const auto settings = Current();
-  if (settings == nullptr) return -1;
+  const auto settings = g_settings.Get();
+  if (!settings) return -1;
   const int answer = settings->parts().may != nullptr ? settings->parts().may(token, act, method) : 0;
   if (answer != 0)
     kLog.Audit({.action = act == kKitArchiveExport ? "export" : "restore",
@@ -267,12 +268,15 @@ int SdkKitArchive_Start(const SdkKitArchiveOptions* options) {
 }
 
 void SdkKitArchive_Fill(SdkAPISerHandle* table) {
+  if (table == nullptr) return;
   table->DownloadSettingFileCb = kit::DownloadSettings;
   table->CustomRestoreCb = kit::RestoreSettings;
 }
 
 int SdkKitArchive_Import(const char* path, char* why, size_t whySize) {
-  return kit::Run("import", why, whySize, [&](kit::Settings& settings) { return settings.Import(path); });
+  return kit::Run("import", why, whySize, [&](kit::Settings& settings) -> std::string {
+    return path != nullptr ? settings.Import(path) : "there is no path";
+  });
 }
 
 int SdkKitArchive_Restore(void) {
@@ -285,12 +289,10 @@ int SdkKitArchive_Export(const char* method, char* path, size_t pathSize) {
 }
 
 uint64_t SdkKitArchive_Most(void) {
-  const auto settings = kit::Current();
-  return settings == nullptr ? 0 : settings->parts().most + kit::kZipOverhead;
+  const auto settings = kit::g_settings.Get();
+  return settings ? settings->parts().most + kit::kZipOverhead : 0;
 }
 
 void SdkKitArchive_Stop(void) {
-  std::shared_ptr<kit::Settings> last;
-  const std::lock_guard lock(kit::g_mutex);
-  last.swap(kit::g_settings);
+  if (kit::Inside::Is() || !kit::g_settings.Stop()) kit::kLog.Error("no stop: %s", kit::kCalledInside);
 }

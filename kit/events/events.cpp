@@ -41,6 +41,8 @@ void TakeWebSockets(const SdkKitEventsOptions& options) {
   SdkAPIExt_WebSocket_Limits_Set(&limits);
 }
 
+thread_local bool t_isSender = false;
+
 }  // namespace
 
 Events& Events::The() {
@@ -68,9 +70,10 @@ int Events::Start(const SdkKitEventsOptions& options) {
   return 0;
 }
 
-void Events::Stop() {
+bool Events::Stop() {
+  if (t_isSender) return false;
   const std::lock_guard control(control_);
-  if (!sender_.joinable()) return;
+  if (!sender_.joinable()) return true;
   {
     const std::lock_guard lock(mutex_);
     running_ = false;
@@ -83,6 +86,7 @@ void Events::Stop() {
   const std::lock_guard lock(mutex_);
   clients_.Clear();
   keys_.Clear();
+  return true;
 }
 
 int Events::Publish(const char* key, const char* text) {
@@ -169,6 +173,7 @@ bool Events::IsStopping() {
 }
 
 void Events::Run() {
+  t_isSender = true;
   auto nextSecond = PaceClock::now() + kSecond;
   while (!IsStopping()) {
     Guarded(kLog, [&] {

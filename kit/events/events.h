@@ -24,7 +24,8 @@ class Events {
 
   // -1 when they run. What the functions below take has been judged.
   int Start(const SdkKitEventsOptions& options);
-  void Stop();
+  // False, and nothing happens, on the sending thread: it would wait for itself.
+  bool Stop();
 
   int Publish(const char* key, const char* text);
   int Answer(uint64_t id, const char* text);

@@ -82,5 +82,8 @@ int SdkKitEvents_Clients(void) {
 }
 
 void SdkKitEvents_Stop(void) {
-  Guarded(kLog, [] { return Events::The().Stop(), 0; });
+  Guarded(kLog, [] {
+    if (!Events::The().Stop()) kLog.Error("no stop: it was called by connected or second");
+    return 0;
+  });
 }

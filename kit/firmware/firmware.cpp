@@ -228,7 +228,9 @@ int SdkKitFirmware_Start(const SdkKitFirmwareOptions* options) {
   return Guarded(kit::kLog, [&] { return kit::Start(options); });
 }
 
-void SdkKitFirmware_Fill(SdkAPISerHandle* table) { table->UpgradeCb = kit::TakeUpgrade; }
+void SdkKitFirmware_Fill(SdkAPISerHandle* table) {
+  if (table != nullptr) table->UpgradeCb = kit::TakeUpgrade;
+}
 
 int SdkKitFirmware_Trial(void) {
   const std::lock_guard lock(kit::g_mutex);

@@ -31,6 +31,11 @@ const char* FaultOf(const SdkKitPreviewOptions& options) {
   return options.reserved == 0 ? nullptr : "a reserved field is not 0";
 }
 
+Feed Open(const Source& source, const std::string& name) {
+  const InSource inSource;
+  return source(name);
+}
+
 }  // namespace
 
 Gallery& Gallery::The() {
@@ -166,7 +171,7 @@ int Gallery::Enter(const PreviewFrame& stream, const std::string& name, const st
     source = FindSource(name);
     interval = std::chrono::microseconds(std::chrono::seconds(1)) / options_.picturesPerSecond;
   }
-  Feed feed = source != nullptr ? (*source)(name) : nullptr;
+  Feed feed = source != nullptr ? Open(*source, name) : nullptr;
   if (!feed) return kRefused;
   const auto run = std::make_shared<Run>(std::move(feed), interval);
   const std::lock_guard lock(mutex_);

@@ -140,5 +140,6 @@ int SdkKitPreview_Viewers(const char* name) {
 }
 
 void SdkKitPreview_Stop(void) {
+  if (InSource::Is()) return kLog.Error("no stop: it was called by a function of a source");
   Guarded(kLog, [] { return Gallery::The().Stop(), 0; });
 }

@@ -20,6 +20,7 @@ constexpr auto kFirst = std::chrono::seconds(10);
 
 Run::Run(Feed feed, std::chrono::microseconds interval)
     : feed_(std::move(feed)), thread_([this, interval] {
+        const InSource inSource;
         Guarded(kLog, [&] { return Work(interval), 0; });
         End();
         feed_ = nullptr;

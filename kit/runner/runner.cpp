@@ -122,6 +122,7 @@ class Device {
       return Complain("the device cannot be prepared; log/errors.log in its data folder says why",
                       kKitExitFailed);
     }
+    if (settings_.noAuth) SdkAPISer_AuthenticationSwitch_Set(0);  // the command line has the last word
     SdkAPISer_Init();
     if (SdkAPISer_Start(&table) != 0) {
       const int exitCode = ExplainStart(settings_);

@@ -63,8 +63,10 @@ int SdkKitStorage_Folder_Sync(const char* folder) {
 }
 
 int SdkKitStorage_Replace(const char* path, const void* bytes, size_t length) {
-  const std::string_view content(static_cast<const char*>(bytes), bytes != nullptr ? length : 0);
-  return sdkkit::OnDisk(path, "replaced", [&] { return sdkkit::ReplaceFile(path, content); });
+  return sdkkit::OnDisk(path, "replaced", [&] {
+    if (bytes == nullptr && length > 0) throw std::invalid_argument("there are no bytes");
+    return sdkkit::ReplaceFile(path, std::string_view(static_cast<const char*>(bytes), length));
+  });
 }
 
 int SdkKitStorage_Name(const char* name, char* safe, size_t size) {

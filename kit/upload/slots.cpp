@@ -221,6 +221,7 @@ int SdkKitUpload_Start(const SdkKitUploadOptions* options) {
 void SdkKitUpload_Fill(SdkAPISerHandle* table) {
   using namespace sdkkit;
   const auto store = TheStore().Get();
+  if (!store) kLog.Error("no slot is filled: it has not been started");
   if (!store || table == nullptr) return;
   const UploadRows& rows = store->rows();
   for (size_t family = 0; family < std::size(kUploadSlots); ++family) {
@@ -236,6 +237,7 @@ void SdkKitUpload_Fill(SdkAPISerHandle* table) {
 int SdkKitUpload_Routes_Add(void) {
   using namespace sdkkit;
   const auto store = TheStore().Get();
+  if (!store) kLog.Error("no route is added: it has not been started");
   if (!store) return -1;
   bool good = true;
   for (const SdkKitUploadRow& row : store->rows().all()) good = AddRoutes(row) && good;
