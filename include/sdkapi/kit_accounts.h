@@ -12,7 +12,8 @@
  * not the device's is used.
  *
  * Order: SdkKitAccounts_Start(), SdkKitAccounts_Fill(), the other slots, SdkKitAccounts_Guard(),
- * SdkAPISer_Start(); at the end SdkAPISer_Stop(), SdkKitAccounts_Stop(). */
+ * SdkAPISer_Start(); at the end SdkAPISer_Stop(), SdkKitAccounts_Stop(). **What is filled in behind the guard
+ * is open to whoever has logged in.** A token is the text behind "Bearer ", as slots get it. */
 #ifndef SDKAPI_KIT_ACCOUNTS_H
 #define SDKAPI_KIT_ACCOUNTS_H
 
@@ -68,7 +69,8 @@ typedef struct SdkKitRight {
   uint32_t flags; /**< SdkKitRightFlag, ored. */
 } SdkKitRight;
 
-/** Takes the first administrator's password, which nobody knows else; once, when the user is made.
+/** Takes the first administrator's password, which nobody knows else; once, when the user is made. Runs
+ * within SdkKitAccounts_Start(), SdkKitAccounts_Reset() or SdkKitAccounts_Factory(), on their thread.
  * @param name the user's name.
  * @param password the password; valid during the call. */
 typedef void (*SdkKitFirstPassword)(const char* name, const char* password);
@@ -76,7 +78,8 @@ typedef void (*SdkKitFirstPassword)(const char* name, const char* password);
 /** How accounts are kept. Zeroed but for `size` and `path` it is a good default. */
 typedef struct SdkKitAccountsOptions {
   uint32_t size;              /**< `sizeof` the record. */
-  int32_t noAuthentication;   /**< 1: no login is needed, everybody is an administrator. */
+  int32_t noAuthentication;   /**< 1: no login is needed, everybody is an administrator. The start sets the
+                                 library's switch by it. */
   uint32_t roleSize;          /**< `sizeof` one of the roles; 0 without any. */
   uint32_t rightSize;         /**< `sizeof` one of the rights; 0 without any. */
   const char* path;           /**< the database's file, made when missing; not used with a connection. */
@@ -90,12 +93,13 @@ typedef struct SdkKitAccountsOptions {
   const SdkKitRight* rights;  /**< rows, of which the first that fits counts; behind them stand the kit's own
                                  (docs/kit/accounts.md). May be NULL. */
   size_t rightCount;          /**< rows, at most 1000. */
-  const char* firstName;      /**< the first administrator; NULL: "admin". */
-  const char* firstPassword;  /**< NULL: a random one, for tellFirstPassword. */
+  const char* firstName;      /**< the first administrator, made where there is no user; NULL: "admin". */
+  const char* firstPassword;  /**< of that one; how strong it is is not judged. NULL: a random one, for
+                                 tellFirstPassword. */
   SdkKitFirstPassword tellFirstPassword; /**< NULL: a line on standard output. */
   int32_t firstPasswordStays;            /**< 1: the first password need not be changed. */
-  uint32_t idleSeconds;                  /**< 0: 1800. */
-  uint32_t totalSeconds;                 /**< 0: 43200. */
+  uint32_t idleSeconds;                  /**< a login ends when it was not used for so long; 0: 1800. */
+  uint32_t totalSeconds;                 /**< a login ends so long after it began; 0: 43200. */
   uint32_t mostLogins;     /**< at once, 2 to 20; 0: 20; mostLoginsEach of them for administrators only. */
   uint32_t mostLoginsEach; /**< of one user, at most half of mostLogins; 0: 8, or that half. */
   uint32_t mostUsers;      /**< 0: 100. */
@@ -144,29 +148,35 @@ typedef enum SdkKitUserCode {
 } SdkKitUserCode;
 
 /** Opens the accounts, makes the first administrator where there is no user, sets the limits of logins
- * (SdkAPIExt_Login_Limits_Set), and starts a thread that watches the time.
+ * (SdkAPIExt_Login_Limits_Set) and the switch of the token check (SdkAPISer_AuthenticationSwitch_Set), and
+ * starts a thread that watches the time.
  * @param options how; copied, texts and rows included.
  * @return 0; -1 for a bad record, a second start, or a database that cannot be used. */
 SDKAPI_EXPORT int SdkKitAccounts_Start(const SdkKitAccountsOptions* options);
 
 /** Puts login and user administration into a table: AuthQueryCb, LoginCb, LogOutCb, ChangeUserInfoCb,
- * ManageUserCb.
+ * ManageUserCb. They refuse everything while the accounts are not started.
  * @param table the table; NULL does nothing. */
 SDKAPI_EXPORT void SdkKitAccounts_Fill(SdkAPISerHandle* table);
 
 /** Puts a check of the rights before every slot of a table that is filled, with this device's routes and
  * WebSockets. Who may not gets 401, a WebSocket code 1008; the log gets an audit line. Fills in
- * DeviceInfo::timeout where the host's function left -1.
- * @param table the table, once all slots are filled and before the server starts; NULL does nothing. */
+ * DeviceInfo::timeout where the host's function left -1. A slot that is guarded already stays as it is, so a
+ * table can be filled and guarded again for the next start.
+ * @param table the table, once all slots are filled and before the server starts; NULL does nothing. One
+ * without a slot is an error in the log: what is filled in later is not guarded. */
 SDKAPI_EXPORT void SdkKitAccounts_Guard(SdkAPISerHandle* table);
 
-/** Ends the watch of time and closes the database; after the server's stop. Does nothing without a start. */
+/** Ends the watch of time and closes the database, but not a connection of the host's; after the server's
+ * stop. Waits for calls of other threads that are under way: never call it within a change of the same
+ * database (SdkKitStorage_Change_Begin). When it returns, the connection is not used any more. Does nothing
+ * without a start. */
 SDKAPI_EXPORT void SdkKitAccounts_Stop(void);
 
 /** Tells who has logged in with a token. Without authentication that is an administrator.
  * @param token a request's token; may be NULL.
  * @param user filled on success; its size is set by the caller.
- * @return 0; -1 when nobody has. */
+ * @return 0; -1 when nobody has, for an unknown size, or without a start. */
 SDKAPI_EXPORT int SdkKitAccounts_Who(const char* token, SdkKitUser* user);
 
 /** Tells what the rights say, without a line in the log: for what a request asks for beside its route, such
@@ -174,12 +184,13 @@ SDKAPI_EXPORT int SdkKitAccounts_Who(const char* token, SdkKitUser* user);
  * @param token a request's token; may be NULL.
  * @param route a route or the host's own name in the rights.
  * @param method such as "POST"; NULL: "GET".
- * @return 0 when the user may; -1 when not. */
+ * @return 0 when the user may; -1 when not, without a route, or without a start. */
 SDKAPI_EXPORT int SdkKitAccounts_May(const char* token, const char* route, const char* method);
 
 /** Adds a get/post route behind the check of rights; while the server runs, as
- * SdkAPISer_Custom_Get_Post_Api_Add(). Who may not gets 401 with `{"error":"not authorised"}`.
- * @param uri pattern, at most 127 characters.
+ * SdkAPISer_Custom_Get_Post_Api_Add(), and again after each of its starts. Who may not gets 401 with
+ * `{"error":"not authorised"}`.
+ * @param uri pattern, at most 127 characters, copied.
  * @param function the host's function; not NULL.
  * @return 0; -1 for a bad argument, more than 200 routes, or without a server. */
 SDKAPI_EXPORT int SdkKitAccounts_Get_Post_Add(const char* uri, CustomGetPostFunction function);
@@ -190,15 +201,15 @@ SDKAPI_EXPORT int SdkKitAccounts_Upload_Add(const char* uri, CustomUploadFunctio
 /** Adds a download route behind the check of rights. @copydetails SdkKitAccounts_Get_Post_Add */
 SDKAPI_EXPORT int SdkKitAccounts_Download_Add(const char* uri, CustomDownloadFunction function);
 
-/** Tells all users by name.
+/** Tells all users, in the order of their names.
  * @param users room for *count records, whose first has its size set; may be NULL if *count is 0.
  * @param count in: the room. Out: the number of users, which may be larger.
  * @return 0; -1 for a bad argument or a failure. */
 SDKAPI_EXPORT int SdkKitAccounts_List(SdkKitUser* users, size_t* count);
 
-/** Makes a user, who has to change the password first.
- * @param name the name.
- * @param password the first password.
+/** Makes a user, who has to change the password first. Hashing it takes as long as a login does.
+ * @param name the name, 1 to 31 of letters, digits, "._-".
+ * @param password the first password, judged as every new one (@ref kKitUserWeakPassword).
  * @param role number of the role.
  * @return an SdkKitUserCode; -1 for a failure. */
 SDKAPI_EXPORT int SdkKitAccounts_Create(const char* name, const char* password, int role);

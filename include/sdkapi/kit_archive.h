@@ -14,7 +14,9 @@
  *    import would be before it is offered.
  * -# **What an archive does not hold stays as it is.**
  * -# **One at a time.** Exports, imports and restores wait for each other, and so do the host's functions
- * that they call; these must not call this part of the kit. */
+ *    that they call. These run on the thread that asked, or on one of the kit's (a change that is finished
+ *    late). What they call of this part of the kit is refused, SdkKitArchive_Text_Add() and
+ *    SdkKitArchive_Most() aside. */
 #ifndef SDKAPI_KIT_ARCHIVE_H
 #define SDKAPI_KIT_ARCHIVE_H
 
@@ -32,7 +34,7 @@ typedef struct SdkKitArchiveText SdkKitArchiveText;
 
 /** Appends to a document's text. To be called by the function that makes the document, on its thread.
  * @param text   as that function got it.
- * @param bytes  what to append, copied.
+ * @param bytes  what to append, copied; may be NULL if length is 0.
  * @param length its bytes.
  * @return 0; -1 when the document becomes longer than its row allows, or memory is short. */
 SDKAPI_EXPORT int SdkKitArchive_Text_Add(SdkKitArchiveText* text, const char* bytes, size_t length);
@@ -54,8 +56,8 @@ typedef struct SdkKitArchiveDocument {
    * been found to be JSON of at most 32 levels before. NULL: everything is good.
    * @param text    the text with a NUL behind it.
    * @param length  its bytes, without that NUL.
-   * @param why     gets the reason of a refusal, in words for a log.
-   * @param whySize bytes of why.
+   * @param why     gets the reason of a refusal, in words for a log, with its NUL.
+   * @param whySize bytes of why, at least 1.
    * @return 0 when it is good, -1 when it is refused. */
   int (*check)(const char* text, size_t length, char* why, size_t whySize);
   /** Makes the device what the text says. It must be able to do so twice: after a loss of power it is called
@@ -134,7 +136,7 @@ typedef struct SdkKitArchiveOptions {
 SDKAPI_EXPORT int SdkKitArchive_Start(const SdkKitArchiveOptions* options);
 
 /** Puts the functions for DownloadSettingFileCb and CustomRestoreCb into a table.
- * @param table the table. */
+ * @param table the table; NULL does nothing. */
 SDKAPI_EXPORT void SdkKitArchive_Fill(struct SdkAPISerHandle* table);
 
 /** Takes over what an archive holds. Where storage fails behind the point of no return, the change is
@@ -163,7 +165,8 @@ SDKAPI_EXPORT int SdkKitArchive_Export(const char* method, char* path, size_t pa
  * @return the bytes; 0 before the start. */
 SDKAPI_EXPORT uint64_t SdkKitArchive_Most(void);
 
-/** Ends this part of the kit. A pending change waits for the next start. */
+/** Ends this part of the kit, once calls of other threads that are under way have returned. A pending change
+ * waits for the next start. When it returns none of the host's functions runs any more. */
 SDKAPI_EXPORT void SdkKitArchive_Stop(void);
 
 SDKAPI_END

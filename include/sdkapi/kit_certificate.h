@@ -72,7 +72,8 @@ typedef struct SdkKitCertificateInfo {
 } SdkKitCertificateInfo;
 
 /** Chooses the certificate of this start, makes one where there is none that can be loaded, and gives it to
- * the library (SdkAPiSer_Cert_Set(), SdkAPiSer_CertPassword_Set()). Call it before SdkAPISer_Init().
+ * the library (SdkAPiSer_Cert_Set(), SdkAPiSer_CertPassword_Set()). Call it before SdkAPISer_Init(). Called
+ * again, it chooses anew: for a server that is started again in this process.
  * @param options copied; NULL: all defaults.
  * @return 0; -1 for an unknown size, or when none can be loaded or made. */
 SDKAPI_EXPORT int SdkKitCertificate_Start(const SdkKitCertificateOptions* options);

@@ -2,7 +2,7 @@
  * @file
  *
  * Order: @ref SdkKitEvents_Start, @ref SdkKitEvents_Fill, the server's start; @ref SdkKitEvents_Stop before
- * the server's stop or after it.
+ * the server's stop or after it. Neither `connected` nor `second` may stop them.
  *
  * Every client has a place of its own for what it has not read yet. One that does not read costs the others
  * nothing: once its place is full it gets the close code 1013. Texts go to clients whose login is valid (with
@@ -25,7 +25,7 @@
 
 SDKAPI_BEGIN
 
-/** How events behave. Every function may be NULL; none may stop the events. */
+/** How events behave. Every function may be NULL. */
 typedef struct SdkKitEventsOptions {
   uint32_t size;                   /**< `sizeof` the record. */
   uint32_t commandsPerSecond;      /**< of one connection, with twice as many at once; 0 = 20. */

@@ -61,7 +61,7 @@ typedef struct SdkKitFirmwareProgress {
 /** The options of @ref SdkKitFirmware_Start. */
 typedef struct SdkKitFirmwareOptions {
   uint32_t size;             /**< `sizeof` the record. */
-  uint32_t keyCount;         /**< public keys; at least one. */
+  uint32_t keyCount;         /**< public keys, 1 to 16. */
   const unsigned char* keys; /**< @ref kKitFirmwareKeySize bytes each: a container is good when it is signed
                                 for one of them. */
   const char* model;         /**< what containers must be made for. */
@@ -109,7 +109,7 @@ typedef struct SdkKitFirmwareOptions {
 SDKAPI_EXPORT int SdkKitFirmware_Start(const SdkKitFirmwareOptions* options);
 
 /** Puts the function for UpgradeCb into a table.
- * @param table the table. */
+ * @param table the table; NULL does nothing. */
 SDKAPI_EXPORT void SdkKitFirmware_Fill(struct SdkAPISerHandle* table);
 
 /** Tells whether the running firmware is on trial. Until it is confirmed, other firmware is refused.
@@ -134,7 +134,8 @@ SDKAPI_EXPORT int SdkKitFirmware_Key_Read(const char* path, unsigned char key[kK
  * is no version. */
 SDKAPI_EXPORT int SdkKitFirmware_Version_Compare(const char* left, const char* right);
 
-/** Ends this part of the kit: an upload under way is refused with its next bytes. */
+/** Ends this part of the kit: an upload under way is refused with its next bytes, and `close(0)` is called
+ * for it. Called after the server's stop, none of the host's functions runs any more when it returns. */
 SDKAPI_EXPORT void SdkKitFirmware_Stop(void);
 
 SDKAPI_END

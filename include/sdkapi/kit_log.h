@@ -23,7 +23,8 @@ typedef enum SdkKitLogLevel {
  * shown as "?"; it is one line. Valid during the call. */
 typedef void (*SdkKitLogHook)(int level, const char* subject, const char* text);
 
-/** Sets the function that takes the kit's lines.
+/** Sets the function that takes the kit's lines. Set it before the first start: a start that is refused says
+ * why there. @ref SdkKitRun takes it for its own log.
  * @param hook the function; NULL: lines go nowhere. It stays callable until the process ends. */
 SDKAPI_EXPORT void SdkKitLog_Set(SdkKitLogHook hook);
 

@@ -41,7 +41,8 @@ typedef struct SdkKitMetricsOptions {
   size_t count;                /**< how many, at most 1000. */
 } SdkKitMetricsOptions;
 
-/** Takes the host's rows. Without it the metrics are those of the server and the process.
+/** Takes the host's rows; called again, the new ones in their place. Without it the metrics are those of the
+ * server and the process.
  * @param options the rows, which are copied.
  * @return 0; -1 for a record, a name, a help or labels that are not in order, or without `read`. */
 SDKAPI_EXPORT int SdkKitMetrics_Start(const SdkKitMetricsOptions* options);

@@ -136,8 +136,9 @@ SDKAPI_EXPORT int SdkKitPreview_Encode(int format, uint32_t width, uint32_t heig
  * @return their number; -1 without memory. */
 SDKAPI_EXPORT int SdkKitPreview_Viewers(const char* name);
 
-/** Ends all runs: viewers that wait return at once, and whoever comes later is refused. When it returns no
- * function of a source runs any more. May be called when nothing runs. */
+/** Ends all runs: viewers that wait return at once, and whoever comes later is refused. The sources are gone.
+ * When it returns no function of a source runs any more; a function of a source must not call it. May be
+ * called when nothing runs. */
 SDKAPI_EXPORT void SdkKitPreview_Stop(void);
 
 SDKAPI_END

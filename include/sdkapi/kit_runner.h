@@ -10,7 +10,7 @@
  * | `--http-port N`, `--https-port N` | 0 switches one off |
  * | `--data-dir DIR` | database, keys, files, logs; made when missing |
  * | `--www DIR` | document root |
- * | `--no-auth` | no token check |
+ * | `--no-auth` | no token check, whatever the program sets |
  * | `--log-level N` | lines copied to standard error: 1 all, 4 what `log/errors.log` gets |
  * | `--config FILE` | the same names in a file, one `name = value` a line; the command line wins |
  * | `--help`, `--version` | |
@@ -115,12 +115,13 @@ typedef struct SdkKitProgram {
   SdkKitLogHook logged;
 } SdkKitProgram;
 
-/** Runs a device program until a signal ends it. To be called from `main`, before there are other threads; it
- * takes the hooks of the logs, blocks SIGTERM, SIGINT and SIGHUP for good, and sets the file mode mask to
- * 077.
+/** Runs a device program until a signal ends it. One at a time. To be called from `main`, before there are
+ * other threads; it takes the hooks of the logs, blocks SIGTERM, SIGINT and SIGHUP for good, and sets the
+ * file mode mask to 077.
  * @param argc as `main` has it.
  * @param argv as `main` has it.
- * @param program the program, which is not copied.
+ * @param program the program; its record and its options are copied, what they point to holds until the
+ * return.
  * @return one of @ref SdkKitExit, for `main` to return. */
 SDKAPI_EXPORT int SdkKitRun(int argc, char** argv, const SdkKitProgram* program);
 

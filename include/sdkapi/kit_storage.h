@@ -33,7 +33,7 @@ SDKAPI_EXPORT int SdkKitStorage_Folder_Sync(const char* folder);
 /** Replaces a file, or makes it. Whoever looks, also after a loss of power, sees the old bytes or the new
  * ones. They are written beside it first, under a name that begins with ".new-".
  * @param path   its path; the folder is there.
- * @param bytes  its new content; may be NULL for none.
+ * @param bytes  its new content; may be NULL if length is 0.
  * @param length their number.
  * @return 0 once they are on the disk; -1: it is what it was, or, when only the folder could not be brought
  * to the disk, new until a loss of power. */

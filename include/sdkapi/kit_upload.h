@@ -126,12 +126,13 @@ typedef struct SdkKitUploadUsage {
 SDKAPI_EXPORT int SdkKitUpload_Start(const SdkKitUploadOptions* options);
 
 /** Puts the upload slots of all families with a row, and the download slots that rows name, into the table.
- * @param table the host's. */
+ * Which these are is known from the start on: before it this fills nothing and says so in the log.
+ * @param table the host's; NULL does nothing. */
 SDKAPI_EXPORT void SdkKitUpload_Fill(SdkAPISerHandle* table);
 
 /** Registers the custom routes of the rows, once the server runs. A host with routes that somebody guards
  * binds SdkKitUpload_Custom() and SdkKitUpload_Custom_Download() there instead.
- * @return 0; -1 when one was refused. */
+ * @return 0; -1 when one was refused, or without a start or a server. */
 SDKAPI_EXPORT int SdkKitUpload_Routes_Add(void);
 
 /** Serves a custom upload route that has a row. @copydetails CustomUploadFunction */
@@ -146,7 +147,7 @@ SDKAPI_EXPORT int SdkKitUpload_Custom_Download(struct mg_connection* conn, Custo
 SDKAPI_EXPORT int SdkKitUpload_Usage(SdkKitUploadUsage* usage);
 
 /** Ends: every upload is refused from now on, those under way with their next bytes. Call it after the
- * server's stop, or before that to have uploads end. */
+ * server's stop, or before that to have uploads end; a function that judges a file may still run then. */
 SDKAPI_EXPORT void SdkKitUpload_Stop(void);
 
 SDKAPI_END
