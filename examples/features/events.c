@@ -45,6 +45,6 @@ static int OnWebSocket(int event, const char* token, const char* data, int lengt
 int main(int argc, char** argv) {
   const SdkAPISerHandle table = {.WebSocketCb = OnWebSocket};
   const SdkAPIExtWebSocketLimits limits = {.size = sizeof limits, .mostMessageBytes = 64};
-  SdkAPIExt_WebSocket_Limits_Set(&limits);
+  if (SdkAPIExt_WebSocket_Limits_Set(&limits) != 0) return 1;
   return Serve(argc, argv, &table, NULL, NULL);
 }

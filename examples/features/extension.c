@@ -34,7 +34,7 @@ static void Ended(const char* token, int reason) {
   fflush(stdout);
 }
 
-static void Started(void) { SdkAPISer_Custom_Get_Post_Api_Add("/who$", Who); }
+static int Started(void) { return SdkAPISer_Custom_Get_Post_Api_Add("/who$", Who); }
 
 int main(int argc, char** argv) {
   const SdkAPISerHandle table = {.LoginCb = LogIn};
@@ -42,8 +42,8 @@ int main(int argc, char** argv) {
   char ports[64];
   snprintf(ports, sizeof ports, "127.0.0.1:%s,[::1]:%s", argc > 1 ? argv[1] : "8080",
            argc > 1 ? argv[1] : "8080");
-  SdkAPIExt_Option_Set("listening_ports", ports);
-  SdkAPIExt_Login_Limits_Set(&limits);
+  if (SdkAPIExt_Option_Set("listening_ports", ports) != 0) return 1; /* else it listened everywhere */
+  if (SdkAPIExt_Login_Limits_Set(&limits) != 0) return 1;
   SdkAPIExt_SilentFailure_Set(500); /* a function that answered nothing, such as Who without memory */
   return Serve(argc, argv, &table, Started, NULL);
 }

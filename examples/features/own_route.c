@@ -66,10 +66,10 @@ static int GiveNote(struct mg_connection* conn, CustomDownloadInfo* info) {
   return 0;
 }
 
-static void Started(void) {
-  SdkAPISer_Custom_Get_Post_Api_Add("/brightness$", Brightness); /* "$": this address only */
-  SdkAPISer_Custom_Upload_Api_Add("/note$", TakeNote);
-  SdkAPISer_Custom_Download_Api_Add("/my_note$", GiveNote);
+static int Started(void) {
+  if (SdkAPISer_Custom_Get_Post_Api_Add("/brightness$", Brightness) != 0) return -1; /* "$": no other */
+  if (SdkAPISer_Custom_Upload_Api_Add("/note$", TakeNote) != 0) return -1;
+  return SdkAPISer_Custom_Download_Api_Add("/my_note$", GiveNote);
 }
 
 int main(int argc, char** argv) {

@@ -1,6 +1,7 @@
 /* Starts a server, waits for the signal to end, and stops it. */
 #include "serve.h"
 
+#include <sdkapi/extension.h>
 #include <signal.h>
 #include <stdio.h>
 #include <stdlib.h>
@@ -12,8 +13,15 @@ static void Log(int level, const char* text) {
 
 void Copy(char* target, size_t size, const char* text) { snprintf(target, size, "%s", text); }
 
-int Serve(int argc, char** argv, const SdkAPISerHandle* table, void (*started)(void),
-          void (*stopping)(void)) {
+/* The log has no line for it. */
+static int Explain(void) {
+  char why[2048];
+  SdkAPIExt_StartFailure_Get(why, sizeof why);
+  fprintf(stderr, "the server cannot start: %s\n", why);
+  return 1;
+}
+
+int Serve(int argc, char** argv, const SdkAPISerHandle* table, int (*started)(void), void (*stopping)(void)) {
   sigset_t ending;
   int received;
 
@@ -29,11 +37,11 @@ int Serve(int argc, char** argv, const SdkAPISerHandle* table, void (*started)(v
   SdkAPISer_WebsocketUrl_Set("/ws");
   SdkAPISer_AuthenticationSwitch_Set(table->LoginCb != NULL);
   SdkAPISer_Init();
-  if (SdkAPISer_Start(table) != 0) return 1;
-  if (started != NULL) started();
+  if (SdkAPISer_Start(table) != 0) return Explain();
+  const int failed = started != NULL && started() != 0;
 
-  sigwait(&ending, &received);
+  if (!failed) sigwait(&ending, &received);
   if (stopping != NULL) stopping();
   SdkAPISer_Stop(NULL);
-  return 0;
+  return failed;
 }

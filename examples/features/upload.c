@@ -69,6 +69,6 @@ static int Upload(const char* token, int funcId, UploadFileCtx* upload) {
 
 int main(int argc, char** argv) {
   const SdkAPISerHandle table = {.UploadTxtFileCb = Upload};
-  SdkAPIExt_Upload_Limit_Set(kExtUploadText, 4096); /* a larger form is answered 413 */
+  if (SdkAPIExt_Upload_Limit_Set(kExtUploadText, 4096) != 0) return 1; /* a larger form is answered 413 */
   return Serve(argc, argv, &table, NULL, NULL);
 }

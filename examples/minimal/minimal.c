@@ -62,10 +62,11 @@ int main(int argc, char** argv) {
   SdkAPiSer_DocumentRoot_Set("/nonexistent"); /* without one the working directory is public */
   SdkAPISer_AuthenticationSwitch_Set(1);
   SdkAPISer_Init();
-  if (SdkAPISer_Start(&table) != 0) return 1;
-  SdkAPISer_Custom_Get_Post_Api_Add("/hello$", Hello);
-
-  sigwait(&ending, &received);
+  if (SdkAPISer_Start(&table) != 0) {
+    fprintf(stderr, "the server cannot start on port %d; error.log says why\n", port);
+    return 1;
+  }
+  if (SdkAPISer_Custom_Get_Post_Api_Add("/hello$", Hello) == 0) sigwait(&ending, &received);
   SdkAPISer_Stop(NULL);
   return 0;
 }
