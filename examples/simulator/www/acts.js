@@ -1,5 +1,5 @@
 /* Who did what: the device's acts in words, as a table that follows what happens. */
-import { badge, button, field, fill, h } from './dom.js';
+import { badge, button, field, fill, h, nameParts, tableHead } from './dom.js';
 import { formatTime } from './format.js';
 import { log as texts } from './texts.js';
 
@@ -59,7 +59,7 @@ class ActTable {
     this.count = h('p.dim', { role: 'status' });
     this.news = button('', () => this.release(), 'primary.news');
     this.more = button(texts.more, () => ((this.most += STEP), this.show()), 'small');
-    this.body = h('tbody', { role: 'rowgroup' });
+    this.body = h('tbody');
     this.region = h('div.acts', { tabindex: '0', role: 'region', 'aria-label': texts.entries }, this.table(), this.more);
     // The table scrolls by itself, on a phone with the page.
     for (const place of [this.region, document]) place.addEventListener('scroll', () => this.waiting && !this.isPaused && !this.isRead() && this.release(), { signal: ctx.signal });
@@ -69,9 +69,7 @@ class ActTable {
   }
 
   table() {
-    const column = (name) => h('th', { role: 'columnheader', scope: 'col' }, name);
-    return h('table', { role: 'table' }, h('thead', { role: 'rowgroup' },
-      h('tr', { role: 'row' }, [texts.time, texts.who, texts.from, texts.what, texts.result].map(column))), this.body);
+    return nameParts(h('table', tableHead(texts.time, texts.who, texts.from, texts.what, texts.result), this.body));
   }
 
   /** Asks for what is newer; one question at a time, and once more when something has come meanwhile. */
@@ -175,7 +173,6 @@ class ActTable {
 
 function row(act) {
   const { what, who, from, result } = inWords(act);
-  const cell = (...content) => h('td', { role: 'cell' }, ...content);
-  return h('tr', { role: 'row' }, cell(h('time', formatTime(act.time / 1000))), cell(h('bdi', who)), cell(from), cell(h('bdi', what)),
-    cell(badge(result, act.done ? 'good' : 'warn')));
+  const cells = [h('time', formatTime(act.time / 1000)), h('bdi', who), from, h('bdi', what), badge(result, act.done ? 'good' : 'warn')];
+  return nameParts(h('tr', cells.map((cell) => h('td', cell))));
 }

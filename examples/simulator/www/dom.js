@@ -68,12 +68,13 @@ export const tableHead = (...names) =>
 
 const ROLES = { TABLE: 'table', THEAD: 'rowgroup', TBODY: 'rowgroup', TR: 'row', TD: 'cell' };
 
-/** Says the roles of a table's parts, which the layout of a phone takes from them. */
+/** Says the roles of a table's parts, which the layout of a phone takes from them; returns the table, or the part of it. */
 export function nameParts(table) {
   for (const part of [table, ...table.querySelectorAll('*')]) {
     const role = part.tagName === 'TH' ? `${part.scope === 'row' ? 'row' : 'column'}header` : ROLES[part.tagName];
     if (role) part.setAttribute('role', role);
   }
+  return table;
 }
 
 const CONTROLS = 'button, input, select, textarea';
