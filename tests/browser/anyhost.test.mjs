@@ -5,7 +5,7 @@ import { tmpdir } from 'node:os';
 import { join } from 'node:path';
 import { after, before, describe } from 'node:test';
 import { openTab } from './support/browser.mjs';
-import { chooseAccount, fillLogin, flow, goTo, heading, isConnected, PASSWORD, refusedWith } from './support/console.mjs';
+import { card, chooseAccount, fillLogin, flow, goTo, heading, isConnected, PASSWORD, refusedWith } from './support/console.mjs';
 import { Simulator } from './support/simulator.mjs';
 
 const WWW = process.env.SDKAPI_WWW ?? new URL('../../examples/simulator/www', import.meta.url).pathname;
@@ -46,6 +46,11 @@ describe('a minimal host', () => {
     const pages = await pagesOf(page);
     for (const name of ['Matrix', 'Units', 'Pictures', 'Privileges', 'Users', 'Sessions', 'Custom routes']) assert.ok(!pages.includes(name), name);
     for (const name of pages) await goTo(page, name);
+    await goTo(page, 'Settings');
+    await page.getByRole('button', { name: 'Export settings' }).waitFor();
+    assert.equal(await page.getByRole('button', { name: 'Restart device' }).count(), 0);
+    await goTo(page, 'Device');
+    await card(page, 'Facts').getByText('KIT-MINIMAL', { exact: true }).waitFor();
     await chooseAccount(page, 'Change password');
     await heading(page, 'My account').waitFor();
     await chooseAccount(page, 'Log out');

@@ -55,4 +55,17 @@ onDevice('settings', 'http', (flow) => {
     await goTo(page, 'Log');
     await page.getByText('Export settings (full)').first().waitFor();
   });
+
+  flow('a restart gives the keyboard back where it was', [], async (person) => {
+    const page = await enter(person);
+    const restart = page.getByRole('button', { name: 'Restart device' });
+    await restart.focus();
+    await page.keyboard.press('Enter');
+    await answer(page, 'Restart');
+    const curtain = page.getByRole('dialog', { name: 'The device restarts' });
+    await curtain.waitFor();
+    await checkAxe(page);
+    await curtain.waitFor({ state: 'detached' });
+    assert.ok(await restart.evaluate((button) => button === document.activeElement));
+  });
 });

@@ -14,6 +14,7 @@ export function restartCurtain() {
       document.body.append(dialog);
       dialog.showModal();
     } else if (!restarting && dialog) {
+      dialog.close(); // gives the focus back
       dialog.remove();
       dialog = null;
     }

@@ -114,6 +114,7 @@ function factsCard(ctx) {
   }
 
   ctx.on('device', update);
+  facts({ model: ctx.host.model });
   update(ctx.store.device);
   return card(texts.theFacts, facts.element);
 }

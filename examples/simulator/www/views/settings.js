@@ -15,7 +15,8 @@ export function render(ctx) {
     exportCard(ctx, forAdministrators),
     card(texts.import, h('p', texts.importText), deny(importZone(ctx), forAdministrators)),
     card(texts.report, h('p', texts.reportText), h('div.row', downloadButton(ctx, texts.downloadReport, '/download/custom'))),
-    card(texts.restart, h('p', texts.restartText), h('div.row', deny(button(texts.restartIt, () => restart(ctx)), forWriters))),
+    // Not every host knows the command; one that knows its users does.
+    ctx.me.isKnown && card(texts.restart, h('p', texts.restartText), h('div.row', deny(button(texts.restartIt, () => restart(ctx)), forWriters))),
     h('section.card.grave', h('h2', texts.restore), h('p', texts.restoreText), h('p', texts.restoreKeeps),
       h('div.row', deny(button(texts.restoreIt, () => restore(ctx), 'danger'), forAdministrators))));
 }
