@@ -126,7 +126,8 @@ typedef struct SdkKitProgram {
 SDKAPI_EXPORT int SdkKitRun(int argc, char** argv, const SdkKitProgram* program);
 
 /** Ends the running program as the first SIGTERM does. For any thread, slots included; does nothing while no
- * program runs. */
+ * program runs. A slot or host function answers its client before it calls: the stop may let no more be sent.
+ */
 SDKAPI_EXPORT void SdkKitRun_Stop(void);
 
 SDKAPI_END

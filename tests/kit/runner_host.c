@@ -42,10 +42,12 @@ static int Login(LoginInfo* info) {
 }
 
 static int StopRoute(struct mg_connection* conn, CustomReqInfo* request) {
+  /* Before the stop, which lets nobody send any more. */
+  const int sent = SendReponseInfo(conn, 200, 1, "{}", 2);
   (void)request;
   SdkKitLog_Write(kKitAudit, "host", "asked to stop\nby a client");
   SdkKitRun_Stop();
-  return SendReponseInfo(conn, 200, 1, "{}", 2);
+  return sent;
 }
 
 static int Prepare(const SdkKitSettings* settings, SdkAPISerHandle* table) {
