@@ -53,14 +53,22 @@ def _first_unit(target: Target) -> str:
 
 
 def _watch(target: Target, path: str, seconds: float, token: str | None = None) -> Exchange:
-    """What comes in so many seconds from the first byte on, or the beginning; no login is needed."""
+    """What comes in so many seconds from the first picture on, or the beginning; no login is needed."""
     result = Exchange(request("GET", path, token))
+    deadline = time.monotonic() + target.endpoint.timeout
     with target.endpoint.connect() as connection:
         connection.sendall(result.sent)
-        receive(connection, result, 64, time.monotonic() + target.endpoint.timeout)
+        receive(connection, result, 64, deadline)
+        while seconds and _lacks_a_picture(result) and time.monotonic() < deadline:
+            receive(connection, result, len(result.received) + 1, deadline)
         if seconds and not result.ended:
             receive(connection, result, 256 << 20, time.monotonic() + seconds)
     return result
+
+
+def _lacks_a_picture(result: Exchange) -> bool:
+    """A source that has just been opened, or a busy device, takes a moment for the first one."""
+    return not result.ended and result.status in (0, 200) and _pictures(result.body) == ("", [])
 
 
 def _check_stream(target: Target, path: str, exchange: Exchange) -> None:
