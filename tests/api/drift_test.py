@@ -120,8 +120,22 @@ def example_faults(events):
             yield f"{name}: no example"
 
 
+def open_answers(node, where=""):
+    """An answer whose object may have other members describes nothing: what a client reads is named."""
+    if isinstance(node, dict):
+        if node.get("type") == "object" and "properties" in node and not {"additionalProperties", "unevaluatedProperties"} & set(node):
+            yield f"{where}: an answer may hold anything"
+        for name, value in node.items():
+            yield from open_answers(value, f"{where}/{name}")
+
+
+def answers(paths):
+    return {path: {method: item[method]["responses"] for method in METHODS if method in item} for path, item in paths.items()}
+
+
 def main():
-    paths = yaml.safe_load(read("docs/api/openapi.yaml"))["paths"]
+    document = yaml.safe_load(read("docs/api/openapi.yaml"))
+    paths, shared_answers = document["paths"], document["components"]["responses"]
     events = yaml.safe_load(read("docs/api/asyncapi.yaml"))
     library, (simulator, calls) = library_routes(), simulator_routes()
     socket_url = re.search(r'kWebSocketUrl = "([^"]+)"', simulator_sources()).group(1)
@@ -134,7 +148,7 @@ def main():
              *faults("the simulated device", "the events' description", [(socket_url, socket_url + "$")],
                      [(one["address"], one["x-sdkapi-route"]) for one in events["channels"].values()]),
              *doubles("the route table", library), *doubles("docs/routes.md", guide_routes()),
-             *shape_faults(paths), *kind_faults(paths), *example_faults(events)]
+             *shape_faults(paths), *kind_faults(paths), *example_faults(events), *open_answers(answers(paths)), *open_answers(shared_answers)]
     if not library or calls != len(simulator):
         found.append(f"{len(library)} routes of the library, {len(simulator)} of {calls} of the simulated device were read")
     print("\n".join(map(str, found)) or f"{len(library)} + {len(simulator)} routes and the channel are described")
