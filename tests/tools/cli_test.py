@@ -87,7 +87,7 @@ def check_files(line):
         assert target.read_bytes() == content
     assert line.value("download", "log")["file"] == "device.log" and (line.home / "device.log").stat().st_size > 100
     path.write_bytes(b"no picture")
-    line.fails(7, "is this a picture", "upload", "logo", str(path))
+    line.fails(7, "is this a picture (PNG, JPEG or BMP), and has the device room for it? its log tells why", "upload", "logo", str(path))
     line.fails(7, "the device says Invalid File; is this a PEM file", "upload", "https", str(path))
     line.fails(7, "the device says Invalid File; is this a firmware container?", "firmware", str(path), "--no-events")
     line.fails(2, "there is no kind 'nonsense'", "upload", "nonsense", str(path))
@@ -112,7 +112,7 @@ def check_pictures(line):
     assert target.read_bytes()[:2] == b"\xff\xd8" and target.read_bytes()[-2:] == b"\xff\xd9"
     measured = line.value("preview", "--for", "0.5")
     assert measured["pictures"] > 1 and measured["per_second"] > 0, measured
-    line.fails(6, "does not offer /preview/nobody", "preview", "nobody", "--output", str(target))
+    line.fails(6, "is the unit there and on?", "preview", "nobody", "--output", str(target))
     line.fails(2, "--output", "preview", "--show")
 
 

@@ -15,6 +15,10 @@ T = TypeVar("T")
 _LONGEST = {"username": 31, "newusername": 31, "password": 255, "newpassword": 255, "oldpassword": 255}
 _LONGEST_BODY = 511
 
+_LOG = "its log tells why: `sdkapi download log`"
+# Here a 404 is a refusal, too.
+_NOT_HERE = {"/preview": "or not now: is the unit there and on? `sdkapi units`", "/api/v1/settings": f"or not now, or not so; {_LOG}"}
+
 USER_CODES = {1: "the old password is wrong", 2: "the password is too weak", 3: "there is such a user already", 4: "there is no such user",
               5: "the last administrator has to stay", 6: "the user name is not allowed", 7: "there is no such role"}
 
@@ -67,13 +71,13 @@ def failure(path: str, status: int, body: bytes = b"", expects: str = "") -> Sdk
     if status == 401:
         return NotAuthorised("refused: the device asks for a login", "log in; if you are, this user lacks the right or the login has ended", 401)
     if status in (404, 405):
-        return NotOffered(f"the device does not offer {path}", "`sdkapi routes` lists what it answers", status)
+        return NotOffered(f"the device does not offer {path}", _NOT_HERE.get(path.partition("?")[0].rsplit("/", 1)[0], "`sdkapi routes` lists what it answers"), status)
     if status == 406:
         return InvalidFile("refused: the device says Invalid File", f"is this {expects or 'a file of this kind'}?", 406)
     if status == 503:
         return Refused("refused: the device cannot do this now", "check the names in the request, or try again later", 503)
     if status == 500:
-        return Refused("the device failed to do this", f"is this {expects}?" if expects else "its log tells why: `sdkapi download log`", 500)
+        return Refused("the device failed to do this", (f"is this {expects}, and has the device room for it? " if expects else "") + _LOG, 500)
     return BadReply(f"the device answered {status} to {path}", status=status)
 
 
