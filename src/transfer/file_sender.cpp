@@ -10,6 +10,7 @@
 
 #include "base/text_writer.h"
 #include "http/cross_origin.h"
+#include "sdkapi/http.h"
 #include "sdkapi/transfer.h"
 #include "server/counters.h"
 #include "transfer/file_source.h"
@@ -149,6 +150,13 @@ bool SendChunks(FileSource& file, ChunkedBody& body) {
   return !body.failed() && !file.GivenUp();
 }
 
+// It gets a body, as all requests do, and does not expect one: on a kept connection the file's bytes would be
+// taken for the next reply.
+bool IsHead(const mg_connection* conn) {
+  const char* const method = GetHttpRepMethod(conn);
+  return method != nullptr && std::strcmp(method, "HEAD") == 0;
+}
+
 int Send(mg_connection* conn, const char* path, const char* name, const LogSource& log) {
   ChunkedBody body(conn);
   body.AddHead(name != nullptr ? name : "", CrossOriginHeader(conn).text());
@@ -163,7 +171,10 @@ int Send(mg_connection* conn, const char* path, const char* name, const LogSourc
     mg_disable_connection_keep_alive(conn);
     return -1;
   }
-  if (SendChunks(file, body)) return 0;
+  if (SendChunks(file, body)) {
+    if (IsHead(conn)) mg_disable_connection_keep_alive(conn);
+    return 0;
+  }
   log.error()("mg_send_chunk error");
   mg_disable_connection_keep_alive(conn);
   return -1;

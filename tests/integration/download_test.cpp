@@ -161,6 +161,17 @@ TEST_P(DownloadTest, AFileThatCannotBeReadLeavesAHeadWithoutABody) {
   }
 }
 
+TEST_P(DownloadTest, WhoAsksByHeadGetsNoReplyBehindTheFile) {
+  Offer(Workspace::Get().WriteFile("file.bin", "HTTP/1.1 200 OK\r\n\r\n"), "file.bin");
+  for (const Route& route : kRoutes) {
+    SCOPED_TRACE(route.target);
+    Connection client(Server::Get().port(mode().https), mode().https);
+    ASSERT_TRUE(client.Send(HttpRequest{"HEAD", route.target, {Authorization()}, ""}.Bytes()));
+    ExpectFile(ParseResponse(client.ReadToEnd()), "file.bin", "HTTP/1.1 200 OK\r\n\r\n");
+    EXPECT_EQ(client.end(), Connection::End::kEof);
+  }
+}
+
 TEST_P(DownloadTest, AReadErrorEndsTheBodyLikeTheEndOfTheFile) {
   Offer(Workspace::Get().Path(""), "folder");  // a folder opens and cannot be read
   for (const Route& route : kRoutes) ExpectFile(Fetch(route.target), "folder", "");
