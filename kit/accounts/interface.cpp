@@ -1,6 +1,5 @@
 // The exported functions and the slots: names, records and results; what they do stands in accounts.cpp.
 #include <algorithm>
-#include <array>
 #include <cstdio>
 #include <memory>
 #include <stdexcept>
@@ -72,20 +71,6 @@ int LogOut() {
     return 0;
   });
 }
-
-// In the order of SdkKitUserCode.
-constexpr std::array kCodeWords = {
-    "",
-    "wrong password",
-    "weak password",
-    "there is a user of this name",
-    "there is no such user",
-    "the last administrator stays one",
-    "no possible name",
-    "no such role",
-    "too many wrong passwords",
-    "too many users",
-};
 
 struct UserAct {
   const char* action;
@@ -248,13 +233,6 @@ int SdkKitAccounts_SetRole(const char* name, int role) {
   using namespace sdkkit::accounts;
   if (name == nullptr) return -1;
   return WithAccounts([&](Accounts& accounts) { return accounts.SetRole(name, role); });
-}
-
-const char* SdkKitAccounts_CodeText(int code) {
-  using namespace sdkkit::accounts;
-  if (code == kNotAuthorised) return "the role has no right to it";
-  const auto index = static_cast<std::size_t>(code);
-  return index < kCodeWords.size() ? kCodeWords[index] : "it failed";
 }
 
 int SdkKitAccounts_SetPassword(const char* name, const char* password) {
