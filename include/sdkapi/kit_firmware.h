@@ -58,7 +58,10 @@ typedef struct SdkKitFirmwareProgress {
   const char* token;   /**< of the request that brings the image; empty where there is none. */
 } SdkKitFirmwareProgress;
 
-/** The options of @ref SdkKitFirmware_Start. */
+/** The options of @ref SdkKitFirmware_Start. The functions run on the worker of the upload, one after the
+ * other and without a lock, and may block: the client waits. A `close(0)` can come on the thread that stops,
+ * `rollBack` and what `progress` is told of it within the start. `may` and the `progress` of a refusal run
+ * for several clients at once. */
 typedef struct SdkKitFirmwareOptions {
   uint32_t size;             /**< `sizeof` the record. */
   uint32_t keyCount;         /**< public keys, 1 to 16. */

@@ -60,7 +60,8 @@ typedef struct SdkKitPreviewSource {
   int32_t format;  /**< @ref SdkKitPreviewFormat. */
   uint32_t width;  /**< raw formats: 16 to 4096, even. */
   uint32_t height; /**< raw formats: 16 to 4096, even. */
-  /** Begins a run: its first viewer comes. Runs on that viewer's request. NULL: always there,
+  /** Begins a run: its first viewer comes. Runs on that viewer's request, one at a time: meanwhile no other
+   * viewer begins. NULL: always there,
    * which a source for every name cannot be.
    * @param name what the viewer asked for; empty for the device's own picture.
    * @return what `picture` and `close` get; NULL when there is no such source, or it is off: 404. */

@@ -51,7 +51,9 @@ typedef enum SdkKitDownload {
   kKitDownloadCustom = 4, /**< DownloadCustomCb. */
 } SdkKitDownload;
 
-/** One kind of file that a host takes. The rest of a zeroed row takes anything of at most 1 MiB. */
+/** One kind of file that a host takes. The rest of a zeroed row takes anything of at most 1 MiB. Its
+ * functions run on the worker of the upload, for several uploads at once and without a lock, and may block:
+ * the client waits. */
 typedef struct SdkKitUploadRow {
   int32_t family;     /**< which uploads: a @ref SdkAPIExtFamily. */
   int32_t funcId;     /**< their kind within the family; nothing for firmware and custom routes. */

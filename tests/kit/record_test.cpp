@@ -71,7 +71,7 @@ TEST(RecordTest, OlderArraysAreReadAndWrittenByTheirRowsSize) {
   EXPECT_EQ((*taken)[2].first, 3);
   EXPECT_EQ((*taken)[2].later, 0);
 
-  std::array<std::array<uint32_t, 2>, 3> list{{{kOldSize, 0}, {0, 0}, {77, 78}}};
+  alignas(Grown) std::array<std::array<uint32_t, 2>, 3> list{{{kOldSize, 0}, {0, 0}, {77, 78}}};
   auto* const records = reinterpret_cast<Grown*>(list.data());
   sdkkit::WriteRecordAt({0, 5, 9}, records, 1);
   const std::array<std::array<uint32_t, 2>, 3> expected{{{kOldSize, 0}, {kOldSize, 5}, {77, 78}}};
