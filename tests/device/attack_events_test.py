@@ -122,17 +122,18 @@ def clients_that_do_not_read(device, name):
     slow = [Channel(device, f"{name}-{number}", reads=False) for number in range(40)]
     for channel in slow:
         channel.socket.setblocking(False)
-    waiting = {channel: frame(answer) * 400 for channel in slow}
+    asked = memoryview(frame(answer) * 400)
+    sent = dict.fromkeys(slow, 0)
     end = time.monotonic() + 3 * PATIENCE
     while clients(device) > 1:
         assert time.monotonic() < end, f"{clients(device)} clients"
-        for channel, rest in list(waiting.items()):
+        for channel, begin in list(sent.items()):
             try:
-                waiting[channel] = rest[channel.socket.send(rest[:1 << 20]):]
+                sent[channel] += channel.socket.send(asked[begin:begin + (1 << 20)])
             except BlockingIOError:
                 pass
             except OSError:
-                del waiting[channel]
+                del sent[channel]
         time.sleep(0.1)
     return slow
 
