@@ -1,6 +1,7 @@
 /* The pages where there is little room, where the system's colours alone hold, and on paper. */
 import assert from 'node:assert/strict';
 import { checkAxe } from './support/axe.mjs';
+import { until } from './support/browser.mjs';
 import { CONNECTION_LOST, goTo, heading, logIn, makeUser, meet, onDevice, refusedWith } from './support/console.mjs';
 import { enter, point } from './support/routing.mjs';
 
@@ -79,7 +80,7 @@ onDevice('other colours', 'http', (flow) => {
     const off = await look();
     await control.check();
     await page.mouse.move(2, 2);
-    assert.notEqual(await look(), off);
+    await until('another look', async () => (await look()) !== off);
     await goTo(page, 'Units');
     const colours = (one) => one.evaluate((element) => getComputedStyle(element).backgroundColor);
     assert.notEqual(await colours(page.getByRole('button', { name: 'All' })), await colours(page.getByRole('button', { name: 'Receivers' })));

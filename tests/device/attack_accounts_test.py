@@ -113,8 +113,9 @@ def acts_of_a_deleted_administrator(device):
         thread.join()
     assert len(codes) == len(threads) and set(codes) <= {200, 401}, codes
     assert names(device, admin) == before
-    if 401 in codes:
-        assert "the login that asks has ended" in log_of(device, "device.log")
+    if 401 in codes:  # in the middle of its act, or before it came in
+        log = log_of(device, "device.log")
+        assert "the login that asks has ended" in log or "token err!!!!" in log
 
 
 def restored_users_go_on(device):

@@ -67,6 +67,11 @@ void Register(const std::string& token) {
   library.tokens.push_back(token);
 }
 
+void ForgetAll() {
+  const std::lock_guard lock(library.mutex);
+  library.tokens.clear();
+}
+
 std::size_t Registered() {
   const std::lock_guard lock(library.mutex);
   return library.tokens.size();
@@ -234,7 +239,7 @@ TEST_F(ShortMemoryTest, TheEndOfALoginIsTaken) {
   const std::string token = LogIn().token;
   Register(token);
   ASSERT_EQ(Sessions(), 1U);
-  library.tokens.clear();
+  ForgetAll();
   FailInTurn([&] { library.limits.ended(token.c_str(), kExtLoginIdle); });
   EXPECT_EQ(Sessions(), 0U);
 }
