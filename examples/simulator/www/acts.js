@@ -8,7 +8,7 @@ const MOST_ACTS = 2000; // that a page keeps, however long it is open
 const TOP = 8; // pixels: who is this near the newest entry is not reading an older one
 
 // What turns the direction of writing, and separators of lines: a name with them must not look like another one.
-const HIDDEN = /[\u061c\u200e\u200f\u2028-\u202e\u2066-\u2069]/g;
+const HIDDEN = /[\p{Bidi_Control}\u2028\u2029]/gu;
 const plain = (text) => text.replace(HIDDEN, '\ufffd');
 
 /** An act as texts: {what, who, from, result}. */
