@@ -2,8 +2,8 @@
 #include "session/login_registry.h"
 
 #include <atomic>
-#include <chrono>
 #include <cstring>
+#include <ctime>
 #include <thread>
 #include <vector>
 
@@ -129,17 +129,17 @@ TEST_F(LoginRegistryTest, AHostsOwnListsAreNoneOfTheRegistrys) {
   HandleManageDelHandle(&list, HandleManageGetNextHandle(&list));
 }
 
-// Walking to a login, or to the list's end, took minutes here. The bound leaves room for a busy machine.
+// Walking to a login, or to the list's end, took minutes here. What others do on the machine does not count.
 TEST_F(LoginRegistryTest, SixtyThousandLoginsStallNobody) {
   RequireLogin();
   SdkApiSer_Printf(nullptr);
-  const auto start = std::chrono::steady_clock::now();
+  const std::clock_t start = std::clock();
   const auto token = [](int i) { return "token " + std::to_string(i); };
   for (int i = 0; i < 60000; ++i) sdkapi::RegisterLogin(sdkapi::NewLogin(), token(i).c_str());
   for (int i = 0; i < 60000; ++i) ASSERT_NE(sdkapi::FindLogin(token(i).c_str()), nullptr) << i;
   for (int i = 60000; i-- > 0;) ASSERT_EQ(sdkapi::LoginTimeOutTaskCb(token(i).c_str()), 0) << i;
   EXPECT_EQ(sdkapi::LoginCount(), 0);
-  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(20));
+  EXPECT_LT((std::clock() - start) / CLOCKS_PER_SEC, 20);
 }
 
 TEST_F(LoginRegistryTest, TimeOutTellsTheHostAndRemovesTheLogin) {
