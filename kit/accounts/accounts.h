@@ -17,6 +17,7 @@
 #include "base/database.h"
 #include "base/in_use.h"
 #include "base/log.h"
+#include "base/request.h"
 #include "sdkapi/kit_accounts.h"
 
 namespace sdkkit::accounts {
@@ -110,8 +111,5 @@ class Accounts {
 
 // Empty before the start and from the stop on, which waits for whoever holds one.
 InUse<Accounts>::Use TheAccounts();
-
-// The request that this thread serves; its texts are empty on threads that serve none.
-SdkAPIExtRequest CurrentRequest();
 
 }  // namespace sdkkit::accounts

@@ -69,10 +69,9 @@ int64_t Attempts::End(const Keys& keys, bool isGood) {
   int64_t delay = 0;
   {
     const std::lock_guard lock(mutex_);
-    if (isGood) entries_[keys.ofName].failures = 0;
-    if (!isGood)
-      delay =
-          std::max(Fail(entries_[keys.ofName], kFreeOfName), Fail(entries_[keys.ofAddress], kFreeOfAddress));
+    Entry& ofName = entries_[keys.ofName];
+    if (isGood) ofName.failures = 0;
+    if (!isGood) delay = std::max(Fail(ofName, kFreeOfName), Fail(entries_[keys.ofAddress], kFreeOfAddress));
     for (const std::string* const key : {&keys.ofName, &keys.ofAddress}) Leave(*key);
   }
   judged_.notify_all();

@@ -173,16 +173,6 @@ void Guard(SdkAPISerHandle& table) {
 
 }  // namespace
 
-SdkAPIExtRequest CurrentRequest() {
-  SdkAPIExtRequest request{};
-  request.size = sizeof request;
-  if (SdkAPIExt_Request_Get(&request) == 0) return request;
-  request = {};
-  request.method = request.path = request.query = request.userAgent = request.route = "";
-  request.host = request.origin = request.fetchSite = "";
-  return request;
-}
-
 bool MayGoOn(std::string_view token) {
   return Guarded(
       kLog, [&] { return Judge(token, nullptr); }, false);
@@ -208,6 +198,6 @@ int SdkKitAccounts_May(const char* token, const char* route, const char* method)
     if (!accounts || route == nullptr) return -1;
     const auto user = accounts->Who(token != nullptr ? token : "");
     const char* const asked = method != nullptr ? method : "GET";
-    return FaultOf(*accounts, user, CurrentRequest(), route, asked) == nullptr ? 0 : -1;
+    return FaultOf(*accounts, user, sdkkit::CurrentRequest(), route, asked) == nullptr ? 0 : -1;
   });
 }

@@ -1,6 +1,5 @@
 // The exported functions and the slots: names, records and results; what they do stands in accounts.cpp.
 #include <algorithm>
-#include <cstdio>
 #include <memory>
 #include <stdexcept>
 #include <string>
@@ -12,17 +11,13 @@
 #include "accounts/requester.h"
 #include "base/guarded.h"
 #include "base/record.h"
+#include "base/text.h"
 #include "sdkapi/server.h"
 
 namespace sdkkit::accounts {
 namespace {
 
 InUse<Accounts> inUse;
-
-template <std::size_t kSize>
-void Copy(char (&to)[kSize], const std::string& text) {
-  std::snprintf(to, kSize, "%s", text.c_str());
-}
 
 int RefuseWhoIsGone(const RequesterGone& gone) {
   const SdkAPIExtRequest request = CurrentRequest();
@@ -119,7 +114,7 @@ int ManageUser(const char* token, ManageUserRequest* request) {
   });
 }
 
-// Whether a list's arguments are in order; then the number that there is room for.
+// Whether a list's arguments are in order.
 template <class Record>
 bool HasRoom(const Record* records, const std::size_t* count) {
   return count != nullptr && (*count == 0 || IsKnown(records));
@@ -129,9 +124,9 @@ SdkKitUser Describe(const Accounts& accounts, const std::string& name, int role,
   SdkKitUser user{};
   user.role = role;
   user.firstlogin = firstLogin;
-  Copy(user.name, name);
+  CopyText(user.name, name);
   const Role* const known = accounts.FindRole(role);
-  Copy(user.roleName, known != nullptr ? known->name : "");
+  CopyText(user.roleName, known != nullptr ? known->name : "");
   return user;
 }
 
@@ -140,8 +135,8 @@ SdkKitSession Describe(const Session& session, const LibraryLogins& logins, std:
   out.role = session.role;
   out.id = session.id;
   out.own = session.hash == HashToken(token) ? 1 : 0;
-  Copy(out.name, session.name);
-  Copy(out.address, session.address);
+  CopyText(out.name, session.name);
+  CopyText(out.address, session.address);
   const auto found = logins.find(session.hash);
   if (found == logins.end()) return out;
   out.ageSeconds = found->second.ageSeconds;
@@ -275,7 +270,7 @@ int SdkKitAccounts_EndSession(const char* token, uint64_t id) {
         "ended on request");
     if (ended > 0)
       kLog.Audit({.action = "end-login", .object = name.c_str()}, "a login was ended on request from %s",
-                 CurrentRequest().address);
+                 sdkkit::CurrentRequest().address);
     return ended > 0 ? 0 : -1;
   });
 }

@@ -3,6 +3,8 @@
 
 #include <string>
 
+#include "base/request.h"
+
 namespace sdkkit::accounts {
 namespace {
 
@@ -15,10 +17,9 @@ struct Noted {
 thread_local Noted t_noted;
 
 bool IsServedStill() {
-  SdkAPIExtRequest request{};
-  request.size = sizeof request;
-  return SdkAPIExt_Request_Get(&request) == 0 && request.port == t_noted.port &&
-         request.address == t_noted.address && request.route == t_noted.route;
+  const SdkAPIExtRequest request = CurrentRequest();
+  return request.size != 0 && request.port == t_noted.port && request.address == t_noted.address &&
+         request.route == t_noted.route;
 }
 
 }  // namespace

@@ -16,6 +16,7 @@
 #include "base/in_use.h"
 #include "base/log.h"
 #include "base/record.h"
+#include "base/request.h"
 #include "sdkapi/extension.h"
 #include "sdkapi/kit_archive.h"
 
@@ -29,9 +30,8 @@ constexpr std::chrono::seconds kNextAttempt{1};
 constexpr uint64_t kZipOverhead = uint64_t{4} << 20;
 
 std::string ClientAddress() {
-  SdkAPIExtRequest request{};
-  request.size = sizeof request;
-  return SdkAPIExt_Request_Get(&request) == 0 ? request.address : "the device itself";
+  const SdkAPIExtRequest request = CurrentRequest();
+  return request.size != 0 ? request.address : "the device itself";
 }
 
 int Refuse(const std::string& reason, char* why, size_t whySize) {

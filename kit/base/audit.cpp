@@ -1,7 +1,6 @@
 // Acts: who asks on this thread, and the way of a record to the host's hook.
 #include "base/audit.h"
 
-#include <algorithm>
 #include <array>
 #include <atomic>
 #include <cstdio>
@@ -9,6 +8,8 @@
 #include <string_view>
 
 #include "base/record.h"
+#include "base/request.h"
+#include "base/text.h"
 #include "sdkapi/kit_log.h"
 
 namespace sdkkit {
@@ -17,8 +18,6 @@ namespace {
 std::atomic<SdkKitAuditHook> g_hook{nullptr};
 
 using Text = std::array<char, 256>;
-
-bool IsControl(char letter) { return static_cast<unsigned char>(letter) < 0x20 || letter == 0x7f; }
 
 // By its first byte.
 std::size_t BytesOfCharacter(unsigned char first) {
@@ -39,7 +38,7 @@ Text Cleaned(const char* text) {
   Text clean{};
   const int length = std::snprintf(clean.data(), clean.size(), "%s", text != nullptr ? text : "");
   if (length >= static_cast<int>(clean.size())) DropHalfCharacter(clean);
-  std::replace_if(clean.begin(), std::find(clean.begin(), clean.end(), '\0'), IsControl, '?');
+  HideControls(clean);
   return clean;
 }
 
@@ -54,13 +53,10 @@ thread_local Requester t_requester;
 
 // Asked for only where it is needed: outside of requests the question is an error in the log.
 SdkAPIExtRequest RequestBehind(const Act& act) {
-  SdkAPIExtRequest request{};
-  request.size = sizeof request;
-  const bool isNeeded = act.user == nullptr || act.address == nullptr;
-  if (isNeeded && SdkAPIExt_Request_Get(&request) == 0) return request;
-  request = {};
-  request.route = "";
-  return request;
+  if (act.user == nullptr || act.address == nullptr) return CurrentRequest();
+  SdkAPIExtRequest none{};
+  none.route = "";
+  return none;
 }
 
 // Empty for another request than the one that was noted.

@@ -1,11 +1,12 @@
 // The kit's lines: bounded, one line each, to the hook that the host set.
 #include "base/log.h"
 
-#include <algorithm>
 #include <array>
 #include <atomic>
 #include <cstdarg>
 #include <cstdio>
+
+#include "base/text.h"
 
 namespace sdkkit {
 namespace {
@@ -13,13 +14,10 @@ namespace {
 std::atomic<SdkKitLogHook> g_hook{nullptr};
 std::atomic<LineSink> g_sink{nullptr};
 
-bool IsControl(char letter) { return static_cast<unsigned char>(letter) < 0x20 || letter == 0x7f; }
-
 using Text = std::array<char, 1024>;
 
-// Whatever a client sent, it stays one line.
 void Deliver(int level, const char* subject, const void* statement, Text& text) {
-  std::replace_if(text.begin(), std::find(text.begin(), text.end(), '\0'), IsControl, '?');
+  HideControls(text);
   if (const LineSink sink = g_sink.load()) sink(level, subject, statement, text.data());
   if (const SdkKitLogHook hook = g_hook.load()) hook(level, subject, text.data());
 }

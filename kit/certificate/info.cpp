@@ -9,16 +9,12 @@
 #include <cstdio>
 #include <ctime>
 
+#include "base/text.h"
 #include "certificate/owned.h"
 #include "certificate/server_check.h"
 
 namespace sdkkit {
 namespace {
-
-template <std::size_t kSize>
-void CopyTo(char (&to)[kSize], const std::string& text) {
-  std::snprintf(to, kSize, "%s", text.c_str());
-}
 
 std::string NameText(const X509_NAME* name) {
   const BioPtr bio = BioToFill();
@@ -70,13 +66,13 @@ bool Describe(const std::string& pem, SdkKitCertificateInfo& info) {
   const EVP_PKEY* const key = X509_get0_pubkey(certificate.get());
   info.keyBits = key == nullptr ? 0 : EVP_PKEY_get_bits(key);
   const char* const kind = key == nullptr ? nullptr : EVP_PKEY_get0_type_name(key);
-  CopyTo(info.key, kind == nullptr ? "" : kind);
+  CopyText(info.key, kind == nullptr ? "" : kind);
   info.notBefore = Seconds(X509_get0_notBefore(certificate.get()));
   info.notAfter = Seconds(X509_get0_notAfter(certificate.get()));
-  CopyTo(info.subject, NameText(X509_get_subject_name(certificate.get())));
-  CopyTo(info.issuer, NameText(X509_get_issuer_name(certificate.get())));
-  CopyTo(info.names, AlternativeNames(certificate.get()));
-  CopyTo(info.fingerprint, Fingerprint(certificate.get()));
+  CopyText(info.subject, NameText(X509_get_subject_name(certificate.get())));
+  CopyText(info.issuer, NameText(X509_get_issuer_name(certificate.get())));
+  CopyText(info.names, AlternativeNames(certificate.get()));
+  CopyText(info.fingerprint, Fingerprint(certificate.get()));
   info.selfSigned = X509_self_signed(certificate.get(), 1) == 1 ? 1 : 0;
   info.chain = ChainOf(pem);
   ERR_clear_error();

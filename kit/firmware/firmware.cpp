@@ -8,6 +8,7 @@
 #include "base/guarded.h"
 #include "base/log.h"
 #include "base/record.h"
+#include "base/request.h"
 #include "base/upload_end.h"
 #include "firmware/install.h"
 #include "firmware/options.h"
@@ -31,10 +32,9 @@ struct Client {
 };
 
 Client CurrentClient() {
-  SdkAPIExtRequest request{};
-  request.size = sizeof request;
+  const SdkAPIExtRequest request = CurrentRequest();
   Client client;
-  if (SdkAPIExt_Request_Get(&request) != 0) return client;
+  if (request.size == 0) return client;
   client.address = request.address;
   client.asksForOlder = ("&" + std::string(request.query) + "&").find("&downgrade=1&") != std::string::npos;
   return client;

@@ -7,8 +7,8 @@
 #include "base/guarded.h"
 #include "base/log.h"
 #include "base/record.h"
+#include "base/request.h"
 #include "preview/gallery.h"
-#include "sdkapi/extension.h"
 #include "sdkapi/kit_preview.h"
 
 namespace {
@@ -46,16 +46,10 @@ int Taken(const char* what, int result) {
   return result == 0 ? 0 : Refuse(what, "nothing runs, or there are too many sources");
 }
 
-std::string AskersAddress() {
-  SdkAPIExtRequest request{};
-  request.size = sizeof request;
-  return SdkAPIExt_Request_Get(&request) == 0 ? request.address : "";
-}
-
 int Serve(PreviewFrame& stream) {
   enum { kOpen = 0, kNext = 1 };
   Gallery& gallery = Gallery::The();
-  if (stream.state == kOpen) return gallery.Enter(stream, stream.hostname, AskersAddress());
+  if (stream.state == kOpen) return gallery.Enter(stream, stream.hostname, CurrentRequest().address);
   if (stream.state == kNext) return gallery.Next(stream);
   gallery.Leave(stream);
   return 0;

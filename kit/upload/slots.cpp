@@ -1,6 +1,5 @@
 // The exported functions: the life of the uploads, their slots and routes.
 #include <array>
-#include <cstdio>
 #include <iterator>
 #include <memory>
 #include <mutex>
@@ -13,6 +12,8 @@
 #include "base/file.h"
 #include "base/guarded.h"
 #include "base/record.h"
+#include "base/request.h"
+#include "base/text.h"
 #include "base/upload_end.h"
 #include "sdkapi/extension.h"
 #include "sdkapi/http.h"
@@ -69,15 +70,14 @@ std::string ClientOf(const SdkAPIExtRequest& asked, const char* token) {
 
 template <class Record>
 UploadRequest RequestOf(const Record& record, const char* token) {
-  SdkAPIExtRequest asked{};
-  asked.size = sizeof asked;
+  const SdkAPIExtRequest asked = CurrentRequest();
   UploadRequest request;
   request.token = token;
   request.fileName = record.fileName;
   if constexpr (std::is_same_v<Record, UploadFileCtx>) {
     if (record.extra != nullptr) request.extra = record.extra;
   }
-  if (SdkAPIExt_Request_Get(&asked) != 0) return request;
+  if (asked.size == 0) return request;
   request.url = asked.path;
   request.route = asked.route;
   request.address = asked.address;
@@ -112,11 +112,6 @@ void OnEnd(const SdkAPIExtUpload* end) {
   });
 }
 
-template <size_t kSize>
-void CopyTo(char (&to)[kSize], const std::string& text) {
-  std::snprintf(to, kSize, "%s", text.c_str());
-}
-
 // Names the file of a row: the stored one, or what stands in for it.
 std::string GivenBy(const UploadStore& store, const SdkKitUploadRow& row) {
   std::string path = store.root() + "/" + row.file;
@@ -135,8 +130,8 @@ int Give(const UploadStore& store, const SdkKitUploadRow* row, char (&name)[kNam
          char (&file)[kFileSize]) {
   const std::string path = row == nullptr ? "" : GivenBy(store, *row);
   if (path.empty() || path.size() >= kFileSize) return -1;
-  CopyTo(name, NameFor(*row, path));
-  CopyTo(file, path);
+  CopyText(name, NameFor(*row, path));
+  CopyText(file, path);
   return 0;
 }
 
@@ -195,12 +190,6 @@ bool AddRoutes(const SdkKitUploadRow& row) {
           SdkAPISer_Custom_Download_Api_Add(row.downloadRoute, SdkKitUpload_Custom_Download) == 0);
 }
 
-std::string RouteInUse() {
-  SdkAPIExtRequest asked{};
-  asked.size = sizeof asked;
-  return SdkAPIExt_Request_Get(&asked) == 0 ? asked.route : "";
-}
-
 }  // namespace
 }  // namespace sdkkit
 
@@ -257,7 +246,8 @@ int SdkKitUpload_Custom_Download(mg_connection* /*conn*/, CustomDownloadInfo* in
   return Guarded(kLog, [&] {
     const auto store = TheStore().Get();
     if (!store) return -1;
-    return Give(*store, store->rows().FindDownloadRoute(RouteInUse()), info->downloadName, info->filePath);
+    return Give(*store, store->rows().FindDownloadRoute(CurrentRequest().route), info->downloadName,
+                info->filePath);
   });
 }
 
