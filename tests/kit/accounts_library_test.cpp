@@ -86,8 +86,13 @@ void* operator new(std::size_t size) {
   throw std::bad_alloc();
 }
 
-void operator delete(void* memory) noexcept { std::free(memory); }
-void operator delete(void* memory, std::size_t /*size*/) noexcept { std::free(memory); }
+void* operator new(std::size_t size, const std::nothrow_t& /*tag*/) noexcept {
+  return allocationsLeft == 0 ? nullptr : std::malloc(size);
+}
+
+// Not inline: where it is, the compiler takes malloc and free for strangers to new and delete.
+[[gnu::noinline]] void operator delete(void* memory) noexcept { std::free(memory); }
+[[gnu::noinline]] void operator delete(void* memory, std::size_t /*size*/) noexcept { std::free(memory); }
 
 // These stand before the library's own in this program.
 int SdkAPIExt_Login_Limits_Set(const SdkAPIExtLoginLimits* limits) {
