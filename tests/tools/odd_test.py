@@ -42,6 +42,8 @@ LOGINS = [
     ("a token with a line break", {"code": 0, "token": "a\r\nX: y", "firstlogin": 0}, 8, "no request can carry"),
 ]
 USAGE = [
+    ("preview", "--for", "nan", "--device", "http://127.0.0.1:1"), ("events", "--for", "-1", "--device", "http://127.0.0.1:1"),
+    ("events", "--send", "\udcff", "--device", "http://127.0.0.1:1"),
     ("units", "--timeout", "0"), ("units", "--timeout", "nan"), ("upload",), ("upload", "--nonsense"), ("events", "--count", "x"), ("nonsense",),
     ("check", "http://127.0.0.1:1", "--preview-seconds", "0"), ("check", "http://127.0.0.1:1", "--junit", "no/where.xml"),
     *(("info", "--device", url) for url in ("http://[::1", "http://[zz]", "http://a b", "http://x..y", "http://x:y", "http://xn--a", "http://\x1b[31m", "http://" + "a" * 300))]
@@ -61,6 +63,11 @@ def check_answers():
     for name, answer, code, text in LOGINS:
         with OddDevice({LOGIN: document(answer)}) as device, CommandLine(device.url) as line:
             line.fails(code, text, "login", "--password-stdin", typed="x\n")
+    with OddDevice(IN) as device, OddDevice({}) as elsewhere, CommandLine(device.url) as line:
+        line.log_in()
+        for route in (f"{elsewhere.url}/x", f"//{elsewhere.url.partition('//')[2]}/x"):
+            line.fails(6, "does not offer", "users", "list", "--route", route)
+        assert not elsewhere.seen, "the token went elsewhere"
     with OddDevice({LOGIN: document({"code": 0, "token": "é☃", "firstlogin": 0}), "/dev_info": document({"model": "x"})}) as device, CommandLine(device.url) as line:
         line.log_in()
         assert line.value("info") == {"model": "x"} and "Authorization: Bearer é☃\r\n".encode() in device.seen[-1], device.seen[-1]

@@ -56,6 +56,9 @@ def events(session: Session, filters: list[str] = typer.Option([], "--filter", "
            path: str = typer.Option("", "--path", help="Path of the channel, when it is not a usual one.")) -> None:
     """Follow the device's events, one a line; with --json each as it came. The device ends the login of a channel that ends: --user gives it one of its own."""
     wanted = _filters(filters)
+    _check_time(seconds)
+    if any("\ud800" <= character <= "\udfff" for character in "".join(send)):
+        raise UsageError("what is sent is no UTF-8")
 
     def act(client: Client) -> None:
         deadline = time.monotonic() + seconds if seconds else float("inf")
@@ -99,6 +102,7 @@ def preview(session: Session, unit: str = typer.Argument("", help="Name of the u
     """Take one picture of a unit (--output, --show), or measure its pictures a second."""
     if show and not (sys.stdout.isatty() and os.environ.get("TERM_PROGRAM") in _SHOWING):
         raise UsageError("this terminal shows no pictures", "write one to a file: --output FILE")
+    _check_time(seconds)
     pictures = session.client().preview(unit or None)
     if output is not None or show:
         picture = next(pictures, b"")
@@ -111,6 +115,11 @@ def preview(session: Session, unit: str = typer.Argument("", help="Name of the u
             told(session, output, {"unit": unit, "file": str(output), "bytes": len(picture)})
         return
     _measure(session, unit, pictures, seconds)
+
+
+def _check_time(seconds: float) -> None:
+    if not 0 <= seconds < 1e9:
+        raise UsageError("--for is a number of seconds")
 
 
 def _no_picture() -> BadReply:

@@ -43,7 +43,7 @@ class AsyncClient(Session):
     async def _stream(self, method: str, path: str, **arguments: Any) -> AsyncIterator[httpx.Response]:
         headers = self.headers() | {name.encode(): value.encode() for name, value in arguments.pop("headers", {}).items()}
         with self.told():
-            async with httpx.AsyncClient(**self.settings()) as http, http.stream(method, path, headers=headers, **arguments) as reply:  # type: ignore[arg-type]
+            async with httpx.AsyncClient(**self.settings()) as http, http.stream(method, self.at(path), headers=headers, **arguments) as reply:  # type: ignore[arg-type]
                 yield reply
 
     async def run(self, operation: Operation[T]) -> T:

@@ -45,7 +45,7 @@ class Client(Session):
     @contextmanager
     def _stream(self, method: str, path: str, **arguments: Any) -> Iterator[httpx.Response]:
         headers = self.headers() | {name.encode(): value.encode() for name, value in arguments.pop("headers", {}).items()}
-        with self.told(), httpx.Client(**self.settings()) as http, http.stream(method, path, headers=headers, **arguments) as reply:  # type: ignore[arg-type]
+        with self.told(), httpx.Client(**self.settings()) as http, http.stream(method, self.at(path), headers=headers, **arguments) as reply:  # type: ignore[arg-type]
             yield reply
 
     def run(self, operation: Operation[T]) -> T:

@@ -143,7 +143,7 @@ async def open_events(url: str, token: str, context: ssl.SSLContext | None, path
     for candidate in (path,) if path else PATHS:
         try:
             socket = await connect(channel_url(url, candidate), subprotocols=[Subprotocol(token or "anonymous")],
-                                   ssl=context, open_timeout=timeout, max_size=_LARGEST, max_queue=1024)
+                                   ssl=context, open_timeout=timeout, close_timeout=min(timeout, 10.0), max_size=_LARGEST, max_queue=1024)
             return AsyncEvents(socket)
         except (InvalidHandshake, ConnectionClosed, EOFError):
             error = NotAuthorised("refused: the device opens no event channel for this login",
@@ -151,7 +151,7 @@ async def open_events(url: str, token: str, context: ssl.SSLContext | None, path
         except ssl.SSLCertVerificationError as reason:
             raise CertificateError.refused(url, reason.verify_message) from None
         except (OSError, asyncio.TimeoutError) as reason:
-            raise Unreachable(f"no event channel at {url}: {reason or 'no answer in time'}", "is the device on?") from None
+            raise Unreachable(f"no event channel at {url}: {str(reason) or 'no answer in time'}", "is the device on?") from None
     assert error is not None
     raise error
 

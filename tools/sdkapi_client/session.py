@@ -50,8 +50,12 @@ class Session:
         """As bytes: a device may give tokens of any characters."""
         return {b"Authorization": f"Bearer {self.token}".encode()} if self.token else {}
 
+    def at(self, path: str) -> str:
+        """Always at this device: a path that is an address of its own must not lead the token elsewhere."""
+        return f"{self.url}/{path.lstrip('/')}"
+
     def settings(self) -> dict[str, object]:
-        return {"base_url": self.url, "verify": self.context if self.context is not None else False, "timeout": self.timeout, "trust_env": False}
+        return {"verify": self.context if self.context is not None else False, "timeout": self.timeout, "trust_env": False}
 
     @contextmanager
     def told(self) -> Iterator[None]:
@@ -60,7 +64,7 @@ class Session:
             yield
         except httpx.RemoteProtocolError as error:
             if "without sending a response" in str(error):
-                raise Refused("the device ended the connection without an answer", "its log tells why: `sdkapi download log`") from None
+                raise Refused("the device ended the connection without an answer", "is this the port for HTTPS? else its log tells why: `sdkapi download log`") from None
             if "peer closed" not in str(error):
                 raise BadReply(f"{self.url} does not speak HTTP: {error}", "is this the port of the device, and https for TLS?") from None
             raise BadReply(f"the answer broke off: {error}", "try again; if it stays, the file may be missing on the device") from None
