@@ -191,9 +191,16 @@ TEST_F(StartFailureTest, ACertificateThatCannotBeRead) {
 }
 
 TEST_F(StartFailureTest, AKeyThatCannotBeOpened) {
-  EXPECT_EQ(StartWith(Server::CertificateFile(), "not the pass phrase"), -1);
-  ExpectFailure("the pass phrase does not open the private key", "server.pem");
-  EXPECT_EQ(StartFailure().find("not the pass phrase"), std::string::npos);
+  // With one wrong pass phrase in 256 the bytes look decrypted, and OpenSSL finds a key that it cannot read.
+  int opensNothing = 0;
+  for (const char* wrong : {"not the pass phrase", "another one", "a third one", "a fourth one"}) {
+    EXPECT_EQ(StartWith(Server::CertificateFile(), wrong), -1);
+    EXPECT_EQ(StartFailure().find(wrong), std::string::npos);
+    if (StartFailure().starts_with("the private key cannot be read: ")) continue;
+    ExpectFailure("the pass phrase does not open the private key", "server.pem");
+    ++opensNothing;
+  }
+  EXPECT_GE(opensNothing, 1);
   EXPECT_EQ(StartWith(Server::CertificateFile(), ""), -1);
   ExpectFailure("the private key needs a pass phrase", "server.pem");
   const Certificate made = MakeCertificate("");
