@@ -82,7 +82,9 @@ TEST_F(StorageTest, AFileIsReplacedWhole) {
   EXPECT_EQ(Content(In("file")), bytes);
   ASSERT_EQ(SdkKitStorage_Replace(In("file").c_str(), "new", 3), 0);
   EXPECT_EQ(Content(In("file")), "new");
-  ASSERT_EQ(SdkKitStorage_Replace(In("file").c_str(), nullptr, 5), 0);
+  EXPECT_EQ(SdkKitStorage_Replace(In("file").c_str(), nullptr, 5), -1);
+  EXPECT_EQ(Content(In("file")), "new");
+  ASSERT_EQ(SdkKitStorage_Replace(In("file").c_str(), nullptr, 0), 0);
   EXPECT_EQ(Content(In("file")), "");
   EXPECT_EQ(std::distance(fs::directory_iterator(folder_), fs::directory_iterator()), 1);
 }
