@@ -130,9 +130,10 @@ Accounts::Verdict Accounts::Judge(const std::string& name, const std::optional<U
               .object = user ? named.c_str() : "(no user)",
               .reason = "wrong password"},
              "wrong password for %s from %s", named.c_str(), address.c_str());
-  if (delay > 0)
+  if (delay > 0) {
     kLog.Audit({.action = "wait", .object = address.c_str(), .target = std::to_string(delay).c_str()},
                "%s has to wait %d s with its next one", address.c_str(), static_cast<int>(delay));
+  }
   return {};
 }
 

@@ -268,9 +268,10 @@ int SdkKitAccounts_EndSession(const char* token, uint64_t id) {
           return true;
         },
         "ended on request");
-    if (ended > 0)
+    if (ended > 0) {
       kLog.Audit({.action = "end-login", .object = name.c_str()}, "a login was ended on request from %s",
                  sdkkit::CurrentRequest().address);
+    }
     return ended > 0 ? 0 : -1;
   });
 }

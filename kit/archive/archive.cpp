@@ -234,11 +234,12 @@ int May(const char* token, int act, const char* method) {
   const auto settings = g_settings.Get();
   if (!settings) return -1;
   const int answer = settings->parts().may != nullptr ? settings->parts().may(token, act, method) : 0;
-  if (answer != 0)
+  if (answer != 0) {
     kLog.Audit({.action = act == kKitArchiveExport ? "export" : "restore",
                 .outcome = kKitAuditRefused,
                 .reason = "the role has no right to it"},
                "%s may not change or export the settings", ClientAddress().c_str());
+  }
   return answer;
 }
 

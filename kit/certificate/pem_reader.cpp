@@ -53,7 +53,7 @@ std::string PemReader::Feed(std::string_view piece) {
   for (const char letter : piece) {
     line_.push_back(letter);
     if (letter != '\n') continue;
-    const std::string fault = TakeLine(std::exchange(line_, {}));
+    std::string fault = TakeLine(std::exchange(line_, {}));
     if (!fault.empty()) return fault;
   }
   return "";

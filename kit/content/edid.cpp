@@ -10,7 +10,7 @@
 namespace sdkkit {
 namespace {
 
-using std::string_view_literals::operator""sv;
+using namespace std::string_view_literals;
 
 constexpr auto kHeader = "\0\xff\xff\xff\xff\xff\xff\0"sv;
 constexpr std::size_t kBlock = 128;
@@ -60,7 +60,7 @@ std::string BaseFault(std::string_view base) {
 
 std::string EdidFault(std::string_view bytes) {
   if (bytes.size() < kBlock || bytes.size() % kBlock != 0) return "it is not made of whole EDID blocks";
-  const std::string fault = BaseFault(bytes.substr(0, kBlock));
+  std::string fault = BaseFault(bytes.substr(0, kBlock));
   if (!fault.empty()) return fault;
   if (bytes.size() / kBlock != 1 + ByteAt(bytes, kExtensions))
     return "it has another number of blocks than it says";

@@ -12,7 +12,7 @@ namespace {
 constexpr std::string_view kMagic = "SDKFW2\n";
 constexpr std::string_view kUnsigned = "SDKFW1\n";
 constexpr std::size_t kHeadBytes = 1024;
-constexpr std::size_t kHashDigits = 2 * crypto_hash_sha256_BYTES;
+constexpr std::size_t kHashDigits = std::size_t{2} * crypto_hash_sha256_BYTES;
 
 const unsigned char* Bytes(std::string_view text) {
   return reinterpret_cast<const unsigned char*>(text.data());

@@ -96,9 +96,10 @@ int SdkKitMetrics_Start(const SdkKitMetricsOptions* options) {
 }
 
 int SdkKitMetrics_Answer(struct mg_connection* conn, CustomReqInfo* req) {
-  if (req->method != sdkkit::kGet)
+  if (req->method != sdkkit::kGet) {
     return SendReponseInfo(conn, 405, 1, sdkkit::kNotAllowed.data(),
                            static_cast<int>(sdkkit::kNotAllowed.size()));
+  }
   const int result = sdkkit::Guarded(sdkkit::kLog, [&] { return sdkkit::Send(conn, sdkkit::Text()); });
   return result == 0 ? 0 : SendReponseInfo(conn, 500, 0, nullptr, 0);
 }

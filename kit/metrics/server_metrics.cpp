@@ -6,7 +6,7 @@
 #include <unistd.h>
 
 #include <cstdint>
-#include <cstdio>
+#include <fstream>
 #include <memory>
 #include <string>
 
@@ -102,10 +102,9 @@ double Entries(const char* folder) {
 }
 
 double ResidentBytes() {
-  const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen("/proc/self/statm", "re"),
-                                                             std::fclose);
+  std::ifstream file("/proc/self/statm");
   unsigned long total = 0, resident = 0;
-  if (file == nullptr || std::fscanf(file.get(), "%lu %lu", &total, &resident) != 2) return 0;
+  if (!(file >> total >> resident)) return 0;
   return static_cast<double>(resident) * static_cast<double>(sysconf(_SC_PAGESIZE));
 }
 

@@ -23,7 +23,7 @@ namespace sdkkit {
 namespace {
 
 constexpr const char* kFolder = "log";
-constexpr std::size_t kFileSize = 1024 * 1024;
+constexpr std::size_t kFileSize = 1 << 20;
 constexpr std::size_t kOlderFiles = 2;
 constexpr int kLibraryError = 4;
 

@@ -24,7 +24,7 @@ std::string LogKey() {
 
 // What a newer event of the same kind makes superfluous; empty when it has to arrive.
 std::string KeyOf(const json& event) {
-  const std::string type = event["type"];
+  std::string type = event["type"];
   if (type == "log") return LogKey();
   if (type == "status" || type == "audit") return type;
   if (type == "unit" && !event.contains("was")) return "unit " + event["unit"]["name"].get<std::string>();

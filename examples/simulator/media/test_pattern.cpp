@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <cstddef>
 #include <cstdio>
 #include <ctime>
 
@@ -105,8 +106,9 @@ void TestPattern::Advance(uint64_t number, std::chrono::system_clock::time_point
   DrawText(counter, kPictureWidth - 40 - TextWidth(counter, kClockScale), kClockTop, kClockScale, accent_);
 
   constexpr int kSteps = (kPictureWidth - kBlockSize) / kBlockStep;
-  const int position = static_cast<int>(number % (2 * kSteps));
-  const int steps = position <= kSteps ? position : 2 * kSteps - position;
+  constexpr int kThereAndBack = 2 * kSteps;
+  const int position = static_cast<int>(number % kThereAndBack);
+  const int steps = position <= kSteps ? position : kThereAndBack - position;
   Fill({0, kTrackTop, kPictureWidth, kBlockSize}, kBlack);
   Fill({steps * kBlockStep, kTrackTop, kBlockSize, kBlockSize}, accent_);
 }
@@ -121,11 +123,11 @@ void TestPattern::Fill(const Area& area, Colour colour) {
   const int right = std::clamp(area.x + area.width, left, kPictureWidth);
   const int top = std::clamp(area.y, 0, kPictureHeight);
   const int bottom = std::clamp(area.y + area.height, top, kPictureHeight);
-  for (int row = top; row < bottom; ++row) {
+  for (std::ptrdiff_t row = top; row < bottom; ++row) {
     std::fill_n(y_.begin() + row * kPictureWidth + left, right - left, colour.y);
   }
-  for (int row = top / 2; row < bottom / 2; ++row) {
-    const int at = row * (kPictureWidth / 2) + left / 2;
+  for (std::ptrdiff_t row = top / 2; row < bottom / 2; ++row) {
+    const std::ptrdiff_t at = row * (kPictureWidth / 2) + left / 2;
     std::fill_n(cb_.begin() + at, (right - left) / 2, colour.cb);
     std::fill_n(cr_.begin() + at, (right - left) / 2, colour.cr);
   }

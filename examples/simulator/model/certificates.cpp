@@ -6,10 +6,13 @@
 
 #include <algorithm>
 #include <array>
-#include <cstdlib>
+#include <charconv>
+#include <cstring>
 #include <ctime>
 #include <optional>
 #include <string_view>
+#include <system_error>
+#include <utility>
 
 #include "store/files.h"
 #include "store/paths.h"
@@ -83,9 +86,12 @@ json Told(Read read) {
 json PortCertificate() {
   json told = Told([](auto* info) { return SdkKitCertificate_Info(kPortCertificate, info); });
   const std::string pem = ReadFile(kPortCertificate, kCertificateLimit).value_or("");
-  const std::size_t at = pem.rfind("\nPort: ");
-  if (told.is_object() && at != std::string::npos)
-    told["port"] = std::atoi(pem.c_str() + at + std::string_view("\nPort: ").size());
+  constexpr std::string_view kPort = "\nPort: ";
+  const std::size_t at = pem.rfind(kPort);
+  int port = 0;
+  if (told.is_object() && at != std::string::npos &&
+      std::from_chars(&pem[at] + kPort.size(), pem.data() + pem.size(), port).ec == std::errc())
+    told["port"] = port;
   return told;
 }
 
@@ -157,7 +163,8 @@ std::string RequestCertificate(const json& wanted, std::string& pem) {
   std::string reason = Run(wanted, [&](const SdkKitCertificateNames* names, char* why, std::size_t whySize) {
     return SdkKitCertificate_Request(names, room.data(), room.size(), why, whySize);
   });
-  pem = room.c_str();
+  room.resize(std::strlen(room.data()));
+  pem = std::move(room);
   return reason;
 }
 

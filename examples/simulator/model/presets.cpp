@@ -36,7 +36,9 @@ std::string StoreFault(const std::string& name) {
 }
 
 bool IsRoute(const std::string& receiver, const json& input) {
-  return IsName(receiver) && input.is_string() && (input == "" || IsName(input.get<std::string>()));
+  if (!IsName(receiver) || !input.is_string()) return false;
+  const auto transmitter = input.get<std::string>();
+  return transmitter.empty() || IsName(transmitter);
 }
 
 bool AreRoutes(const json& routes) {
@@ -78,6 +80,7 @@ std::vector<std::string> LockedAgainst(const std::string& preset) {
       "SELECT units.name FROM units JOIN presets AS stored ON stored.receiver = units.name "
       "WHERE stored.name = ? AND units.locked = 1 AND units.input <> stored.input ORDER BY units.id",
       {preset});
+  receivers.reserve(rows.size());
   for (const auto& row : rows) receivers.push_back(row[0]);
   return receivers;
 }
@@ -128,7 +131,7 @@ std::optional<json> FindPreset(const std::string& name) {
 
 std::string StorePreset(const std::string& name) {
   const auto lock = OneChange();
-  if (const std::string fault = StoreFault(name); !fault.empty()) return fault;
+  if (std::string fault = StoreFault(name); !fault.empty()) return fault;
   return Change(
       name, "stored",
       {"DELETE FROM presets WHERE name = ?",
@@ -147,7 +150,7 @@ Recalled RecallPreset(const std::string& name) {
 
 std::string RenamePreset(const std::string& name, const std::string& to) {
   const auto lock = OneChange();
-  if (const std::string fault = RenameFault(name, to); !fault.empty()) return fault;
+  if (std::string fault = RenameFault(name, to); !fault.empty()) return fault;
   TheDatabase().Execute("UPDATE presets SET name = ? WHERE name = ?", {to, name});
   Tell(to, "renamed", {{"was", name}});
   return "";

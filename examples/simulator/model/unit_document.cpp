@@ -39,7 +39,7 @@ bool IsMac(const std::string& text) {
 
 // An empty text for a receiver's transmitter in the same list.
 std::string InputFault(const json& units, const json& unit) {
-  if (unit["input"] == "") return "";
+  if (unit["input"].get<std::string>().empty()) return "";
   if (unit["type"] != "rx") return "an input of what is no receiver";
   const bool found = std::any_of(units.begin(), units.end(), [&](const json& other) {
     return other["name"] == unit["input"] && other["type"] == "tx";

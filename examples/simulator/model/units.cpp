@@ -172,7 +172,7 @@ std::string ChangeUnit(const std::string& name, const UnitChange& change) {
   const auto lock = OneChange();
   const auto unit = FindUnit(name);
   if (!unit) return "no such unit";
-  if (const std::string reason = Check(*unit, change); !reason.empty()) return reason;
+  if (std::string reason = Check(*unit, change); !reason.empty()) return reason;
   Write(*unit, change);
   if (const auto changed = FindUnit(change.name.value_or(name))) PublishUnit(*changed, name);
   if (change.name) PublishOutputsOf(*change.name);
@@ -189,7 +189,8 @@ std::optional<Routes> ToRoutes(const json& body) {
 std::string SetRoutes(const Routes& routes) {
   const auto lock = OneChange();
   for (const auto& [receiver, input] : routes) {
-    if (const std::string fault = RouteFault(receiver, input); !fault.empty()) return receiver + ": " + fault;
+    if (const std::string fault = RouteFault(receiver, input); !fault.empty())
+      return std::string(receiver).append(": ").append(fault);
   }
   Transaction transaction(TheDatabase());
   for (const auto& [receiver, input] : routes) Write(*FindUnit(receiver), {.input = input});

@@ -68,7 +68,7 @@ const std::map<std::string, Command, std::less<>> kCommands = {
 std::string Run(const std::string& token, const std::string& type, const json& message) {
   const auto command = kCommands.find(type);
   if (command == kCommands.end()) return "unknown command";
-  const std::string reason = MayWrite(token) ? command->second(message) : "not authorised";
+  std::string reason = MayWrite(token) ? command->second(message) : "not authorised";
   NoteCommand(type, message, reason);
   return reason;
 }

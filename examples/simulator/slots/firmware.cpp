@@ -98,7 +98,8 @@ bool Start() {
 // followed by another one. False when the storage does not let it.
 bool Restart() {
   SdkKitFirmware_Stop();
-  const bool started = Start() || Start();
+  bool started = Start();
+  if (!started) started = Start();
   StartDevice();
   return started;
 }
