@@ -1,7 +1,7 @@
 /* The login of the console: the account menu, sessions, reloads, tabs, and why a login ended. */
 import assert from 'node:assert/strict';
 import { checkAxe } from './support/axe.mjs';
-import { openTab, until } from './support/browser.mjs';
+import { hasFocus, openTab, until } from './support/browser.mjs';
 import { card, chooseAccount, fillLogin, goTo, heading, isConnected, logIn, makeUser, meet, onDevice, PASSWORD, refusedWith, SCHEMES, tokenFor, tokenStatus } from './support/console.mjs';
 
 const OTHER = 'Another-2026y';
@@ -193,7 +193,7 @@ for (const scheme of SCHEMES) {
       const other = await meet(device());
       await logIn(other);
       await until('the new login', async () => (await page.getByRole('row', { name: /^admin/ }).count()) === 2);
-      assert.ok(await end.evaluate((button) => button === document.activeElement));
+      await hasFocus(end);
       await other.context.close();
     });
 

@@ -1,7 +1,7 @@
 /* The settings page: what an export holds, and what an import asks and does. */
 import assert from 'node:assert/strict';
 import { checkAxe } from './support/axe.mjs';
-import { shot } from './support/browser.mjs';
+import { hasFocus, shot } from './support/browser.mjs';
 import { card, choose, drop, goTo, logIn, onDevice, refusedWith, save, SCHEMES } from './support/console.mjs';
 import { asFile } from './support/files.mjs';
 
@@ -66,6 +66,6 @@ onDevice('settings', 'http', (flow) => {
     await curtain.waitFor();
     await checkAxe(page);
     await curtain.waitFor({ state: 'detached' });
-    assert.ok(await restart.evaluate((button) => button === document.activeElement));
+    await hasFocus(restart);
   });
 });

@@ -1,7 +1,7 @@
 /* The users page: who may log in, with which role, and what happens to a login when that changes. */
 import assert from 'node:assert/strict';
 import { checkAxe } from './support/axe.mjs';
-import { openTab, shot, until } from './support/browser.mjs';
+import { hasFocus, openTab, shot, until } from './support/browser.mjs';
 import { card, CONNECTION_LOST, fillLogin, heading, isConnected, logIn, makeUser, meet, onDevice, PASSWORD, refusedWith, SCHEMES } from './support/console.mjs';
 
 const ENDED = [refusedWith(401), CONNECTION_LOST];
@@ -146,7 +146,7 @@ onDevice('users', 'http', (flow, device) => {
     await mine.focus();
     await makeUser(person, { name: 'pat', role: 'viewer' });
     await row(page, 'pat').waitFor();
-    assert.ok(await mine.evaluate((button) => button === document.activeElement));
+    await hasFocus(mine);
     await role(page, 'pat').focus();
     await role(page, 'pat').selectOption('Operator');
     await page.getByRole('dialog', { name: 'Make pat an operator?' }).waitFor();
@@ -154,6 +154,6 @@ onDevice('users', 'http', (flow, device) => {
     await answer(page, 'Cancel');
     await row(page, 'quin').waitFor();
     assert.equal(await role(page, 'pat').inputValue(), '3');
-    await until('the focus is back', () => role(page, 'pat').evaluate((select) => select === document.activeElement));
+    await hasFocus(role(page, 'pat'));
   });
 });

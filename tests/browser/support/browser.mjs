@@ -82,3 +82,6 @@ export async function until(what, probe, milliseconds = 15000) {
     await new Promise((resolve) => setTimeout(resolve, 50));
   }
 }
+
+/** Waits for the focus on a control: a list that is drawn anew may replace it between one look and the next. */
+export const hasFocus = (control) => until('the focus is there', () => control.evaluate((element) => element === document.activeElement));
