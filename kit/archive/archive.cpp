@@ -8,12 +8,12 @@
 #include <thread>
 
 #include "archive/change.h"
-#include "archive/inside.h"
 #include "archive/parts.h"
 #include "archive/unpack.h"
 #include "base/file.h"
 #include "base/guarded.h"
 #include "base/in_use.h"
+#include "base/inside.h"
 #include "base/log.h"
 #include "base/record.h"
 #include "base/request.h"
@@ -24,6 +24,7 @@ namespace sdkkit::archive {
 namespace {
 
 constexpr Log kLog{"archive"};
+constexpr const char* kCalledInside = "it was called by one of its own functions";
 constexpr int kAttempts = 3;
 constexpr std::chrono::seconds kNextAttempt{1};
 // What a zip archive is longer than its content can be: heads, names, and blocks that cannot be compressed.
@@ -78,7 +79,7 @@ bool Settings::PrepareFolders() const {
 }
 
 bool Settings::Recover() {
-  const Inside inside;
+  const Inside<Settings> inside;
   const std::lock_guard lock(mutex_);
   if (!HasJournal(parts_)) return Staging::Begin(parts_, 0).has_value();
   const auto change = ReadJournal(parts_);
@@ -96,7 +97,7 @@ bool Settings::Recover() {
 }
 
 std::string Settings::Import(const std::string& path) {
-  const Inside inside;
+  const Inside<Settings> inside;
   const std::lock_guard lock(mutex_);
   if (pending_) return "an earlier change is not finished yet";
   auto staging = Staging::Begin(parts_, kKitArchiveImport);
@@ -106,7 +107,7 @@ std::string Settings::Import(const std::string& path) {
 }
 
 std::string Settings::Restore() {
-  const Inside inside;
+  const Inside<Settings> inside;
   const std::lock_guard lock(mutex_);
   if (pending_) return "an earlier change is not finished yet";
   auto staging = Staging::Begin(parts_, kKitArchiveRestore);
@@ -166,7 +167,7 @@ bool Settings::TryAgain() {
 }
 
 void Settings::KeepTrying(const std::stop_token& stop) {
-  const Inside inside;
+  const Inside<Settings> inside;
   std::unique_lock lock(mutex_);
   while (!stop.stop_requested()) {
     wakeUp_.wait_for(lock, stop, kNextAttempt, [] { return false; });
@@ -175,7 +176,7 @@ void Settings::KeepTrying(const std::stop_token& stop) {
 }
 
 std::optional<std::string> Settings::Export(const Method& method) {
-  const Inside inside;
+  const Inside<Settings> inside;
   const std::lock_guard lock(mutex_);
   auto file = TempFile::Create(parts_.ExportFolder());
   std::string why = "no room";
@@ -204,9 +205,9 @@ template <class Work>
 int Run(const char* name, char* why, size_t whySize, Work work) {
   return Guarded(kLog, [&] {
     const auto settings = g_settings.Get();
-    const std::string fault = !settings      ? "it has not been started"
-                              : Inside::Is() ? kCalledInside
-                                             : work(*settings);
+    const std::string fault = !settings                ? "it has not been started"
+                              : Inside<Settings>::Is() ? kCalledInside
+                                                       : work(*settings);
     const std::string address = ClientAddress();
     if (fault.empty()) {
       kLog.Audit({.action = name}, "%s by %s", name, address.c_str());
@@ -219,7 +220,7 @@ int Run(const char* name, char* why, size_t whySize, Work work) {
 }
 
 int Export(std::string_view name, char* path, size_t pathSize) {
-  if (Inside::Is()) throw std::logic_error(std::string("no export: ") + kCalledInside);
+  if (Inside<Settings>::Is()) throw std::logic_error(std::string("no export: ") + kCalledInside);
   const auto settings = g_settings.Get();
   const Method* const method = settings ? settings->parts().FindMethod(name) : nullptr;
   const auto written = method != nullptr ? settings->Export(*method) : std::nullopt;
@@ -295,5 +296,6 @@ uint64_t SdkKitArchive_Most(void) {
 }
 
 void SdkKitArchive_Stop(void) {
-  if (kit::Inside::Is() || !kit::g_settings.Stop()) kit::kLog.Error("no stop: %s", kit::kCalledInside);
+  if (sdkkit::Inside<kit::Settings>::Is() || !kit::g_settings.Stop())
+    kit::kLog.Error("no stop: %s", kit::kCalledInside);
 }

@@ -5,6 +5,8 @@
 #include <cstring>
 #include <utility>
 
+#include "base/inside.h"
+
 namespace sdkkit {
 namespace {
 
@@ -32,7 +34,7 @@ const char* FaultOf(const SdkKitPreviewOptions& options) {
 }
 
 Feed Open(const Source& source, const std::string& name) {
-  const InSource inSource;
+  const Inside<Run> inside;
   return source(name);
 }
 

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "base/guarded.h"
+#include "base/inside.h"
 #include "base/log.h"
 #include "base/record.h"
 #include "base/request.h"
@@ -134,6 +135,6 @@ int SdkKitPreview_Viewers(const char* name) {
 }
 
 void SdkKitPreview_Stop(void) {
-  if (InSource::Is()) return kLog.Error("no stop: it was called by a function of a source");
+  if (Inside<Run>::Is()) return kLog.Error("no stop: it was called by a function of a source");
   Guarded(kLog, [] { return Gallery::The().Stop(), 0; });
 }

@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "base/guarded.h"
+#include "base/inside.h"
 #include "base/log.h"
 
 namespace sdkkit {
@@ -20,7 +21,7 @@ constexpr auto kFirst = std::chrono::seconds(10);
 
 Run::Run(Feed feed, std::chrono::microseconds interval)
     : feed_(std::move(feed)), thread_([this, interval] {
-        const InSource inSource;
+        const Inside<Run> inside;
         Guarded(kLog, [&] { return Work(interval), 0; });
         End();
         feed_ = nullptr;

@@ -11,20 +11,6 @@
 
 namespace sdkkit {
 
-// While functions of a source may run on this thread: a stop waits for their end.
-class InSource {
- public:
-  InSource() { t_isInside = true; }
-  ~InSource() { t_isInside = false; }
-  InSource(const InSource&) = delete;
-  InSource& operator=(const InSource&) = delete;
-
-  static bool Is() { return t_isInside; }
-
- private:
-  inline static thread_local bool t_isInside = false;
-};
-
 class Run {
  public:
   Run(Feed feed, std::chrono::microseconds interval);

@@ -1,11 +1,10 @@
-// Whether this thread is within the archive: called from one of the host's functions it would wait for
-// itself.
+// While a subject's work that calls functions of the host's goes on, on this thread: a stop that one of them
+// called would wait for itself.
 #pragma once
 
-namespace sdkkit::archive {
+namespace sdkkit {
 
-inline constexpr const char* kCalledInside = "it was called by one of its own functions";
-
+template <class Subject>
 class Inside {
  public:
   Inside() { t_isInside = true; }
@@ -19,4 +18,4 @@ class Inside {
   inline static thread_local bool t_isInside = false;
 };
 
-}  // namespace sdkkit::archive
+}  // namespace sdkkit
